@@ -1,0 +1,4 @@
+target_sources(fmcore PRIVATE
+  farm/fmgconfig.h
+  farm/fmgconfig.cpp
+)

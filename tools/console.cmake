@@ -1,0 +1,1 @@
+# The console program fmHistorydbconsole.

@@ -1,0 +1,1 @@
+// Window-side toolkit: tree framework, delegate, style, message boxes.

@@ -1,0 +1,3 @@
+target_sources(fmui PRIVATE
+  widgets/fmwidgets.cpp
+)
