@@ -18,6 +18,17 @@ public:
 
     _fmgConfig* cfg = nullptr; // owned
 
+    // Readers of the global configuration table by key; null when the key is unknown or of
+    // another type (the lookup logs that). Defined with the configuration table.
+    bool* cfgGetB(const char* name);
+    const bool* cfgGetB(const char* name) const;
+    short* cfgGetI(const char* name);
+    const short* cfgGetI(const char* name) const;
+    fmString<100>* cfgGetS(const char* name);
+    const fmString<100>* cfgGetS(const char* name) const;
+    float* cfgGetF(const char* name);
+    const float* cfgGetF(const char* name) const;
+
     // The shared root and every folder derived from it, each ending in "/".
     fmString<250> RootPath;
     fmString<250> ExeRootPath;

@@ -1,2 +1,4 @@
 target_sources(fmcore PRIVATE
+  farm/fm_clientfiles.cpp
+  farm/fm_userfiles.cpp
 )

@@ -1,4 +1,5 @@
 target_sources(fmcore PRIVATE
   farm/fmgconfig.h
   farm/fmgconfig.cpp
+  farm/fm_cfgfile.cpp
 )
