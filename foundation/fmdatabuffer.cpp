@@ -714,7 +714,7 @@ bool _FM_DataBuffer::chunkzipStart(z_stream& s, int size)
 
 bool _FM_DataBuffer::chunkzipAdd(z_stream& s, unsigned char* p, int n, bool last)
 {
-    if (n < 0 || (!p && n > 0)) return false;
+    if (n < 0 || (!p && n > 0) || !Data || DataSize < 0 || DataSize > Capacity) return false;
     // Room for the worst case of this call: regrow once by half when twice the input doesn't fit.
     auto grow = [&]() {
         if (3 * int64_t(Capacity) + 1 > 0x60000002) return false;
