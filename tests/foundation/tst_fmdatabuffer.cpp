@@ -238,6 +238,15 @@ private slots:
         QCOMPARE(readAll(tmp.filePath("r.raw")), data);
         QVERIFY(r.LoadFromFile(path("r.raw"), false));
         QCOMPARE(QByteArray(r.Data, r.DataSize), data);
+        // With an offset, the file and its CRC still run from the block's start over DataSize bytes:
+        // they hold the caller's bytes and miss the stream's last `offset` bytes (kept so).
+        _FM_DataBuffer o;
+        QVERIFY(o.resize(8));
+        std::memcpy(o.Data, "CALLER!!", 8);
+        QVERIFY(o.compressFromB(data.constData(), 3000, 8));
+        QVERIFY(o.SaveToFile(path("o.fmdb"), true));
+        QCOMPARE(readAll(tmp.filePath("o.fmdb")).mid(36), QByteArray(o.Data, o.DataSize));
+        QVERIFY(readAll(tmp.filePath("o.fmdb")).mid(36).startsWith("CALLER!!"));
         QVERIFY(!w.SaveToFile(path("no/such/dir/x"), true));
         QCOMPARE(w.Error, int(fmDB_SystemError));
         QVERIFY(!w.LoadFromFile(path("missing"), true));
