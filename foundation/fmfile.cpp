@@ -438,8 +438,13 @@ bool forEntries(const QString& folder, F fn)
     fmDirListing dl;
     if (!dl.init(folder, false, true, true, false)) return false;
     bool ok = true;
-    while (dl.nextFile())
-        if (!fn(enc(dl.dirFileName()))) ok = false;
+    while (dl.nextFile()) {
+        const QByteArray p = enc(dl.dirFileName());
+        // chmod and chown follow links: a link on the share must not open its target to everyone.
+        struct stat st;
+        if (::lstat(p.constData(), &st) != 0 || S_ISLNK(st.st_mode)) continue;
+        if (!fn(p)) ok = false;
+    }
     return ok;
 }
 } // namespace

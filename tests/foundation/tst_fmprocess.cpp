@@ -221,6 +221,37 @@ private slots:
         QCOMPARE(WTERMSIG(status), SIGINT);
     }
 
+    // Catches ended children left behind as zombies.
+    void childrenAreCollected()
+    {
+        const long long pid = fmStartProcess(fmString<250>("/bin/true"), QStringList(), fmString<250>());
+        QVERIFY(pid > 0);
+        // Until collected, an ended child keeps its id (as a zombie); afterwards the id is gone.
+        int rounds = 0;
+        while (::kill(pid_t(pid), 0) == 0 && rounds++ < 6000) {
+            fmStartProcess_checkallChildren();
+            fmSleep(10);
+        }
+        QCOMPARE(::kill(pid_t(pid), 0), -1);
+        QCOMPARE(errno, ESRCH);
+    }
+
+    // Catches an exec in place that runs the wrong program, or one that does not come back on failure.
+    void execInPlace()
+    {
+        QVERIFY(!fmStartProcessNoFork(fmString<250>("/nonexistent/program"), QStringList{"a"}));
+        QVERIFY(!fmStartProcessNoFork(fmString<250>(), QStringList()));
+        const pid_t pid = ::fork();
+        QVERIFY(pid >= 0);
+        if (pid == 0) {
+            fmStartProcessNoFork(fmString<250>("/bin/sh"), QStringList{"-c", "exit \"$0\"", "7"});
+            ::_exit(99);
+        }
+        const int status = waitExit(pid);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), 7);
+    }
+
     // Catches an error text that ignores the code or misreads -1.
     void errorTexts()
     {
