@@ -547,6 +547,7 @@ bool fmDirListing::init(QString folder, const bool& sorted, const bool& withDirs
             if (folder.isEmpty()) folder = QStringLiteral("./");
         }
     }
+    FilterBytes = enc(FilterPattern);
     if (folder.isEmpty()) return false;
     if (!folder.endsWith(QLatin1Char('/'))) folder += QLatin1Char('/');
     FolderPD = folder;
@@ -593,7 +594,7 @@ bool fmDirListing::passes(const QString& name) const
             }
         if (!any) return false;
     }
-    if (!FilterPattern.isEmpty() && ::fnmatch(enc(FilterPattern).constData(), enc(name).constData(), 0) != 0)
+    if (!FilterBytes.isEmpty() && ::fnmatch(FilterBytes.constData(), enc(name).constData(), 0) != 0)
         return false;
     return true;
 }

@@ -204,6 +204,7 @@ private:
         int64_t Time = 0;
     };
     QStringList EndsWith;
+    QByteArray FilterBytes; // FilterPattern in the system's encoding, for fnmatch
     std::vector<CacheEntry> Cache;
     bool Sorted = false;
     bool WithHidden = true;
