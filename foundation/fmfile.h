@@ -174,7 +174,8 @@ public:
     bool fileTime(fmTime_t& time);
     long long fileSize();
     fmTime_t fileTime();
-    // Keeps only names with this end (case-insensitive); several calls add alternatives.
+    // Keeps only names with this end (case-insensitive); several calls add alternatives. Filters
+    // may be added before init and stay over init and close.
     void addEndsWithFilter(const QString& end);
     void clearEndsWithFilters();
     // Loads time and size of the current entry into the cache (by stat unless already there).
