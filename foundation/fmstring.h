@@ -58,12 +58,15 @@ struct fmStringOps
     // one 0 written behind. A null pointer leaves the string empty.
     void set(const char* s)
     {
-        clear();
-        if (!s) return;
+        if (!s) {
+            clear();
+            return;
+        }
+        // Length first and memmove: s may point into this value's own Data.
         const int n = std::min(fmStringDetail::cLen(s), N);
         D& d = self();
         if constexpr (sizeof(U) == 1)
-            std::memcpy(d.Data, s, size_t(n));
+            std::memmove(d.Data, s, size_t(n));
         else
             for (int i = 0; i < n; ++i) d.Data[i] = fmStringDetail::widen(s[i]);
         d.Data[n] = 0;

@@ -308,6 +308,9 @@ void tst_fmString::removeChar()
     QCOMPARE(r.toQString(), QStringLiteral("bc"));
     fmString8_UnevenSize<25> u("x");
     QCOMPARE(u.remove('X').len(), 0);
+    fmString8_UnevenSize<25> self("-abc");
+    self = self.Data + 1; // a text out of the value's own bytes
+    QCOMPARE(self.toQString(), QStringLiteral("abc"));
 }
 
 void tst_fmString::float2Str_data()
