@@ -298,6 +298,18 @@ void tst_fmString::editing()
     QCOMPARE(self.toQString(), QStringLiteral("aabb"));
     QCOMPARE(fmString<10>("ab") + "c\xe9", QString::fromLatin1("abc\xe9"));
     QCOMPARE(fmString8_evenSize<10>("ab") + fmString8_evenSize<10>("cd"), QStringLiteral("abcd"));
+
+    // Between capacities: cut at the smaller one, never through QString (no "?" for Latin-1).
+    const fmString<250> longName(QString::fromUtf16(u"\u4e2d") + QString(300, QLatin1Char('n')));
+    const fmString<10> shortName = longName;
+    QCOMPARE(shortName.len(), 10);
+    QCOMPARE(shortName.Data[0], uint16_t(0x4E2D));
+    fmString8_UnevenSize<25> odd;
+    odd = fmString8_evenSize<500>(QString::fromLatin1("\xe9") + QString(40, QLatin1Char('x')));
+    QCOMPARE(odd.len(), 25);
+    QCOMPARE(odd.toQString().at(0), QChar(0xE9));
+    const fmString8_evenSize<100> even = odd;
+    QCOMPARE(even.compare(fmString8_evenSize<100>(odd.toQString())), 0);
 }
 
 void tst_fmString::removeChar()
