@@ -18,6 +18,7 @@
 
 fmInstallStyleFn __FM::InstallStyleHook = nullptr;
 fmSplashMessageFn __FM::SplashMessageHook = nullptr;
+__FM* __FM::First = nullptr;
 
 namespace {
 
@@ -51,6 +52,7 @@ QString stageTime(QElapsedTimer& timer)
 __FM::__FM(bool consoleApp, fm_AppType type, const QString& appName, bool noUILog)
     : QObject(nullptr), __FMSDK(consoleApp, type, appName, noUILog)
 {
+    if (!First) First = this;
     Mutex = new QMutex;
     MainThread = QThread::currentThread();
     createFarmTables();
@@ -63,6 +65,7 @@ __FM::~__FM()
 
 void __FM::exitFM(bool)
 {
+    if (First == this) First = nullptr;
     if (!Mutex) return;
     deleteFarmTables();
     WriteLog(3, fmLog_NoMessageBox, QStringLiteral("Application Down"), QStringLiteral("Main"));

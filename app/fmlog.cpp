@@ -192,23 +192,24 @@ void FMMessageOutput(QtMsgType type, const QMessageLogContext&, const QString& m
     case QtFatalMsg: level = 0; break;
     default: level = 19; break;
     }
-    if (!FM.logLevelOn(level)) return;
+    __FM* fm = __FM::First;
+    if (!fm || !fm->logLevelOn(level)) return;
     QString line;
-    FM.FormatLogMessage(level, 0, msg, QStringLiteral("-"), line);
-    FM.LogFileWrite(level, 0, msg, QStringLiteral("-"));
-    if (FM.Log) FM.Log->flush();
+    fm->FormatLogMessage(level, 0, msg, QStringLiteral("-"), line);
+    fm->LogFileWrite(level, 0, msg, QStringLiteral("-"));
+    if (fm->Log) fm->Log->flush();
 
-    if (FM.App.ServiceMode || inside) return;
+    if (fm->App.ServiceMode || inside) return;
     QCoreApplication* app = QCoreApplication::instance();
     if (!app || QThread::currentThread() != app->thread()) return;
-    if (FM.ConsoleApp) {
+    if (fm->ConsoleApp) {
         const QByteArray bytes = line.toLatin1() + '\n';
         std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
         std::fflush(stdout);
         return;
     }
-    if (FM.LogTextEdit) {
-        FM.TransferLogBufferToTextEdit();
+    if (fm->LogTextEdit) {
+        fm->TransferLogBufferToTextEdit();
         return;
     }
     line.replace(QLatin1Char(';'), QLatin1String(".\n"));
