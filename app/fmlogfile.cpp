@@ -108,11 +108,10 @@ void fmLogfile::flush_p()
     if (!SecondFileName.isEmpty()) writetoLogFile(SecondFileName.toQString(), false, false, 0);
     BufferUsed = 0;
     Buffer[0] = 0;
-    if (!PendingSelfError.isEmpty()) {
-        const QByteArray line = PendingSelfError;
-        PendingSelfError.clear();
-        addLog_p(line.constData(), int(line.size()), false);
-    }
+    // During an outage the statement leads the buffer again after every failed flush, so that
+    // it reaches the file once it works.
+    if (LastError.t != 0 && !PendingSelfError.isEmpty())
+        addLog_p(PendingSelfError.constData(), int(PendingSelfError.size()), false);
 }
 
 bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool reportErrors, int offset)
@@ -154,6 +153,7 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
     }
     if (reportErrors && LastError.t != 0) {
         LastError.t = 0;
+        PendingSelfError.clear();
         addSelfError(QStringLiteral("Logfile is working again."), false, 0);
     }
     file.write(Buffer + offset, BufferUsed - offset);

@@ -54,7 +54,7 @@ private:
     void trimLogFile(const QString& path, qint64 size);
     void addSelfError(const QString& text, bool withOsError, int osError);
 
-    QByteArray PendingSelfError; // stated after the failed flush emptied the buffer
+    QByteArray PendingSelfError; // the outage statement, kept until the file works again
 };
 
 // Appends one line to any file, with no buffer.
