@@ -1,8 +1,9 @@
 // Root search, derived folders and path mapping.
 #include "app/fmpaths.h"
 
-#include "app/fmapptext.h"
 #include "app/fmsdk.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmtextcodec.h"
 
 #include <QDir>
 #include <QFile>
@@ -32,11 +33,11 @@ bool validRootAsIs(const QString& root)
 
 QString up(QString path, int times)
 {
-    for (int i = 0; i < times && !path.isEmpty(); ++i) path = fmAppDirName(path);
+    for (int i = 0; i < times && !path.isEmpty(); ++i) path = GetDirName(path, '/');
     return path;
 }
 
-QString argText(char** argv, int i) { return fmAppText::fromXml(QString::fromLocal8Bit(argv[i])); }
+QString argText(char** argv, int i) { return fromXmlString(QString::fromLocal8Bit(argv[i])); }
 
 QString withSlash(const QString& path)
 {
@@ -53,16 +54,6 @@ bool IsValidFM_Root(const QString& root)
     QString release = root;
     release.replace(QLatin1String("_debug"), QLatin1String("_release"));
     return release != root && validRootAsIs(release);
-}
-
-QString fmAppDirName(const QString& path)
-{
-    qsizetype end = path.size();
-    if (end > 0 && path.at(end - 1) == QLatin1Char('/')) --end;
-    if (end <= 0) return QString();
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'), end - 1);
-    if (slash < 0) return QString();
-    return path.left(slash + 1);
 }
 
 QString fmApplicationPath(const char* argv0)
@@ -88,7 +79,7 @@ QString fmApplicationPath(const char* argv0)
         }
     }
     if (exe.isEmpty()) return QString();
-    return fmAppDirName(QFile::decodeName(exe));
+    return GetDirName(QFile::decodeName(exe), '/');
 }
 
 void fmApplicationPath(fmString8_evenSize<250>& out, char* argv0)

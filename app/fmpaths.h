@@ -20,10 +20,6 @@ extern const char* const fmLocalDataRoot;  // "/var/tmp/FM_localdata/"
 // or when the same holds for the root with "_debug" read as "_release".
 bool IsValidFM_Root(const QString& root);
 
-// The folder of a path with its trailing "/": a trailing "/" of the path itself is passed over,
-// so "/a/b/c/" and "/a/b/c" both give "/a/b/". Empty when no "/" is left.
-QString fmAppDirName(const QString& path);
-
 // Folder of the running executable (with trailing "/"): /proc/self/exe, else argv0 (joined to
 // the current folder when relative). Empty when neither gives a path.
 QString fmApplicationPath(const char* argv0);

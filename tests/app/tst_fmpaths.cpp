@@ -26,8 +26,6 @@ class tst_fmpaths : public QObject
 {
     Q_OBJECT
 private slots:
-    void dirName_data();
-    void dirName();
     void validRoot_data();
     void validRoot();
     void searchFromExecutable_data();
@@ -47,26 +45,6 @@ private slots:
     void localPath();
     void checkAllPaths();
 };
-
-// Going up one folder: a wrong cut would make the two- and five-levels-up search miss the root.
-void tst_fmpaths::dirName_data()
-{
-    QTest::addColumn<QString>("in");
-    QTest::addColumn<QString>("out");
-    QTest::newRow("file") << "/r/bin/lx/tool" << "/r/bin/lx/";
-    QTest::newRow("folder") << "/r/bin/lx/" << "/r/bin/";
-    QTest::newRow("top") << "/r/" << "/";
-    QTest::newRow("slash only") << "/" << "";
-    QTest::newRow("no slash") << "tool" << "";
-    QTest::newRow("empty") << "" << "";
-}
-
-void tst_fmpaths::dirName()
-{
-    QFETCH(QString, in);
-    QFETCH(QString, out);
-    QCOMPARE(fmAppDirName(in), out);
-}
 
 // Each marker alone makes a root, including the "_release" twin of a "_debug" name.
 void tst_fmpaths::validRoot_data()
