@@ -83,11 +83,6 @@ void tst_fmcmd::names_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("name");
     QTest::newRow("0") << 0 << "None";
-    QTest::newRow("1") << 1 << "Reload all config";
-    QTest::newRow("4") << 4 << "Log DebugJobChecks On";
-    QTest::newRow("13") << 13 << "Log DebugNetwork Off";
-    QTest::newRow("14") << 14 << "Change system time";
-    QTest::newRow("18") << 18 << "Log DebugDetailed Off";
     QTest::newRow("19") << 19 << "Log thread status";
     QTest::newRow("20") << 20 << "Unknown #20";
     QTest::newRow("-1") << -1 << "Unknown #-1";
