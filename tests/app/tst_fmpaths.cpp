@@ -1,5 +1,6 @@
 #include "app/fm.h"
 #include "app/fmpaths.h"
+#include "farm/fmgconfig.h"
 #include "fmtestroot.h"
 
 #include <QDir>
@@ -41,6 +42,7 @@ private slots:
     void convertSingle_data();
     void convertSingle();
     void convertClampsRows();
+    void convertThroughConfig();
     void pdToOS();
     void localPath();
     void checkAllPaths();
@@ -302,13 +304,13 @@ namespace {
 
 struct Table
 {
-    fmOSConversionRow rows[61];
+    _fmgOSConversion rows[61];
     Table()
     {
         auto set = [this](int r, const char* win, const char* lx, const char* mac) {
-            rows[r][1] = win;
-            rows[r][2] = lx;
-            rows[r][3] = mac;
+            rows[r].Path[1] = win;
+            rows[r].Path[2] = lx;
+            rows[r].Path[3] = mac;
         };
         set(0, "\\\\srv\\proj", "/mnt/proj", "/Volumes/proj");
         set(1, "X:\\", "/x/", "/Volumes/x/");
@@ -342,6 +344,17 @@ void tst_fmpaths::convertClampsRows()
     path = QStringLiteral("/a");
     ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
     QCOMPARE(path, QStringLiteral("/a"));
+}
+
+// The configuration's table is walked to its 60th row.
+void tst_fmpaths::convertThroughConfig()
+{
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    sdk.cfg->OSConversion[59].Path[_fmOS_Windows] = "P:\\";
+    sdk.cfg->OSConversion[59].Path[_fmOS_Linux] = "/mnt/p/";
+    QString path = QStringLiteral("p:\\shots\\a.exr");
+    ConvertPathsToOS_Single(path, _fmOS_Windows, _fmOS_Linux, sdk, false);
+    QCOMPARE(path, QStringLiteral("/mnt/p/shots/a.exr"));
 }
 
 // Separator conversion in every form.
