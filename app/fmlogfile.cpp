@@ -63,6 +63,14 @@ void fmLogfile::flush()
     Lock->unlock();
 }
 
+void fmLogfile::discard()
+{
+    if (!Lock->tryLock(kLockWaitMs)) return;
+    BufferUsed = 0;
+    Buffer[0] = 0;
+    Lock->unlock();
+}
+
 QByteArray fmLogfile::bufferText()
 {
     if (!Lock->tryLock(kLockWaitMs)) return QByteArray();

@@ -258,6 +258,9 @@ bool __FMSDK::AppInit()
     case fm_AppType_LogFile: NoLogFile = false; break;
     default: NoLogFile = !debug; break;
     }
+    // Lines gathered since an earlier option switched the file on must not reach a file that this
+    // program does not write.
+    if (NoLogFile) Log->discard();
     WriteLog(10, 0, QStringLiteral("Application Init done"), QStringLiteral("FM,AppInit"));
     return true;
 }
