@@ -5,6 +5,7 @@ target_sources(fmcore PRIVATE
   farm/fmclientgroups.h
   farm/fmclientlist.cpp
   farm/fmclientlist.h
+  farm/fmclientlog.h
   farm/fmusers.cpp
   farm/fmusers.h
   farm/fm_clientfiles.cpp

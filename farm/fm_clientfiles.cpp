@@ -4,6 +4,7 @@
 // never works on the share: the file is copied to a local temporary file under the file lock, the
 // settings work there, and a save copies the result back while it still holds the lock.
 #include "app/fm.h"
+#include "farm/fmclientlog.h"
 #include "farm/fmclient.h"
 #include "farm/fmclientgroups.h"
 #include "farm/fmclientlist.h"
@@ -256,12 +257,12 @@ static bool copyBlocks(__FM& fm, const QString& src, const QString& dst, const Q
 {
     QFile in(src), out(dst);
     if (!in.open(QIODevice::ReadOnly)) {
-        fm.WriteLog(1, 0, QStringLiteral("Unknown error while opening ") + src + QStringLiteral("! ") + in.errorString(),
+        farmLog(fm, 1, 0, QStringLiteral("Unknown error while opening ") + src + QStringLiteral("! ") + in.errorString(),
                     where);
         return false;
     }
     if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        fm.WriteLog(1, 0, QStringLiteral("Unknown error while opening ") + dst + QStringLiteral("! ") + out.errorString(),
+        farmLog(fm, 1, 0, QStringLiteral("Unknown error while opening ") + dst + QStringLiteral("! ") + out.errorString(),
                     where);
         return false;
     }
@@ -271,14 +272,14 @@ static bool copyBlocks(__FM& fm, const QString& src, const QString& dst, const Q
         buf = in.read(block);
         if (buf.isEmpty()) break;
         if (out.write(buf) != buf.size()) {
-            fm.WriteLog(1, 0, QStringLiteral("Failure to write block ") + QString::number(n) + QStringLiteral("  ") +
+            farmLog(fm, 1, 0, QStringLiteral("Failure to write block ") + QString::number(n) + QStringLiteral("  ") +
                                   out.errorString(), where);
             return false;
         }
     }
     out.close();
     if (QFileInfo(dst).size() != in.size()) {
-        fm.WriteLog(1, 0, QStringLiteral("Failure to read block ") + QStringLiteral("  ") + in.errorString(), where);
+        farmLog(fm, 1, 0, QStringLiteral("Failure to read block ") + QStringLiteral("  ") + in.errorString(), where);
         return false;
     }
     return true;
@@ -300,13 +301,13 @@ static bool readStatusOk(__FM& fm, const QSettings& s, const QString& name, cons
     switch (s.status()) {
     case QSettings::NoError: return true;
     case QSettings::FormatError:
-        fm.WriteLog(0, 0, name + QStringLiteral(" has wrong file format, file broken!"), where);
+        farmLog(fm, 0, 0, name + QStringLiteral(" has wrong file format, file broken!"), where);
         return false;
     case QSettings::AccessError:
-        fm.WriteLog(0, 0, QStringLiteral("Unable to read ") + name + QLatin1Char('!'), where);
+        farmLog(fm, 0, 0, QStringLiteral("Unable to read ") + name + QLatin1Char('!'), where);
         return false;
     }
-    fm.WriteLog(0, 0, QStringLiteral("Unknown error while loading ") + name + QLatin1Char('!'), where);
+    farmLog(fm, 0, 0, QStringLiteral("Unknown error while loading ") + name + QLatin1Char('!'), where);
     return false;
 }
 
@@ -315,13 +316,13 @@ static bool writeStatusOk(__FM& fm, const QSettings& s, const QString& name, con
     switch (s.status()) {
     case QSettings::NoError: return true;
     case QSettings::AccessError:
-        fm.WriteLog(0, 0, QStringLiteral("Unable to access ") + name + QStringLiteral(", read-only?"), where);
+        farmLog(fm, 0, 0, QStringLiteral("Unable to access ") + name + QStringLiteral(", read-only?"), where);
         return false;
     case QSettings::FormatError:
-        fm.WriteLog(0, 0, name + QStringLiteral(" has wrong file format, file broken!"), where);
+        farmLog(fm, 0, 0, name + QStringLiteral(" has wrong file format, file broken!"), where);
         return false;
     }
-    fm.WriteLog(0, 0, QStringLiteral("Unknown error while writing ") + name + QLatin1Char('!'), where);
+    farmLog(fm, 0, 0, QStringLiteral("Unknown error while writing ") + name + QLatin1Char('!'), where);
     return false;
 }
 
@@ -334,15 +335,15 @@ static bool lockAndCopy(__FM& fm, const QString& path, int timeoutMs, bool singl
     const bool server = fm.AppType == fm_AppType_Server;
     const bool got = server ? locker.lock(timeoutMs, lockOwner(fm), &waited, false) : locker.isFree(timeoutMs, &waited);
     if (waited > 500)
-        fm.WriteLog(3, 0, QStringLiteral("clients.ini lock took ") + QString::number(waited) + QStringLiteral("ms"),
+        farmLog(fm, 3, 0, QStringLiteral("clients.ini lock took ") + QString::number(waited) + QStringLiteral("ms"),
                     QStringLiteral("FM,LoadFileClient"));
     if (!got) {
-        if (waited < 0) fm.WriteLog(1, 0, QStringLiteral("You do not have the rights to lock ") + path + QLatin1Char('!'), where);
+        if (waited < 0) farmLog(fm, 1, 0, QStringLiteral("You do not have the rights to lock ") + path + QLatin1Char('!'), where);
         if (!single) {
-            if (waited >= 0) fm.WriteLog(1, 0, path + QStringLiteral(" is locked!"), where);
+            if (waited >= 0) farmLog(fm, 1, 0, path + QStringLiteral(" is locked!"), where);
             return false;
         }
-        fm.WriteLog(2, 0, path + QStringLiteral(" is locked! Trying to continue load client config."), where);
+        farmLog(fm, 2, 0, path + QStringLiteral(" is locked! Trying to continue load client config."), where);
     }
     const bool copied = makeTempCopy(fm, path, where);
     locker.unlock();
@@ -353,16 +354,16 @@ bool __FM::LoadFileClientsAll(bool force, QString reason)
 {
     const QString where = QStringLiteral("FM,LoadFileClientsAll");
     if (!ClientList) {
-        WriteLog(1, 0, QStringLiteral("Client data not allocated!"), where);
+        farmLog(*this, 1, 0, QStringLiteral("Client data not allocated!"), where);
         return false;
     }
     const QString path = clientsPath(*this);
     if (!QFile::exists(path)) {
         if (mayCreateClients(AppType)) return true;
-        WriteLog(1, 0, path + QStringLiteral(" is missing!"), where);
+        farmLog(*this, 1, 0, path + QStringLiteral(" is missing!"), where);
         return false;
     }
-    WriteLog(4, 0, path + QStringLiteral(" all loading...") + (reason.isEmpty() ? QString() : QLatin1Char(' ') + reason),
+    farmLog(*this, 4, 0, path + QStringLiteral(" all loading...") + (reason.isEmpty() ? QString() : QLatin1Char(' ') + reason),
              where);
     const int64_t time = fileTime(path);
     if (time <= ClientList->LastFileTime.t && !force) return true;
@@ -381,7 +382,7 @@ bool __FM::LoadFileClientsAll(bool force, QString reason)
         read->Status.Name.set(name);
         if (read->Status.Name.toQString() != name) continue; // longer than a client name can be
         if (!read->ReadClientCfg(file, false))
-            WriteLog(1, 0, QStringLiteral("Unable to load config of client ") + name, where);
+            farmLog(*this, 1, 0, QStringLiteral("Unable to load config of client ") + name, where);
         int n = ClientList->findClient(read->Status.Name, 0);
         if (n >= 0) {
             ClientList->Clients[n].copyCfgSettings(*read);
@@ -393,7 +394,7 @@ bool __FM::LoadFileClientsAll(bool force, QString reason)
     }
     ClientList->sort_ID_Load();
     ClientList->LastFileTime.t = time;
-    WriteLog(4, 0, QStringLiteral("clients.ini   loaded"), where);
+    farmLog(*this, 4, 0, QStringLiteral("clients.ini   loaded"), where);
     return true;
 }
 
@@ -401,9 +402,9 @@ bool __FM::LoadFileClient(fmC::_Client& client, bool onlyListNo)
 {
     const QString where = QStringLiteral("FM,LoadFileClient");
     const QString path = clientsPath(*this);
-    WriteLog(4, 0, path + QStringLiteral(" - single loading..."), where);
+    farmLog(*this, 4, 0, path + QStringLiteral(" - single loading..."), where);
     if (!QFile::exists(path)) {
-        WriteLog(1, 0, path + QStringLiteral(" is missing!"), where);
+        farmLog(*this, 1, 0, path + QStringLiteral(" is missing!"), where);
         return false;
     }
     if (!lockAndCopy(*this, path, 30000, true, where)) return false;
@@ -413,10 +414,10 @@ bool __FM::LoadFileClient(fmC::_Client& client, bool onlyListNo)
     std::unique_ptr<_Client> read(new _Client);
     read->Status.Name = client.Status.Name;
     const bool ok = read->ReadClientCfg(file, onlyListNo);
-    if (!ok) WriteLog(1, 0, QStringLiteral("Unable to load config of client ") + client.Status.Name.toQString(), where);
+    if (!ok) farmLog(*this, 1, 0, QStringLiteral("Unable to load config of client ") + client.Status.Name.toQString(), where);
     if (onlyListNo) client.ListNo = read->ListNo;
     else client.copyCfgSettings(*read);
-    WriteLog(4, 0, QStringLiteral("  single    loaded"), where);
+    farmLog(*this, 4, 0, QStringLiteral("  single    loaded"), where);
     return ok;
 }
 
@@ -427,9 +428,9 @@ static bool saveClients(__FM& fm, _Client* one)
     const QString path = clientsPath(fm);
     QElapsedTimer total;
     total.start();
-    fm.WriteLog(3, 0, one ? path + QStringLiteral(" single writing...") : QStringLiteral("clients.ini all writing..."), where);
+    farmLog(fm, 3, 0, one ? path + QStringLiteral(" single writing...") : QStringLiteral("clients.ini all writing..."), where);
     if (!one && !fm.ClientList) {
-        fm.WriteLog(1, 0, QStringLiteral("Client data not allocated!"), where);
+        farmLog(fm, 1, 0, QStringLiteral("Client data not allocated!"), where);
         return false;
     }
 
@@ -438,16 +439,16 @@ static bool saveClients(__FM& fm, _Client* one)
     const QString sortFlag = fm.CfgGlobalPath.toQString() + QStringLiteral("_newclientsort.cfg");
     for (int i = 0; QFile::exists(sortFlag); ++i) {
         if (i >= 90) return false;
-        fm.WriteLog(3, 0, QStringLiteral("Waiting for fmServer client sort..."), where);
+        farmLog(fm, 3, 0, QStringLiteral("Waiting for fmServer client sort..."), where);
         QThread::msleep(2000);
     }
 
     fmFileLocker locker(path);
     int waited = 0;
     if (!locker.lock(30000, lockOwner(fm), &waited, false)) {
-        if (waited < 0) fm.WriteLog(1, 0, QStringLiteral("No rights to lock file ") + path + QLatin1Char('!'), where);
+        if (waited < 0) farmLog(fm, 1, 0, QStringLiteral("No rights to lock file ") + path + QLatin1Char('!'), where);
         else
-            fm.WriteLog(1, 0,
+            farmLog(fm, 1, 0,
                         path + (one ? QStringLiteral(" is locked! Aborting to save client config.")
                                     : QStringLiteral(" is locked! Aborting to save all clients.")) +
                             QStringLiteral("  Waited: %1s").arg(waited / 1000.0),
@@ -455,20 +456,20 @@ static bool saveClients(__FM& fm, _Client* one)
         return false;
     }
     if (waited > 500)
-        fm.WriteLog(3, 0, QStringLiteral("clients.ini save lock took ") + QString::number(waited) + QStringLiteral("ms"),
+        farmLog(fm, 3, 0, QStringLiteral("clients.ini save lock took ") + QString::number(waited) + QStringLiteral("ms"),
                     where);
 
     if (!makeTempCopy(fm, path, where)) return false;
-    fm.WriteLog(10, 0, QStringLiteral("     localCopy"), where);
+    farmLog(fm, 10, 0, QStringLiteral("     localCopy"), where);
     QFile::setPermissions(TempClientsPath, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
                                                QFileDevice::WriteGroup | QFileDevice::ReadOther |
                                                QFileDevice::WriteOther);
-    fm.WriteLog(10, 0, QStringLiteral("     fmSetFileRights_ReadWriteAll done"), where);
+    farmLog(fm, 10, 0, QStringLiteral("     fmSetFileRights_ReadWriteAll done"), where);
 
     {
         QSettings file(TempClientsPath, QSettings::IniFormat);
         if (!file.isWritable()) {
-            fm.WriteLog(1, 0, path + QStringLiteral(" is read-only!"), where);
+            farmLog(fm, 1, 0, path + QStringLiteral(" is read-only!"), where);
             return false;
         }
         auto writeOne = [&file](const _Client& c) {
@@ -491,14 +492,14 @@ static bool saveClients(__FM& fm, _Client* one)
     const double secs = double(total.elapsed()) / 1000.0;
     const double mb = double(QFileInfo(path).size()) / (1024.0 * 1024.0);
     if (one)
-        fm.WriteLog(3, 0,
+        farmLog(fm, 3, 0,
                     path + QStringLiteral(" single    written (%1s, %2 mb, lock took %3s)")
                                .arg(secs)
                                .arg(mb, 0, 'f', 3)
                                .arg(double(waited) / 1000.0),
                     where);
     else
-        fm.WriteLog(3, 0, path + QStringLiteral(" all    written (%1s, %2 mb)").arg(secs).arg(mb, 0, 'f', 3), where);
+        farmLog(fm, 3, 0, path + QStringLiteral(" all    written (%1s, %2 mb)").arg(secs).arg(mb, 0, 'f', 3), where);
     return true;
 }
 
@@ -512,9 +513,9 @@ bool __FM::LoadFileClientGroups()
 {
     const QString where = QStringLiteral("FM,LoadFileClientGroups");
     const QString path = CfgGlobalPath.toQString() + QStringLiteral("clientgroups.ini");
-    WriteLog(4, 0, path + QStringLiteral("   loading..."), where);
+    farmLog(*this, 4, 0, path + QStringLiteral("   loading..."), where);
     if (!ClientGroups) {
-        WriteLog(1, 0, QStringLiteral("ClientGroups data not allocated!"), where);
+        farmLog(*this, 1, 0, QStringLiteral("ClientGroups data not allocated!"), where);
         return false;
     }
     QSettings file(path, QSettings::IniFormat);
@@ -546,7 +547,7 @@ bool __FM::LoadFileClientGroups()
     }
     ClientGroups->addGroupAll();
     ClientGroups->LastFileTime.t = fileTime(path);
-    WriteLog(4, 0, QStringLiteral("clientgroups.ini   loaded"), where);
+    farmLog(*this, 4, 0, QStringLiteral("clientgroups.ini   loaded"), where);
     return true;
 }
 
@@ -554,14 +555,14 @@ bool __FM::SaveFileClientGroups()
 {
     const QString where = QStringLiteral("FM,SaveFileClientGroups");
     const QString path = CfgGlobalPath.toQString() + QStringLiteral("clientgroups.ini");
-    WriteLog(4, 0, path + QStringLiteral("   writing..."), where);
+    farmLog(*this, 4, 0, path + QStringLiteral("   writing..."), where);
     if (!ClientGroups) {
-        WriteLog(1, 0, QStringLiteral("ClientGroups data not allocated!"), where);
+        farmLog(*this, 1, 0, QStringLiteral("ClientGroups data not allocated!"), where);
         return false;
     }
     QSettings file(path, QSettings::IniFormat);
     if (!file.isWritable()) {
-        WriteLog(1, 0, QStringLiteral("clientgroups.ini is read-only!"), where);
+        farmLog(*this, 1, 0, QStringLiteral("clientgroups.ini is read-only!"), where);
         return false;
     }
     file.clear();
@@ -584,6 +585,6 @@ bool __FM::SaveFileClientGroups()
     file.sync();
     if (!writeStatusOk(*this, file, QStringLiteral("clientgroups.ini"), where)) return false;
     ClientGroups->LastFileTime.t = fileTime(path);
-    WriteLog(4, 0, QStringLiteral("clientgroups.ini   written"), where);
+    farmLog(*this, 4, 0, QStringLiteral("clientgroups.ini   written"), where);
     return true;
 }

@@ -1,12 +1,15 @@
 // users7.dat: loading and saving the user table owned by FM. users.dat, the older form, is read and
 // upgraded when users7.dat is missing, and never written.
 #include "app/fm.h"
+#include "farm/fmclientlog.h"
 #include "farm/fmusers.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+
+using fmC::farmLog;
 
 static int64_t fileTime(const QString& path)
 {
@@ -18,7 +21,7 @@ bool __FM::LoadFileUserSettings()
 {
     const QString where = QStringLiteral("FM,LoadFileUserSettings");
     if (!UserSettings) {
-        WriteLog(1, 0, QStringLiteral("User settings data not allocated!"), where);
+        farmLog(*this, 1, 0, QStringLiteral("User settings data not allocated!"), where);
         return false;
     }
     const QString folder = CfgGlobalPath.toQString();
@@ -28,7 +31,7 @@ bool __FM::LoadFileUserSettings()
         path = folder + QStringLiteral("users.dat");
         old = true;
     }
-    WriteLog(4, 0, path + QStringLiteral("   loading..."), where);
+    farmLog(*this, 4, 0, path + QStringLiteral("   loading..."), where);
 
     const int64_t time = fileTime(path);
     if (time <= UserSettings->LastFileTime.t) return true;
@@ -36,40 +39,40 @@ bool __FM::LoadFileUserSettings()
     const qint64 want = old ? Users60FileSize : UsersFileSize;
     QFile file(path);
     if (file.size() != want) {
-        WriteLog(1, 0, old ? QStringLiteral("users.dat has wrong file size!") : path + QStringLiteral(" has wrong file size!"),
+        farmLog(*this, 1, 0, old ? QStringLiteral("users.dat has wrong file size!") : path + QStringLiteral(" has wrong file size!"),
                  where);
         return false;
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        WriteLog(1, 0, QStringLiteral("Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(), where);
+        farmLog(*this, 1, 0, QStringLiteral("Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(), where);
         return false;
     }
     const QByteArray bytes = file.read(want + 1);
     if (bytes.size() != want) {
-        WriteLog(1, 0, QStringLiteral("Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(), where);
+        farmLog(*this, 1, 0, QStringLiteral("Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(), where);
         return false;
     }
     const auto r = old ? UserSettings->loadFromBytes60(bytes.constData(), bytes.size())
                        : UserSettings->loadFromBytes(bytes.constData(), bytes.size());
     if (r == _fmgUserSettingsList::LoadCorrupted) {
-        WriteLog(1, 0, path + QStringLiteral(" data is corrupted!"), where);
+        farmLog(*this, 1, 0, path + QStringLiteral(" data is corrupted!"), where);
         return false;
     }
     if (r != _fmgUserSettingsList::LoadOk) {
-        WriteLog(1, 0, path + QStringLiteral(" has wrong file size!"), where);
+        farmLog(*this, 1, 0, path + QStringLiteral(" has wrong file size!"), where);
         return false;
     }
     UserSettings->LastFileTime.t = time;
-    WriteLog(4, 0, path + QStringLiteral("   loaded"), where);
+    farmLog(*this, 4, 0, path + QStringLiteral("   loaded"), where);
     return true;
 }
 
 bool __FM::SaveFileUserSettings()
 {
     const QString where = QStringLiteral("FM,SaveFileUserSettings");
-    WriteLog(4, 0, QStringLiteral("users7.dat   writing..."), where);
+    farmLog(*this, 4, 0, QStringLiteral("users7.dat   writing..."), where);
     if (!UserSettings) {
-        WriteLog(1, 0, QStringLiteral("User settings data not allocated!"), where);
+        farmLog(*this, 1, 0, QStringLiteral("User settings data not allocated!"), where);
         return false;
     }
     const QString path = CfgGlobalPath.toQString() + QStringLiteral("users7.dat");
@@ -77,15 +80,15 @@ bool __FM::SaveFileUserSettings()
     // Written beside the file and renamed over it: a failed write leaves the old table.
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
-        WriteLog(1, 0, QStringLiteral("Unable to open 'users7.dat' !; ") + file.errorString(), where);
+        farmLog(*this, 1, 0, QStringLiteral("Unable to open 'users7.dat' !; ") + file.errorString(), where);
         return false;
     }
     if (file.write(bytes) != bytes.size() || !file.commit()) {
-        WriteLog(1, 0, QStringLiteral("Unable to write 'users7.dat' !; ") + file.errorString(), where);
+        farmLog(*this, 1, 0, QStringLiteral("Unable to write 'users7.dat' !; ") + file.errorString(), where);
         return false;
     }
     UserSettings->LastFileTime.t = fileTime(path);
-    WriteLog(4, 0, QStringLiteral("users.dat   written"), where);
+    farmLog(*this, 4, 0, QStringLiteral("users.dat   written"), where);
     return true;
 }
 

@@ -1,11 +1,20 @@
 #include "farm/fmclient.h"
 
 #include "app/fm.h"
+#include "farm/fmclientlog.h"
 
 #include <cmath>
 #include <cstring>
 
 namespace fmC {
+
+FarmLogTap farmLogTap = nullptr;
+
+void farmLog(__FM& fm, int level, int flags, const QString& text, const QString& where)
+{
+    if (farmLogTap) farmLogTap(level, text, where);
+    fm.WriteLog(level, flags, text, where);
+}
 
 int _ClientStatus2SortID(const signed char& status)
 {
@@ -48,7 +57,7 @@ void _ClientStatusThread::setJobID(__FM& app, const int& thread, const unsigned 
     if (JobID == id) return;
     JobID = id;
     if (log || logAlways)
-        app.WriteLog(3, 0,
+        farmLog(app, 3, 0,
                      QStringLiteral("Set new Job ID ") + jobIDText(id) + QStringLiteral("  ") + QString::number(id) +
                          QStringLiteral(" for thread ") + QString::number(thread) + QStringLiteral(" ") + reason,
                      QStringLiteral("Client,setJobID"));
