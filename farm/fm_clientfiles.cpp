@@ -15,6 +15,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QSysInfo>
@@ -411,8 +412,16 @@ bool __FM::LoadFileClient(fmC::_Client& client, bool onlyListNo)
     QSettings file(TempClientsPath, QSettings::IniFormat);
     if (!readStatusOk(*this, file, QStringLiteral("clients.ini"), where)) return false;
 
+    // Machine names are compared without regard to case; the section may be spelt otherwise.
     std::unique_ptr<_Client> read(new _Client);
     read->Status.Name = client.Status.Name;
+    const QString wanted = client.Status.Name.toQString();
+    const QStringList sections = file.childGroups();
+    for (const QString& sec : sections)
+        if (sec.compare(wanted, Qt::CaseInsensitive) == 0) {
+            read->Status.Name.set(sec);
+            break;
+        }
     const bool ok = read->ReadClientCfg(file, onlyListNo);
     if (!ok) farmLog(*this, 1, 0, QStringLiteral("Unable to load config of client ") + client.Status.Name.toQString(), where);
     if (onlyListNo) client.ListNo = read->ListNo;
@@ -472,9 +481,14 @@ static bool saveClients(__FM& fm, _Client* one)
             farmLog(fm, 1, 0, path + QStringLiteral(" is read-only!"), where);
             return false;
         }
-        auto writeOne = [&file](const _Client& c) {
+        // A section of the same machine spelt in another case is replaced, not doubled.
+        QHash<QString, QString> sections; // lower case -> as spelt in the file
+        for (const QString& sec : file.childGroups()) sections.insert(sec.toLower(), sec);
+        auto writeOne = [&file, &sections](const _Client& c) {
             const QString name = c.Status.Name.toQString();
             if (name.isEmpty() || name.compare(QLatin1String(ReservedClientName), Qt::CaseInsensitive) == 0) return;
+            const QString spelt = sections.value(name.toLower());
+            if (!spelt.isEmpty() && spelt != name) file.remove(spelt);
             c.WriteClientCfg(file, true, true);
         };
         if (one) writeOne(*one);

@@ -2,3 +2,4 @@
 fm_add_test(NAME tst_fmclient SOURCES farm/tst_fmclient.cpp)
 fm_add_test(NAME tst_fmclientlist SOURCES farm/tst_fmclientlist.cpp)
 fm_add_test(NAME tst_fmusers SOURCES farm/tst_fmusers.cpp)
+fm_add_test(NAME tst_fmclientfiles SOURCES farm/tst_fmclientfiles.cpp)
