@@ -1,9 +1,9 @@
 // One call, WriteLog, serves all reporting: format one line, keep it for the log file and, where
 // allowed, show it to the user.
 #include "app/fm.h"
-#include "app/fmapptext.h"
 #include "app/fmlogfile.h"
 #include "farm/fmgconfig.h"
+#include "foundation/fmtextcodec.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -46,9 +46,9 @@ void __FMSDK::WriteLog(int level, int flags, const QString& text, const QString&
 
 void __FMSDK::FormatLogMessage(int level, int flags, QString text, const QString& where, QString& out)
 {
-    text = fmAppText::toFMUTF8(text);
+    text = fmToFMUTF8(text, false);
     out.clear();
-    if (!(flags & fmLog_NoTime)) out = fmAppText::timeAsString(fmTime_t::CurrentTime()) + QLatin1Char('|');
+    if (!(flags & fmLog_NoTime)) out = fmTime_t(true).asString() + QLatin1Char('|');
 
     const bool inRange = cfg && level >= 0 && level < 25;
     const bool showPlace = level <= 1 || (inRange && cfg->LogLevel[16]);

@@ -44,6 +44,9 @@ public:
     // Writes the buffer out; nothing when the lock is not got within 5000 ms.
     void flush();
 
+    // Drops the lines that wait in the buffer.
+    void discard();
+
     // The buffer's text (for a window that shows the log), under the lock.
     QByteArray bufferText();
 

@@ -1,5 +1,6 @@
 #include "app/fm.h"
 #include "app/fmpaths.h"
+#include "farm/fmgconfig.h"
 #include "fmtestroot.h"
 
 #include <QDir>
@@ -26,8 +27,6 @@ class tst_fmpaths : public QObject
 {
     Q_OBJECT
 private slots:
-    void dirName_data();
-    void dirName();
     void validRoot_data();
     void validRoot();
     void searchFromExecutable_data();
@@ -43,30 +42,13 @@ private slots:
     void convertSingle_data();
     void convertSingle();
     void convertClampsRows();
+    void convertThroughConfig();
     void pdToOS();
     void localPath();
+    void serverConnectName_data();
+    void serverConnectName();
     void checkAllPaths();
 };
-
-// Going up one folder: a wrong cut would make the two- and five-levels-up search miss the root.
-void tst_fmpaths::dirName_data()
-{
-    QTest::addColumn<QString>("in");
-    QTest::addColumn<QString>("out");
-    QTest::newRow("file") << "/r/bin/lx/tool" << "/r/bin/lx/";
-    QTest::newRow("folder") << "/r/bin/lx/" << "/r/bin/";
-    QTest::newRow("top") << "/r/" << "/";
-    QTest::newRow("slash only") << "/" << "";
-    QTest::newRow("no slash") << "tool" << "";
-    QTest::newRow("empty") << "" << "";
-}
-
-void tst_fmpaths::dirName()
-{
-    QFETCH(QString, in);
-    QFETCH(QString, out);
-    QCOMPARE(fmAppDirName(in), out);
-}
 
 // Each marker alone makes a root, including the "_release" twin of a "_debug" name.
 void tst_fmpaths::validRoot_data()
@@ -324,13 +306,13 @@ namespace {
 
 struct Table
 {
-    fmOSConversionRow rows[61];
+    _fmgOSConversion rows[61];
     Table()
     {
         auto set = [this](int r, const char* win, const char* lx, const char* mac) {
-            rows[r][1] = win;
-            rows[r][2] = lx;
-            rows[r][3] = mac;
+            rows[r].Path[1] = win;
+            rows[r].Path[2] = lx;
+            rows[r].Path[3] = mac;
         };
         set(0, "\\\\srv\\proj", "/mnt/proj", "/Volumes/proj");
         set(1, "X:\\", "/x/", "/Volumes/x/");
@@ -366,6 +348,17 @@ void tst_fmpaths::convertClampsRows()
     QCOMPARE(path, QStringLiteral("/a"));
 }
 
+// The configuration's table is walked to its 60th row.
+void tst_fmpaths::convertThroughConfig()
+{
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    sdk.cfg->OSConversion[59].Path[_fmOS_Windows] = "P:\\";
+    sdk.cfg->OSConversion[59].Path[_fmOS_Linux] = "/mnt/p/";
+    QString path = QStringLiteral("p:\\shots\\a.exr");
+    ConvertPathsToOS_Single(path, _fmOS_Windows, _fmOS_Linux, sdk, false);
+    QCOMPARE(path, QStringLiteral("/mnt/p/shots/a.exr"));
+}
+
 // Separator conversion in every form.
 void tst_fmpaths::pdToOS()
 {
@@ -390,6 +383,40 @@ void tst_fmpaths::localPath()
     QVERIFY(fm.setLocalPath(nullptr));
     QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/data/local/"));
     QVERIFY(!fm.setLocalPath(""));
+}
+
+// Which configured name the farm's server is reached by: backup first when asked and set, an
+// address only when "nUseServerIP" is on and the address is set.
+void tst_fmpaths::serverConnectName_data()
+{
+    QTest::addColumn<bool>("useIP");
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("backupName");
+    QTest::addColumn<bool>("backup");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("name") << false << "10.0.0.1" << "BACK" << false << "SRV";
+    QTest::newRow("address") << true << "10.0.0.1" << "BACK" << false << "10.0.0.1";
+    QTest::newRow("address not set") << true << "" << "" << false << "SRV";
+    QTest::newRow("backup name") << false << "10.0.0.1" << "BACK" << true << "BACK";
+    QTest::newRow("backup address") << true << "10.0.0.1" << "BACK" << true << "10.0.0.9";
+    QTest::newRow("no backup set") << false << "" << "" << true << "SRV";
+}
+
+void tst_fmpaths::serverConnectName()
+{
+    QFETCH(bool, useIP);
+    QFETCH(QString, ip);
+    QFETCH(QString, backupName);
+    QFETCH(bool, backup);
+    QFETCH(QString, expected);
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    QVERIFY(sdk.cfgGetB("nUseServerIP") && sdk.cfgGetS("nServerName"));
+    *sdk.cfgGetB("nUseServerIP") = useIP;
+    *sdk.cfgGetS("nServerName") = "SRV";
+    *sdk.cfgGetS("nServerIP1") = ip;
+    *sdk.cfgGetS("nBackupServerName") = backupName;
+    *sdk.cfgGetS("nBackupServerIP1") = "10.0.0.9";
+    QCOMPARE(sdk.getServerConnectName(backup).toQString(), expected);
 }
 
 // CheckAllfmPaths makes the five shared folders (not history_db) and fails when one can't be made.
