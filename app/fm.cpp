@@ -1,5 +1,7 @@
 #include "app/fm.h"
 
+#include "farm/fmcmd.h"
+
 #include "app/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
@@ -42,6 +44,15 @@ __FM::__FM(bool consoleApp, fm_AppType type, const QString& appName, bool noUILo
     Mutex = new QMutex;
     MainThread = QThread::currentThread();
     createFarmTables();
+    // What the remote commands need of this object; they reach it through the first instance.
+    // Hooks a caller set before are kept.
+    _fmcmdHooks& hooks = fmcmdHooks();
+    if (!hooks.clientName)
+        hooks.clientName = [](const short& client) { return First ? First->getClientName(client) : QString(); };
+    if (!hooks.flushLog)
+        hooks.flushLog = [] {
+            if (First && First->Log) First->Log->flush();
+        };
 }
 
 __FM::~__FM()

@@ -14,6 +14,7 @@ class _ClientList;
 class _ClientGroupList;
 } // namespace fmC
 class _fmgUserSettingsList;
+struct _FMCommands;
 
 // What the user and the configuration chose for the application's style: read in SetupCfg from
 // "UIcolor", "FontLx", "FontLxSmall" and the theme options of the command line, then handed to
@@ -94,6 +95,11 @@ public:
     bool LoadFileUserSettings();
     bool SaveFileUserSettings();
     QString getUserName(const int& id, bool byUniqueID);
+    // Name of the client with that index in the client table; empty when there is none.
+    QString getClientName(const int& index) const;
+
+    // Carries out a remote command that `client` sent (defined with the remote commands).
+    void executeFMCommand(const _FMCommands& command, const short& client);
 
 signals:
     void signalLogUI(int level, int flags, const QString& text, const QString& where);

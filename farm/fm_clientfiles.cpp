@@ -603,3 +603,9 @@ bool __FM::SaveFileClientGroups()
     farmLog(*this, 4, 0, QStringLiteral("clientgroups.ini   written"), where);
     return true;
 }
+
+QString __FM::getClientName(const int& index) const
+{
+    if (!ClientList || index < 0 || index >= ClientList->count()) return QString();
+    return ClientList->Clients[index].Status.Name.toQString();
+}

@@ -117,3 +117,8 @@ void fmExecuteFMCommand(__FM& fm, const _FMCommands& command, const short& clien
     // Code 19 lands here too, after its value was set.
     fm.WriteLog(1, 0, QStringLiteral("unsupported fmCommand"), where);
 }
+
+void __FM::executeFMCommand(const _FMCommands& command, const short& client)
+{
+    fmExecuteFMCommand(*this, command, client);
+}
