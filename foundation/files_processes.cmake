@@ -1,2 +1,4 @@
 target_sources(fmcore PRIVATE
+  foundation/fmfile.h
+  foundation/fmfile.cpp
 )
