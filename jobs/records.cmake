@@ -1,2 +1,5 @@
 target_sources(fmcore PRIVATE
+  jobs/fmjobid.h
+  jobs/fmjob.h
+  jobs/fmjobhistory.h
 )
