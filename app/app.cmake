@@ -1,8 +1,15 @@
 target_sources(fmcore PRIVATE
   app/fmglobal.h
   app/fmglobal.cpp
+  app/fmapptext.h
+  app/fmapptext.cpp
   app/fmsdk.h
   app/fmsdk.cpp
+  app/fmpaths.h
+  app/fmpaths.cpp
+  app/fmlogfile.h
+  app/fmlogfile.cpp
+  app/fmlog.cpp
   app/fm.h
   app/fm.cpp
 )
