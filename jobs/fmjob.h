@@ -566,6 +566,11 @@ struct _JobSettingsSend
 
 constexpr int JobCommandSend_MaxIDs = 7500;
 
+// Frames of a sequence: truncate((end - start) / step + 1), times imageChannelCount if that is
+// at least 1. Saturates to the int range; NaN gives 0. `framesPerPass` (if not null) gets the
+// first factor.
+int jobFramesTotal(double seqStart, double seqEnd, double seqStep, int imageChannelCount, int32_t* framesPerPass);
+
 } // namespace fmJ
 
 // Layout pins. offsetof on the derived layers is well defined here (no virtual bases, one
