@@ -7,7 +7,7 @@
 // Common CRC-32 (polynomial 0x04C11DB7 reflected, initial 0xFFFFFFFF, final complement).
 // 0 for n = 0. "123456789" gives 0xCBF43926.
 unsigned fmCRCCalc(const unsigned char* p, const unsigned& n);
-// The table is built at compile time; kept as a call so that old start-up code still has it.
+// Nothing to build any more (the tables are fixed at compile time); kept for start-up code that calls it.
 void fmCRCInitialize();
 // Feeds n bytes into a running value; the initial value and the final complement are the caller's.
 void fmCRCPartial(unsigned* crc, const unsigned char* p, unsigned n);

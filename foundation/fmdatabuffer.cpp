@@ -423,6 +423,12 @@ int _FM_DataBuffer::LoadFromFile(const fmDataBufferPath& path, const bool& magic
     if (!fileExists(name)) return fmDB_FileMissing;
     FILE* f = std::fopen(name.constData(), "rb");
     if (!f) return fmDB_SystemError;
+    struct stat st;
+    if (::fstat(fileno(f), &st) == 0 && S_ISDIR(st.st_mode)) { // opens, but can't be read
+        std::fclose(f);
+        errno = EISDIR;
+        return fmDB_SystemError;
+    }
     int r = 0;
     if (magic) {
         char m[kMagicSize];
@@ -533,6 +539,7 @@ bool _FM_DataBuffer::LoadFromFileCompressed(const fmDataBufferPath& path, bool r
     }
     auto fail = [&](int code) {
         Error = code;
+        if (code == Z_ERRNO) SysErrno = errno;
         gzclose(gz);
         return false;
     };
@@ -646,6 +653,7 @@ bool _FM_DataBuffer::LoadGzipFile(const fmDataBufferPath& path, const unsigned& 
         const int64_t r = gzReadAll(gz, Data + total, step);
         if (r < 0) {
             Error = gzFailCode(gz);
+            if (Error == Z_ERRNO) SysErrno = errno;
             gzclose(gz);
             return false;
         }
@@ -706,7 +714,7 @@ bool _FM_DataBuffer::chunkzipStart(z_stream& s, int size)
 
 bool _FM_DataBuffer::chunkzipAdd(z_stream& s, unsigned char* p, int n, bool last)
 {
-    if (n < 0 || (!p && n > 0)) return false;
+    if (n < 0 || (!p && n > 0) || !Data || DataSize < 0 || DataSize > Capacity) return false;
     // Room for the worst case of this call: regrow once by half when twice the input doesn't fit.
     auto grow = [&]() {
         if (3 * int64_t(Capacity) + 1 > 0x60000002) return false;

@@ -10,7 +10,7 @@ cmake --build build-fuzz -j "$(nproc)"
 mkdir -p build-fuzz/corpus
 status=0
 for t in build-fuzz/fuzz/fuzz_*; do
-  [ -x "$t" ] || continue
+  [ -f "$t" ] && [ -x "$t" ] || continue   # skip the automoc folders beside the executables
   name=$(basename "$t")
   mkdir -p "build-fuzz/corpus/$name"
   seeds=""
