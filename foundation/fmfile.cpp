@@ -438,8 +438,13 @@ bool forEntries(const QString& folder, F fn)
     fmDirListing dl;
     if (!dl.init(folder, false, true, true, false)) return false;
     bool ok = true;
-    while (dl.nextFile())
-        if (!fn(enc(dl.dirFileName()))) ok = false;
+    while (dl.nextFile()) {
+        const QByteArray p = enc(dl.dirFileName());
+        // chmod and chown follow links: a link on the share must not open its target to everyone.
+        struct stat st;
+        if (::lstat(p.constData(), &st) != 0 || S_ISLNK(st.st_mode)) continue;
+        if (!fn(p)) ok = false;
+    }
     return ok;
 }
 } // namespace
@@ -542,6 +547,7 @@ bool fmDirListing::init(QString folder, const bool& sorted, const bool& withDirs
             if (folder.isEmpty()) folder = QStringLiteral("./");
         }
     }
+    FilterBytes = enc(FilterPattern);
     if (folder.isEmpty()) return false;
     if (!folder.endsWith(QLatin1Char('/'))) folder += QLatin1Char('/');
     FolderPD = folder;
@@ -588,7 +594,7 @@ bool fmDirListing::passes(const QString& name) const
             }
         if (!any) return false;
     }
-    if (!FilterPattern.isEmpty() && ::fnmatch(enc(FilterPattern).constData(), enc(name).constData(), 0) != 0)
+    if (!FilterBytes.isEmpty() && ::fnmatch(FilterBytes.constData(), enc(name).constData(), 0) != 0)
         return false;
     return true;
 }

@@ -174,7 +174,8 @@ public:
     bool fileTime(fmTime_t& time);
     long long fileSize();
     fmTime_t fileTime();
-    // Keeps only names with this end (case-insensitive); several calls add alternatives.
+    // Keeps only names with this end (case-insensitive); several calls add alternatives. Filters
+    // may be added before init and stay over init and close.
     void addEndsWithFilter(const QString& end);
     void clearEndsWithFilters();
     // Loads time and size of the current entry into the cache (by stat unless already there).
@@ -204,6 +205,7 @@ private:
         int64_t Time = 0;
     };
     QStringList EndsWith;
+    QByteArray FilterBytes; // FilterPattern in the system's encoding, for fnmatch
     std::vector<CacheEntry> Cache;
     bool Sorted = false;
     bool WithHidden = true;

@@ -335,16 +335,18 @@ private slots:
         QTest::addColumn<bool>("withDirs");
         QTest::addColumn<QStringList>("filters");
         QTest::addColumn<QString>("pattern");
+        QTest::addColumn<bool>("withStat");
         QTest::addColumn<QStringList>("expect"); // sorted for comparison; folders end in "/"
         const QStringList all{"B.DB", "__dir.db/", "a.db", "a.db61", "a.txt", "plain/"};
-        QTest::newRow("plain all") << false << true << QStringList() << "" << all;
-        QTest::newRow("sorted no dirs") << true << false << QStringList() << ""
+        QTest::newRow("plain all") << false << true << QStringList() << "" << false << all;
+        QTest::newRow("plain all cached") << false << true << QStringList() << "" << true << all;
+        QTest::newRow("sorted no dirs") << true << false << QStringList() << "" << true
                                         << QStringList{"B.DB", "a.db", "a.db61", "a.txt"};
-        QTest::newRow("filters") << true << false << QStringList{".db61", ".db"} << ""
+        QTest::newRow("filters") << true << false << QStringList{".db61", ".db"} << "" << false
                                  << QStringList{"B.DB", "a.db", "a.db61"};
-        QTest::newRow("filters dirs") << false << true << QStringList{".DB"} << ""
+        QTest::newRow("filters dirs") << false << true << QStringList{".DB"} << "" << false
                                       << QStringList{"B.DB", "__dir.db/", "a.db"};
-        QTest::newRow("wildcard") << false << true << QStringList() << "a.*" << QStringList{"a.db", "a.db61", "a.txt"};
+        QTest::newRow("wildcard") << false << true << QStringList() << "a.*" << false << QStringList{"a.db", "a.db61", "a.txt"};
     }
     void dirListing()
     {
@@ -352,6 +354,7 @@ private slots:
         QFETCH(bool, withDirs);
         QFETCH(QStringList, filters);
         QFETCH(QString, pattern);
+        QFETCH(bool, withStat);
         QFETCH(QStringList, expect);
         QTemporaryDir tmp;
         for (const char* n : {"a.db", "a.db61", "B.DB", "a.txt"}) writeFile(tmp.filePath(n), QByteArray(n));
@@ -359,7 +362,7 @@ private slots:
         QVERIFY(fmCreateFolder(tmp.filePath("__dir.db"), false));
         fmDirListing dl;
         for (const QString& f : filters) dl.addEndsWithFilter(f);
-        QVERIFY(dl.init(tmp.path() + "/" + pattern, sorted, withDirs, true, false));
+        QVERIFY(dl.init(tmp.path() + "/" + pattern, sorted, withDirs, true, withStat));
         QStringList got;
         while (dl.nextFile()) {
             QCOMPARE(dl.dirFileName(), tmp.path() + "/" + dl.fileName());
