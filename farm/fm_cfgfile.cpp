@@ -213,7 +213,8 @@ bool __FM::LoadFileCfg()
         WriteLog(0, 0, QStringLiteral("globalconfig.ini not found!"), QLatin1String(where));
         return false;
     }
-    if (cfg->LastFileTime.t >= mtime) return true; // unchanged since the last read
+    // Unchanged since the last read (0: never read, whatever the file's time).
+    if (cfg->LastFileTime.t != 0 && cfg->LastFileTime.t >= mtime) return true;
 
     if (QFileInfo(path).size() > kMaxCfgFileBytes) {
         WriteLog(0, 0, QStringLiteral("globalconfig.ini has wrong file format, file broken!"), QLatin1String(where));

@@ -39,7 +39,7 @@ enum _fmFMCommand : int32_t {
 //   4  4  Command
 //   8  2  ClientID: the sender's client number
 //  10  2  Reserved: 0
-#pragma pack(push, 1)
+// Natural alignment leaves no gaps.
 struct _FMCommands
 {
     int32_t UserID;
@@ -47,7 +47,6 @@ struct _FMCommands
     int16_t ClientID;
     int16_t Reserved;
 };
-#pragma pack(pop)
 static_assert(sizeof(_FMCommands) == 12);
 static_assert(offsetof(_FMCommands, Command) == 4);
 static_assert(offsetof(_FMCommands, ClientID) == 8);
