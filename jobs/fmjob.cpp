@@ -1,6 +1,5 @@
 #include "jobs/fmjob.h"
 
-#include <QDateTime>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>

@@ -13,9 +13,10 @@
 // CustomOptionCount, string Lengths) may hold anything. Readers clamp; raw copies keep the bytes.
 //
 // Alignment: the records are packed (alignment 1). Reading or writing a scalar member is fine;
-// do not bind a reference or typed pointer to a member wider than a byte (JobID, SeqStart,
-// DateSend, ...) and do not call member functions of fmTime_t members through the record: copy
-// the value out first (fmTime_t t = job.InfoChanged;).
+// do not bind a reference or typed pointer to a member wider than a byte (JobID, SeqStart, ...):
+// copy the value out first. Points in time are stored as fmTimePacked (the 8 bytes of fmTime_t
+// without its 8-byte alignment, which the offsets don't give): use `.t`, or convert
+// (fmTime_t t = job.InfoChanged;) before calling fmTime_t's functions.
 
 #include "app/fmglobal.h"
 #include "foundation/fmstring.h"
@@ -41,6 +42,30 @@ static_assert(sizeof(fmString<150>) == 306 && offsetof(fmString<150>, Length) ==
 static_assert(sizeof(fmString<250>) == 506);
 static_assert(sizeof(fmString8_evenSize<50>) == 54 && offsetof(fmString8_evenSize<50>, Length) == 52);
 static_assert(sizeof(fmString8_evenSize<100>) == 104);
+
+// A point in time inside a packed record: the same 8 bytes as fmTime_t (seconds since the epoch,
+// little-endian), with alignment 1 so that a field at any offset is accessed without UB.
+#pragma pack(push, 1)
+struct fmTimePacked
+{
+    int64_t t;
+
+    fmTimePacked() : t(0) {}
+    fmTimePacked(const fmTime_t& v) : t(v.t) {}
+    fmTimePacked& operator=(const fmTime_t& v)
+    {
+        t = v.t;
+        return *this;
+    }
+    operator fmTime_t() const
+    {
+        fmTime_t r;
+        r.t = t;
+        return r;
+    }
+};
+#pragma pack(pop)
+static_assert(sizeof(fmTimePacked) == sizeof(fmTime_t) && alignof(fmTimePacked) == 1);
 
 namespace fmJ {
 
@@ -82,7 +107,7 @@ struct _Error
     int16_t Who;   // client index or a negative code of another program
     int8_t Code;
     uint8_t Free;
-    fmTime_t Time; // at +4
+    fmTimePacked Time; // at +4
 };
 
 // One log entry of a job, 16 bytes. (A history record stores the fields in another order.)
@@ -255,7 +280,7 @@ struct _JobSubmitter : public _JobBasics
     fmString<25> CustomVersionName;
     fmString<50> CompanyProjectName;
     uint8_t Reserved25006[2];
-    fmTime_t DateSend;
+    fmTimePacked DateSend;
     uint8_t Color_ID;                       // 0 none, 1..7 a colour, 11..14 derive one
     uint8_t PreviewEnabled;
     uint16_t SeqDivMIN;                     // mirrored at SeqDivMINCurrent
@@ -279,7 +304,7 @@ struct _JobSubmitter : public _JobBasics
     fmString<150> SubmitterText150;         // carried
     uint8_t SubmitFlagC;
     uint8_t SubmitFlagD;
-    fmTime_t WaitForTime;                   // disabled until this time
+    fmTimePacked WaitForTime;                   // disabled until this time
     fmString<250> JobFilesFolder;           // absolute or below the root
     int8_t NumberPreview;                   // preview frames, 2..20 after a clear
     uint8_t Reserved48075[1];
@@ -328,24 +353,24 @@ struct _JobSave : public _JobSubmitter
     uint8_t Reserved63960[4];
     uint32_t AverageFrameTime;              // seconds
     uint8_t Reserved63968[4];
-    fmTime_t DateLastSegment;
-    fmTime_t InfoChanged;                   // time of the last change
-    fmTime_t DateStart;
+    fmTimePacked DateLastSegment;
+    fmTimePacked InfoChanged;                   // time of the last change
+    fmTimePacked DateStart;
     uint64_t ExecutionTime;                 // seconds from first to last frame
     uint64_t TotalPS;                       // render effort in PS
     float TotalGhzHours;                    // render effort in GHz hours
     uint32_t FramesDone;
     uint8_t Status;
     uint8_t Reserved64021[3];
-    fmTime_t DateFinished;
+    fmTimePacked DateFinished;
     uint8_t Reserved64032[2];
     uint16_t SeqDivMINCurrent;
     uint16_t SeqDivMAXCurrent;
     uint8_t Reserved64038[2];
-    fmTime_t DateFirstFrame;
+    fmTimePacked DateFirstFrame;
     int32_t PreviewFirstFrame;              // below 0: no preview frames yet
     int32_t PreviewFrameStep;
-    fmTime_t SaveTimes[20];
+    fmTimePacked SaveTimes[20];
     uint8_t Reserved64216[1244];
 
     _JobSave();
@@ -387,7 +412,7 @@ struct _JobSend : public _JobSave
     uint8_t Reserved65502[6];
     uint16_t FrameTimeSeconds;
     uint8_t Reserved65510[10];
-    fmTime_t SendTime65520;
+    fmTimePacked SendTime65520;
     uint16_t SendValue65528;
     uint8_t Reserved65530[7];
     uint8_t ServerOnly;                     // 0 or 1 (a byte, not a bool: files may hold any value)
@@ -479,7 +504,7 @@ struct _SettingsOnly
     fmString<150> SubmitterText150;     // at 3006
     uint8_t SubmitFlagD;                // at 3312
     uint8_t Reserved3313[7];
-    fmTime_t WaitForTime;               // at 3320
+    fmTimePacked WaitForTime;               // at 3320
     int8_t NumberPreview;               // at 3328
     uint8_t MaxCrashes;
     uint8_t Reserved3330[2];

@@ -30,7 +30,7 @@ struct _History_Error
     int16_t Who;
     int8_t Code;
     uint8_t Free;
-    fmTime_t Time; // at +4
+    fmTimePacked Time; // at +4
 
     _Error toNew() const;
 };
@@ -122,7 +122,7 @@ struct _jobsHistoryDB
     fmString<25> CustomVersionName;
     fmString<50> CompanyProjectName;
     uint8_t Reserved16034[2];
-    fmTime_t DateSend;
+    fmTimePacked DateSend;
     uint8_t Color_ID;
     uint8_t Reserved16045[3];
     _HistoryClientStat ClientStats[750];
@@ -137,7 +137,7 @@ struct _jobsHistoryDB
     uint64_t ExecutionTime;
     uint64_t TotalPS;
     float TotalGhzHours;
-    fmTime_t DateFinished;
+    fmTimePacked DateFinished;
     uint16_t FrameCounters[7];
     uint8_t Reserved34698[2];
     _JobFrameLog FrameLog[200];
@@ -232,7 +232,7 @@ struct _OLD61__jobsHistoryDB
     fmString<25> CustomSHotName;
     fmString<25> CustomVersionName;
     fmString<25> CompanyProjectName;
-    fmTime_t DateSend;
+    fmTimePacked DateSend;
     unsigned long long JobID;
     uint8_t Color_ID;
     uint8_t Reserved11053[3];
@@ -247,7 +247,7 @@ struct _OLD61__jobsHistoryDB
     _History_Log Log[750];
     uint64_t ExecutionTime;
     uint64_t TotalPS;
-    fmTime_t DateFinished;
+    fmTimePacked DateFinished;
     uint16_t FrameCounters[7];
     uint8_t Reserved26902[2];
     _JobFrameLog FrameLog[200];
@@ -329,7 +329,7 @@ struct _OLD62_jobsHistoryDB
     fmString<25> CustomSHotName;
     fmString<25> CustomVersionName;
     fmString<25> CompanyProjectName;
-    fmTime_t DateSend;
+    fmTimePacked DateSend;
     unsigned long long JobID;
     uint8_t Color_ID;
     uint8_t Reserved17581[3];
@@ -344,7 +344,7 @@ struct _OLD62_jobsHistoryDB
     _History_Log Log[750];
     uint64_t ExecutionTime;
     uint64_t TotalPS;
-    fmTime_t DateFinished;
+    fmTimePacked DateFinished;
     uint16_t FrameCounters[7];
     uint8_t Reserved36230[2];
     _JobFrameLog FrameLog[200];
@@ -427,7 +427,7 @@ struct _OLD627_jobsHistoryDB
     fmString<25> CustomSHotName;
     fmString<25> CustomVersionName;
     fmString<25> CompanyProjectName;
-    fmTime_t DateSend;
+    fmTimePacked DateSend;
     unsigned long long JobID;
     uint8_t Color_ID;
     uint8_t Reserved24973[3];
@@ -442,7 +442,7 @@ struct _OLD627_jobsHistoryDB
     _History_Log Log[750];
     uint64_t ExecutionTime;
     uint64_t TotalPS;
-    fmTime_t DateFinished;
+    fmTimePacked DateFinished;
     uint16_t FrameCounters[7];
     uint8_t Reserved43622[2];
     _JobFrameLog FrameLog[200];

@@ -32,7 +32,7 @@ void prependCoarse(IDDecomp& d, QString& s)
 }
 } // namespace
 
-void IDDecomp::fromID(const unsigned long long& id)
+void IDDecomp::fromID(unsigned long long id)
 {
     unsigned char b[8];
     const unsigned long long v = id;
@@ -81,7 +81,7 @@ void IDShort::fromIDDecomp(const IDDecomp& d)
     CoarseHigh = uint8_t((coarse >> 16) & 0xFF);
 }
 
-void IDShort::fromID(const unsigned long long& id)
+void IDShort::fromID(unsigned long long id)
 {
     IDDecomp d;
     d.fromID(id);
@@ -108,7 +108,7 @@ QString IDShort::str() const
     return d.str();
 }
 
-unsigned int ID2ShortID(const unsigned long long& id)
+unsigned int ID2ShortID(unsigned long long id)
 {
     const uint32_t stamp = uint32_t(id >> 24);
     const uint32_t coarse = stamp / 10000;
@@ -126,14 +126,14 @@ QString numberToStr(unsigned long long value, const int& maxDigits)
     return s;
 }
 
-QString ID2str(const unsigned long long& id)
+QString ID2str(unsigned long long id)
 {
     IDDecomp d;
     d.fromID(id);
     return d.str();
 }
 
-QString ID2strFull(const unsigned long long& id)
+QString ID2strFull(unsigned long long id)
 {
     IDDecomp d;
     d.fromID(id);

@@ -33,7 +33,7 @@ struct IDDecomp
     uint8_t Reserved;
 
     IDDecomp() : Counter(0), PartA(0), PartB(0), Stamp(0), Reserved(0) {}
-    void fromID(const unsigned long long& id);
+    void fromID(unsigned long long id);
     unsigned long long toID() const;
 
     // "{" + three signs of Stamp / 10000 + none, one or two counter letters + "}".
@@ -57,7 +57,7 @@ struct IDShort
     uint8_t CoarseHigh;
 
     IDShort() : Counter(0), CoarseLow(0), CoarseHigh(0) {}
-    void fromID(const unsigned long long& id);
+    void fromID(unsigned long long id);
     void fromIDDecomp(const IDDecomp& d);
     void fromInt32(unsigned int v);
     // CoarseHigh << 24 | CoarseLow << 8 | Counter.
@@ -72,14 +72,14 @@ static_assert(offsetof(IDShort, CoarseLow) == 1);
 static_assert(offsetof(IDShort, CoarseHigh) == 3);
 
 // The 32-bit short form of a JobID in one go: (Coarse << 8) | low byte. Equals IDShort::int32().
-unsigned int ID2ShortID(const unsigned long long& id);
+unsigned int ID2ShortID(unsigned long long id);
 
 // Base-36 digits of ID_letters, most significant first, at most maxDigits of them (the low ones).
 // Empty for maxDigits < 1; the value 0 gives "A".
 QString numberToStr(unsigned long long value, const int& maxDigits);
 
 // IDDecomp::str() / strFull() of a copy of the identifier.
-QString ID2str(const unsigned long long& id);
-QString ID2strFull(const unsigned long long& id);
+QString ID2str(unsigned long long id);
+QString ID2strFull(unsigned long long id);
 
 } // namespace fmJ
