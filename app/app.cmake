@@ -1,8 +1,6 @@
 target_sources(fmcore PRIVATE
   app/fmglobal.h
   app/fmglobal.cpp
-  app/fmapptext.h
-  app/fmapptext.cpp
   app/fmsdk.h
   app/fmsdk.cpp
   app/fmpaths.h

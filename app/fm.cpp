@@ -1,13 +1,12 @@
 #include "app/fm.h"
 
-#include "app/fmapptext.h"
 #include "app/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
+#include "foundation/fmfile.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QMutex>
@@ -18,32 +17,20 @@
 
 fmInstallStyleFn __FM::InstallStyleHook = nullptr;
 fmSplashMessageFn __FM::SplashMessageHook = nullptr;
+__FM* __FM::First = nullptr;
 
 namespace {
 
 const char* const kInitLine = "----- ----- ----- ----- ----- ----- ----- init cfg ----- ----- ----- ----- ----- ----- ----- ";
 const char* const kDoneLine = "----- ----- ----- ----- ----- ----- ----- init done ----- ----- ----- ----- ----- ----- ----- ";
 
-void setFolderRightsAll(const QString& path)
-{
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadUser |
-                                    QFile::WriteUser | QFile::ExeUser | QFile::ReadGroup | QFile::WriteGroup |
-                                    QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther);
-}
-
-// Makes the folder with all parents when it is missing; true when it stands afterwards.
+// Makes the folder with all parents when it is missing, then opens it to all; true when it stands.
 bool makeFolder(const QString& path, bool setRights)
 {
-    if (QFileInfo(path).isDir()) return true;
-    if (!QDir().mkpath(path)) return false;
-    if (setRights) setFolderRightsAll(path);
-    return QFileInfo(path).isDir();
-}
-
-QString stageTime(QElapsedTimer& timer)
-{
-    const qint64 ms = timer.restart();
-    return fmAppText::mill2s(int(ms & 0x7FFFFFFF)) + QLatin1String("ms");
+    if (fmDirectoryExists(path)) return true;
+    if (!fmCreateFolder(path, true)) return false;
+    if (setRights) fmSetFolderRights_ReadWriteAll(path.toLocal8Bit().constData(), true);
+    return fmDirectoryExists(path);
 }
 
 } // namespace
@@ -51,6 +38,7 @@ QString stageTime(QElapsedTimer& timer)
 __FM::__FM(bool consoleApp, fm_AppType type, const QString& appName, bool noUILog)
     : QObject(nullptr), __FMSDK(consoleApp, type, appName, noUILog)
 {
+    if (!First) First = this;
     Mutex = new QMutex;
     MainThread = QThread::currentThread();
     createFarmTables();
@@ -63,6 +51,7 @@ __FM::~__FM()
 
 void __FM::exitFM(bool)
 {
+    if (First == this) First = nullptr;
     if (!Mutex) return;
     deleteFarmTables();
     WriteLog(3, fmLog_NoMessageBox, QStringLiteral("Application Down"), QStringLiteral("Main"));
@@ -203,8 +192,8 @@ void __FM::installStyle()
 
 bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScreen* splash)
 {
-    QElapsedTimer whole;
-    QElapsedTimer stage;
+    fmTimer whole;
+    fmTimer stage;
     whole.start();
     stage.start();
     std::srand(unsigned(std::time(nullptr)));
@@ -235,7 +224,7 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
     SetAppSystemInfos();
     WriteLog(3, fmLog_NoMessageBox, QStringLiteral("    shared FM root is ") + RootPath.toQString(),
              QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - main files: ") + stageTime(stage),
+    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - main files: ") + stage.restartAndString(),
              QStringLiteral("FM,SetupCfg"));
 
     if (AppType != fm_AppType_None) {
@@ -248,7 +237,7 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
                 return false;
             }
         }
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - globalconfig: ") + stageTime(stage),
+        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - globalconfig: ") + stage.restartAndString(),
                  QStringLiteral("FM,SetupCfg"));
     }
 
@@ -267,7 +256,7 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
         if (!CheckLocalPath(nullptr)) return false;
     }
 
-    stage.restart();
+    stage.start();
     const int type = AppType;
     if (type != 0 && type != 2 && type != 5 && type != 8) {
         splashText("Loading Clients...");
@@ -277,18 +266,18 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
         }
         WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileClientGroups..."), QStringLiteral("SetupCfg"));
         LoadFileClientGroups();
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - LoadFileClientGroups: ") + stageTime(stage),
+        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - LoadFileClientGroups: ") + stage.restartAndString(),
                  QStringLiteral("FM,SetupCfg"));
     }
     if (type != 0 && type != 5 && type != 8) {
         splashText("Loading Users...");
         WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileUserSettings..."), QStringLiteral("SetupCfg"));
         LoadFileUserSettings();
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - LoadFileUserSettings: ") + stageTime(stage),
+        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - LoadFileUserSettings: ") + stage.restartAndString(),
                  QStringLiteral("FM,SetupCfg"));
     }
 
-    if (const int32_t off = fmAppText::testIfOffsetIsRight(false); off != 0)
+    if (const int off = fmTime_t::TestIfOfsetIsRight(false); off != 0)
         WriteLog(2, 0,
                  QStringLiteral("#########################################\nTime Offset is not right: %1  %2!\n"
                                 "#########################################")
@@ -296,11 +285,10 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
                      .arg(fmTime_t::fmTime_Start_OffSet),
                  QStringLiteral("FM,SetupCfg"));
     WriteLog(4, fmLog_NoMessageBox,
-             QStringLiteral("Time Zone %1").arg(fmAppText::sec2hms(fmTime_t::fmTime_Start_OffSet)),
+             QStringLiteral("Time Zone %1").arg(fmSec2hms(fmTime_t::fmTime_Start_OffSet)),
              QStringLiteral("FM,SetupCfg"));
     WriteLog(3, fmLog_NoMessageBox,
-             QStringLiteral("   time - all init:") + fmAppText::mill2s(int(whole.elapsed() & 0x7FFFFFFF)) +
-                 QLatin1String("ms"),
+             QStringLiteral("   time - all init:") + whole.restartAndString(),
              QStringLiteral("FM,SetupCfg"));
     WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   ") + AppTitle(false), QStringLiteral("FM,SetupCfg"));
     WriteLog(3, fmLog_NoMessageBox, QLatin1String(kDoneLine), QStringLiteral("FM,SetupCfg"));

@@ -62,6 +62,9 @@ public:
     fmStyleChoices StyleChoices;
     static fmInstallStyleFn InstallStyleHook;
     static fmSplashMessageFn SplashMessageHook;
+    // The program's global object (the first __FM built, during static initialisation); the
+    // toolkit's message handler reports through it.
+    static __FM* First;
 
     QObject* LogTextEdit = nullptr; // not owned; a text edit that shows the log buffer (none here)
     QMutex* Mutex = nullptr;        // owned

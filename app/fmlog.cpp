@@ -1,9 +1,9 @@
 // One call, WriteLog, serves all reporting: format one line, keep it for the log file and, where
 // allowed, show it to the user.
 #include "app/fm.h"
-#include "app/fmapptext.h"
 #include "app/fmlogfile.h"
 #include "farm/fmgconfig.h"
+#include "foundation/fmtextcodec.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -46,9 +46,9 @@ void __FMSDK::WriteLog(int level, int flags, const QString& text, const QString&
 
 void __FMSDK::FormatLogMessage(int level, int flags, QString text, const QString& where, QString& out)
 {
-    text = fmAppText::toFMUTF8(text);
+    text = fmToFMUTF8(text, false);
     out.clear();
-    if (!(flags & fmLog_NoTime)) out = fmAppText::timeAsString(fmTime_t::CurrentTime()) + QLatin1Char('|');
+    if (!(flags & fmLog_NoTime)) out = fmTime_t(true).asString() + QLatin1Char('|');
 
     const bool inRange = cfg && level >= 0 && level < 25;
     const bool showPlace = level <= 1 || (inRange && cfg->LogLevel[16]);
@@ -192,23 +192,24 @@ void FMMessageOutput(QtMsgType type, const QMessageLogContext&, const QString& m
     case QtFatalMsg: level = 0; break;
     default: level = 19; break;
     }
-    if (!FM.logLevelOn(level)) return;
+    __FM* fm = __FM::First;
+    if (!fm || !fm->logLevelOn(level)) return;
     QString line;
-    FM.FormatLogMessage(level, 0, msg, QStringLiteral("-"), line);
-    FM.LogFileWrite(level, 0, msg, QStringLiteral("-"));
-    if (FM.Log) FM.Log->flush();
+    fm->FormatLogMessage(level, 0, msg, QStringLiteral("-"), line);
+    fm->LogFileWrite(level, 0, msg, QStringLiteral("-"));
+    if (fm->Log) fm->Log->flush();
 
-    if (FM.App.ServiceMode || inside) return;
+    if (fm->App.ServiceMode || inside) return;
     QCoreApplication* app = QCoreApplication::instance();
     if (!app || QThread::currentThread() != app->thread()) return;
-    if (FM.ConsoleApp) {
+    if (fm->ConsoleApp) {
         const QByteArray bytes = line.toLatin1() + '\n';
         std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
         std::fflush(stdout);
         return;
     }
-    if (FM.LogTextEdit) {
-        FM.TransferLogBufferToTextEdit();
+    if (fm->LogTextEdit) {
+        fm->TransferLogBufferToTextEdit();
         return;
     }
     line.replace(QLatin1Char(';'), QLatin1String(".\n"));

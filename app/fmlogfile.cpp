@@ -1,6 +1,7 @@
 #include "app/fmlogfile.h"
 
-#include "app/fmapptext.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmprocess.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,12 +14,6 @@
 namespace {
 
 constexpr int kLockWaitMs = 5000;
-
-void setReadWriteAll(const QString& path)
-{
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser |
-                                    QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther);
-}
 
 } // namespace
 
@@ -68,6 +63,14 @@ void fmLogfile::flush()
     Lock->unlock();
 }
 
+void fmLogfile::discard()
+{
+    if (!Lock->tryLock(kLockWaitMs)) return;
+    BufferUsed = 0;
+    Buffer[0] = 0;
+    Lock->unlock();
+}
+
 QByteArray fmLogfile::bufferText()
 {
     if (!Lock->tryLock(kLockWaitMs)) return QByteArray();
@@ -108,20 +111,18 @@ void fmLogfile::flush_p()
     if (!SecondFileName.isEmpty()) writetoLogFile(SecondFileName.toQString(), false, false, 0);
     BufferUsed = 0;
     Buffer[0] = 0;
-    if (!PendingSelfError.isEmpty()) {
-        const QByteArray line = PendingSelfError;
-        PendingSelfError.clear();
-        addLog_p(line.constData(), int(line.size()), false);
-    }
+    // During an outage the statement leads the buffer again after every failed flush, so that
+    // it reaches the file once it works.
+    if (LastError.t != 0 && !PendingSelfError.isEmpty())
+        addLog_p(PendingSelfError.constData(), int(PendingSelfError.size()), false);
 }
 
 bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool reportErrors, int offset)
 {
     if (path.isEmpty()) return false;
     if (BufferUsed - offset < 1) return true;
-    const QFileInfo info(path);
-    const bool exists = info.exists();
-    const qint64 size = exists ? info.size() : 0;
+    long long size = 0;
+    const bool exists = fmFileExists(path, nullptr, &size);
     if (updateTime) LastFlush.SetCurrentTime();
 
     QFile file(path);
@@ -132,14 +133,14 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
         if (!opened) {
             if (LastError.t == 0 && reportErrors) {
                 LastError.SetCurrentTime();
-                if (info.absoluteDir().exists())
+                if (fmDirectoryExists(GetDirName(path, '/')))
                     addSelfError("Log folder was found, but unable to write logfile '" + path + "'", true, err);
                 else
                     addSelfError("Log folder was NOT found, unable to write logfile '" + path + "'", true, err);
             }
             return false;
         }
-        setReadWriteAll(path);
+        fmSetFileRights_ReadWriteAll(path.toLocal8Bit().constData());
     } else {
         if (size > MaxFileSize && AllowTrim) trimLogFile(path, size);
         opened = file.open(QIODevice::Append);
@@ -154,6 +155,7 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
     }
     if (reportErrors && LastError.t != 0) {
         LastError.t = 0;
+        PendingSelfError.clear();
         addSelfError(QStringLiteral("Logfile is working again."), false, 0);
     }
     file.write(Buffer + offset, BufferUsed - offset);
@@ -180,8 +182,12 @@ void fmLogfile::trimLogFile(const QString& path, qint64 size)
 
 void fmLogfile::addSelfError(const QString& text, bool withOsError, int osError)
 {
-    QByteArray line = fmAppText::timeAsFM8String(fmTime_t::CurrentTime()) + " LOGFILE ERROR: " + text.toLatin1();
-    if (withOsError) line += " - " + QByteArray(std::strerror(osError));
+    const fmString8_evenSize<250> now = fmTime_t(true).asFM8String();
+    QByteArray line = QByteArray(now.Data, now.len()) + " LOGFILE ERROR: " + text.toLatin1();
+    if (withOsError) {
+        const fmString8_evenSize<500> os = fmLastOSError8(osError);
+        line += " - " + QByteArray(os.Data, os.len());
+    }
     if (line.size() > 500) line.truncate(500);
     // A failed flush empties the buffer afterwards; the statement waits for the next lines.
     if (LastError.t != 0) PendingSelfError = line;
@@ -199,5 +205,5 @@ void writeToLogFile(const fmString8_evenSize<250>& file, fmString8_evenSize<1000
     f.write(text.Data, text.len());
     if (appendNewline) f.write("\n", 1);
     f.close();
-    if (!existed && setRights) setReadWriteAll(path);
+    if (!existed && setRights) fmSetFileRights_ReadWriteAll(path.toLocal8Bit().constData());
 }

@@ -44,6 +44,9 @@ public:
     // Writes the buffer out; nothing when the lock is not got within 5000 ms.
     void flush();
 
+    // Drops the lines that wait in the buffer.
+    void discard();
+
     // The buffer's text (for a window that shows the log), under the lock.
     QByteArray bufferText();
 
@@ -54,7 +57,7 @@ private:
     void trimLogFile(const QString& path, qint64 size);
     void addSelfError(const QString& text, bool withOsError, int osError);
 
-    QByteArray PendingSelfError; // stated after the failed flush emptied the buffer
+    QByteArray PendingSelfError; // the outage statement, kept until the file works again
 };
 
 // Appends one line to any file, with no buffer.

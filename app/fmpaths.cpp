@@ -1,8 +1,10 @@
 // Root search, derived folders and path mapping.
 #include "app/fmpaths.h"
 
-#include "app/fmapptext.h"
 #include "app/fmsdk.h"
+#include "farm/fmgconfig.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmtextcodec.h"
 
 #include <QDir>
 #include <QFile>
@@ -32,11 +34,11 @@ bool validRootAsIs(const QString& root)
 
 QString up(QString path, int times)
 {
-    for (int i = 0; i < times && !path.isEmpty(); ++i) path = fmAppDirName(path);
+    for (int i = 0; i < times && !path.isEmpty(); ++i) path = GetDirName(path, '/');
     return path;
 }
 
-QString argText(char** argv, int i) { return fmAppText::fromXml(QString::fromLocal8Bit(argv[i])); }
+QString argText(char** argv, int i) { return fromXmlString(QString::fromLocal8Bit(argv[i])); }
 
 QString withSlash(const QString& path)
 {
@@ -53,16 +55,6 @@ bool IsValidFM_Root(const QString& root)
     QString release = root;
     release.replace(QLatin1String("_debug"), QLatin1String("_release"));
     return release != root && validRootAsIs(release);
-}
-
-QString fmAppDirName(const QString& path)
-{
-    qsizetype end = path.size();
-    if (end > 0 && path.at(end - 1) == QLatin1Char('/')) --end;
-    if (end <= 0) return QString();
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'), end - 1);
-    if (slash < 0) return QString();
-    return path.left(slash + 1);
 }
 
 QString fmApplicationPath(const char* argv0)
@@ -88,7 +80,7 @@ QString fmApplicationPath(const char* argv0)
         }
     }
     if (exe.isEmpty()) return QString();
-    return fmAppDirName(QFile::decodeName(exe));
+    return GetDirName(QFile::decodeName(exe), '/');
 }
 
 void fmApplicationPath(fmString8_evenSize<250>& out, char* argv0)
@@ -131,16 +123,16 @@ QString fmGetUncPath(QString path) { return fmConvertPDToOS(path); }
 
 bool fmIsRootpath(const QString& path) { return path.size() < 2; }
 
-void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const fmOSConversionRow* rows, int rowCount,
+void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const _fmgOSConversion* rows, int rowCount,
                              bool force)
 {
     const bool columnsOk = from >= 0 && from <= 3 && to >= 0 && to <= 3;
     if ((from != to || force) && columnsOk) {
         if (force) path = fmConvertPDToOS(path, from);
-        const int n = rows ? qBound(0, rowCount, 60) : 0;
+        const int n = rows ? qBound(0, rowCount, int(_fmgConfig::OSConversionCount)) : 0;
         for (int r = 0; r < n; ++r) {
-            const QString a = rows[r][from].toQString();
-            const QString b = rows[r][to].toQString();
+            const QString a = rows[r].Path[from].toQString();
+            const QString b = rows[r].Path[to].toQString();
             if (a.isEmpty() || b.isEmpty()) continue;
             if (path.startsWith(a, Qt::CaseInsensitive)) path = b + path.mid(a.size());
         }
@@ -152,16 +144,8 @@ void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const fmOSConv
 
 void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, __FMSDK& sdk, bool force)
 {
-    int count = 0;
-    const fmOSConversionRow* rows = fmOSConversionRows(sdk, count);
-    ConvertPathsToOS_Single(path, from, to, rows, count, force);
-}
-
-const fmOSConversionRow* fmOSConversionRows(const __FMSDK&, int& count)
-{
-    // The configuration table does not carry its mapping rows yet.
-    count = 0;
-    return nullptr;
+    if (sdk.cfg) ConvertPathsToOS_Single(path, from, to, sdk.cfg->OSConversion, _fmgConfig::OSConversionCount, force);
+    else ConvertPathsToOS_Single(path, from, to, nullptr, 0, force);
 }
 
 bool __FMSDK::pathsGetRootFromAppPath(int& argc, char** argv)

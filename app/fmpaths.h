@@ -8,6 +8,7 @@
 #include <QString>
 
 class __FMSDK;
+struct _fmgOSConversion;
 
 // Folder names of this platform.
 extern const char* const fmBinFolder;      // "bin/lx/"
@@ -19,10 +20,6 @@ extern const char* const fmLocalDataRoot;  // "/var/tmp/FM_localdata/"
 // the folder sub/cfg_global/, bin/lx/fmClientconsole, bin/lx/fmServerconsole or the relink file;
 // or when the same holds for the root with "_debug" read as "_release".
 bool IsValidFM_Root(const QString& root);
-
-// The folder of a path with its trailing "/": a trailing "/" of the path itself is passed over,
-// so "/a/b/c/" and "/a/b/c" both give "/a/b/". Empty when no "/" is left.
-QString fmAppDirName(const QString& path);
 
 // Folder of the running executable (with trailing "/"): /proc/self/exe, else argv0 (joined to
 // the current folder when relative). Empty when neither gives a path.
@@ -36,18 +33,12 @@ fmString<500> fmConvertPDToOS(const fmString<500>& path);
 QString fmGetUncPath(QString path);
 bool fmIsRootpath(const QString& path);
 
-// Rows of the path mapping table: one column per _fmOS (0..3); in one row the columns name the
-// same storage as each operating system sees it.
-using fmOSConversionRow = fmString8_evenSize<200>[4];
-
-// Maps path from the view of `from` to the view of `to` through `rowCount` rows (at most 60 are
-// read). Every row whose two columns are set and whose `from` text prefixes the path
+// Maps path from the view of `from` to the view of `to` through `rowCount` rows of the path
+// mapping table (at most 60 are read; in one row the columns, indexed by _fmOS, name the same
+// storage as each operating system sees it). Every row whose two columns are set and whose `from` text prefixes the path
 // (case-insensitive) replaces that prefix; the walk goes on, so a later row may map the result
 // again.
-void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const fmOSConversionRow* rows, int rowCount,
+void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const _fmgOSConversion* rows, int rowCount,
                              bool force);
-// The same through the configuration table's mapping rows (none until the table carries them).
+// The same through the 60 rows of the configuration table.
 void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, __FMSDK& sdk, bool force);
-
-// The configuration table's path mapping rows; null with count 0 while the table has none.
-const fmOSConversionRow* fmOSConversionRows(const __FMSDK& sdk, int& count);

@@ -1,9 +1,9 @@
 #include "app/fmsdk.h"
 
-#include "app/fmapptext.h"
 #include "app/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
+#include "foundation/fmtextcodec.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -27,7 +27,7 @@ const char* const kStartupLine =
 const char* const kShutdownLine =
     "##################SHUTDOWN#########################################################";
 
-QString argAt(char** argv, int i) { return fmAppText::fromXml(QString::fromLocal8Bit(argv[i])); }
+QString argAt(char** argv, int i) { return fromXmlString(QString::fromLocal8Bit(argv[i])); }
 
 bool same(const QString& a, const char* b) { return a.compare(QLatin1String(b), Qt::CaseInsensitive) == 0; }
 
@@ -63,7 +63,7 @@ __FMSDK::__FMSDK(bool consoleApp, fm_AppType type, const QString& appName, bool 
     std::memset(static_cast<void*>(&App), 0, sizeof(App));
     StructSize = kStructSize;
     StructWord = kStructWord;
-    fmAppText::testIfOffsetIsRight(true);
+    fmTime_t::TestIfOfsetIsRight(true);
     ServiceUserName = "NotSet";
 
     App.StartTime.SetCurrentTime();
@@ -258,6 +258,9 @@ bool __FMSDK::AppInit()
     case fm_AppType_LogFile: NoLogFile = false; break;
     default: NoLogFile = !debug; break;
     }
+    // Lines gathered since an earlier option switched the file on must not reach a file that this
+    // program does not write.
+    if (NoLogFile) Log->discard();
     WriteLog(10, 0, QStringLiteral("Application Init done"), QStringLiteral("FM,AppInit"));
     return true;
 }

@@ -1,5 +1,6 @@
 // fmHistorydb: the history database browser of the render farm.
 #include "app/fm.h"
+#include "foundation/fmprocess.h"
 #include "historydb/fmhistorydb.h"
 #include "widgets/fmmessagebox.h"
 
@@ -10,13 +11,6 @@
 __FM FM(false, fm_AppType_HistoryDB, "fmHistorydb", false);
 
 namespace {
-
-// One instance per machine. The process-table test (ourProcessAlreadyExists with "fmHistorydb",
-// both flags false, no process id wanted) is not in the tree yet; until it is, every start runs.
-bool secondInstanceRefused()
-{
-    return false;
-}
 
 void showSplashMessage(QSplashScreen* splash, const QString& text)
 {
@@ -34,7 +28,8 @@ int main(int argc, char** argv)
     fmInstallLogMessageBox();
     __FM::SplashMessageHook = showSplashMessage;
 
-    if (secondInstanceRefused()) {
+    // One instance per machine: a second start ends at once, without a word.
+    if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr)) {
         delete app;
         return 0;
     }
