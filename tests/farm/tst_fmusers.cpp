@@ -155,8 +155,9 @@ void tst_fmUsers::saveLoadSameBytes()
     const QByteArray first = f.readAll();
     f.close();
     QCOMPARE(first.size(), 211594);
-    QCOMPARE(fmCRCCalc(reinterpret_cast<const unsigned char*>(first.constData()), 211590),
-             *reinterpret_cast<const uint32_t*>(first.constData() + 211590));
+    uint32_t stored = 0;
+    std::memcpy(&stored, first.constData() + 211590, 4);
+    QCOMPARE(fmCRCCalc(reinterpret_cast<const unsigned char*>(first.constData()), 211590), stored);
 
     users().clear();
     users().LastFileTime.t = 0;
