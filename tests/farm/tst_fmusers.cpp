@@ -37,7 +37,6 @@ private slots:
     void getUserName();
     void passwords_data();
     void passwords();
-    void userAllowedTo();
 
 private:
     QTemporaryDir dir;
@@ -437,25 +436,6 @@ void tst_fmUsers::passwords()
     // Plain old passwords stay readable.
     u.Password.set("oldpass");
     QCOMPARE(u.pdec().toQString(), QStringLiteral("oldpass"));
-}
-
-// Catches a right looked up in the wrong set.
-void tst_fmUsers::userAllowedTo()
-{
-    fillTable();
-    _fmgUserSettingsList& u = users();
-    u.ValidData = true;
-    u.OpenAccess = 0;
-    short set = -5, same = 1;
-    QVERIFY(u.userAllowedTo(FM, 2, 2, 2, nullptr, nullptr, &set)); // own job, own right 2
-    QCOMPARE(int(set), 0);
-    QVERIFY(!u.userAllowedTo(FM, 2, 2, 0, nullptr, nullptr, &set)); // other's job
-    QCOMPARE(int(set), 1);
-    QVERIFY(u.userAllowedTo(FM, 1, 2, 0, nullptr, nullptr, &set)); // the group gives other 2
-    QVERIFY(!u.userAllowedTo(FM, 1, 2, 0, nullptr, &same, &set));
-    QCOMPARE(int(set), 2);
-    QVERIFY(u.userAllowedTo(FM, 200, 19, 0, nullptr, nullptr, nullptr));
-    QVERIFY(!u.userAllowedTo(FM, 0, 25, 0, nullptr, nullptr, nullptr));
 }
 
 QTEST_GUILESS_MAIN(tst_fmUsers)
