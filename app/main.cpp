@@ -1,5 +1,6 @@
 // fmHistorydb: the history database browser of the render farm.
 #include "app/fm.h"
+#include "jobs/fmjoblist.h"
 #include "foundation/fmprocess.h"
 #include "historydb/fmhistorydb.h"
 #include "widgets/fmmessagebox.h"
@@ -67,8 +68,7 @@ int main(int argc, char** argv)
         return 100;
     }
 
-    // The job list (fmJ::_JobList on FM, no parent list) is created here once it is in the tree.
-    fmJ::_JobList* jobList = nullptr;
+    auto* jobList = new fmJ::_JobList(FM, nullptr);
 
     FM.WriteLog(10, 0, QStringLiteral("Creating main_window"), QStringLiteral("main"));
     auto* window = new fmHistorydb(FM, jobList, nullptr, Qt::WindowFlags());
@@ -80,6 +80,7 @@ int main(int argc, char** argv)
     const int result = app->exec();
 
     delete window;
+    delete jobList;
     delete splash;
     __FMSDK::MessageBoxHook = nullptr;
     delete app;
