@@ -48,7 +48,10 @@ __FM::__FM(bool consoleApp, fm_AppType type, const QString& appName, bool noUILo
     // Hooks a caller set before are kept.
     _fmcmdHooks& hooks = fmcmdHooks();
     if (!hooks.clientName)
-        hooks.clientName = [](const short& client) { return First ? First->getClientName(client) : QString(); };
+        hooks.clientName = [](const short& client) {
+            const QString name = First ? First->getClientName(client) : QString();
+            return name.isEmpty() ? QStringLiteral("#%1").arg(client) : name;
+        };
     if (!hooks.flushLog)
         hooks.flushLog = [] {
             if (First && First->Log) First->Log->flush();
