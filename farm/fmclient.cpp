@@ -13,6 +13,9 @@ FarmLogTap farmLogTap = nullptr;
 void farmLog(__FM& fm, int level, int flags, const QString& text, const QString& where)
 {
     if (farmLogTap) farmLogTap(level, text, where);
+    // Information lines of the client and user files go to the log only: a box at every load
+    // of clients.ini would stop each start-up of a program with a window.
+    if (level == 3 || level == 4) flags |= 8;
     fm.WriteLog(level, flags, text, where);
 }
 
