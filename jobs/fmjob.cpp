@@ -252,6 +252,15 @@ void _JobSend::fromMinInfo(const _JobMinInfo* info, const bool& markUpdate, cons
     }
 }
 
+long long roundHalfAway(double v)
+{
+    if (std::isnan(v)) return 0;
+    const double r = std::round(v);
+    if (r >= 9.2e18) return 9200000000000000000LL;
+    if (r <= -9.2e18) return -9200000000000000000LL;
+    return static_cast<long long>(r);
+}
+
 long long _JobSend::fn2F(double frameNumber, signed char pass) const
 {
     double v = frameNumber - SeqFileOffset - SeqStart;

@@ -94,6 +94,10 @@ constexpr int JobCustomData_Size = 5000;
 extern const char* const JobSceneName_WaitingForUpdate; // "?waiting for update. Or user right to view is missing."
 extern const char* const JobField_Update;               // "?update?"
 
+// Rounds half away from zero into a 64-bit integer. NaN gives 0 and values beyond the range are
+// held near its ends, so numbers from a damaged record never make the conversion undefined.
+long long roundHalfAway(double v);
+
 // Value modes of a custom data entry.
 enum CUSTOMData_Modes : char {
     CUSTOMData_Unicode = 'u', // two bytes a character, high byte first

@@ -124,14 +124,6 @@ bool splitFramePattern(QString& name, QString& ext, int& padding)
     return false;
 }
 
-long long roundAway(double v)
-{
-    if (std::isnan(v)) return 0;
-    const double r = std::round(v);
-    if (r >= 9.2e18) return 9200000000000000000LL;
-    if (r <= -9.2e18) return -9200000000000000000LL;
-    return static_cast<long long>(r);
-}
 
 void convertField(fmString<250>& field, _fmOS from, _fmOS to, __FMSDK& sdk)
 {
@@ -456,7 +448,7 @@ QString _JobSend::previewFilename_Base(const __FMSDK& sdk, int previewID) const
     if (previewID < 0) previewID = n / 2;
     if (previewID > n - 1) previewID = n - 1 < 0 ? 0 : n - 1;
     const long long index = previewID2FrameNr(previewID);
-    const long long number = roundAway(F2fn(index, nullptr));
+    const long long number = roundHalfAway(F2fn(index, nullptr));
     return jobFilesFolderName_Resolved(sdk) + QStringLiteral("p%1").arg(number, 5, 10, QLatin1Char('0'));
 }
 

@@ -140,17 +140,6 @@ const char* const kLogTexts[64] = {
     "WaitFor-Job Finished",                  // 63
 };
 
-// Rounds half away from zero into a 64-bit integer; NaN and out-of-range values give 0 or the
-// nearest limit, so damaged sequence numbers can't make the conversion undefined.
-long long roundAway(double v)
-{
-    if (std::isnan(v)) return 0;
-    const double r = std::round(v);
-    if (r >= 9.2e18) return 9200000000000000000LL;
-    if (r <= -9.2e18) return -9200000000000000000LL;
-    return static_cast<long long>(r);
-}
-
 } // namespace
 
 QString jobStatusAsString(unsigned char status)
@@ -185,8 +174,8 @@ fmString<50> Log2Str(const _Log& log, _JobSend* job)
             ++a;
             ++b;
         } else {
-            a = roundAway(job->F2fnNoOffset(a, nullptr));
-            b = roundAway(job->F2fnNoOffset(b, nullptr));
+            a = roundHalfAway(job->F2fnNoOffset(a, nullptr));
+            b = roundHalfAway(job->F2fnNoOffset(b, nullptr));
         }
     }
     QString s;
@@ -364,7 +353,7 @@ void _JobSend::addLogFrames(short who, signed char message, long long param1, lo
     e.Message = message;
     e.Time.t = static_cast<int32_t>(fmTime_t::CurrentTime());
     const double step = SeqStep;
-    const long long p3 = roundAway(double(param3) * step);
+    const long long p3 = roundHalfAway(double(param3) * step);
     e.Param3 = static_cast<uint8_t>(p3 < 0 ? 0 : (p3 > 255 ? 255 : p3));
     e.Param1 = wrapParam(param1);
     e.Param2 = wrapParam(param2);
