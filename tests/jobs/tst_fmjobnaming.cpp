@@ -1,6 +1,7 @@
 // Names derived from a job's paths: scene display names, folder picks, output splitting,
 // custom scene/shot/version names, colours and preview file names.
 #include "app/fm.h"
+#include "farm/fmgconfig.h"
 #include "jobs/fmjob.h"
 #include "jobs/fmjobhistory.h"
 #include "jobs/fmjobnaming.h"
@@ -157,6 +158,43 @@ private slots:
         a->Color_ID = 15;
         a->setRandomColor();
         QCOMPARE(int(a->Color_ID), 0);
+    }
+
+    // Catches paths not mapped through the path table, custom values left out, and a wrong
+    // guess of the system a job's output paths were written on.
+    void pathConversion()
+    {
+        _fmgOSConversion& row = FM.cfg->OSConversion[0];
+        row.Path[_fmOS_Windows] = "X:/";
+        row.Path[_fmOS_Linux] = "/mnt/x/";
+        row.Path[_fmOS_Mac] = "/Volumes/x/";
+        auto job = newJob();
+        job->PathOS = _fmOS_Windows;
+        job->SceneName = "x:/proj/a.ma"; // the prefix test ignores case
+        job->ImageDir = "X:/proj/out/";
+        job->ImageChannels[1].FileName = "X:/proj/aov/spec";
+        job->customSet_Str(QStringLiteral("cache"), QStringLiteral("X:/proj/cache"));
+        job->ConvertPathsToOS(FM, _fmOS_Linux, false);
+        QCOMPARE(int(job->PathOS), int(_fmOS_Linux));
+        QCOMPARE(job->SceneName.toQString(), QStringLiteral("/mnt/x/proj/a.ma"));
+        QCOMPARE(job->ImageDir.toQString(), QStringLiteral("/mnt/x/proj/out/"));
+        QCOMPARE(job->ImageChannels[1].FileName.toQString(), QStringLiteral("/mnt/x/proj/aov/spec"));
+        QCOMPARE(job->custom_Str(QStringLiteral("cache")), QStringLiteral("/mnt/x/proj/cache"));
+
+        auto win = newJob();
+        win->ImageDir = "X:\\proj\\out\\";
+        win->analyseNsetSceneOS(FM);
+        QCOMPARE(int(win->SceneOS), int(_fmOS_Windows));
+        QCOMPARE(int(win->PathOS), int(_fmOS_Windows));
+        auto unc = newJob();
+        unc->ImageDir = "/Volumes/x/out/";
+        unc->analyseNsetSceneOS(FM);
+        QCOMPARE(int(unc->SceneOS), int(_fmOS_Mac));
+        auto unknown = newJob();
+        unknown->ImageDir = "Q:/elsewhere/";
+        unknown->analyseNsetSceneOS(FM);
+        QCOMPARE(int(unknown->SceneOS), int(_fmOS_Windows));
+        row = _fmgOSConversion();
     }
 
     // Catches relative job-file folders not placed below the root and preview names misnumbered.
