@@ -1,4 +1,5 @@
 #include "farm/fmclient.h"
+#include "jobs/fmjobid.h"
 
 #include "app/fm.h"
 #include "farm/fmclientlog.h"
@@ -26,30 +27,6 @@ int _ClientStatus2SortID(const signed char& status)
     return table[int(status)];
 }
 
-QString jobIDText(const unsigned long long& id)
-{
-    // Byte 0 the counter, bytes 3..6 the stamp; built from the right.
-    static const char letters[] = "ABCDEFGHJKLMNOPQRSTUVWXYZ1234567890-";
-    static const char small[] = "abcdefghjklnopqrstuvwxyz";
-    const unsigned counter = unsigned(id & 0xFF);
-    unsigned q = unsigned((id >> 24) & 0xFFFFFFFFull) / 10000u;
-    char out[8];
-    int p = 7;
-    out[p] = '}';
-    if (counter) {
-        unsigned n = counter - 1;
-        out[--p] = small[n % 24];
-        n /= 24;
-        if (n) out[--p] = small[n % 24];
-    }
-    for (int i = 0; i < 3; ++i) {
-        out[--p] = letters[q % 36];
-        q /= 36;
-    }
-    out[--p] = '{';
-    return QString::fromLatin1(out + p, 8 - p);
-}
-
 // ---- threads and status
 
 void _ClientStatusThread::clear() { std::memset(static_cast<void*>(this), 0, sizeof(*this)); }
@@ -61,7 +38,7 @@ void _ClientStatusThread::setJobID(__FM& app, const int& thread, const unsigned 
     JobID = id;
     if (log || logAlways)
         farmLog(app, 3, 0,
-                     QStringLiteral("Set new Job ID ") + jobIDText(id) + QStringLiteral("  ") + QString::number(id) +
+                     QStringLiteral("Set new Job ID ") + fmJ::ID2str(id) + QStringLiteral("  ") + QString::number(id) +
                          QStringLiteral(" for thread ") + QString::number(thread) + QStringLiteral(" ") + reason,
                      QStringLiteral("Client,setJobID"));
 }
@@ -145,7 +122,7 @@ static QString disabledText(const _ClientStatusThread& t)
 
 QString _ClientStatusThread::clientStatusAsStringSingle(fmJ::_JobRuntimeClient*) const
 {
-    const QString prefix = JobID >= 1001 ? jobIDText(JobID)
+    const QString prefix = JobID >= 1001 ? fmJ::ID2str(JobID)
                                          : QStringLiteral("|") + QString::number(JobID) + QStringLiteral("|");
     switch (Status) {
     case 0:
@@ -204,7 +181,7 @@ QString _ClientStatus::clientStatusAsStringAll(fmJ::_JobRuntimeClient* job) cons
     if (allRendering) {
         for (int i = 0; i < n; ++i) {
             if (i) r += QLatin1Char(' ');
-            r += jobIDText(Thread[i].JobID) + QStringLiteral("|") + QString::number(int(Thread[i].Status));
+            r += fmJ::ID2str(Thread[i].JobID) + QStringLiteral("|") + QString::number(int(Thread[i].Status));
         }
         return r + QStringLiteral(" Rendering");
     }

@@ -56,9 +56,6 @@ enum ClientStatusCode : signed char {
 // The place of a status code in a sort by status: 0 off/idle/disabled, 1 aborted, 2 done, 3 others.
 int _ClientStatus2SortID(const signed char& status);
 
-// The short text of a job identifier, "{ABC}" or "{ABCab}", as the job list shows it.
-QString jobIDText(const unsigned long long& id);
-
 // One job thread of a client.
 struct _ClientStatusThread
 {
