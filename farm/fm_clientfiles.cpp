@@ -248,7 +248,7 @@ static int64_t fileTime(const QString& path)
     return fi.exists() ? fi.lastModified().toSecsSinceEpoch() : 0;
 }
 
-static QString lockOwner(const __FM& fm) { return QSysInfo::machineHostName() + QLatin1Char(' ') + fm.AppName; }
+static QString lockOwner(const __FM& fm) { return fm.App.MachineName.toQString() + QLatin1Char(' ') + fm.AppName; }
 
 // Applications that may create clients.ini when it is missing.
 static bool mayCreateClients(fm_AppType t) { return t == fm_AppType_Server || t == fm_AppType_Config; }
