@@ -18,7 +18,6 @@
 #include <QHash>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QSysInfo>
 #include <QThread>
 #include <cmath>
 #include <memory>
