@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace fmStringDetail
 {
@@ -58,12 +59,15 @@ struct fmStringOps
     // one 0 written behind. A null pointer leaves the string empty.
     void set(const char* s)
     {
-        clear();
-        if (!s) return;
+        if (!s) {
+            clear();
+            return;
+        }
+        // Length first and memmove: s may point into this value's own Data.
         const int n = std::min(fmStringDetail::cLen(s), N);
         D& d = self();
         if constexpr (sizeof(U) == 1)
-            std::memcpy(d.Data, s, size_t(n));
+            std::memmove(d.Data, s, size_t(n));
         else
             for (int i = 0; i < n; ++i) d.Data[i] = fmStringDetail::widen(s[i]);
         d.Data[n] = 0;
@@ -245,6 +249,14 @@ private:
     }
 };
 
+// Any of the two 8-bit families, whatever its capacity.
+template <class O>
+concept fmString8Type = requires(const O& o) {
+    o.Data[0];
+    o.Length;
+    o.len();
+} && (sizeof(std::declval<const O&>().Data[0]) == 1);
+
 // 16-bit units (UTF-16 as QString holds it). Layout, little-endian:
 //   0       2(N+1)  Data: N units and at least one terminating 0
 //   2N+2    2       Length: units in use, 0..N
@@ -263,6 +275,11 @@ struct fmString : fmStringOps<fmString<N>, uint16_t, N>
     fmString(const QString& s) { this->set(s); }
     fmString& operator=(const char* s) { this->set(s); return *this; }
     fmString& operator=(const QString& s) { this->set(s); return *this; }
+    // From another capacity: units copied, cut at N.
+    template <int M>
+    fmString(const fmString<M>& o) { this->setUnits(o.Data, o.len()); }
+    template <int M>
+    fmString& operator=(const fmString<M>& o) { this->setUnits(o.Data, o.len()); return *this; }
     using fmStringOps<fmString<N>, uint16_t, N>::remove;
 };
 
@@ -281,6 +298,13 @@ struct fmString8_evenSize : fmStringOps<fmString8_evenSize<N>, char, N>
     fmString8_evenSize(const QString& s) { this->set(s); }
     fmString8_evenSize& operator=(const char* s) { this->set(s); return *this; }
     fmString8_evenSize& operator=(const QString& s) { this->set(s); return *this; }
+    // From any 8-bit string of another capacity: bytes copied, cut at N.
+    template <fmString8Type O>
+        requires(!std::is_same_v<O, fmString8_evenSize>)
+    fmString8_evenSize(const O& o) { this->setUnits(o.Data, o.len()); }
+    template <fmString8Type O>
+        requires(!std::is_same_v<O, fmString8_evenSize>)
+    fmString8_evenSize& operator=(const O& o) { this->setUnits(o.Data, o.len()); return *this; }
     using fmStringOps<fmString8_evenSize<N>, char, N>::remove;
 };
 
@@ -298,6 +322,13 @@ struct fmString8_UnevenSize : fmStringOps<fmString8_UnevenSize<N>, char, N>
     fmString8_UnevenSize(const QString& s) { this->set(s); }
     fmString8_UnevenSize& operator=(const char* s) { this->set(s); return *this; }
     fmString8_UnevenSize& operator=(const QString& s) { this->set(s); return *this; }
+    // From any 8-bit string of another capacity: bytes copied, cut at N.
+    template <fmString8Type O>
+        requires(!std::is_same_v<O, fmString8_UnevenSize>)
+    fmString8_UnevenSize(const O& o) { this->setUnits(o.Data, o.len()); }
+    template <fmString8Type O>
+        requires(!std::is_same_v<O, fmString8_UnevenSize>)
+    fmString8_UnevenSize& operator=(const O& o) { this->setUnits(o.Data, o.len()); return *this; }
     using fmStringOps<fmString8_UnevenSize<N>, char, N>::remove;
 };
 
@@ -306,6 +337,7 @@ struct fmString8_UnevenSize : fmStringOps<fmString8_UnevenSize<N>, char, N>
     static_assert(sizeof(T) == (SIZE) && offsetof(T, Length) == (LENGTH_AT) &&                       \
                   std::is_trivially_copyable_v<T> && std::is_standard_layout_v<T>)
 
+FM_STRING_LAYOUT(fmString<10>, 26, 22);
 FM_STRING_LAYOUT(fmString<25>, 56, 52);
 FM_STRING_LAYOUT(fmString<30>, 66, 62);
 FM_STRING_LAYOUT(fmString<50>, 106, 102);

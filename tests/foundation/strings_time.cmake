@@ -1,1 +1,2 @@
-# Tests of this area: fm_add_test(NAME tst_<unit> SOURCES foundation/tst_<unit>.cpp)
+fm_add_test(NAME tst_fmstring SOURCES foundation/tst_fmstring.cpp)
+fm_add_test(NAME tst_fmtime SOURCES foundation/tst_fmtime.cpp)
