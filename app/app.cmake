@@ -3,6 +3,11 @@ target_sources(fmcore PRIVATE
   app/fmglobal.cpp
   app/fmsdk.h
   app/fmsdk.cpp
+  app/fmpaths.h
+  app/fmpaths.cpp
+  app/fmlogfile.h
+  app/fmlogfile.cpp
+  app/fmlog.cpp
   app/fm.h
   app/fm.cpp
 )

@@ -5,6 +5,9 @@
 
 #include <QObject>
 
+class QMutex;
+class QSplashScreen;
+
 namespace fmC {
 struct _Client;
 class _ClientList;
@@ -12,14 +15,59 @@ class _ClientGroupList;
 } // namespace fmC
 class _fmgUserSettingsList;
 
+// What the user and the configuration chose for the application's style: read in SetupCfg from
+// "UIcolor", "FontLx", "FontLxSmall" and the theme options of the command line, then handed to
+// the window side, which builds and installs the style.
+struct fmStyleChoices
+{
+    bool Dark = false;
+    bool Easter = false;
+    bool Girly = false;       // the third palette
+    bool FontDefaultSet = false;
+    int FontSizeDefault = 0;  // point size, when set
+    bool FontSmallSet = false;
+    int FontSizeSmall = 0;
+};
+using fmInstallStyleFn = void (*)(const fmStyleChoices&);
+
+// Shows a start-up text on the splash screen; installed by the window program.
+using fmSplashMessageFn = void (*)(QSplashScreen* splash, const QString& text);
+
 class __FM : public QObject, public __FMSDK
 {
     Q_OBJECT
 public:
+    static constexpr uint32_t kStructMark = 3841;
+
     __FM(bool consoleApp, fm_AppType type, const QString& appName, bool noUILog);
     ~__FM() override;
 
+    uint32_t StructMark1 = kStructMark; // behind the guard
+    uint32_t StructMark2 = kStructMark; // behind the base part
+
     void WriteLog(int level, int flags, const QString& text, const QString& where) override;
+
+    bool SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScreen* splash);
+    QString AppVersion();
+    QString AppTitle(bool);
+    bool CheckAllfmPaths();
+    bool setLocalPath(const char* path);
+    bool CheckLocalPath(const char* path);
+    bool installFMEnvironmentVariable(bool);
+    void exitFM(bool);
+    void TransferLogBufferToTextEdit();
+    void WriteLogPluginError(int code, QString name);
+
+    // The style the start-up chose; the window side installs it through InstallStyleHook.
+    fmStyleChoices StyleChoices;
+    static fmInstallStyleFn InstallStyleHook;
+    static fmSplashMessageFn SplashMessageHook;
+    // The program's global object (the first __FM built, during static initialisation); the
+    // toolkit's message handler reports through it.
+    static __FM* First;
+
+    QObject* LogTextEdit = nullptr; // not owned; a text edit that shows the log buffer (none here)
+    QMutex* Mutex = nullptr;        // owned
 
     // globalconfig.ini and the writers of the configuration table (defined with the table).
     bool LoadFileCfg();
@@ -46,6 +94,17 @@ public:
     bool LoadFileUserSettings();
     bool SaveFileUserSettings();
     QString getUserName(const int& id, bool byUniqueID);
+
+signals:
+    void signalLogUI(int level, int flags, const QString& text, const QString& where);
+
+public slots:
+    void SlotLogUI(int level, int flags, const QString& text, const QString& where);
+    void SlotLogFile(int level, int flags, const QString& text, const QString& where);
+
+private:
+    void readStyleChoices(int argc, char** argv, bool darkDefault);
+    void installStyle();
 };
 
 // Defined once per program (the window program, the console program, each test).

@@ -33,8 +33,26 @@ enum fm_AppType : int32_t {
     fm_AppType_Script = 13,
 };
 
+// The family's version literal, with one leading blank.
+inline constexpr const char* fmVersion = " 7.0.10";
+inline constexpr const char* fmVersion7 = " 7.0.10";
+
 extern const QString LineEnd;
 extern const QString PDs;
 extern const QString fmStringFilterAll;
 extern const QString fmStringFilterNone;
 extern const QString fmrShortNameLetters;
+extern const QString fmJ_NoOutputCheckname;
+extern const QString fmJ_NoOutputExecOnce;
+extern const QString fmJ_NoOutputExecEachClient;
+extern const QString fmJ_ExecuteSoftName;
+extern const QString fmJ_PythonSoftName;
+extern const QString fmJ_CommandJobName;
+extern const QString fmJ_CUSTOMUserInfoName;
+extern const QString fmJ_CUSTOMEnvName;
+extern const QString fmJ_CUSTOMEnvLineName;
+extern const QString fmJ_ID_letters;
+extern const QString fmJ_ID_letters_small;
+
+// Call stack text for log lines; this platform gives none.
+QString fmOutputStackTrace(int skip);

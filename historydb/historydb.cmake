@@ -1,2 +1,4 @@
 target_sources(fmui PRIVATE
+  historydb/fmhistorydb.h
+  historydb/fmhistorydb.cpp
 )

@@ -1,3 +1,6 @@
 target_sources(fmui PRIVATE
-  widgets/fmwidgets.cpp
+  widgets/fmmessagebox.h
+  widgets/fmmessagebox.cpp
+  widgets/fmdialogs.h
+  widgets/fmdialogs.cpp
 )

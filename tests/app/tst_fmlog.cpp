@@ -1,0 +1,369 @@
+#include "app/fmlogfile.h"
+#include "app/fmsdk.h"
+#include "farm/fmgconfig.h"
+#include "fmtestroot.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+QByteArray readAll(const QString& path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
+    return f.readAll();
+}
+
+// What the window side would have shown.
+struct Shown
+{
+    int count = 0;
+    bool critical = false;
+    bool courier = false;
+    QString text;
+    QString button;
+    int seconds = 0;
+};
+Shown g_shown;
+
+bool recordBox(bool critical, const QString& text, const QString& button, int seconds, bool courier)
+{
+    ++g_shown.count;
+    g_shown.critical = critical;
+    g_shown.courier = courier;
+    g_shown.text = text;
+    g_shown.button = button;
+    g_shown.seconds = seconds;
+    return true;
+}
+
+} // namespace
+
+class tst_fmlog : public QObject
+{
+    Q_OBJECT
+private slots:
+    void format_data();
+    void format();
+    void formatTimeStamp();
+    void boxes_data();
+    void boxes();
+    void boxText();
+    void fileWriteRules();
+    void crashLikeTurnsFileOn_data();
+    void crashLikeTurnsFileOn();
+    void errorLog();
+    void longLineIsCut();
+    void trimming_data();
+    void trimming();
+    void bufferAndThreshold();
+    void unnamedWaits();
+    void missingFolderStatedOnce();
+    void noQtForms();
+};
+
+// The fixed line format: level prefixes, tags, continuation lines, place and stack suffixes.
+void tst_fmlog::format_data()
+{
+    QTest::addColumn<int>("level");
+    QTest::addColumn<int>("flags");
+    QTest::addColumn<bool>("level16");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("out");
+    const QString stack = QStringLiteral(" fmTest 7.0.10 64bit []");
+    QTest::newRow("info") << 3 << 16 << false << "hello" << "      hello";
+    QTest::newRow("warning") << 2 << 16 << false << "careful" << "  WRN careful";
+    QTest::newRow("warning with place") << 2 << 16 << true << "careful" << "  WRN careful;;   (W,here)";
+    QTest::newRow("info with place") << 3 << 16 << true << "x" << "      x;;   (W,here)";
+    QTest::newRow("error") << 1 << 16 << false << "bad" << "  ERR bad;;   (W,here)" + stack;
+    QTest::newRow("critical") << 0 << 16 << false << "boom" << "  CRF Critical Failure - boom;;   (W,here)" + stack;
+    QTest::newRow("error, no place") << 1 << 20 << false << "bad" << "  ERR bad";
+    QTest::newRow("source tag") << 3 << 16 << false << "S|hello" << "S|     hello";
+    QTest::newRow("source tag and blank") << 3 << 16 << false << "S| hello" << "S|     hello";
+    QTest::newRow("too short for a tag") << 3 << 16 << false << "a|" << "      a|";
+    QTest::newRow("own tag") << 3 << 16 << false << "DBG detail" << "  DBG detail";
+    QTest::newRow("own tag on a warning") << 2 << 16 << false << "INF x" << "  INF x";
+    QTest::newRow("own tag needs a capital") << 3 << 16 << false << "abc d" << "      abc d";
+    QTest::newRow("errors keep their prefix") << 1 << 20 << false << "XYZ x" << "  ERR XYZ x";
+    QTest::newRow("continuation") << 3 << 16 << false << "one\ntwo\n"
+                                   << "      one\n" + QString(20, QLatin1Char(' ')) + "two";
+    QTest::newRow("only one line feed dropped") << 3 << 16 << false << "one\n\n"
+                                                << "      one\n" + QString(20, QLatin1Char(' '));
+    QTest::newRow("wide characters marked") << 3 << 16 << false << QString::fromUtf8("\u20ac5 x")
+                                            << "      <UTF8\u00e2\u0082\u00ac5> x";
+}
+
+void tst_fmlog::format()
+{
+    QFETCH(int, level);
+    QFETCH(int, flags);
+    QFETCH(bool, level16);
+    QFETCH(QString, text);
+    QFETCH(QString, out);
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    sdk.cfg->LogLevel[16] = level16;
+    QString line;
+    sdk.FormatLogMessage(level, flags, text, QStringLiteral("W,here"), line);
+    QCOMPARE(line, out);
+}
+
+// The time stamp "MM.DD hh:mm.ss|" leads every line without flag 16.
+void tst_fmlog::formatTimeStamp()
+{
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    QString line;
+    sdk.FormatLogMessage(2, 0, QStringLiteral("Please start the server first to create config files!"),
+                         QStringLiteral("FM,SetupCfg"), line);
+    static const QRegularExpression re(
+        QStringLiteral("^(\\d\\d)\\.(\\d\\d) (\\d\\d):(\\d\\d)\\.(\\d\\d)\\|  WRN Please start the server first to "
+                       "create config files!$"));
+    const auto m = re.match(line);
+    QVERIFY2(m.hasMatch(), qPrintable(line));
+    QVERIFY(m.captured(1).toInt() >= 1 && m.captured(1).toInt() <= 12);
+    QVERIFY(m.captured(2).toInt() >= 1 && m.captured(2).toInt() <= 31);
+}
+
+// Which lines raise a box, of which kind: information lines without flag 8 do, debug lines never.
+void tst_fmlog::boxes_data()
+{
+    QTest::addColumn<int>("level");
+    QTest::addColumn<int>("flags");
+    QTest::addColumn<bool>("console");
+    QTest::addColumn<bool>("allowed");
+    QTest::addColumn<bool>("service");
+    QTest::addColumn<int>("boxes");
+    QTest::addColumn<bool>("critical");
+    QTest::addColumn<bool>("courier");
+    QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false << false;
+    QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true << false;
+    QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false << false;
+    QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false << false;
+    QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false << false;
+    QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false << false;
+    QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false << false;
+    QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false << false;
+    QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false << false;
+    QTest::newRow("fixed font") << 2 << 128 << false << true << false << 1 << false << true;
+}
+
+void tst_fmlog::boxes()
+{
+    QFETCH(int, level);
+    QFETCH(int, flags);
+    QFETCH(bool, console);
+    QFETCH(bool, allowed);
+    QFETCH(bool, service);
+    QFETCH(int, boxes);
+    QFETCH(bool, critical);
+    QFETCH(bool, courier);
+    __FMSDK sdk(console, fm_AppType_HistoryDB, QStringLiteral("fmTest"), false);
+    sdk.cfg->LogLevel[10] = true;
+    sdk.App.MessageBoxAllowed = allowed;
+    sdk.App.ServiceMode = service;
+    g_shown = Shown();
+    __FMSDK::MessageBoxHook = recordBox;
+    sdk.WriteLog(level, flags, QStringLiteral("text"), QStringLiteral("W"));
+    __FMSDK::MessageBoxHook = nullptr;
+    QCOMPARE(g_shown.count, boxes);
+    if (boxes) {
+        QCOMPARE(g_shown.critical, critical);
+        QCOMPARE(g_shown.courier, courier);
+        QCOMPARE(g_shown.button, QStringLiteral("Ok"));
+        QCOMPARE(g_shown.seconds, 90);
+    }
+}
+
+// The box shows the line with ";" turned into line breaks and "()" removed.
+void tst_fmlog::boxText()
+{
+    __FMSDK sdk(false, fm_AppType_HistoryDB, QStringLiteral("fmTest"), false);
+    sdk.App.MessageBoxAllowed = true;
+    g_shown = Shown();
+    __FMSDK::MessageBoxHook = recordBox;
+    sdk.LogNoUIExecute(1, 16, QStringLiteral("a; b;  c"), QString());
+    __FMSDK::MessageBoxHook = nullptr;
+    QCOMPARE(g_shown.text, QStringLiteral("  ERR a\nb\nc\n\n fmTest 7.0.10 64bit []"));
+}
+
+// No file without the switch; a line that is off stays out; flag 8 lines still reach the file.
+void tst_fmlog::fileWriteRules()
+{
+    QTemporaryDir dir;
+    __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
+    const QString path = dir.path() + QStringLiteral("/main.txt");
+    sdk.Log->FileName = path;
+    sdk.Log->FlushInterval = 0;
+    sdk.WriteLog(3, 8, QStringLiteral("not while switched off"), QString());
+    QVERIFY(!QFile::exists(path));
+    sdk.NoLogFile = false;
+    sdk.WriteLog(3, 8, QStringLiteral("information line"), QString());
+    sdk.WriteLog(10, 0, QStringLiteral("debug line, level off"), QString());
+    const QByteArray text = readAll(path);
+    QVERIFY(text.contains("      information line\n"));
+    QVERIFY(!text.contains("debug line"));
+    QVERIFY(!text.contains("not while"));
+}
+
+// A critical or crash-like line turns the file on and makes every line flush at once.
+void tst_fmlog::crashLikeTurnsFileOn_data()
+{
+    QTest::addColumn<int>("level");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("on");
+    QTest::newRow("critical") << 0 << "broken" << true;
+    QTest::newRow("access violation") << 2 << "Access violation at 0x0" << true;
+    QTest::newRow("page fault") << 3 << "PAGE_FAULT in module" << true;
+    QTest::newRow("bad alloc") << 2 << "std::bad_alloc:bad allocation" << true;
+    QTest::newRow("case matters") << 2 << "access violation" << false;
+    QTest::newRow("plain warning") << 2 << "careful" << false;
+}
+
+void tst_fmlog::crashLikeTurnsFileOn()
+{
+    QFETCH(int, level);
+    QFETCH(QString, text);
+    QFETCH(bool, on);
+    QTemporaryDir dir;
+    __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
+    const QString path = dir.path() + QStringLiteral("/main.txt");
+    sdk.Log->FileName = path;
+    sdk.Log->LastFlush.SetCurrentTime(); // the first line must not flush by the interval
+    QVERIFY(sdk.NoLogFile);
+    sdk.LogFileWrite(level, 0, text, QStringLiteral("W"));
+    QCOMPARE(!sdk.NoLogFile, on);
+    QCOMPARE(sdk.Log->FlushInterval == 0, on);
+    QCOMPARE(QFile::exists(path), on);
+    if (on) QVERIFY(readAll(path).contains(text.toLatin1()));
+}
+
+// Levels 0 and 1 go to the error log too, under the machine's name.
+void tst_fmlog::errorLog()
+{
+    QTemporaryDir dir;
+    __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
+    sdk.App.MachineName = "Render7";
+    sdk.NoLogFile = false;
+    sdk.LogError->FileName = dir.path() + QStringLiteral("/_ERROR.txt");
+    sdk.LogFileWrite(1, 16, QStringLiteral("broken"), QStringLiteral("W"));
+    sdk.LogFileWrite(2, 16, QStringLiteral("only a warning"), QStringLiteral("W"));
+    QCOMPARE(readAll(sdk.LogError->FileName.toQString()),
+             QByteArray("[Render7]\n  ERR broken;;   (W) fmTest 7.0.10 64bit []\n\n"));
+}
+
+// A line longer than the buffer is cut to fit, never written past the buffer.
+void tst_fmlog::longLineIsCut()
+{
+    QTemporaryDir dir;
+    fmLogfile log(1048576, 60);
+    log.FileName = dir.path() + QStringLiteral("/main.txt");
+    log.addLog(QStringLiteral("first"));
+    log.addLog(QString(200000, QLatin1Char('x')));
+    log.flush();
+    const QByteArray text = readAll(log.FileName.toQString());
+    QCOMPARE(text.size(), qsizetype(6 + 102400 - 3 + 1));
+    QVERIFY(text.startsWith("first\nxxx"));
+    QVERIFY(text.endsWith("x\n"));
+}
+
+// A file over the limit keeps its newest half-limit of bytes, then gets the new lines.
+void tst_fmlog::trimming_data()
+{
+    QTest::addColumn<int>("oldSize");
+    QTest::addColumn<int>("expectedSize");
+    QTest::newRow("one byte over") << 1001 << 500 + 4;
+    QTest::newRow("at the limit") << 1000 << 1000 + 4;
+    QTest::newRow("far over") << 5000 << 500 + 4;
+}
+
+void tst_fmlog::trimming()
+{
+    QFETCH(int, oldSize);
+    QFETCH(int, expectedSize);
+    QTemporaryDir dir;
+    const QString path = dir.path() + QStringLiteral("/main.txt");
+    QByteArray old;
+    for (int i = 0; i < oldSize; ++i) old.append(char('a' + i % 26));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(old);
+    f.close();
+    fmLogfile log(1000, 0);
+    log.FileName = path;
+    log.addLog(QStringLiteral("NEW"));
+    const QByteArray text = readAll(path);
+    QCOMPARE(text.size(), qsizetype(expectedSize));
+    QVERIFY(text.endsWith("NEW\n"));
+    QCOMPARE(text.left(text.size() - 4), old.right(text.size() - 4));
+}
+
+// The first line flushes, short lines then wait, more than 1024 waiting bytes flush at once.
+void tst_fmlog::bufferAndThreshold()
+{
+    QTemporaryDir dir;
+    fmLogfile log(1048576, 60);
+    log.FileName = dir.path() + QStringLiteral("/main.txt");
+    const QString path = log.FileName.toQString();
+    log.addLog(QStringLiteral("one"));
+    QCOMPARE(readAll(path), QByteArray("one\n"));
+    log.addLog(QStringLiteral("two"));
+    QCOMPARE(readAll(path), QByteArray("one\n"));
+    QCOMPARE(log.BufferUsed, 4);
+    log.addLog(QString(1100, QLatin1Char('z')));
+    QCOMPARE(log.BufferUsed, 0);
+    QCOMPARE(readAll(path).size(), qsizetype(4 + 4 + 1101));
+    log.addLog(QStringLiteral("three"));
+    log.flush();
+    QVERIFY(readAll(path).endsWith("z\nthree\n"));
+}
+
+// Lines logged before the file has a name wait in the buffer and reach the file later.
+void tst_fmlog::unnamedWaits()
+{
+    QTemporaryDir dir;
+    fmLogfile log(1048576, 0);
+    log.addLog(QStringLiteral("early"));
+    QCOMPARE(log.BufferUsed, 6);
+    log.FileName = dir.path() + QStringLiteral("/main.txt");
+    log.addLog(QStringLiteral("late"));
+    QCOMPARE(readAll(log.FileName.toQString()), QByteArray("early\nlate\n"));
+}
+
+// A missing log folder is stated once per outage, in the log itself, and its return as well.
+void tst_fmlog::missingFolderStatedOnce()
+{
+    QTemporaryDir dir;
+    const QString folder = dir.path() + QStringLiteral("/log/");
+    fmLogfile log(1048576, 0);
+    log.FileName = folder + QStringLiteral("main.txt");
+    log.addLog(QStringLiteral("lost one"));
+    QVERIFY(log.LastError.t != 0);
+    log.addLog(QStringLiteral("lost two"));
+    QVERIFY(QDir().mkpath(folder));
+    log.addLog(QStringLiteral("back"));
+    QCOMPARE(log.LastError.t, int64_t(0));
+    const QList<QByteArray> lines = readAll(log.FileName.toQString()).split('\n');
+    QCOMPARE(lines.size(), 4);
+    QVERIFY2(lines[0].contains(" LOGFILE ERROR: Log folder was NOT found, unable to write logfile '" +
+                               log.FileName.toQString().toLatin1() + "' - "),
+             lines[0].constData());
+    QCOMPARE(lines[1], QByteArray("back"));
+    QVERIFY(lines[2].endsWith(" LOGFILE ERROR: Logfile is working again."));
+    QVERIFY(!readAll(log.FileName.toQString()).contains("lost"));
+}
+
+// The fixed-string forms give the same line, cut at 250 units.
+void tst_fmlog::noQtForms()
+{
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    fmString<250> out;
+    sdk.FormatLogMessage_noQT(2, 16, fmString<250>("short"), fmString<250>("W"), out);
+    QCOMPARE(out.toQString(), QStringLiteral("  WRN short"));
+    sdk.FormatLogMessage_noQT(3, 16, fmString<250>(QString(250, QLatin1Char('y'))), fmString<250>("W"), out);
+    QCOMPARE(out.len(), 250);
+}
+
+QTEST_GUILESS_MAIN(tst_fmlog)
+#include "tst_fmlog.moc"

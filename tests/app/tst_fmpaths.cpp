@@ -1,0 +1,409 @@
+#include "app/fm.h"
+#include "app/fmpaths.h"
+#include "farm/fmgconfig.h"
+#include "fmtestroot.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+// Search a root with a given executable folder, on a fresh object so no state carries over.
+struct RootSearch
+{
+    __FMSDK sdk{true, fm_AppType_Test, QStringLiteral("fmTest"), true};
+    bool found = false;
+    bool run(const QStringList& args, const QString& appFolder)
+    {
+        fmTestArgs a(args);
+        found = sdk.pathsGetRootFromFolder(a.argc, a.argv(), appFolder);
+        // argv dies with `a`; the search keeps no use of it beyond this call.
+        sdk.ArgC = 0;
+        sdk.ArgV = nullptr;
+        return found;
+    }
+};
+
+class tst_fmpaths : public QObject
+{
+    Q_OBJECT
+private slots:
+    void validRoot_data();
+    void validRoot();
+    void searchFromExecutable_data();
+    void searchFromExecutable();
+    void fmRootOption_data();
+    void fmRootOption();
+    void fmRootEnvironmentNeverSelects();
+    void relink_data();
+    void relink();
+    void loadStatus();
+    void derivedFolders_data();
+    void derivedFolders();
+    void convertSingle_data();
+    void convertSingle();
+    void convertClampsRows();
+    void convertThroughConfig();
+    void pdToOS();
+    void localPath();
+    void checkAllPaths();
+};
+
+// Each marker alone makes a root, including the "_release" twin of a "_debug" name.
+void tst_fmpaths::validRoot_data()
+{
+    QTest::addColumn<QString>("file");     // made inside the root; "" for none
+    QTest::addColumn<QString>("asked");    // name of the folder asked about
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("globalconfig") << "sub/cfg_global/globalconfig.ini" << "farm" << true;
+    QTest::newRow("client console") << "bin/lx/fmClientconsole" << "farm" << true;
+    QTest::newRow("server console") << "bin/lx/fmServerconsole" << "farm" << true;
+    QTest::newRow("mac console is not ours") << "bin/mac/fmClientconsole" << "farm" << false;
+    QTest::newRow("nothing") << "" << "farm" << false;
+    QTest::newRow("release twin") << "bin/lx/fmServerconsole" << "farm_debug" << true;
+}
+
+void tst_fmpaths::validRoot()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, asked);
+    QFETCH(bool, valid);
+    const bool twin = asked.endsWith(QLatin1String("_debug"));
+    fmTestRoot root(twin ? QStringLiteral("farm_release") : QStringLiteral("farm"), false);
+    if (!file.isEmpty()) QVERIFY(root.writeFile(file, "x"));
+    QCOMPARE(IsValidFM_Root(root.base() + asked + QLatin1Char('/')), valid);
+    QVERIFY(!IsValidFM_Root(QString()));
+}
+
+// The program copied into root/bin/lx/ (or a bundle five levels deep) must find root with no option.
+void tst_fmpaths::searchFromExecutable_data()
+{
+    QTest::addColumn<QString>("rootName");
+    QTest::addColumn<QString>("appRel"); // executable folder, relative to the temporary base
+    QTest::addColumn<bool>("found");
+    QTest::addColumn<QString>("rootRel"); // expected RootPath relative to the base
+    QTest::newRow("bin/lx") << "root" << "root/bin/lx/" << true << "root/";
+    QTest::newRow("bundle") << "root" << "root/bin/lx/fm.app/Contents/MacOS/" << true << "root/";
+    QTest::newRow("three deep is no layout") << "root" << "root/a/bin/lx/" << false << "";
+    QTest::newRow("not a root") << "elsewhere" << "other/bin/lx/" << false << "";
+    QTest::newRow("internal folder") << "_farm" << "_internal_farm/bin/lx/" << true << "_farm/";
+    QTest::newRow("debug build finds release root") << "farm_release" << "farm_debug/bin/lx/" << true
+                                                     << "farm_release/";
+}
+
+void tst_fmpaths::searchFromExecutable()
+{
+    QFETCH(QString, rootName);
+    QFETCH(QString, appRel);
+    QFETCH(bool, found);
+    QFETCH(QString, rootRel);
+    fmTestRoot root(rootName);
+    const QString app = root.base() + appRel;
+    QDir().mkpath(app);
+    RootSearch s;
+    QCOMPARE(s.run({app + QStringLiteral("fmHistorydb")}, app), found);
+    if (found) {
+        QCOMPARE(s.sdk.RootPath.toQString(), root.base() + rootRel);
+        QVERIFY(!s.sdk.LocalCopyMode);
+    }
+}
+
+// "-fmRoot": prefix match, case-insensitive, last one wins, value decoded, last position ignored.
+void tst_fmpaths::fmRootOption_data()
+{
+    QTest::addColumn<QStringList>("args"); // "%R" = the root without slash, "%X" = a folder that is none
+    QTest::addColumn<bool>("found");
+    QTest::addColumn<bool>("localCopy");
+    QTest::newRow("plain") << QStringList{"x", "-fmRoot", "%R"} << true << true;
+    QTest::newRow("case and suffix") << QStringList{"x", "-FMROOTdir", "%R"} << true << true;
+    QTest::newRow("with slash") << QStringList{"x", "-fmRoot", "%R/"} << true << true;
+    QTest::newRow("last wins") << QStringList{"x", "-fmRoot", "%R", "-fmRoot", "%X"} << false << false;
+    QTest::newRow("last wins, valid") << QStringList{"x", "-fmRoot", "%X", "-fmRoot", "%R"} << true << true;
+    QTest::newRow("value missing") << QStringList{"x", "-debug", "-fmRoot"} << false << false;
+    QTest::newRow("not a root") << QStringList{"x", "-fmRoot", "%X"} << false << false;
+}
+
+void tst_fmpaths::fmRootOption()
+{
+    QFETCH(QStringList, args);
+    QFETCH(bool, found);
+    QFETCH(bool, localCopy);
+    fmTestRoot root(QStringLiteral("a&b"));
+    QString plain = root.path();
+    plain.chop(1);
+    QString encoded = plain;
+    encoded.replace(QLatin1String("&"), QLatin1String("&amp;"));
+    for (QString& a : args) {
+        a.replace(QLatin1String("%R"), encoded);
+        a.replace(QLatin1String("%X"), root.base() + QStringLiteral("nothing"));
+    }
+    RootSearch s;
+    QCOMPARE(s.run(args, root.base() + QStringLiteral("nowhere/bin/lx/")), found);
+    QCOMPARE(s.sdk.LocalCopyMode, localCopy);
+    if (found) QCOMPARE(s.sdk.RootPath.toQString(), root.path());
+}
+
+// FM_ROOT naming a valid root must not make a program outside any root start.
+void tst_fmpaths::fmRootEnvironmentNeverSelects()
+{
+    fmTestRoot root;
+    qputenv("FM_ROOT", root.path().toLocal8Bit());
+    RootSearch s;
+    const bool found = s.run({QStringLiteral("x")}, root.base() + QStringLiteral("nowhere/bin/lx/"));
+    qunsetenv("FM_ROOT");
+    QVERIFY(!found);
+}
+
+// The relink file moves the shared root; an "ExeRoot" line alone or a bad target fails the search.
+void tst_fmpaths::relink_data()
+{
+    QTest::addColumn<QByteArray>("line"); // "%T" = the target root without slash
+    QTest::addColumn<bool>("found");
+    QTest::newRow("root") << QByteArray("Root=%T\n") << true;
+    QTest::newRow("root, case and blanks") << QByteArray("  rOOT = %T/  \nsecond line ignored") << true;
+    QTest::newRow("exe root only") << QByteArray("ExeRoot=%T") << false;
+    QTest::newRow("target is no root") << QByteArray("Root=/nonexistent/place") << false;
+    QTest::newRow("no key") << QByteArray("%T") << false;
+    QTest::newRow("empty") << QByteArray("") << false;
+}
+
+void tst_fmpaths::relink()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(bool, found);
+    fmTestRoot first;
+    fmTestRoot target(QStringLiteral("moved"));
+    QString t = target.path();
+    t.chop(1);
+    line.replace("%T", t.toLocal8Bit());
+    QVERIFY(first.writeFile(QLatin1String(fmRelinkFile), line));
+    RootSearch s;
+    QCOMPARE(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), first.path()}, QString()), found);
+    if (found) {
+        QCOMPARE(s.sdk.RootPath.toQString(), target.path());
+        QCOMPARE(s.sdk.ExeRootPath.toQString(), first.path());
+        QCOMPARE(s.sdk.BinPath.toQString(), first.path() + QStringLiteral("bin/lx/"));
+        QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + QStringLiteral("sub/cfg_global/"));
+    }
+}
+
+// "-loadstatus" sets the status folder (trailing quote dropped, "/" added) and moves the website.
+void tst_fmpaths::loadStatus()
+{
+    fmTestRoot root;
+    RootSearch s;
+    QVERIFY(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path(), QStringLiteral("-LOADSTATUS"),
+                   QStringLiteral("/srv/status\"")},
+                  QString()));
+    QCOMPARE(s.sdk.StatusPath.toQString(), QStringLiteral("/srv/status/"));
+    QCOMPARE(s.sdk.WebsitePath.toQString(), QStringLiteral("/srv/status/website/"));
+
+    RootSearch none;
+    QVERIFY(none.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()}, QString()));
+    QVERIFY(none.sdk.StatusPath.isEmpty());
+    QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + QStringLiteral("website/"));
+}
+
+namespace {
+
+struct DerivedRow
+{
+    const char* name;
+    fmString<250> __FMSDK::*member;
+    const char* value; // "%R" = the root
+};
+
+const DerivedRow kDerived[] = {
+    {"BinPath", &__FMSDK::BinPath, "%Rbin/lx/"},
+    {"BinPath64", &__FMSDK::BinPath64, "%Rbin/lx64/"},
+    {"SubPath", &__FMSDK::SubPath, "%Rsub/"},
+    {"CfgGlobalPath", &__FMSDK::CfgGlobalPath, "%Rsub/cfg_global/"},
+    {"CfgUserPath", &__FMSDK::CfgUserPath, "%Rsub/cfg_user/"},
+    {"LogPath", &__FMSDK::LogPath, "%Rsub/log/"},
+    {"ClientScriptsPath", &__FMSDK::ClientScriptsPath, "%Rsub/client_execute_scripts/"},
+    {"HistoryDbPath", &__FMSDK::HistoryDbPath, "%Rsub/history_db/"},
+    {"StatsPath", &__FMSDK::StatsPath, "%Rsub/stats/"},
+    {"WebsiteTemplatesPath", &__FMSDK::WebsiteTemplatesPath, "%Rsub/cfg_website_templates/"},
+    {"AutoloadPath", &__FMSDK::AutoloadPath, "%Rautoload/"},
+    {"WebsitePath", &__FMSDK::WebsitePath, "%Rwebsite/"},
+    {"RenderAppsConfigPath", &__FMSDK::RenderAppsConfigPath, "%Rrender_apps/_config/"},
+    {"PrePostScriptsPath", &__FMSDK::PrePostScriptsPath, "%Rrender_apps/_prepost_scripts/"},
+    {"SetEnvPath", &__FMSDK::SetEnvPath, "%Rrender_apps/_setenv/lx/"},
+    {"InstallPathsPath", &__FMSDK::InstallPathsPath, "%Rrender_apps/_install_paths/"},
+    {"SubmitPluginsPath", &__FMSDK::SubmitPluginsPath, "%Rrender_apps/_submitplugins/"},
+    {"PluginsPath", &__FMSDK::PluginsPath, "%Rplugins/"},
+    {"ServerJobsPluginsPath", &__FMSDK::ServerJobsPluginsPath, "%Rplugins64/server_jobs/"},
+    {"ServerNotifyPluginsPath", &__FMSDK::ServerNotifyPluginsPath, "%Rplugins64/server_notify/"},
+    {"ImagePluginsPath", &__FMSDK::ImagePluginsPath, "%Rplugins64/image/"},
+    {"SceneParserPluginsPath", &__FMSDK::SceneParserPluginsPath, "%Rplugins64/submitter_sceneparser/"},
+    {"LocalDataPath", &__FMSDK::LocalDataPath, "/var/tmp/FM_localdata/"},
+    {"LocalTexturesPath", &__FMSDK::LocalTexturesPath, "/var/tmp/FM_localdata/textures/"},
+    {"LocalTempPath", &__FMSDK::LocalTempPath, "/var/tmp/FM_localdata/temp/"},
+    {"LocalRenderOutPath", &__FMSDK::LocalRenderOutPath, "/var/tmp/FM_localdata/renderout/"},
+    {"LocalCachedScenesPath", &__FMSDK::LocalCachedScenesPath, "/var/tmp/FM_localdata/cachedscenes/"},
+    {"LocalRendererPrefsPath", &__FMSDK::LocalRendererPrefsPath, "/var/tmp/FM_localdata/renderer_prefs/"},
+    {"LocalRendererExePath", &__FMSDK::LocalRendererExePath, "/var/tmp/FM_localdata/renderer_exe/"},
+    {"ThreadCheckFolder", &__FMSDK::ThreadCheckFolder, ""},
+};
+
+} // namespace
+
+// Every folder derived from the root, with this platform's names; "_debug" in the root is read
+// as "_release" case-insensitively.
+void tst_fmpaths::derivedFolders_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QString>("rootName");
+    for (int i = 0; i < int(std::size(kDerived)); ++i) {
+        QTest::newRow(kDerived[i].name) << i << QStringLiteral("farm");
+        QTest::newRow(QByteArray(kDerived[i].name) + " debug") << i << QStringLiteral("farm_DEBUG");
+    }
+}
+
+void tst_fmpaths::derivedFolders()
+{
+    QFETCH(int, row);
+    QFETCH(QString, rootName);
+    fmTestRoot root(rootName);
+    RootSearch s;
+    QVERIFY(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()}, QString()));
+    QString rootText = root.path();
+    rootText.replace(QLatin1String("_DEBUG"), QLatin1String("_release"));
+    const QByteArray name(kDerived[row].name);
+    const bool fromExeRoot = name.startsWith("Bin") || (name.contains("Plugins") && !name.startsWith("Submit"));
+    // The executables' root keeps its name: only the shared root is rewritten.
+    QString expected = QString::fromLatin1(kDerived[row].value);
+    expected.replace(QLatin1String("%R"), fromExeRoot ? root.path() : rootText);
+    QCOMPARE((s.sdk.*kDerived[row].member).toQString(), expected);
+}
+
+// Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
+// empty column is passed over; the suffix rule and separators follow the target.
+void tst_fmpaths::convertSingle_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("to");
+    QTest::addColumn<bool>("force");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("win to lx") << "\\\\srv\\proj\\shot\\a.ma" << 1 << 2 << false << "/mnt/proj/shot/a.ma";
+    QTest::newRow("prefix case-insensitive") << "\\\\SRV\\PROJ\\a.ma" << 1 << 2 << false << "/mnt/proj/a.ma";
+    QTest::newRow("chained rows") << "X:\\f\\b.ma" << 1 << 2 << false << "/y/f/b.ma";
+    QTest::newRow("lx to win") << "/mnt/proj/a_lx.ma" << 2 << 1 << false << "\\\\srv\\proj\\a_lx.ma";
+    QTest::newRow("no row fits") << "/home/u/a.ma" << 2 << 1 << false << "\\home\\u\\a.ma";
+    QTest::newRow("same os, no force") << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false
+                                       << "//srv/proj/scene_lx.ma";
+    QTest::newRow("suffixes whatever the target") << "/mnt/proj/s_win.ma" << 2 << 1 << false
+                                                  << "\\\\srv\\proj\\s_lx.ma";
+    QTest::newRow("empty target column skipped") << "/only/lx/a" << 2 << 1 << false << "\\only\\lx\\a";
+    QTest::newRow("row with both columns") << "/only/lx/a" << 2 << 3 << false << "/only/mac/a";
+    QTest::newRow("force on same os") << "\\\\srv\\proj\\a" << 1 << 1 << true << "\\\\srv\\proj\\a";
+    QTest::newRow("bad os number") << "\\a\\b" << 7 << 2 << false << "/a/b";
+}
+
+namespace {
+
+struct Table
+{
+    _fmgOSConversion rows[61];
+    Table()
+    {
+        auto set = [this](int r, const char* win, const char* lx, const char* mac) {
+            rows[r].Path[1] = win;
+            rows[r].Path[2] = lx;
+            rows[r].Path[3] = mac;
+        };
+        set(0, "\\\\srv\\proj", "/mnt/proj", "/Volumes/proj");
+        set(1, "X:\\", "/x/", "/Volumes/x/");
+        set(2, "/x/", "/y/", "");
+        set(3, "", "/only/lx", "/only/mac");
+        set(60, "/", "/", "/sixty-first/"); // beyond the table's 60 rows: never read
+    }
+};
+
+} // namespace
+
+void tst_fmpaths::convertSingle()
+{
+    QFETCH(QString, path);
+    QFETCH(int, from);
+    QFETCH(int, to);
+    QFETCH(bool, force);
+    QFETCH(QString, expected);
+    static const Table table;
+    ConvertPathsToOS_Single(path, _fmOS(from), _fmOS(to), table.rows, 60, force);
+    QCOMPARE(path, expected);
+}
+
+// A row count beyond 60 from a damaged table must not read past the table's rows.
+void tst_fmpaths::convertClampsRows()
+{
+    static const Table table;
+    QString path = QStringLiteral("/a");
+    ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, table.rows, 61, false);
+    QCOMPARE(path, QStringLiteral("/a"));
+    path = QStringLiteral("/a");
+    ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
+    QCOMPARE(path, QStringLiteral("/a"));
+}
+
+// The configuration's table is walked to its 60th row.
+void tst_fmpaths::convertThroughConfig()
+{
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    sdk.cfg->OSConversion[59].Path[_fmOS_Windows] = "P:\\";
+    sdk.cfg->OSConversion[59].Path[_fmOS_Linux] = "/mnt/p/";
+    QString path = QStringLiteral("p:\\shots\\a.exr");
+    ConvertPathsToOS_Single(path, _fmOS_Windows, _fmOS_Linux, sdk, false);
+    QCOMPARE(path, QStringLiteral("/mnt/p/shots/a.exr"));
+}
+
+// Separator conversion in every form.
+void tst_fmpaths::pdToOS()
+{
+    QCOMPARE(fmConvertPDToOS(QStringLiteral("a\\b/c")), QStringLiteral("a/b/c"));
+    QCOMPARE(fmConvertPDToOS(QStringLiteral("a\\b/c"), _fmOS_Windows), QStringLiteral("a\\b\\c"));
+    QCOMPARE(fmConvertPDToOS(QStringLiteral("a\\b/c"), _fmOS_Mac), QStringLiteral("a/b/c"));
+    QCOMPARE(fmConvertPDToOS(fmString<250>("x\\y")).toQString(), QStringLiteral("x/y"));
+    QCOMPARE(fmConvertPDToOS(fmString<500>("x\\y\\")).toQString(), QStringLiteral("x/y/"));
+    QVERIFY(fmIsRootpath(QStringLiteral("/")));
+    QVERIFY(!fmIsRootpath(QStringLiteral("/a")));
+}
+
+// setLocalPath: keeps a set path, falls back to the literal, a given path wins, empty fails.
+void tst_fmpaths::localPath()
+{
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("t"), true);
+    QVERIFY(fm.setLocalPath(nullptr));
+    QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/var/tmp/FM_localdata/"));
+    QVERIFY(fm.setLocalPath("/data/local"));
+    QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/data/local/"));
+    QCOMPARE(fm.LocalTempPath.toQString(), QStringLiteral("/data/local/temp/"));
+    QVERIFY(fm.setLocalPath(nullptr));
+    QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/data/local/"));
+    QVERIFY(!fm.setLocalPath(""));
+}
+
+// CheckAllfmPaths makes the five shared folders (not history_db) and fails when one can't be made.
+void tst_fmpaths::checkAllPaths()
+{
+    fmTestRoot root;
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("t"), true);
+    fmTestArgs args({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()});
+    QVERIFY(fm.pathsGetRootFromFolder(args.argc, args.argv(), QString()));
+    QVERIFY(fm.CheckAllfmPaths());
+    for (const char* f : {"sub/cfg_global", "sub/cfg_user", "sub/log", "sub/stats", "sub/client_execute_scripts"})
+        QVERIFY2(QFileInfo(root.path() + QLatin1String(f)).isDir(), f);
+    QVERIFY(!QFileInfo::exists(root.path() + QStringLiteral("sub/history_db")));
+
+    fmTestRoot blocked;
+    QVERIFY(blocked.writeFile(QStringLiteral("sub/stats"), "a file where a folder belongs"));
+    QVERIFY(fm.pathsGetRootFromFolder(0, nullptr, QString()) == false);
+    fmTestArgs args2({QStringLiteral("x"), QStringLiteral("-fmRoot"), blocked.path()});
+    QVERIFY(fm.pathsGetRootFromFolder(args2.argc, args2.argv(), QString()));
+    QVERIFY(!fm.CheckAllfmPaths());
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+}
+
+QTEST_GUILESS_MAIN(tst_fmpaths)
+#include "tst_fmpaths.moc"

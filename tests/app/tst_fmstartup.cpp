@@ -1,0 +1,325 @@
+#include "app/fm.h"
+#include "app/fmlogfile.h"
+#include "farm/fmgconfig.h"
+#include "fmtestroot.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace {
+
+QByteArray readAll(const QString& path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
+    return f.readAll();
+}
+
+QStringList withRoot(const fmTestRoot& root, const QStringList& more)
+{
+    return QStringList{QStringLiteral("/x/fmHistorydb"), QStringLiteral("-fmRoot"), root.path()} + more;
+}
+
+// A globalconfig.ini with the table's defaults, written the way the farm's server writes it.
+bool writeGlobalConfig(const fmTestRoot& root)
+{
+    __FM writer(true, fm_AppType_Test, QStringLiteral("writer"), true);
+    fmTestArgs args(withRoot(root, {}));
+    if (!writer.pathsGetRootFromFolder(args.argc, args.argv(), QString())) return false;
+    const bool ok = writer.SaveFileCfg();
+    writer.ArgC = 0;
+    writer.ArgV = nullptr;
+    return ok;
+}
+
+QStringList g_boxes;
+bool recordBox(bool, const QString& text, const QString&, int, bool)
+{
+    g_boxes.append(text);
+    return true;
+}
+
+fmStyleChoices g_style;
+int g_styleCalls = 0;
+void recordStyle(const fmStyleChoices& c)
+{
+    g_style = c;
+    ++g_styleCalls;
+}
+
+} // namespace
+
+class tst_fmstartup : public QObject
+{
+    Q_OBJECT
+private slots:
+    void commandLine_data();
+    void commandLine();
+    void machineNameAndLogName_data();
+    void machineNameAndLogName();
+    void hostName();
+    void versionAndTitle();
+    void releaseDate_data();
+    void releaseDate();
+    void noRootWarns();
+    void structureGuard();
+    void debugLogFile();
+    void noLogFileWithoutDebug();
+    void styleChoices_data();
+    void styleChoices();
+};
+
+// Options switch log levels and the file; for this program only "-debug" gives a log file.
+void tst_fmstartup::commandLine_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QList<int>>("levelsOn");
+    QTest::addColumn<QList<int>>("levelsOff");
+    QTest::addColumn<bool>("noLogFile");
+    QTest::addColumn<int>("flushInterval");
+    QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true << 60;
+    QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true << 60;
+    QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true << 60;
+    QTest::newRow("debugNetwork") << QStringList{"-debugNetwork"} << QList<int>{12} << QList<int>{10} << true << 60;
+    QTest::newRow("debugThreads") << QStringList{"-debugThreads"} << QList<int>{15} << QList<int>{10} << true << 60;
+    QTest::newRow("useLogfile is not enough") << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true
+                                              << 60;
+    QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
+                           << QList<int>{11, 12, 20, 24} << false << 60;
+    QTest::newRow("debug any case") << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false << 60;
+    QTest::newRow("debug prefix is not debug") << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true
+                                               << 60;
+    QTest::newRow("flush all") << QStringList{"-LogFlushAll"} << QList<int>{} << QList<int>{10} << true << 0;
+    QTest::newRow("value of a value option is skipped") << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{}
+                                                        << QList<int>{10} << false << 60;
+}
+
+void tst_fmstartup::commandLine()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QList<int>, levelsOn);
+    QFETCH(QList<int>, levelsOff);
+    QFETCH(bool, noLogFile);
+    QFETCH(int, flushInterval);
+    fmTestRoot root;
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+    fmTestArgs a(withRoot(root, args));
+    QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
+    for (int l : levelsOn) QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
+    for (int l : levelsOff) QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
+    // AppInit reads "-debug" as a whole argument, so a value that spells it still counts there.
+    QCOMPARE(fm.NoLogFile, noLogFile);
+    QCOMPARE(fm.Log->FlushInterval, flushInterval);
+    QVERIFY(fm.Configured);
+    QVERIFY(fm.App.MessageBoxAllowed);
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+}
+
+// The log names: log folder + program name + "_" + machine + ".txt"; "-OMName"/"-OMN" override.
+void tst_fmstartup::machineNameAndLogName_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("machine"); // "" = the host's name
+    QTest::newRow("OMName") << QStringList{"-OMName", "Render01"} << "Render01";
+    QTest::newRow("OMN any case") << QStringList{"-omn", "box7"} << "box7";
+    QTest::newRow("OMN without value") << QStringList{"-OMN"} << "";
+}
+
+void tst_fmstartup::machineNameAndLogName()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, machine);
+    fmTestRoot root;
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+    fmTestArgs a(withRoot(root, args));
+    QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
+    if (machine.isEmpty()) machine = fm.getHostName().left(75);
+    QCOMPARE(fm.App.MachineName.toQString(), machine);
+    QCOMPARE(fm.Log->FileName.toQString(), root.path() + "sub/log/fmHistorydb_" + machine + ".txt");
+    QCOMPARE(fm.LogError->FileName.toQString(), root.path() + "sub/log/_ERROR.txt");
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+}
+
+// The host name: no domain, first letter upper case, never empty.
+void tst_fmstartup::hostName()
+{
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+    const QString name = fm.getHostName();
+    QVERIFY(!name.isEmpty());
+    QVERIFY(!name.mid(1).contains(QLatin1Char('.')));
+    QCOMPARE(name.at(0), name.at(0).toUpper());
+}
+
+// "6." in the root's version text reads "7." after start-up, in the title and the version.
+void tst_fmstartup::versionAndTitle()
+{
+    fmTestRoot root;
+    QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), " 6.0.10\n2026-11-01\n"));
+    __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    fmTestArgs a(withRoot(root, {}));
+    QVERIFY(fm.SetupCfg(a.argc, a.argv(), false, nullptr));
+    QCOMPARE(fm.VersionText.toQString(), QStringLiteral(" 7.0.10"));
+    QCOMPARE(fm.AppTitle(false), QStringLiteral("fmTest L     7.0.10    fmVer 7.0.10"));
+    QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10"));
+    fm.VersionText = " 8.1";
+    QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10  fmVer 8.1"));
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+}
+
+// The release date is the version file's second line, with its two failure texts.
+void tst_fmstartup::releaseDate_data()
+{
+    QTest::addColumn<QByteArray>("file"); // "-" = no file
+    QTest::addColumn<QString>("text");
+    QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
+    QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
+    QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
+}
+
+void tst_fmstartup::releaseDate()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QString, text);
+    fmTestRoot root;
+    if (file != "-") QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), file));
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+    fm.SubPath = root.path() + QStringLiteral("sub/");
+    QCOMPARE(fm.getReleaseDate(), text);
+}
+
+// Started outside any root: the warning box names the program, and start-up fails.
+void tst_fmstartup::noRootWarns()
+{
+    __FM fm(false, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), false);
+    g_boxes.clear();
+    __FMSDK::MessageBoxHook = recordBox;
+    fmTestArgs a({QStringLiteral("/nowhere/at/all/fmHistorydb")});
+    const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
+    __FMSDK::MessageBoxHook = nullptr;
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+    QVERIFY(!ok);
+    QCOMPARE(g_boxes.size(), 1);
+    QVERIFY2(g_boxes[0].contains(
+                 "|  ERR Unable to get FM Root path\nThis executable was not started from a FM directory.\n"),
+             qPrintable(g_boxes[0]));
+    QVERIFY(g_boxes[0].endsWith("('/nowhere/at/all/fmHistorydb')"));
+}
+
+// A damaged object (wrong structure size) must stop the start-up.
+void tst_fmstartup::structureGuard()
+{
+    fmTestRoot root;
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+    fm.StructSize = 1;
+    fmTestArgs a(withRoot(root, {}));
+    QVERIFY(!fm.SetupCfgSDK(a.argc, a.argv()));
+    QVERIFY(!fm.Configured);
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+}
+
+// With "-debug" the program's own log file holds the start-up and shutdown lines in the line format.
+void tst_fmstartup::debugLogFile()
+{
+    fmTestRoot root;
+    root.makeFolder(QStringLiteral("sub/log"));
+    {
+        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+        fmTestArgs a(withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
+        QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+    }
+    const QByteArray text = readAll(root.path() + QStringLiteral("sub/log/fmHistorydb_Box1.txt"));
+    QVERIFY(!text.isEmpty());
+    static const QRegularExpression stamp(QStringLiteral("^\\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d\\|"));
+    const QString indent(20, QLatin1Char(' '));
+    const QList<QByteArray> lines = text.split('\n');
+    for (const QByteArray& line : lines) {
+        if (line.isEmpty()) continue;
+        const QString l = QString::fromLatin1(line);
+        QVERIFY2(stamp.match(l).hasMatch() || l.startsWith(indent), line.constData());
+    }
+    QVERIFY(text.contains("|           params: '-debug' ;;   (CheckCommandlineParameter)\n"));
+    QVERIFY(text.contains("|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
+    QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
+    QVERIFY(text.contains("##################SHUTDOWN#####"));
+    QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
+    QVERIFY(readAll(root.path() + QStringLiteral("sub/log/_ERROR.txt")).startsWith("[Box1]\n"));
+}
+
+// Without "-debug" a normal start writes no log file at all.
+void tst_fmstartup::noLogFileWithoutDebug()
+{
+    fmTestRoot root;
+    QVERIFY(writeGlobalConfig(root));
+    {
+        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+        fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
+        fm.SetupCfg(a.argc, a.argv(), false, nullptr); // ends at the client tables
+        QVERIFY(fm.NoLogFile);
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+    }
+    QVERIFY(QDir(root.path() + QStringLiteral("sub/log")).exists());
+    const QStringList files = QDir(root.path() + QStringLiteral("sub/log")).entryList(QDir::Files);
+    QVERIFY2(files.isEmpty(), qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
+}
+
+// The style choices from the configuration and the theme options reach the window side.
+void tst_fmstartup::styleChoices_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<bool>("dark");
+    QTest::addColumn<bool>("easter");
+    QTest::addColumn<bool>("girly");
+    QTest::addColumn<int>("font");
+    QTest::addColumn<int>("small");
+    QTest::newRow("defaults") << QStringList{} << false << false << false << 8 << 7;
+    QTest::newRow("dark") << QStringList{"-darkUI"} << true << false << false << 8 << 7;
+    QTest::newRow("contained anywhere") << QStringList{"x-DARKui"} << true << false << false << 8 << 7;
+    QTest::newRow("easter wins over earlier dark") << QStringList{"-darkUI", "-easterUI"} << false << true << false
+                                                   << 8 << 7;
+    QTest::newRow("light after dark") << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
+    QTest::newRow("viola") << QStringList{"-violaUI"} << false << false << true << 8 << 7;
+    QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false << false
+                                << false << 11 << 6;
+    QTest::newRow("font size not a number") << QStringList{"-defaultFontSize", "big"} << false << false << false << 8
+                                            << 7;
+}
+
+void tst_fmstartup::styleChoices()
+{
+    QFETCH(QStringList, args);
+    QFETCH(bool, dark);
+    QFETCH(bool, easter);
+    QFETCH(bool, girly);
+    QFETCH(int, font);
+    QFETCH(int, small);
+    fmTestRoot root;
+    QVERIFY(writeGlobalConfig(root));
+    __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    g_styleCalls = 0;
+    __FM::InstallStyleHook = recordStyle;
+    fmTestArgs a(withRoot(root, args));
+    const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
+    __FM::InstallStyleHook = nullptr;
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
+    QVERIFY(ok);
+    QCOMPARE(g_styleCalls, 1);
+    QCOMPARE(g_style.Dark, dark);
+    QCOMPARE(g_style.Easter, easter);
+    QCOMPARE(g_style.Girly, girly);
+    QCOMPARE(g_style.FontSizeDefault, font);
+    QCOMPARE(g_style.FontSizeSmall, small);
+}
+
+QTEST_GUILESS_MAIN(tst_fmstartup)
+#include "tst_fmstartup.moc"

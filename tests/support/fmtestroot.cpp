@@ -1,0 +1,36 @@
+#include "fmtestroot.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+fmTestRoot::fmTestRoot(const QString& name, bool cfgGlobal)
+{
+    Path = Dir.path() + QLatin1Char('/') + name + QLatin1Char('/');
+    QDir().mkpath(Path);
+    if (cfgGlobal) makeFolder(QStringLiteral("sub/cfg_global"));
+}
+
+QString fmTestRoot::makeFolder(const QString& rel) const
+{
+    QString p = Path + rel;
+    if (!p.endsWith(QLatin1Char('/'))) p += QLatin1Char('/');
+    QDir().mkpath(p);
+    return p;
+}
+
+bool fmTestRoot::writeFile(const QString& rel, const QByteArray& bytes) const
+{
+    const QString p = Path + rel;
+    QDir().mkpath(QFileInfo(p).path());
+    QFile f(p);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
+    return f.write(bytes) == bytes.size();
+}
+
+fmTestArgs::fmTestArgs(const QStringList& args) : argc(int(args.size()))
+{
+    for (const QString& a : args) Texts.append(a.toLocal8Bit());
+    for (QByteArray& t : Texts) Pointers.push_back(t.data());
+    Pointers.push_back(nullptr);
+}

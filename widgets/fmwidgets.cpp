@@ -1,1 +1,0 @@
-// Window-side toolkit: tree framework, delegate, style, message boxes.
