@@ -1,0 +1,533 @@
+// clients.ini and clientgroups.ini: keys, the lock, the temporary copy, broken and hostile files.
+#include "app/fm.h"
+#include "farm/fmclientgroups.h"
+#include "farm/fmclientlist.h"
+#include "farm/fmclientlog.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <atomic>
+#include <memory>
+#include <thread>
+
+using namespace fmC;
+
+static QStringList tapped;
+static void tap(int, const QString& text, const QString&) { tapped << text; }
+
+class tst_fmClientFiles : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanupTestCase();
+    void roundTrip750();
+    void readKeys_data();
+    void readKeys();
+    void oldListKeys();
+    void dropSchedules();
+    void loadKeepsStatus();
+    void loadOnlyWhenNewer();
+    void nemoNeverWritten();
+    void singleSaveAndLoad();
+    void missingFile();
+    void heldLockFailsLoad();
+    void lockReleasedDuringSave();
+    void heldLockAbortsSave();
+    void waitsForServerSort();
+    void hostileFiles_data();
+    void hostileFiles();
+    void groupsRoundTrip();
+    void groupsHostile();
+
+private:
+    QTemporaryDir dir;
+    QString clientsIni() const { return dir.path() + QStringLiteral("/clients.ini"); }
+    QString lockFile() const { return clientsIni() + QStringLiteral("_lock.txt"); }
+    QString groupsIni() const { return dir.path() + QStringLiteral("/clientgroups.ini"); }
+    _ClientList& list() { return *FM.ClientList; }
+    void writeText(const QString& path, const QByteArray& text);
+    _Client& addNamed(const QString& name);
+};
+
+void tst_fmClientFiles::initTestCase()
+{
+    QVERIFY(dir.isValid());
+    FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
+    FM.createFarmTables();
+    QVERIFY(FM.ClientList && FM.ClientGroups && FM.UserSettings);
+    farmLogTap = tap;
+}
+
+void tst_fmClientFiles::init()
+{
+    for (const QString& f : {clientsIni(), lockFile(), groupsIni(), dir.path() + QStringLiteral("/_newclientsort.cfg")})
+        QFile::remove(f);
+    list().clear();
+    list().LastFileTime.t = 0;
+    FM.ClientGroups->clear();
+    tapped.clear();
+}
+
+void tst_fmClientFiles::cleanupTestCase()
+{
+    farmLogTap = nullptr;
+    FM.deleteFarmTables();
+    QVERIFY(!FM.ClientList && !FM.ClientGroups && !FM.UserSettings);
+}
+
+void tst_fmClientFiles::writeText(const QString& path, const QByteArray& text)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(text);
+}
+
+_Client& tst_fmClientFiles::addNamed(const QString& name)
+{
+    const int n = list().addClient();
+    _Client& c = list().Clients[n < 0 ? 0 : n];
+    c.Status.Name.set(name);
+    return c;
+}
+
+// Catches a field lost or changed on the way through the file, a section written for the
+// reserved name, and a save that is not stable.
+void tst_fmClientFiles::roundTrip750()
+{
+    for (int i = 0; i < MaxClients; ++i) {
+        _Client& c = addNamed(i == 17 ? QStringLiteral("NeMo") : QStringLiteral("render%1").arg(i, 3, 10, QLatin1Char('0')));
+        c.ListNo = MaxClients - i;
+        c.CfgBool[0] = uint8_t(i & 1);
+        c.CfgValue[1] = int16_t(i);
+        c.Hardware.Memory = 1000 + i;
+        c.Hardware.Cores = uint8_t(1 + i % 64);
+        c.Hardware.OS = static_cast<signed char>(1 + i % 3);
+        c.Hardware.Is64Bit = i % 5 != 0;
+        c.Hardware.MHz = uint16_t(2000 + i);
+        c.Hardware.OSVersion = uint8_t(i % 200);
+        c.Hardware.Speed = float(i) / 8.0f;
+        c.WOLMac.set("00:1A:2b:3c:4D:5e");
+        c.WOLIP.set("10.0.0.1");
+        c.WOLFlags[2] = 1;
+        c.Reserved.fromString(QStringLiteral("Anna;ben"));
+        c.AcceptWH.fromString(QStringLiteral("carl"));
+        if (i % 2) c.AcceptThreadJobs[1].fromString(QStringLiteral("comp;3d"));
+        c.AbortProcess[3].set("nuke.exe");
+        c.CustomInfo.set(QStringLiteral("rack %1, top").arg(i));
+    }
+    QVERIFY(FM.SaveFileClientsAll(QString()));
+    QVERIFY(!QFile::exists(lockFile()));
+    QVERIFY(QFile::exists(QStringLiteral("/tmp/clients.ini")));
+    {
+        QSettings s(clientsIni(), QSettings::IniFormat);
+        const QStringList groups = s.childGroups();
+        QCOMPARE(groups.size(), MaxClients - 1);
+        for (const QString& g : groups) QVERIFY(g.compare(QLatin1String("nemo"), Qt::CaseInsensitive) != 0);
+        QCOMPARE(s.value(QStringLiteral("render001/cfgV")).toString().count(QLatin1Char(';')), 26);
+        QVERIFY(!s.contains(QStringLiteral("render001/WOLSchedule")));
+        QVERIFY(!s.contains(QStringLiteral("render000/acceptThreadJobsB")));
+        QVERIFY(s.contains(QStringLiteral("render001/acceptThreadJobsB")));
+        QCOMPARE(s.value(QStringLiteral("render001/WOL")).toString(), QStringLiteral("001A2b3c4D5e;10.0.0.1;001000"));
+    }
+    QFile f(clientsIni());
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray first = f.readAll();
+    f.close();
+
+    std::unique_ptr<_ClientList> saved(new _ClientList(FM));
+    for (int i = 0; i < list().count(); ++i) saved->Clients[i] = list().Clients[i];
+    list().clear();
+    QVERIFY(FM.LoadFileClientsAll(true, QStringLiteral("test")));
+    QCOMPARE(tapped.last(), QStringLiteral("clients.ini   loaded"));
+    QCOMPARE(list().count(), MaxClients - 1);
+    // Records come back ordered by their list number: render749 first.
+    QCOMPARE(list().Clients[0].Status.Name.toQString(), QStringLiteral("render749"));
+    for (int i = 0; i < MaxClients; ++i) {
+        if (i == 17) continue;
+        const _Client& want = saved->Clients[i];
+        const int n = list().findClient(want.Status.Name, 0);
+        QVERIFY(n >= 0);
+        const _Client& got = list().Clients[n];
+        QCOMPARE(got.ListNo, want.ListNo);
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(got.CfgBool), 18), QByteArray(reinterpret_cast<const char*>(want.CfgBool), 18));
+        QCOMPARE(got.CfgValue[1], want.CfgValue[1]);
+        QCOMPARE(got.Hardware.Memory, want.Hardware.Memory);
+        QCOMPARE(got.Hardware.Cores, want.Hardware.Cores);
+        QCOMPARE(got.Hardware.OS, want.Hardware.OS);
+        QCOMPARE(got.Hardware.Is64Bit, want.Hardware.Is64Bit);
+        QCOMPARE(got.Hardware.MHz, want.Hardware.MHz);
+        QCOMPARE(got.Hardware.OSVersion, want.Hardware.OSVersion);
+        QCOMPARE(got.Hardware.Speed, want.Hardware.Speed);
+        QCOMPARE(got.WOLMac.toQString(), QStringLiteral("001A2b3c4D5e"));
+        QCOMPARE(got.WOLIP.toQString(), QStringLiteral("10.0.0.1"));
+        QCOMPARE(int(got.WOLFlags[2]), 1);
+        QCOMPARE(got.Reserved.asString(), want.Reserved.asString());
+        QCOMPARE(got.AcceptWH.asString(), QStringLiteral("carl"));
+        QVERIFY(got.AcceptThreadJobs[1].isEqual(want.AcceptThreadJobs[1]));
+        QCOMPARE(got.AbortProcess[3].toQString(), QStringLiteral("nuke.exe"));
+        QCOMPARE(got.CustomInfo.toQString(), want.CustomInfo.toQString());
+    }
+    QVERIFY(FM.SaveFileClientsAll(QString()));
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll(), first);
+}
+
+void tst_fmClientFiles::readKeys_data()
+{
+    QTest::addColumn<QByteArray>("section");
+    QTest::addColumn<QString>("check");
+    QTest::addColumn<QString>("want");
+    QTest::newRow("cfgV stops at x") << QByteArray("cfgV=\"10;20;x;5;\"\n") << "cfgV" << "15,20,2,75,26";
+    QTest::newRow("cfgV 30 places") << QByteArray("cfgV=\"1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;7;\"\n")
+                                    << "cfgV" << "15,1,1,15,30";
+    QTest::newRow("cfgV 45 places") << QByteArray("cfgV=\"" + QByteArray("20;").repeated(45) + "\"\n") << "cfgV"
+                                    << "20,20,10,20,40";
+    QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << "cfgV" << "15,32767,1,95,26";
+    QTest::newRow("cfgB long") << QByteArray("cfgB=") + QByteArray("10").repeated(20) + "\n" << "cfgB" << "1010,30";
+    QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << "cfgB" << "0111,18";
+    QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << "hw" << "99,1,3,1,1,106,1.5";
+    QTest::newRow("hardware negative speed") << QByteArray("Hardware=\"4096;8;2;0;2400;26;-5;\"\n") << "hw"
+                                             << "4096,8,2,0,2400,26,0";
+    QTest::newRow("hardware huge") << QByteArray("Hardware=\"99999999999;999;999;7;99999999;999;1e40;\"\n") << "hw"
+                                   << "2147483647,255,127,1,65535,255,0";
+    QTest::newRow("no accept A") << QByteArray("listNo=3\n") << "acceptA" << "comp;archive;3d;execute";
+    QTest::newRow("accept A given") << QByteArray("acceptThreadJobsA=Nuke\n") << "acceptA" << "nuke";
+    QTest::newRow("listNo broken") << QByteArray("listNo=abc\n") << "listNo" << "0";
+    QTest::newRow("hours given") << QByteArray("WorkingHours=FFFFFF000000000000000000000000000000000001\n") << "hours"
+                                 << "ffffff,0,1";
+    QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << "hours" << "f,7fe00,0";
+    QTest::newRow("hours missing") << QByteArray("listNo=12\n") << "hours" << "7fe00,7fe00,0";
+    QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << "wol" << "aaBBcc,1.2.3.4,101000";
+    QTest::newRow("info with comma") << QByteArray("customClientInfo=\"a, b\"\n") << "info" << "a, b";
+    QTest::newRow("info list") << QByteArray("customClientInfo=a, b\n") << "info" << "a,b";
+}
+
+// Catches a key read with the wrong limit, default or separator. Values with ";" stand in quotes,
+// as QSettings writes them: unquoted, the ";" would begin a comment.
+void tst_fmClientFiles::readKeys()
+{
+    QFETCH(QByteArray, section);
+    QFETCH(QString, check);
+    QFETCH(QString, want);
+    writeText(clientsIni(), "[zed]\n" + section);
+    QVERIFY(FM.LoadFileClientsAll(true, QString()));
+    const int n = list().findClient(fmString<25>("zed"), 0);
+    QVERIFY(n >= 0);
+    const _Client& c = list().Clients[n];
+    QString got;
+    if (check == QLatin1String("cfgV"))
+        got = QStringLiteral("%1,%2,%3,%4,%5").arg(c.CfgValue[0]).arg(c.CfgValue[1]).arg(c.CfgValue[2]).arg(c.CfgValue[3])
+                  .arg(c.CfgValueCount);
+    else if (check == QLatin1String("cfgB"))
+        got = QStringLiteral("%1%2%3%4,%5").arg(int(c.CfgBool[0])).arg(int(c.CfgBool[1])).arg(int(c.CfgBool[2])).arg(int(c.CfgBool[3]))
+                  .arg(c.CfgBoolCount);
+    else if (check == QLatin1String("hw"))
+        got = QStringLiteral("%1,%2,%3,%4,%5,%6,%7").arg(c.Hardware.Memory).arg(int(c.Hardware.Cores)).arg(int(c.Hardware.OS))
+                  .arg(int(c.Hardware.Is64Bit)).arg(int(c.Hardware.MHz)).arg(int(c.Hardware.OSVersion)).arg(double(c.Hardware.Speed));
+    else if (check == QLatin1String("acceptA"))
+        got = c.AcceptThreadJobs[0].asString().remove(QLatin1Char(' '));
+    else if (check == QLatin1String("listNo"))
+        got = QString::number(c.ListNo);
+    else if (check == QLatin1String("hours"))
+        got = QStringLiteral("%1,%2,%3").arg(c.WorkingHours[0], 0, 16).arg(c.WorkingHours[1], 0, 16).arg(c.WorkingHours[6], 0, 16);
+    else if (check == QLatin1String("wol")) {
+        got = c.WOLMac.toQString() + QLatin1Char(',') + c.WOLIP.toQString() + QLatin1Char(',');
+        for (int i = 0; i < 6; ++i) got += QString::number(c.WOLFlags[i]);
+    } else if (check == QLatin1String("info"))
+        got = c.CustomInfo.toQString();
+    QCOMPARE(got, want);
+    if (QTest::currentDataTag() == QLatin1String("cfgV stops at x"))
+        QCOMPARE(tapped.filter(QStringLiteral("Unable to load config of client zed")).size(), 1);
+}
+
+// Catches the older one-name-a-key form read when the new key is there, or not read at all.
+void tst_fmClientFiles::oldListKeys()
+{
+    writeText(clientsIni(), "[old]\nReserved01=Anna\nReserved02=\nReserved03=Ben\nAcceptWH20=Zoe\n"
+                            "[both]\nReserved=carl\nReserved01=anna\n");
+    QVERIFY(FM.LoadFileClientsAll(true, QString()));
+    const _Client& o = list().Clients[list().findClient(fmString<25>("old"), 0)];
+    QCOMPARE(o.Reserved.count(), 2);
+    QCOMPARE(o.Reserved.List[0].toQString(), QStringLiteral("anna"));
+    QCOMPARE(o.Reserved.List[1].toQString(), QStringLiteral("ben"));
+    QCOMPARE(o.AcceptWH.asString(), QStringLiteral("zoe"));
+    const _Client& b = list().Clients[list().findClient(fmString<25>("both"), 0)];
+    QCOMPARE(b.Reserved.asString(), QStringLiteral("carl"));
+}
+
+// Catches schedules written although dropped, or dropped schedules that do not read back as the
+// default hours.
+void tst_fmClientFiles::dropSchedules()
+{
+    std::unique_ptr<_Client> c(new _Client);
+    c->Status.Name.set("sched");
+    c->WOLSchedule[0] = 0xABCDEF;
+    c->WorkingHours[3] = 0x1;
+    {
+        QSettings s(clientsIni(), QSettings::IniFormat);
+        c->WriteClientCfg(s, true, false);
+        s.sync();
+        QCOMPARE(s.value(QStringLiteral("sched/WOLSchedule")).toString().left(6), QStringLiteral("ABCDEF"));
+        QCOMPARE(s.value(QStringLiteral("sched/WorkingHours")).toString().size(), 42);
+        c->WriteClientCfg(s, false, true);
+        s.sync();
+        QVERIFY(!s.contains(QStringLiteral("sched/WOLSchedule")));
+        QVERIFY(!s.contains(QStringLiteral("sched/WorkingHours")));
+        QVERIFY(s.contains(QStringLiteral("sched/listNo")));
+        QVERIFY(s.group().isEmpty()); // the section was closed
+    }
+    QSettings s(clientsIni(), QSettings::IniFormat);
+    std::unique_ptr<_Client> r(new _Client);
+    r->Status.Name.set("sched");
+    r->WOLSchedule[0] = 5;
+    QVERIFY(r->ReadClientCfg(s, false));
+    QCOMPARE(r->WOLSchedule[0], 0x7FE00u);
+    QCOMPARE(r->WorkingHours[3], 0x7FE00u);
+    QVERIFY(s.group().isEmpty());
+}
+
+// Catches a load that overwrites the status of a known client, or drops an unknown one.
+void tst_fmClientFiles::loadKeepsStatus()
+{
+    _Client& c = addNamed(QStringLiteral("Known"));
+    c.Status.AvailableMemory = 1234;
+    c.Status.Thread[0].Status = 3;
+    writeText(clientsIni(), "[known]\nlistNo=4\ncfgV=\"20;\"\n[fresh]\nlistNo=2\n");
+    QVERIFY(FM.LoadFileClientsAll(true, QString()));
+    QCOMPARE(list().count(), 2);
+    const _Client& k = list().Clients[list().findClient(fmString<25>("known"), 0)];
+    QCOMPARE(k.Status.AvailableMemory, 1234);
+    QCOMPARE(int(k.Status.Thread[0].Status), 3);
+    QCOMPARE(k.Status.Name.toQString(), QStringLiteral("Known"));
+    QCOMPARE(k.ListNo, 4);
+    QCOMPARE(int(k.CfgValue[0]), 20);
+    QVERIFY(list().findClient(fmString<25>("fresh"), 0) >= 0);
+}
+
+// Catches a load that reads an unchanged file again without force.
+void tst_fmClientFiles::loadOnlyWhenNewer()
+{
+    writeText(clientsIni(), "[a]\nlistNo=1\n");
+    QVERIFY(FM.LoadFileClientsAll(false, QString()));
+    QCOMPARE(list().count(), 1);
+    list().clear();
+    QVERIFY(FM.LoadFileClientsAll(false, QString()));
+    QCOMPARE(list().count(), 0);
+    QVERIFY(FM.LoadFileClientsAll(true, QString()));
+    QCOMPARE(list().count(), 1);
+}
+
+// Catches the reserved name written by a single save in any case of letters, and a save of it
+// that stops the file from being written.
+void tst_fmClientFiles::nemoNeverWritten()
+{
+    writeText(clientsIni(), "[other]\nlistNo=1\n");
+    for (const char* name : {"nemo", "NEMO", "Nemo"}) {
+        std::unique_ptr<_Client> c(new _Client);
+        c->Status.Name.set(name);
+        QVERIFY(FM.SaveFileClient(*c));
+        QSettings s(clientsIni(), QSettings::IniFormat);
+        QCOMPARE(s.childGroups(), QStringList{QStringLiteral("other")});
+    }
+    QVERIFY(tapped.last().contains(QStringLiteral(" single    written (")));
+}
+
+// Catches a single save that loses the other clients, or a single load that reads the wrong
+// section.
+void tst_fmClientFiles::singleSaveAndLoad()
+{
+    writeText(clientsIni(), "[other]\nlistNo=1\ncustomClientInfo=keep\n");
+    std::unique_ptr<_Client> c(new _Client);
+    c->Status.Name.set("mine");
+    c->ListNo = 9;
+    c->CustomInfo.set("hello");
+    QVERIFY(FM.SaveFileClient(*c));
+    QVERIFY(!QFile::exists(lockFile()));
+    std::unique_ptr<_Client> r(new _Client);
+    r->Status.Name.set("MINE");
+    r->Status.AvailableMemory = 77;
+    QVERIFY(FM.LoadFileClient(*r, true));
+    QCOMPARE(r->ListNo, 9);
+    QVERIFY(r->CustomInfo.isEmpty());
+    r->Status.Name.set("mine");
+    QVERIFY(FM.LoadFileClient(*r, false));
+    QCOMPARE(r->CustomInfo.toQString(), QStringLiteral("hello"));
+    QCOMPARE(r->Status.AvailableMemory, 77);
+    QCOMPARE(tapped.last(), QStringLiteral("  single    loaded"));
+    QSettings s(clientsIni(), QSettings::IniFormat);
+    QCOMPARE(s.value(QStringLiteral("other/customClientInfo")).toString(), QStringLiteral("keep"));
+}
+
+// Catches a program of a type that may not create clients.ini going on without it.
+void tst_fmClientFiles::missingFile()
+{
+    addNamed(QStringLiteral("x"));
+    QVERIFY(!FM.LoadFileClientsAll(true, QString()));
+    QCOMPARE(list().count(), 1);
+}
+
+// Catches a load that ignores a lock held by another program; the list stays as it was.
+void tst_fmClientFiles::heldLockFailsLoad()
+{
+    writeText(clientsIni(), "[a]\nlistNo=1\n");
+    writeText(lockFile(), "\n File locked by: Other fmServer\n");
+    addNamed(QStringLiteral("before"));
+    QVERIFY(!FM.LoadFileClientsAll(true, QString()));
+    QCOMPARE(tapped.last(), clientsIni() + QStringLiteral(" is locked!"));
+    QCOMPARE(list().count(), 1);
+    QVERIFY(QFile::exists(lockFile())); // somebody else's lock is never removed
+    // A single load goes on in spite of the lock.
+    std::unique_ptr<_Client> c(new _Client);
+    c->Status.Name.set("a");
+    QVERIFY(FM.LoadFileClient(*c, true));
+    QCOMPARE(c->ListNo, 1);
+    QVERIFY(tapped.contains(clientsIni() + QStringLiteral(" is locked! Trying to continue load client config.")));
+}
+
+// Catches a save that writes while another program holds the lock.
+void tst_fmClientFiles::lockReleasedDuringSave()
+{
+    writeText(clientsIni(), "[a]\nlistNo=1\n");
+    writeText(lockFile(), "held");
+    std::atomic<bool> released{false};
+    std::thread other([&] {
+        QThread::msleep(1200);
+        // The other program checks that the file was not written while it held the lock.
+        QSettings s(clientsIni(), QSettings::IniFormat);
+        if (s.childGroups() == QStringList{QStringLiteral("a")}) released = true;
+        QFile::remove(lockFile());
+    });
+    std::unique_ptr<_Client> c(new _Client);
+    c->Status.Name.set("b");
+    const bool ok = FM.SaveFileClient(*c);
+    other.join();
+    QVERIFY(ok);
+    QVERIFY(released);
+    QVERIFY(!tapped.filter(QStringLiteral("clients.ini save lock took ")).isEmpty());
+    QSettings s(clientsIni(), QSettings::IniFormat);
+    QCOMPARE(s.childGroups(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+}
+
+// Catches a save that gives up too early or writes anyway after the lock wait.
+void tst_fmClientFiles::heldLockAbortsSave()
+{
+    writeText(clientsIni(), "[a]\nlistNo=1\n");
+    writeText(lockFile(), "held");
+    addNamed(QStringLiteral("b"));
+    QVERIFY(!FM.SaveFileClientsAll(QString()));
+    QVERIFY(tapped.last().startsWith(clientsIni() + QStringLiteral(" is locked! Aborting to save all clients.  Waited: ")));
+    QSettings s(clientsIni(), QSettings::IniFormat);
+    QCOMPARE(s.childGroups(), QStringList{QStringLiteral("a")});
+    QVERIFY(QFile::exists(lockFile()));
+}
+
+// Catches a save that runs while the server sorts the clients anew.
+void tst_fmClientFiles::waitsForServerSort()
+{
+    const QString flag = dir.path() + QStringLiteral("/_newclientsort.cfg");
+    writeText(flag, "");
+    std::thread server([&] {
+        QThread::msleep(500);
+        QFile::remove(flag);
+    });
+    std::unique_ptr<_Client> c(new _Client);
+    c->Status.Name.set("b");
+    const bool ok = FM.SaveFileClient(*c);
+    server.join();
+    QVERIFY(ok);
+    QVERIFY(tapped.contains(QStringLiteral("Waiting for fmServer client sort...")));
+}
+
+void tst_fmClientFiles::hostileFiles_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("clients");
+    QByteArray many;
+    for (int i = 0; i < 1000; ++i) many += "[c" + QByteArray::number(i) + "]\nlistNo=" + QByteArray::number(-i) + "\n";
+    QTest::newRow("empty") << QByteArray() << 0;
+    QTest::newRow("1000 sections") << many << MaxClients;
+    QTest::newRow("binary") << QByteArray("\0\xff\x01[\x80\x81]\n=\xfe\n\0\0", 14) << -1;
+    QTest::newRow("long name") << QByteArray("[" + QByteArray(300, 'n') + "]\nlistNo=1\n[ok]\nlistNo=2\n") << 1;
+    QTest::newRow("long values") << QByteArray("[x]\ncfgV=\"" + QByteArray("7;").repeated(100000) + "\"\ncfgB=" +
+                                               QByteArray(100000, '1') + "\nReserved=\"" +
+                                               QByteArray("a;").repeated(5000) + "\"\nAbortProcess01=" +
+                                               QByteArray(500, 'p') + "\n")
+                                 << 1;
+    QTest::newRow("keys only") << QByteArray("listNo=1\ncfgV=1;\n") << 0;
+    QTest::newRow("unterminated") << QByteArray("[x\nlistNo=1\n[y]\ncfgV=\"1;2") << -1;
+}
+
+// Catches a crash, an unbounded count or a read past a field on a broken or hostile file.
+void tst_fmClientFiles::hostileFiles()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, clients);
+    writeText(clientsIni(), content);
+    FM.LoadFileClientsAll(true, QString());
+    if (clients >= 0) QCOMPARE(list().count(), clients);
+    QVERIFY(list().count() <= MaxClients);
+    for (int i = 0; i < list().count(); ++i) {
+        const _Client& c = list().Clients[i];
+        QVERIFY(c.CfgValueCount <= CfgValueMax && c.CfgBoolCount <= CfgBoolMax);
+        QVERIFY(c.Reserved.count() <= 20);
+        QVERIFY(c.Hardware.Cores >= 1 && c.Hardware.MHz >= 1 && c.Hardware.Speed >= 0.0f);
+    }
+    list().sort(nullptr);
+    list().filter();
+}
+
+// Catches a group written for "ALL", a group "ALL" missing or not last, a satellite master
+// lost, and a name of no client that gets marked.
+void tst_fmClientFiles::groupsRoundTrip()
+{
+    addNamed(QStringLiteral("r1"));
+    addNamed(QStringLiteral("r2"));
+    addNamed(QStringLiteral("r3"));
+    writeText(groupsIni(), "[Lighting]\nAssigned=\"r1;R3;ghost;\"\nSattelliteMaster=\"r3;\"\n"
+                           "[ALL]\nAssigned=\"r1;\"\n"
+                           "[AVeryLongGroupNameBeyondTwentyFive]\nAssigned=\"r2;\"\n");
+    QVERIFY(FM.LoadFileClientGroups());
+    _ClientGroupList& g = *FM.ClientGroups;
+    QCOMPARE(int(g.Count), 3);
+    QCOMPARE(g.Group[g.Count - 1].Name.toQString(), QStringLiteral("ALL"));
+    for (int i = 0; i < MaxClients; ++i) QVERIFY(g.Group[g.Count - 1].Place[i].Assigned);
+    const int l = g.findGroup(QStringLiteral("lighting"));
+    QVERIFY(l >= 0);
+    QVERIFY(g.Group[l].Place[0].Assigned);
+    QVERIFY(!g.Group[l].Place[1].Assigned);
+    QVERIFY(g.Group[l].Place[2].Assigned);
+    QCOMPARE(int(g.Group[l].Place[0].SatelliteMaster), 65535);
+    QVERIFY(g.Group[l].Place[2].SatelliteMaster != 65535);
+    QVERIFY(g.findGroup(QStringLiteral("AVeryLongGroupNameBeyondT")) >= 0);
+
+    QVERIFY(FM.SaveFileClientGroups());
+    QCOMPARE(tapped.last(), QStringLiteral("clientgroups.ini   written"));
+    {
+        QSettings s(groupsIni(), QSettings::IniFormat);
+        QVERIFY(!s.childGroups().contains(QStringLiteral("ALL")));
+        QCOMPARE(s.value(QStringLiteral("Lighting/Assigned")).toString(), QStringLiteral("r1;r3;"));
+        QCOMPARE(s.value(QStringLiteral("Lighting/SattelliteMaster")).toString(), QStringLiteral("r3;"));
+    }
+    QVERIFY(FM.LoadFileClientGroups());
+    QCOMPARE(int(FM.ClientGroups->Count), 3);
+    QCOMPARE(tapped.last(), QStringLiteral("clientgroups.ini   loaded"));
+}
+
+// Catches more groups than places, and a missing file that leaves no group "ALL".
+void tst_fmClientFiles::groupsHostile()
+{
+    QVERIFY(FM.LoadFileClientGroups());
+    QCOMPARE(int(FM.ClientGroups->Count), 1);
+    QByteArray many;
+    for (int i = 0; i < 100; ++i) many += "[g" + QByteArray::number(i) + "]\nAssigned=\"" + QByteArray("x;").repeated(1000) + "\"\n";
+    writeText(groupsIni(), many);
+    QVERIFY(FM.LoadFileClientGroups());
+    QCOMPARE(int(FM.ClientGroups->Count), MaxClientGroups);
+    QCOMPARE(FM.ClientGroups->Group[MaxClientGroups - 1].Name.toQString(), QStringLiteral("ALL"));
+}
+
+QTEST_GUILESS_MAIN(tst_fmClientFiles)
+#include "tst_fmclientfiles.moc"

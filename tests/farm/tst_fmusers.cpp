@@ -1,0 +1,461 @@
+// The user table: users7.dat and users.dat, defaults, groups, lookups, passwords.
+#include "app/fm.h"
+#include "farm/fmclientlog.h"
+#include "farm/fmusers.h"
+#include "foundation/fmchecksum.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+#include <cstring>
+#include <memory>
+
+static QStringList tapped;
+static void tap(int, const QString& text, const QString&) { tapped << text; }
+
+class tst_fmUsers : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanupTestCase();
+    void clearDefaults();
+    void saveLoadSameBytes();
+    void oneChangedByte_data();
+    void oneChangedByte();
+    void wrongSize_data();
+    void wrongSize();
+    void hostileCounts();
+    void oldFileUpgraded();
+    void oldFileIgnoredBesideNew();
+    void oldFileCorrupted();
+    void deletedGroup();
+    void groupOverrides();
+    void findUserID_data();
+    void findUserID();
+    void idToUniqueID();
+    void getUserName();
+    void passwords_data();
+    void passwords();
+    void userAllowedTo();
+
+private:
+    QTemporaryDir dir;
+    QString path7() const { return dir.path() + QStringLiteral("/users7.dat"); }
+    QString path60() const { return dir.path() + QStringLiteral("/users.dat"); }
+    _fmgUserSettingsList& users() { return *FM.UserSettings; }
+    void fillTable();
+    void writeFile(const QString& path, const QByteArray& bytes);
+    QByteArray makeOldFile(int users);
+};
+
+void tst_fmUsers::initTestCase()
+{
+    QVERIFY(dir.isValid());
+    FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
+    FM.createFarmTables();
+    QVERIFY(FM.UserSettings);
+    fmC::farmLogTap = tap;
+}
+
+void tst_fmUsers::init()
+{
+    QFile::remove(path7());
+    QFile::remove(path60());
+    users().clear();
+    users().LastFileTime.t = 0;
+    tapped.clear();
+}
+
+void tst_fmUsers::cleanupTestCase()
+{
+    fmC::farmLogTap = nullptr;
+    FM.deleteFarmTables();
+    QVERIFY(!FM.UserSettings);
+}
+
+void tst_fmUsers::fillTable()
+{
+    _fmgUserSettingsList& u = users();
+    u.UserCount = 3;
+    u.GroupCount = 2;
+    u.Group[1].Name.set("Lighting");
+    u.Group[1].RightsOther[2] = 1;
+    u.Group[1].EffectiveRights[22] = 1;
+    const char* names[3] = {"anna", "Ben", "carl"};
+    for (int i = 0; i < 3; ++i) {
+        u.User[i].Name.set(names[i]);
+        u.User[i].DisplayName.set(QString::fromLatin1(names[i]).toUpper());
+        u.User[i].UniqueID = uint16_t(500 + i);
+        u.User[i].Created.t = 1700000000 + i;
+        u.User[i].RightsOwn[i] = 1;
+        fmString8_evenSize<50> pw(QStringLiteral("secret%1").arg(i));
+        QVERIFY(u.User[i].setp(pw));
+    }
+    u.User[1].GroupName.set(QStringLiteral("lighting"));
+    u.NextUniqueID = 503;
+    u.applyGroupsToUsers();
+}
+
+void tst_fmUsers::writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    QCOMPARE(f.write(bytes), qint64(bytes.size()));
+}
+
+// users.dat with the given number of users, CRC set.
+QByteArray tst_fmUsers::makeOldFile(int n)
+{
+    std::unique_ptr<_fmgUserSettingsList60> old(new _fmgUserSettingsList60);
+    std::memset(static_cast<void*>(old.get()), 0, sizeof(*old));
+    for (int i = 0; i < n; ++i) {
+        old->User[i].Name.set(QStringLiteral("old%1").arg(i));
+        old->User[i].Text1.set("note");
+        old->User[i].Password.set("plain");
+        for (int r = 0; r < 14; ++r) old->User[i].Rights[r] = uint8_t(r == i % 14 ? 1 : 0);
+    }
+    old->Admin.Name.set("**FM Admin**");
+    old->UserCount = int16_t(n);
+    old->CRC = fmCRCCalc(reinterpret_cast<const unsigned char*>(old.get()), unsigned(Users60CRCOffset));
+    return QByteArray(reinterpret_cast<const char*>(old.get()), int(sizeof(*old)));
+}
+
+// Catches wrong defaults of a new table, which is also the table that lets everyone in.
+void tst_fmUsers::clearDefaults()
+{
+    const _fmgUserSettingsList& u = users();
+    QCOMPARE(int(u.UserCount), 0);
+    QCOMPARE(int(u.GroupCount), 1);
+    QCOMPARE(int(u.NextUniqueID), 500);
+    QCOMPARE(int(u.OpenAccess), 1);
+    QCOMPARE(int(u.AdminID), 200);
+    QCOMPARE(u.pAdmin->Name.toQString(), QStringLiteral("**FM Admin**"));
+    QCOMPARE(u.pTemplate->Name.toQString(), QStringLiteral("**New User Template**"));
+    QCOMPARE(u.pAnonymous->Name.toQString(), QStringLiteral("**Anonymous**"));
+    QCOMPARE(u.Group[0].Name.toQString(), QStringLiteral("DefaultGroup"));
+    for (int i = 0; i < 20; ++i) {
+        QCOMPARE(int(u.Anonymous.RightsOwn[i]), 1);
+        QCOMPARE(int(u.Anonymous.RightsOther[i]), (i == 6 || i == 7 || i == 9) ? 1 : 0);
+        QCOMPARE(int(u.Anonymous.RightsProject[i]), 0);
+        QCOMPARE(int(u.Template.RightsProject[i]), 1);
+    }
+    QCOMPARE(QByteArray(reinterpret_cast<const char*>(u.Template.MiscRights), 4), QByteArray("\0\1\0\0", 4));
+    QCOMPARE(int(u.Template.Extra), 1);
+}
+
+// Catches a reader or writer that changes any byte of a table it wrote itself.
+void tst_fmUsers::saveLoadSameBytes()
+{
+    fillTable();
+    QVERIFY(FM.SaveFileUserSettings());
+    QCOMPARE(tapped.last(), QStringLiteral("users.dat   written"));
+    QFile f(path7());
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray first = f.readAll();
+    f.close();
+    QCOMPARE(first.size(), 211594);
+    QCOMPARE(fmCRCCalc(reinterpret_cast<const unsigned char*>(first.constData()), 211590),
+             *reinterpret_cast<const uint32_t*>(first.constData() + 211590));
+
+    users().clear();
+    users().LastFileTime.t = 0;
+    QVERIFY(FM.LoadFileUserSettings());
+    QVERIFY(users().ValidData);
+    QCOMPARE(int(users().OpenAccess), 0);
+    QCOMPARE(int(users().UserCount), 3);
+    QCOMPARE(users().User[1].Name.toQString(), QStringLiteral("Ben"));
+    QCOMPARE(users().User[2].pdec().toQString(), QStringLiteral("secret2"));
+    QVERIFY(FM.SaveFileUserSettings());
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll(), first);
+
+    // Unchanged file time: nothing is read again.
+    users().UserCount = 0;
+    QVERIFY(FM.LoadFileUserSettings());
+    QCOMPARE(int(users().UserCount), 0);
+}
+
+void tst_fmUsers::oneChangedByte_data()
+{
+    QTest::addColumn<int>("offset");
+    QTest::newRow("head") << 2;
+    QTest::newRow("user name") << 6 + 928 + 1;
+    QTest::newRow("group") << 188390 + 900;
+    QTest::newRow("last data byte") << 211589;
+    QTest::newRow("crc") << 211592;
+}
+
+// Catches a reader that trusts a damaged file: the table must stay the empty open one.
+void tst_fmUsers::oneChangedByte()
+{
+    QFETCH(int, offset);
+    fillTable();
+    QByteArray bytes = users().saveToBytes();
+    bytes[offset] = char(bytes[offset] ^ 0x20);
+    writeFile(path7(), bytes);
+    users().LastFileTime.t = 0;
+    QVERIFY(!FM.LoadFileUserSettings());
+    QCOMPARE(tapped.last(), path7() + QStringLiteral(" data is corrupted!"));
+    QCOMPARE(int(users().UserCount), 0);
+    QVERIFY(!users().ValidData);
+    QCOMPARE(int(users().OpenAccess), 1);
+    short set = 0;
+    QVERIFY(users().userAllowedTo(FM, 0, 3, 1, nullptr, nullptr, &set));
+}
+
+void tst_fmUsers::wrongSize_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("one short") << 211593;
+    QTest::newRow("one long") << 211595;
+    QTest::newRow("empty") << 0;
+}
+
+// Catches a reader that accepts a file of another size.
+void tst_fmUsers::wrongSize()
+{
+    QFETCH(int, size);
+    writeFile(path7(), QByteArray(size, '\0'));
+    users().LastFileTime.t = 0;
+    QVERIFY(!FM.LoadFileUserSettings());
+    QCOMPARE(tapped.last(), path7() + QStringLiteral(" has wrong file size!"));
+    QVERIFY(!users().ValidData);
+}
+
+// Catches counts and lengths from a file used without a bound.
+void tst_fmUsers::hostileCounts()
+{
+    QByteArray bytes(211594, char(0xFF));
+    const int16_t big[3] = {32767, 30000, 30000};
+    std::memcpy(bytes.data(), big, 6);
+    uint32_t crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), 211590);
+    std::memcpy(bytes.data() + 211590, &crc, 4);
+    QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
+    QVERIFY(users().UserCount >= 0 && users().UserCount <= 199);
+    QVERIFY(users().GroupCount >= 1 && users().GroupCount <= 25);
+    QCOMPARE(users().User[0].Name.len(), 100);
+    QCOMPARE(users().findUserID(QStringLiteral("x"), false), -1);
+    QVERIFY(!FM.getUserName(5, true).isEmpty());
+    // Negative counts.
+    bytes.fill('\0');
+    const int16_t head[3] = {-5, -7, -9};
+    std::memcpy(bytes.data(), head, 6);
+    crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), 211590);
+    std::memcpy(bytes.data() + 211590, &crc, 4);
+    QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
+    QCOMPARE(int(users().UserCount), 0);
+    QCOMPARE(int(users().GroupCount), 1);
+    QCOMPARE(users().Group[0].Name.toQString(), QStringLiteral("DefaultGroup"));
+    QCOMPARE(users().Anonymous.Name.toQString(), QStringLiteral("**Anonymous**"));
+    QCOMPARE(users().loadFromBytes(nullptr, 211594), _fmgUserSettingsList::LoadWrongSize);
+}
+
+// Catches an upgrade that loses users, rights or the defaults of the new fields.
+void tst_fmUsers::oldFileUpgraded()
+{
+    writeFile(path60(), makeOldFile(14));
+    QVERIFY(FM.LoadFileUserSettings());
+    QCOMPARE(tapped.last(), path60() + QStringLiteral("   loaded"));
+    const _fmgUserSettingsList& u = users();
+    QCOMPARE(int(u.UserCount), 14);
+    QCOMPARE(int(u.NextUniqueID), 514);
+    QCOMPARE(int(u.GroupCount), 1);
+    QCOMPARE(u.User[13].Name.toQString(), QStringLiteral("old13"));
+    QCOMPARE(u.User[13].DisplayName.toQString(), QStringLiteral("old13"));
+    QCOMPARE(int(u.User[13].UniqueID), 513);
+    QCOMPARE(u.User[0].GroupName.toQString(), QStringLiteral("DefaultGroup"));
+    QCOMPARE(u.User[0].Text1.toQString(), QStringLiteral("note"));
+    QCOMPARE(u.User[0].pdec().toQString(), QStringLiteral("plain"));
+    QVERIFY(u.User[0].Created.t > 0);
+    // Old place 0 goes to own 0, 6 and 7.
+    QCOMPARE(int(u.User[0].RightsOwn[0]), 1);
+    QCOMPARE(int(u.User[0].RightsOwn[6]), 1);
+    QCOMPARE(int(u.User[0].RightsOwn[7]), 1);
+    QCOMPARE(int(u.User[0].RightsOwn[9]), 1);
+    QCOMPARE(int(u.User[1].RightsOwn[5]), 1);
+    QCOMPARE(int(u.User[2].RightsOwn[8]), 1);
+    QCOMPARE(int(u.User[6].RightsOther[0]), 1);
+    QCOMPARE(int(u.User[6].RightsOther[7]), 1);
+    QCOMPARE(int(u.User[8].RightsOther[2]), 1);
+    QCOMPARE(int(u.User[8].RightsOther[8]), 1);
+    QCOMPARE(int(u.User[10].RightsOther[4]), 1);
+    QCOMPARE(int(u.User[11].RightsOther[9]), 1);
+    QCOMPARE(int(u.User[11].RightsOther[4]), 0);
+    QCOMPARE(u.Admin.Name.toQString(), QStringLiteral("**FM Admin**"));
+    // Empty special names of the old file get their defaults.
+    QCOMPARE(u.Anonymous.Name.toQString(), QStringLiteral("**Anonymous**"));
+    QVERIFY(!QFile::exists(path7())); // users.dat is upgraded in memory only
+}
+
+// Catches a reader that prefers the old file.
+void tst_fmUsers::oldFileIgnoredBesideNew()
+{
+    fillTable();
+    QVERIFY(FM.SaveFileUserSettings());
+    writeFile(path60(), makeOldFile(14));
+    users().clear();
+    users().LastFileTime.t = 0;
+    QVERIFY(FM.LoadFileUserSettings());
+    QCOMPARE(int(users().UserCount), 3);
+}
+
+// Catches an old file of a wrong size or CRC that gets through.
+void tst_fmUsers::oldFileCorrupted()
+{
+    QByteArray bytes = makeOldFile(3);
+    bytes[500] = char(bytes[500] ^ 1);
+    writeFile(path60(), bytes);
+    QVERIFY(!FM.LoadFileUserSettings());
+    QCOMPARE(tapped.last(), path60() + QStringLiteral(" data is corrupted!"));
+    QCOMPARE(int(users().UserCount), 0);
+    writeFile(path60(), bytes.left(62629));
+    users().LastFileTime.t = 0;
+    QVERIFY(!FM.LoadFileUserSettings());
+    QCOMPARE(tapped.last(), QStringLiteral("users.dat has wrong file size!"));
+}
+
+// Catches a user who keeps the name of a group that no longer exists.
+void tst_fmUsers::deletedGroup()
+{
+    fillTable();
+    users().User[0].GroupName.set(QStringLiteral("gone"));
+    QByteArray bytes = users().saveToBytes();
+    QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
+    QVERIFY(users().User[0].GroupName.isEmpty());
+    QCOMPARE(users().User[1].GroupName.toQString(), QStringLiteral("lighting"));
+}
+
+// Catches overrides applied without their flag, and the group's Extra going anywhere but to the
+// second misc right.
+void tst_fmUsers::groupOverrides()
+{
+    fillTable();
+    _fmgUserSettingsList& u = users();
+    _fmgUserSettings70& g = u.Group[1];
+    g.MiscRights[3] = 1;
+    g.EffectiveMisc[3] = 1;
+    g.MiscRights[0] = 1; // no flag: not applied
+    g.Extra = 1;
+    g.EffectiveExtra = 1;
+    u.User[1].Extra = 0;
+    u.User[1].RightsOther[3] = 1; // no flag in the group: stays
+    u.applyGroupsToUsers();
+    const _fmgUserSettings70& b = u.User[1];
+    QCOMPARE(int(b.EffectiveRights[22]), 1);
+    QCOMPARE(int(b.EffectiveRights[23]), 1);
+    QCOMPARE(int(b.EffectiveMisc[3]), 1);
+    QCOMPARE(int(b.EffectiveMisc[0]), 0);
+    QCOMPARE(int(b.EffectiveMisc[1]), 1);
+    QCOMPARE(int(b.EffectiveExtra), 0);
+    // A group flag that clears a right.
+    g.RightsOwn[1] = 0;
+    g.EffectiveRights[1] = 1;
+    u.User[1].RightsOwn[1] = 1;
+    u.applyGroupsToUsers();
+    QCOMPARE(int(u.User[1].EffectiveRights[1]), 0);
+    QCOMPARE(int(u.User[0].EffectiveRights[0]), 1); // no group
+}
+
+void tst_fmUsers::findUserID_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("acceptAdmin");
+    QTest::addColumn<int>("id");
+    QTest::newRow("empty") << "" << true << -1;
+    QTest::newRow("case") << "BEN" << false << 1;
+    QTest::newRow("keepers admin") << "KEEPERS" << true << 200;
+    QTest::newRow("owner admin") << "Owner" << true << 200;
+    QTest::newRow("keepers searched") << "keepers" << false << -1;
+    QTest::newRow("keepers as user") << "keepers" << false << 2;
+    QTest::newRow("missing") << "dora" << true << -1;
+}
+
+// Catches the fixed admin names used without acceptAdmin, or a case-sensitive search.
+void tst_fmUsers::findUserID()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, acceptAdmin);
+    QFETCH(int, id);
+    fillTable();
+    if (QTest::currentDataTag() == QLatin1String("keepers as user")) users().User[2].Name.set("Keepers");
+    QCOMPARE(users().findUserID(name, acceptAdmin), id);
+}
+
+// Catches a wrong mapping of negative, admin and user numbers.
+void tst_fmUsers::idToUniqueID()
+{
+    fillTable();
+    QCOMPARE(users().IDtoUniqueID(-3), -4);
+    QCOMPARE(users().IDtoUniqueID(200), 200);
+    QCOMPARE(users().IDtoUniqueID(2), 502);
+    QCOMPARE(users().IDtoUniqueID(250), 250);
+}
+
+// Catches a name for a number that has none, or a lookup by the wrong key.
+void tst_fmUsers::getUserName()
+{
+    fillTable();
+    QCOMPARE(FM.getUserName(-1, false), QStringLiteral("?"));
+    QCOMPARE(FM.getUserName(-5, false), QStringLiteral("u-5"));
+    QCOMPARE(FM.getUserName(1, false), QStringLiteral("Ben"));
+    QCOMPARE(FM.getUserName(502, true), QStringLiteral("carl"));
+    QCOMPARE(FM.getUserName(1, true), QStringLiteral("u1"));
+    QCOMPARE(FM.getUserName(7, false), QStringLiteral("u7"));
+}
+
+void tst_fmUsers::passwords_data()
+{
+    QTest::addColumn<QByteArray>("plain");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("short") << QByteArray("a");
+    QTest::newRow("42") << QByteArray(42, 'x');
+    QTest::newRow("binary-ish") << QByteArray("p\xe4ss w;rd");
+}
+
+// Catches a password kept in plain text, or one that does not come back.
+void tst_fmUsers::passwords()
+{
+    QFETCH(QByteArray, plain);
+    _fmgUserSettings70 u;
+    u.clear();
+    fmString8_evenSize<50> pw;
+    std::memcpy(pw.Data, plain.constData(), size_t(plain.size()));
+    pw.Length = uint16_t(plain.size());
+    QVERIFY(u.setp(pw));
+    QCOMPARE(QByteArray(u.Password.Data, 4), QByteArray("fmCB"));
+    QCOMPARE(int(u.Password.Length), 50);
+    if (plain.size() >= 8) QVERIFY(!QByteArray(u.Password.Data, 50).contains(plain));
+    const fmString8_evenSize<50> back = u.pdec();
+    QCOMPARE(QByteArray(back.Data, back.len()), plain);
+    // A damaged scrambled form gives an empty password, not garbage or a crash.
+    u.Password.Data[4] = char(u.Password.Data[4] ^ 0x7F);
+    u.Password.Data[5] = char(u.Password.Data[5] ^ 0x55);
+    const fmString8_evenSize<50> bad = u.pdec();
+    QVERIFY(bad.len() <= 50);
+    // Plain old passwords stay readable.
+    u.Password.set("oldpass");
+    QCOMPARE(u.pdec().toQString(), QStringLiteral("oldpass"));
+}
+
+// Catches a right looked up in the wrong set.
+void tst_fmUsers::userAllowedTo()
+{
+    fillTable();
+    _fmgUserSettingsList& u = users();
+    u.ValidData = true;
+    u.OpenAccess = 0;
+    short set = -5, same = 1;
+    QVERIFY(u.userAllowedTo(FM, 2, 2, 2, nullptr, nullptr, &set)); // own job, own right 2
+    QCOMPARE(int(set), 0);
+    QVERIFY(!u.userAllowedTo(FM, 2, 2, 0, nullptr, nullptr, &set)); // other's job
+    QCOMPARE(int(set), 1);
+    QVERIFY(u.userAllowedTo(FM, 1, 2, 0, nullptr, nullptr, &set)); // the group gives other 2
+    QVERIFY(!u.userAllowedTo(FM, 1, 2, 0, nullptr, &same, &set));
+    QCOMPARE(int(set), 2);
+    QVERIFY(u.userAllowedTo(FM, 200, 19, 0, nullptr, nullptr, nullptr));
+    QVERIFY(!u.userAllowedTo(FM, 0, 25, 0, nullptr, nullptr, nullptr));
+}
+
+QTEST_GUILESS_MAIN(tst_fmUsers)
+#include "tst_fmusers.moc"
