@@ -1,0 +1,136 @@
+#pragma once
+// fmJ::_JobList: every job of one loaded database in memory, its database file (a sequence of
+// compressed frames), the filtered and sorted view Sorted, the selection and the custom view.
+//
+// Ownership: Queue owns the records (unless IsCopy); Sorted, Selection, CustomActive and
+// CustomActiveSorted point into Queue and own nothing. Records are never freed one by one while in
+// use: a deleted job's record moves behind the used ones and is reused by the next GetNewJob.
+//
+// Invariants: Queue[0..JobCount) are the jobs, each with QueueID == its index;
+// Queue[JobCount..Allocated) are spare records with QueueID -1; Queue[Allocated..) is null.
+
+#include "jobs/fmjobhistory.h"
+
+#include <QFile>
+#include <QReadWriteLock>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+class __FM;
+
+namespace fmJ {
+
+class _JobList
+{
+public:
+    static constexpr int MaxJobs = 15000;     // records at most
+    static constexpr int AllocBlock = 25;     // records allocated at a time
+    static constexpr int MaxMoveJobs = 20;    // move commands waiting at most
+    static constexpr int FrameHeaderSize = 64;
+    static constexpr uint16_t FrameID = 0x0A04;
+    static constexpr uint16_t FrameVersion = 3;
+    static constexpr int ReadLimit = 65460;   // output limit of one current-format frame
+    static const char FrameMagic[45];         // 44 characters and the terminating 0
+
+    _JobList(__FM& app, _JobList* copyOf = nullptr);
+    ~_JobList();
+    _JobList(const _JobList&) = delete;
+    _JobList& operator=(const _JobList&) = delete;
+
+    QReadWriteLock LockList;      // taken for reading during a save
+    QReadWriteLock LockJobs;      // guards the arrays and counters
+    QReadWriteLock LockSelection; // taken by listCustomActive_BuildEnd
+
+    int Allocated = 0;
+    __FM* App = nullptr; // not owned
+    int JobCount = 0;
+    int SortedCount = 0;
+    int SelectedCount = 0;
+    int CustomActiveCount = 0;
+    int CustomActiveSortedCount = 0;
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActiveSorted; // MaxJobs entries, not owning
+
+    QString FilterUser, FilterProject, FilterApp, FilterText;
+    bool FilterFlag1 = true, FilterFlag2 = true, FilterFlag3 = true, FilterFlag4 = true,
+         FilterFlag5 = true, FilterInvert = false;
+    int SortID = 0;
+    int SortOrder = 1; // 0 ascending, 1 descending, anything else: only the queue-order tie-break
+
+    int MoveJobsCount = 0;
+    std::unique_ptr<_JobCommandSend[]> MoveJobs; // MaxMoveJobs entries
+
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Queue; // MaxJobs entries, owning unless IsCopy
+    fmTime_t TimeLoaded, TimeChanged, TimeSaved;
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Sorted;       // MaxJobs entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Selection;    // MaxJobs entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActive; // MaxJobs entries, not owning
+    bool IsCopy = false;
+
+    // Path of a machine-local "jobs.db" that replaces the shared one; while set, SaveFileJobs
+    // never writes. Folder of the default "jobs.db" (ends in "/"). Both empty by default.
+    QString AltLocalDBPath;
+    QString DatabaseFolder;
+
+    // Records and lookups.
+    _jobsHistoryDB_Runtime* GetNewJob(_JobSend* ignored = nullptr, unsigned short ignored2 = 0);
+    void DeleteJob(_jobsHistoryDB_Runtime* job);
+    void deleteAll();
+    bool isValidJob(_jobsHistoryDB_Runtime* job);
+    _jobsHistoryDB_Runtime* GetJobByQueueID(const int& id);
+    _jobsHistoryDB_Runtime* GetJobBySortedID(const int& id);
+    _jobsHistoryDB_Runtime* GetJobByJobID(unsigned long long id);
+    void getMemoryUsage(unsigned int& megabytes);
+    void addMoveJobs(const _JobCommandSend& cmd);
+    void applyMoveJobs();
+    void CreateSelectionList();
+
+    // Database file.
+    bool LoadFileJobs(const QString& path = QString());
+    bool SaveFileJobs(bool backup, const QString& path, bool logIt, const QString& logPrefix);
+
+    // View: filter and sort (callers of sort() and filter() hold LockJobs for writing).
+    void SetFilter(const QString& user, const QString& project, const QString& app, const QString& text,
+                   const bool& invert, const bool& flag1, const bool& flag2, const bool& flag3,
+                   const bool& flag4, const bool& flag5);
+    bool SetSortID(int sortID, Qt::SortOrder order);
+    void sort();
+    void filter();
+
+    void listCustomActive_BuildStart();
+    void listCustomActive_BuildAppend(_jobsHistoryDB_Runtime* job);
+    void listCustomActive_BuildSort_User();
+    void listCustomActive_BuildEnd();
+    void listCustomActive_Removejob(_jobsHistoryDB_Runtime* job);
+
+    // CSV export (one line a job, ";" behind every value, "\r\n" line ends).
+    bool exportAsCSV(const QString& path, _jobsHistoryDB_Runtime* job, QFile* file, const bool& allJobs,
+                     const bool& append);
+    static QString toCSVString(QString text);
+    static QString csvHeader(__FM& app);
+    static QString csvLine(const _jobsHistoryDB_Runtime& job, __FM& app);
+
+    // Test and benchmark hook: when true, LoadFileJobs rebuilds the view after every job it adds
+    // or drops, as a list without batching would. The final view is the same either way.
+    void setPerJobViewUpdate(bool on) { PerJobViewUpdate = on; }
+
+private:
+    friend class ViewUpdateBatch;
+    bool allocateBlock();
+    void freeAll();
+    void viewChanged(); // sort and filter now, or later when a batch is open
+    int ViewBatchDepth = 0;
+    bool ViewBatchPending = false;
+    bool PerJobViewUpdate = false;
+};
+
+// Sorts `count` records by UserNameLower (as bytes), then by QueueID ascending.
+void fmQuicksort_2_JLCU(_jobsHistoryDB_Runtime** array, const int& count, const bool& descending);
+void fmQuicksort_2_JLCU_sub(_jobsHistoryDB_Runtime** array, int left, int right, const bool& descending,
+                            _jobsHistoryDB_Runtime** tmp);
+
+// The minor version as text: three digits, then trailing "0" cut while two characters remain.
+QString getVersionMinorDisplay(uint32_t versionMinor);
+
+} // namespace fmJ

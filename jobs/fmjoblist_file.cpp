@@ -1,0 +1,347 @@
+// The job database file: a sequence of frames, no file header. Each frame is a 64-byte header
+//   0  44  magic FrameMagic
+//  44   8  zero (the writer pads the magic with NUL up to 50; 50 and 51 stay 0)
+//  52 u32  compressed size of the record
+//  56 u32  uncompressed size of the record
+//  60 u16  structure identifier
+//  62 u16  structure version
+// then the record compressed by zlib's compress() at the default level. Integers little-endian.
+// The file comes from other machines: every size in it is checked before use.
+
+#include "jobs/fmjoblist.h"
+
+#include "app/fm.h"
+#include "foundation/fmdatabuffer.h"
+#include "foundation/fmfile.h"
+#include "jobs/fmjoblist_p.h"
+
+#include <QFile>
+#include <QWriteLocker>
+
+#include <zlib.h>
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace fmJ {
+
+namespace {
+
+constexpr int HdrCompressed = 52;
+constexpr int HdrUncompressed = 56;
+constexpr int HdrID = 60;
+constexpr int HdrVersion = 62;
+
+constexpr uint32_t Size61 = 30188;
+constexpr uint32_t Size62 = 39516;
+constexpr uint32_t Size627 = 46908;
+constexpr uint32_t SizeNow = 37980;
+
+static_assert(sizeof(_jobsHistoryDB) == SizeNow);
+static_assert(sizeof(_OLD61__jobsHistoryDB) == Size61);
+static_assert(sizeof(_OLD62_jobsHistoryDB) == Size62);
+static_assert(sizeof(_OLD627_jobsHistoryDB) == Size627);
+
+uint32_t getU32(const unsigned char* p)
+{
+    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+}
+uint16_t getU16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
+void putU32(unsigned char* p, uint32_t v)
+{
+    for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
+}
+void putU16(unsigned char* p, uint16_t v)
+{
+    p[0] = static_cast<unsigned char>(v);
+    p[1] = static_cast<unsigned char>(v >> 8);
+}
+
+// The header's text up to its first NUL (at most 64 bytes) must be the magic.
+bool magicMatches(const unsigned char* h)
+{
+    return std::memcmp(h, _JobList::FrameMagic, 44) == 0 && h[44] == 0;
+}
+
+// Where one frame is inflated to: the current record at the start, so that a frame of the
+// current layout needs no further copy, then room for what a frame may hold beyond it.
+struct InflateTarget
+{
+    _jobsHistoryDB Now;
+    unsigned char Tail[_JobList::ReadLimit - sizeof(_jobsHistoryDB)];
+};
+static_assert(sizeof(InflateTarget) == _JobList::ReadLimit);
+
+// An old layout copied out of the inflated bytes and upgraded.
+template <class Old>
+bool upgradeFrom(const unsigned char* bytes, std::unique_ptr<Old>& scratch, _jobsHistoryDB& to)
+{
+    if (!scratch) scratch.reset(new (std::nothrow) Old);
+    if (!scratch) return false;
+    std::memcpy(static_cast<void*>(scratch.get()), bytes, sizeof(Old));
+    scratch->toJobHistoryDBNew(to);
+    return true;
+}
+
+} // namespace
+
+ViewUpdateBatch::ViewUpdateBatch(_JobList& list) : List(list)
+{
+    QWriteLocker lock(&List.LockJobs);
+    ++List.ViewBatchDepth;
+}
+
+ViewUpdateBatch::~ViewUpdateBatch()
+{
+    QWriteLocker lock(&List.LockJobs);
+    if (--List.ViewBatchDepth == 0 && List.ViewBatchPending) {
+        List.ViewBatchPending = false;
+        List.sort();
+        List.filter();
+    }
+}
+
+void ViewUpdateBatch::flush()
+{
+    QWriteLocker lock(&List.LockJobs);
+    if (List.ViewBatchPending) {
+        List.ViewBatchPending = false;
+        List.sort();
+        List.filter();
+    }
+}
+
+bool _JobList::LoadFileJobs(const QString& pathIn)
+{
+    const QString where = QStringLiteral("JobList,LoadFileJobs");
+    QString path = pathIn;
+    if (path.isEmpty() && !AltLocalDBPath.isEmpty() && fmFileExists(AltLocalDBPath + QStringLiteral("jobs.db")))
+        path = AltLocalDBPath + QStringLiteral("jobs.db");
+    if (path.isEmpty()) path = DatabaseFolder + QStringLiteral("jobs.db");
+
+    App->WriteLog(10, 0, QStringLiteral("{ALL} ") + path + QStringLiteral("   loading..."), where);
+
+    long long fileSize = 0;
+    if (!fmFileExists(path, nullptr, &fileSize) || fileSize == 0) return true;
+    if (fileSize < FrameHeaderSize) {
+        App->WriteLog(0, 0, QStringLiteral("{ALL} Wrong file size '") + path + QStringLiteral("'!; "), where);
+        return false;
+    }
+
+    const uLong bufferSize = compressBound(ReadLimit);
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[bufferSize]);
+    std::unique_ptr<InflateTarget> target(new (std::nothrow) InflateTarget);
+    if (!buffer || !target) {
+        App->WriteLog(0, 0,
+                      QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
+                          .arg(double(bufferSize + sizeof(InflateTarget)) / 1048576.0, 0, 'f', 1),
+                      where);
+        return false;
+    }
+
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        App->WriteLog(0, 0, QStringLiteral("{ALL} Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(),
+                      where);
+        return false;
+    }
+
+    // Every job added or dropped below would rebuild the view; one rebuild at the end suffices.
+    ViewUpdateBatch batch(*this);
+
+    unsigned char* targetBytes = reinterpret_cast<unsigned char*>(target.get());
+    std::unique_ptr<_jobsHistoryDB> upgraded;
+    std::unique_ptr<_OLD61__jobsHistoryDB> old61;
+    std::unique_ptr<_OLD62_jobsHistoryDB> old62;
+    std::unique_ptr<_OLD627_jobsHistoryDB> old627;
+
+    // Bytes of a short header read keep the values of the frame before.
+    unsigned char header[FrameHeaderSize] = {};
+    int failed = 0;
+    auto firstFailure = [&](const QString& text) {
+        if (failed == 0) App->WriteLog(1, 0, text, where);
+        ++failed;
+    };
+
+    for (;;) {
+        if (PerJobViewUpdate) batch.flush();
+
+        const qint64 got = file.read(reinterpret_cast<char*>(header), FrameHeaderSize);
+        if (got == 0) break;
+        if (got < 0) {
+            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(),
+                          where);
+            return false;
+        }
+        if (!magicMatches(header)) {
+            App->WriteLog(1, 0, QStringLiteral("{ALL} jobs.db format error!"), where);
+            return false;
+        }
+        const uint32_t compressedSize = getU32(header + HdrCompressed);
+        const uint32_t storedSize = getU32(header + HdrUncompressed);
+        const uint16_t id = getU16(header + HdrID);
+        if (compressedSize >= bufferSize) {
+            App->WriteLog(1, 0, QStringLiteral("{ALL} Job read buffer too small!"), where);
+            return false;
+        }
+        const qint64 body = file.read(reinterpret_cast<char*>(buffer.get()), qint64(compressedSize));
+        if (body < 1) {
+            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(),
+                          where);
+            return false;
+        }
+        if (id < 0x0A02 || id > 0x0A04) continue;
+
+        uint32_t expected = SizeNow;
+        if (id == 0x0A02)
+            expected = Size61;
+        else if (id == 0x0A03)
+            expected = storedSize == Size627 ? Size627 : Size62;
+        if (storedSize != expected) {
+            firstFailure(QStringLiteral("{ALL} Error reading job #%1; Data size does not match. file:%2 intern:%3")
+                             .arg(JobCount)
+                             .arg(storedSize)
+                             .arg(expected));
+            continue;
+        }
+
+        _jobsHistoryDB_Runtime* job = GetNewJob(nullptr, 0);
+        if (!job) return false;
+
+        // Only the bytes really read are handed to zlib: a frame cut short fails to inflate.
+        uLongf outLen = id == 0x0A04 ? uLongf(ReadLimit) : uLongf(expected);
+        const int z = uncompress(targetBytes, &outLen, buffer.get(), uLong(body));
+        if (z != Z_OK) {
+            int code = z;
+            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; ").arg(JobCount) + fmConvertZLibError(code));
+            DeleteJob(job);
+            continue;
+        }
+        if (outLen != expected) {
+            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
+                             .arg(JobCount));
+            DeleteJob(job);
+            continue;
+        }
+
+        const _jobsHistoryDB* rec = &target->Now;
+        if (id != 0x0A04) {
+            if (!upgraded) upgraded.reset(new (std::nothrow) _jobsHistoryDB);
+            bool ok = upgraded != nullptr;
+            if (ok && id == 0x0A02)
+                ok = upgradeFrom(targetBytes, old61, *upgraded);
+            else if (ok && expected == Size627)
+                ok = upgradeFrom(targetBytes, old627, *upgraded);
+            else if (ok)
+                ok = upgradeFrom(targetBytes, old62, *upgraded);
+            if (!ok) return false;
+            rec = upgraded.get();
+        }
+
+        const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
+                               !std::isnan(rec->SeqEnd) && !std::isnan(rec->SeqFileOffset) &&
+                               rec->ImageFileName.Data[0] < 256;
+        if (!plausible) {
+            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error!").arg(JobCount));
+            DeleteJob(job);
+            continue;
+        }
+        // Records of an older submitter layout may carry small identifiers.
+        if (rec->JobID <= 999 && rec->SubmitterStructVersion >= 7) {
+            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error job ID!").arg(JobCount));
+            DeleteJob(job);
+            continue;
+        }
+        // Kept so: such a record stays in the list as the empty job GetNewJob gave.
+        if (rec->Software.Length > 500) continue;
+
+        job->fromJobSave(rec, *App);
+    }
+
+    file.close();
+    if (failed > 0)
+        App->WriteLog(2, 0, QStringLiteral("{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(failed), where);
+    TimeLoaded.SetCurrentTime();
+    App->WriteLog(4, 8, QStringLiteral("{ALL} %1 jobs loaded").arg(JobCount), where);
+    return true;
+}
+
+bool _JobList::SaveFileJobs(bool backup, const QString& pathIn, bool logIt, const QString& logPrefix)
+{
+    const QString where = QStringLiteral("JobList,SaveFileJobs");
+    // A program that works on a machine-local copy must never touch the shared file.
+    if (!AltLocalDBPath.isEmpty()) return true;
+    const QString path = pathIn.isEmpty() ? DatabaseFolder + QStringLiteral("jobs.db") : pathIn;
+
+    if (logIt) App->WriteLog(4, 8, logPrefix + QStringLiteral("{ALL} ") + path + QStringLiteral("   saving..."), where);
+
+    if (backup && fmFileExists(path)) {
+        const QString bak30 = path + QStringLiteral(".bak30");
+        const QString bak302 = path + QStringLiteral(".bak302");
+        if (!(fmDeleteFile(bak30).isEmpty() && fmRenameFile(path, bak30, false)))
+            if (fmDeleteFile(bak302).isEmpty()) fmRenameFile(path, bak302, false);
+        // Neither worked: the file is overwritten without a backup.
+    }
+
+    QReadLocker listLock(&LockList);
+    if (JobCount == 0) {
+        fmDeleteFile(path);
+        return true;
+    }
+
+    // Room for the header in front of the worst case of compress(): a record that does not
+    // compress at all still fits.
+    const uLong bufferSize = compressBound(SizeNow) + FrameHeaderSize;
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[bufferSize]());
+    if (!buffer) {
+        App->WriteLog(0, 0,
+                      QStringLiteral("{ALL} No Memory left (%1 Mb requested)").arg(double(bufferSize) / 1048576.0, 0, 'f', 1),
+                      where);
+        return false;
+    }
+    unsigned char* header = buffer.get();
+    std::strncpy(reinterpret_cast<char*>(header), FrameMagic, 50);
+    putU32(header + HdrUncompressed, SizeNow);
+    putU16(header + HdrID, FrameID);
+    putU16(header + HdrVersion, FrameVersion);
+
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(),
+                      where);
+        return false;
+    }
+    for (int i = 0; i < JobCount; ++i) {
+        const _jobsHistoryDB_Runtime* job = Queue[i];
+        uLongf outLen = bufferSize - FrameHeaderSize;
+        // The record's first SizeNow bytes are the stored record; the runtime fields stay behind.
+        int z = compress(buffer.get() + FrameHeaderSize, &outLen,
+                         reinterpret_cast<const Bytef*>(static_cast<const _jobsHistoryDB*>(job)), SizeNow);
+        if (z != Z_OK) {
+            App->WriteLog(0, 0, QStringLiteral("{ALL} Error compressing job data; ") + fmConvertZLibError(z), where);
+            file.close();
+            return false;
+        }
+        putU32(header + HdrCompressed, uint32_t(outLen));
+        const qint64 n = qint64(FrameHeaderSize) + qint64(outLen);
+        if (file.write(reinterpret_cast<const char*>(buffer.get()), n) != n) {
+            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to write '") + path + QStringLiteral("' !; ") + file.errorString(),
+                          where);
+            file.close();
+            return false;
+        }
+    }
+    file.close();
+    if (file.error() != QFileDevice::NoError) {
+        App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to write '") + path + QStringLiteral("' !; ") + file.errorString(),
+                      where);
+        return false;
+    }
+    App->WriteLog(4, 8, QStringLiteral("{ALL} jobs.db (%1 jobs) saved.").arg(JobCount), where);
+    TimeSaved.SetCurrentTime();
+    return true;
+}
+
+} // namespace fmJ

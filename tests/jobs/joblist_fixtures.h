@@ -1,0 +1,54 @@
+#pragma once
+// Builders of history records and job database frames, and a capture of log lines, for the
+// job list's tests, benchmark and fuzz target.
+
+#include "app/fm.h"
+#include "jobs/fmjobhistory.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <memory>
+
+namespace jlfix {
+
+// A plausible current record: sequence 1..100 step 1, a JobID of 1000 + n, texts that vary with n.
+std::unique_ptr<fmJ::_jobsHistoryDB> makeRecord(int n);
+
+// The raw bytes of a record.
+template <class T>
+QByteArray bytesOf(const T& rec)
+{
+    return QByteArray(reinterpret_cast<const char*>(&rec), int(sizeof(T)));
+}
+
+// One frame: the 64-byte header with the given identifier, version and stored size, then
+// `payload` compressed (or taken as it stands when `compressed` is false).
+QByteArray frame(const QByteArray& payload, uint16_t id, uint16_t version, uint32_t storedSize,
+                 bool compressPayload = true);
+// A current frame of a record.
+QByteArray frameOf(const fmJ::_jobsHistoryDB& rec);
+
+bool writeFile(const QString& path, const QByteArray& bytes);
+QByteArray readFile(const QString& path);
+
+// Log lines of FM while it lives, as "level|flags|text".
+class LogCapture : public QObject
+{
+    Q_OBJECT
+public:
+    explicit LogCapture(int minLevel = 0, int maxLevel = 10);
+    QStringList Lines;
+    // Lines whose text contains `part`.
+    QStringList matching(const QString& part) const;
+
+private slots:
+    void onLog(int level, int flags, const QString& text, const QString& where);
+
+private:
+    int MinLevel, MaxLevel;
+};
+
+} // namespace jlfix

@@ -1,0 +1,389 @@
+// The job list's view: sort by every column, filter, the custom active list, and the one rebuild
+// at the end of a load.
+
+#include "joblist_fixtures.h"
+
+#include "jobs/fmjobid.h"
+#include "jobs/fmjoblist.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+
+using namespace fmJ;
+using R = _jobsHistoryDB_Runtime;
+
+namespace {
+
+// Text as the list compares it: the UTF-16 units as little-endian bytes.
+QByteArray le(const QString& s)
+{
+    QByteArray b;
+    for (QChar c : s) {
+        b.append(char(c.unicode() & 0xFF));
+        b.append(char(c.unicode() >> 8));
+    }
+    return b;
+}
+
+int cmpB(const QByteArray& a, const QByteArray& b)
+{
+    const int n = std::min(a.size(), b.size());
+    const int c = std::memcmp(a.constData(), b.constData(), size_t(n));
+    if (c) return c < 0 ? -1 : 1;
+    return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
+}
+template <class T>
+int cmpN(T a, T b)
+{
+    return a < b ? -1 : (a > b ? 1 : 0);
+}
+int cmpQ(const QString& a, const QString& b)
+{
+    const int c = a.compare(b);
+    return c < 0 ? -1 : (c > 0 ? 1 : 0);
+}
+
+// The keys of every column, written once more without the list's code.
+std::function<int(const R&, const R&)> reference(int sortID)
+{
+    auto t = [](const auto& s) { return le(s.toQString()); };
+    switch (sortID) {
+    case -1:
+        return [t](const R& a, const R& b) {
+            int c = cmpB(t(a.Software), t(b.Software));
+            if (!c) c = cmpB(t(a.SceneName), t(b.SceneName));
+            if (!c) c = cmpB(t(a.Camera), t(b.Camera));
+            if (!c) c = cmpB(t(a.Layer), t(b.Layer));
+            return c;
+        };
+    case 1: return [t](const R& a, const R& b) { return cmpB(t(a.UserName), t(b.UserName)); };
+    case 2: return [t](const R& a, const R& b) { return cmpB(t(a.CompanyProjectName), t(b.CompanyProjectName)); };
+    case 3:
+        return [](const R& a, const R& b) {
+            const int c = cmpQ(a.CustomSeQName.toQString(), b.CustomSeQName.toQString());
+            return c ? c : cmpQ(a.CustomSHotName.toQString(), b.CustomSHotName.toQString());
+        };
+    case 4:
+        return [t](const R& a, const R& b) {
+            int c = cmpB(t(a.Software), t(b.Software));
+            if (!c) c = cmpB(t(a.Renderer), t(b.Renderer));
+            if (!c) c = cmpN<int>(a.Version, b.Version);
+            return c;
+        };
+    case 5:
+        return [](const R& a, const R& b) {
+            const int c = cmpN<int>(a.ErrorCountHard, b.ErrorCountHard);
+            return c ? c : cmpN<int>(a.ErrorCount, b.ErrorCount);
+        };
+    case 8: return [t](const R& a, const R& b) { return cmpB(t(a.SceneName), t(b.SceneName)); };
+    case 9: return [t](const R& a, const R& b) { return cmpB(t(a.Layer), t(b.Layer)); };
+    case 10: return [t](const R& a, const R& b) { return cmpB(t(a.Camera), t(b.Camera)); };
+    case 11: return [](const R& a, const R& b) { return cmpN<int>(a.TotalFrames, b.TotalFrames); };
+    case 13: return [](const R& a, const R& b) { return cmpN<uint64_t>(a.ExecutionTime, b.ExecutionTime); };
+    case 15: return [](const R& a, const R& b) { return cmpN<uint32_t>(a.AverageFrameTime, b.AverageFrameTime); };
+    case 18: return [](const R& a, const R& b) { return cmpN<float>(a.AverageClients, b.AverageClients); };
+    case 20: return [](const R& a, const R& b) { return cmpN<int64_t>(a.DateSend.t, b.DateSend.t); };
+    case 21: return [](const R& a, const R& b) { return cmpN<int64_t>(a.DateFinished.t, b.DateFinished.t); };
+    case 24:
+        return [](const R& a, const R& b) { return cmpQ(a.CustomSHotName.toQString(), b.CustomSHotName.toQString()); };
+    case 99: return [t](const R& a, const R& b) { return cmpB(t(a.Channel), t(b.Channel)); };
+    default: return nullptr;
+    }
+}
+
+// A list of jobs whose keys repeat, so that the tie-break decides often, with texts that differ
+// in case and beyond the first four units.
+std::unique_ptr<_JobList> makeList(int count, unsigned seed)
+{
+    auto l = std::make_unique<_JobList>(FM, nullptr);
+    std::mt19937 rnd(seed);
+    const QStringList words = {QStringLiteral("abc"),       QStringLiteral("Abc"),     QStringLiteral("abcdefgh"),
+                               QStringLiteral("abcdefgz"),  QStringLiteral("ab"),      QStringLiteral(""),
+                               QStringLiteral("\u00e9t\u00e9"), QStringLiteral("\u0100x"), QStringLiteral("zz")};
+    auto w = [&]() { return words[int(rnd() % unsigned(words.size()))]; };
+    for (int n = 0; n < count; ++n) {
+        auto r = jlfix::makeRecord(n);
+        r->Software = w();
+        r->Renderer = w();
+        r->SceneName = w();
+        r->Camera = w();
+        r->Layer = w();
+        r->Channel = w();
+        r->UserName = w();
+        r->CompanyProjectName = w();
+        r->CustomSeQName = w();
+        r->CustomSHotName = w();
+        r->Version = int16_t(rnd() % 3);
+        r->ErrorCountHard = int8_t(int(rnd() % 5) - 2);
+        r->ErrorCount = int8_t(int(rnd() % 5) - 2);
+        r->TotalFrames = int(rnd() % 5) - 2;
+        r->ExecutionTime = (rnd() % 2) ? uint64_t(rnd() % 4) : ~uint64_t(0) - (rnd() % 3);
+        r->AverageFrameTime = rnd() % 4;
+        r->AverageClients = float(rnd() % 4) - 1.5f;
+        r->DateSend.t = int64_t(rnd() % 4) - 2;
+        r->DateFinished.t = int64_t(rnd() % 4) * 1000000000000LL;
+        l->GetNewJob()->fromJobSave(r.get(), FM);
+    }
+    return l;
+}
+
+QList<int> view(_JobList& l)
+{
+    QList<int> q;
+    for (int i = 0; i < l.SortedCount; ++i) q.append(l.Sorted[i]->QueueID);
+    return q;
+}
+
+} // namespace
+
+class tst_fmjoblist_sort : public QObject
+{
+    Q_OBJECT
+private slots:
+    // Catches a column sorted by the wrong field, type or text order, or a tie-break that is not
+    // queue order in both directions.
+    void sortEveryColumn_data();
+    void sortEveryColumn();
+    // Catches a sort that loses or duplicates jobs, or runs out of its range, when a key is NaN or
+    // the order is neither 0 nor 1 (the partition steps then decide the order).
+    void sortUnordered_data();
+    void sortUnordered();
+    // Catches SetSortID not telling whether anything changed.
+    void setSortIDReportsChange();
+    // Catches the case rules of the filters and the invert flag.
+    void filter_data();
+    void filter();
+    // Catches a load with one view rebuild at the end that leaves another view than rebuilding
+    // after every job would.
+    void batchedLoadEqualsPerJob_data();
+    void batchedLoadEqualsPerJob();
+    // Catches the custom active list sorting by the wrong key or keeping removed jobs.
+    void customActive();
+};
+
+void tst_fmjoblist_sort::sortEveryColumn_data()
+{
+    QTest::addColumn<int>("sortID");
+    QTest::addColumn<int>("order");
+    for (int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 18, 20, 21, 24, 99, 100})
+        for (int order : {0, 1})
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc"))) << id << order;
+}
+
+void tst_fmjoblist_sort::sortEveryColumn()
+{
+    QFETCH(int, sortID);
+    QFETCH(int, order);
+    auto l = makeList(120, unsigned(sortID + 1000));
+    QVERIFY(l->SetSortID(sortID, Qt::SortOrder(order)) || (sortID == 0 && order == 1));
+    QCOMPARE(l->SortedCount, 120);
+
+    QList<int> expected;
+    for (int i = 0; i < 120; ++i) expected.append(i);
+    auto key = reference(sortID);
+    if (key) {
+        std::stable_sort(expected.begin(), expected.end(), [&](int a, int b) {
+            const int c = key(*l->Queue[a], *l->Queue[b]);
+            return order == 0 ? c < 0 : c > 0;
+        });
+    } else if (sortID == 0 && order == 1) {
+        std::reverse(expected.begin(), expected.end()); // newest queue position first
+    }
+    QCOMPARE(view(*l), expected);
+}
+
+void tst_fmjoblist_sort::sortUnordered_data()
+{
+    QTest::addColumn<int>("sortID");
+    QTest::addColumn<int>("order");
+    QTest::newRow("NaN asc") << 18 << 0;
+    QTest::newRow("NaN desc") << 18 << 1;
+    QTest::newRow("order 2 text") << 1 << 2;
+    QTest::newRow("order 2 number") << 11 << 2;
+}
+
+void tst_fmjoblist_sort::sortUnordered()
+{
+    QFETCH(int, sortID);
+    QFETCH(int, order);
+    auto l = makeList(200, 7);
+    for (int i = 0; i < 200; i += 3) l->Queue[i]->AverageClients = std::numeric_limits<float>::quiet_NaN();
+    l->SortID = sortID;
+    l->SortOrder = order;
+    l->sort();
+    QList<int> v = view(*l);
+    QCOMPARE(v.size(), 200);
+    std::sort(v.begin(), v.end());
+    for (int i = 0; i < 200; ++i) QCOMPARE(v[i], i);
+}
+
+void tst_fmjoblist_sort::setSortIDReportsChange()
+{
+    _JobList l(FM, nullptr);
+    QCOMPARE(l.SortID, 0);
+    QCOMPARE(l.SortOrder, 1);
+    QVERIFY(!l.SetSortID(0, Qt::DescendingOrder));
+    QVERIFY(l.SetSortID(1, Qt::DescendingOrder));
+    QVERIFY(!l.SetSortID(1, Qt::DescendingOrder));
+    QVERIFY(l.SetSortID(1, Qt::AscendingOrder));
+}
+
+void tst_fmjoblist_sort::filter_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("project");
+    QTest::addColumn<QString>("app");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("invert");
+    QTest::addColumn<bool>("flags");
+    QTest::addColumn<QList<int>>("kept");
+    const QList<int> all = {0, 1, 2, 3};
+    QTest::newRow("nothing") << "" << "" << "" << "" << false << true << all;
+    QTest::newRow("flags off, no texts") << "" << "" << "" << "" << false << false << all;
+    QTest::newRow("invert, no text") << "" << "" << "" << "" << true << false << all;
+    QTest::newRow("user in capitals") << "ANNA" << "" << "" << "" << false << false << QList<int>{0, 2};
+    QTest::newRow("user prefix") << "ann" << "" << "" << "" << false << false << QList<int>{};
+    QTest::newRow("project 25") << "" << "abcdefghijklmnopqrstuvwxy" << "" << "" << false << false << QList<int>{3};
+    QTest::newRow("project 30") << "" << "abcdefghijklmnopqrstuvwxyz1234" << "" << "" << false << false
+                                << QList<int>{};
+    QTest::newRow("project small") << "" << "SHOW" << "" << "" << false << false << QList<int>{0, 1, 2};
+    QTest::newRow("app exact") << "" << "" << "Maya" << "" << false << false << QList<int>{0};
+    QTest::newRow("app small") << "" << "" << "maya" << "" << false << false << QList<int>{};
+    QTest::newRow("app alias") << "" << "" << "mtoa" << "" << false << false << QList<int>{1};
+    QTest::newRow("text in ImageDir") << "" << "" << "" << "secret" << false << false << QList<int>{2};
+    QTest::newRow("text inverted") << "" << "" << "" << "secret" << true << false << QList<int>{0, 1, 3};
+    QTest::newRow("text non-ASCII") << "" << "" << "" << QStringLiteral("\u00c4RGER") << false << false
+                                    << QList<int>{1};
+    QTest::newRow("text kelvin") << "" << "" << "" << "kelvin" << false << false << QList<int>{3};
+    QTest::newRow("text job id") << "" << "" << "" << "{" << false << false << QList<int>{0, 1, 2, 3};
+    QTest::newRow("user and text") << "anna" << "" << "" << "SECRET" << false << false << QList<int>{2};
+}
+
+void tst_fmjoblist_sort::filter()
+{
+    QFETCH(QString, user);
+    QFETCH(QString, project);
+    QFETCH(QString, app);
+    QFETCH(QString, text);
+    QFETCH(bool, invert);
+    QFETCH(bool, flags);
+    QFETCH(QList<int>, kept);
+    _JobList l(FM, nullptr);
+    struct J
+    {
+        const char* user;
+        QString project, soft, alias, dir, scene;
+    };
+    const J jobs[] = {
+        {"anna", "Show", "Maya", "", "/out/a/", "a"},
+        {"Bob", "show", "Nuke", "mtoa", "/out/b/", QStringLiteral("\u00e4rger")},
+        {"Anna", "SHOW", "maya2", "", "/out/SeCrEt/c/", "c"},
+        {"carl", "ABCDEFGHIJKLMNOPQRSTUVWXYZ123456", "Houdini", "", "/out/d/", QStringLiteral("\u212Aelvin")},
+    };
+    for (const J& j : jobs) {
+        auto r = jlfix::makeRecord(int(&j - jobs));
+        r->UserName = j.user;
+        r->CompanyProjectName = j.project;
+        r->Software = j.soft;
+        r->SoftwareAlias = j.alias;
+        r->ImageDir = j.dir;
+        r->SceneName = j.scene;
+        r->SceneDatabaseDir = "";
+        r->ImageFileName = "img";
+        r->Renderer = "";
+        r->Camera = "";
+        r->Layer = "";
+        r->CustomSeQName = "";
+        r->CustomSHotName = "";
+        r->CustomVersionName = "";
+        r->ImageExtension = "";
+        l.GetNewJob()->fromJobSave(r.get(), FM);
+    }
+    l.SetSortID(0, Qt::AscendingOrder);
+    l.SetFilter(user, project, app, text, invert, flags, flags, flags, flags, flags);
+    QCOMPARE(view(l), kept);
+}
+
+void tst_fmjoblist_sort::batchedLoadEqualsPerJob_data()
+{
+    QTest::addColumn<int>("sortID");
+    QTest::addColumn<int>("order");
+    QTest::addColumn<QString>("text");
+    for (int id : {-1, 0, 3, 18})
+        for (int order : {0, 1}) QTest::newRow(qPrintable(QStringLiteral("%1/%2").arg(id).arg(order))) << id << order << "";
+    QTest::newRow("filtered") << 1 << 0 << "ab";
+}
+
+void tst_fmjoblist_sort::batchedLoadEqualsPerJob()
+{
+    QFETCH(int, sortID);
+    QFETCH(int, order);
+    QFETCH(QString, text);
+    QTemporaryDir dir;
+    const QString p = dir.filePath(QStringLiteral("many.db"));
+    auto source = makeList(80, 99);
+    QVERIFY(source->SaveFileJobs(false, p, false, QString()));
+    // Frames that fail in between delete records during the load.
+    QByteArray f = jlfix::readFile(p);
+    auto bad = jlfix::makeRecord(5);
+    bad->SeqStep = 0;
+    f += jlfix::frameOf(*bad) + jlfix::frameOf(*jlfix::makeRecord(6));
+
+    QVERIFY(jlfix::writeFile(p, f));
+    _JobList batched(FM, nullptr), perJob(FM, nullptr);
+    perJob.setPerJobViewUpdate(true);
+    for (_JobList* l : {&batched, &perJob}) {
+        l->SetSortID(sortID, Qt::SortOrder(order));
+        l->SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
+        l->listCustomActive_BuildStart();
+        QVERIFY(l->LoadFileJobs(p));
+        QVERIFY(l->LoadFileJobs(p)); // a second file adds up
+    }
+    QCOMPARE(batched.JobCount, 162);
+    QCOMPARE(perJob.JobCount, batched.JobCount);
+    QCOMPARE(view(batched), view(perJob));
+    QVERIFY(batched.SortedCount > 0);
+    // And both equal a rebuild from scratch.
+    const QList<int> before = view(batched);
+    batched.SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
+    QCOMPARE(view(batched), before);
+}
+
+void tst_fmjoblist_sort::customActive()
+{
+    _JobList l(FM, nullptr);
+    const char* users[] = {"carl", "anna", "bob", "anna", "Zed"};
+    for (const char* u : users) {
+        auto r = jlfix::makeRecord(0);
+        r->UserName = u;
+        l.GetNewJob()->fromJobSave(r.get(), FM);
+    }
+    l.listCustomActive_BuildStart();
+    for (int i = 4; i >= 0; --i) l.listCustomActive_BuildAppend(l.Queue[i]);
+    l.listCustomActive_BuildSort_User();
+    l.listCustomActive_BuildEnd();
+    QCOMPARE(l.CustomActiveCount, 5);
+    QCOMPARE(l.CustomActiveSortedCount, 0);
+    QList<int> order;
+    for (int i = 0; i < l.CustomActiveCount; ++i) order.append(l.CustomActive[i]->QueueID);
+    QCOMPARE(order, (QList<int>{1, 3, 2, 0, 4})); // anna, anna (queue order), bob, carl, zed
+    R* arr[5];
+    for (int i = 0; i < 5; ++i) arr[i] = l.Queue[i];
+    fmQuicksort_2_JLCU(arr, 5, true);
+    QList<int> desc;
+    for (R* r : arr) desc.append(r->QueueID);
+    QCOMPARE(desc, (QList<int>{4, 0, 2, 1, 3}));
+    // A deleted job leaves the list, and the rest close up.
+    l.DeleteJob(l.Queue[2]);
+    QCOMPARE(l.CustomActiveCount, 4);
+    for (int i = 0; i < l.CustomActiveCount; ++i) QVERIFY(l.isValidJob(l.CustomActive[i]));
+}
+
+QTEST_GUILESS_MAIN(tst_fmjoblist_sort)
+#include "tst_fmjoblist_sort.moc"
