@@ -391,7 +391,8 @@ struct _JobSave : public _JobSubmitter
 
     // Defined with the status and log texts.
     fmString<250> StatusAsString() const;
-    void addError(short who, signed char code);
+    // False when the same error of the same client stands among the last ten.
+    bool addError(short who, signed char code);
 };
 
 struct _JobMinInfo;

@@ -1,1 +1,2 @@
-# Tests of this area: fm_add_test(NAME tst_<unit> SOURCES jobs/tst_<unit>.cpp)
+fm_add_test(NAME tst_fmjobtext SOURCES jobs/tst_fmjobtext.cpp)
+fm_add_test(NAME tst_fmjobnaming SOURCES jobs/tst_fmjobnaming.cpp)

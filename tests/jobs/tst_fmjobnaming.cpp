@@ -1,0 +1,192 @@
+// Names derived from a job's paths: scene display names, folder picks, output splitting,
+// custom scene/shot/version names, colours and preview file names.
+#include "app/fm.h"
+#include "jobs/fmjob.h"
+#include "jobs/fmjobhistory.h"
+#include "jobs/fmjobnaming.h"
+
+#include <QTest>
+#include <memory>
+
+using namespace fmJ;
+
+class tst_fmjobnaming : public QObject
+{
+    Q_OBJECT
+
+    static std::unique_ptr<_JobSend> newJob()
+    {
+        auto job = std::make_unique<_JobSend>();
+        job->fmClearAll();
+        return job;
+    }
+
+private slots:
+    // Catches render folders left in, a wrong extension cut and missing blanks behind separators.
+    void sceneDisplayName_data()
+    {
+        QTest::addColumn<QString>("scene");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("scenes folder") << "/proj/Scenes/shot.ma" << "/    proj/    shot";
+        QTest::newRow("two levels") << "/a/b/c/d/file.mb" << ".../    d/    file";
+        QTest::newRow("drive") << "D:/job/RENDER_PICTURES/x.c4d" << ".../    job/    x";
+        QTest::newRow("short dot") << "ab.c" << "ab.c";
+        QTest::newRow("empty") << "" << "";
+    }
+    void sceneDisplayName()
+    {
+        QFETCH(QString, scene);
+        QFETCH(QString, shown);
+        auto job = newJob();
+        job->SceneName = scene;
+        QCOMPARE(job->GetSceneDisplayName(), shown);
+        auto hist = std::make_unique<_jobsHistoryDB_Runtime>();
+        hist->SceneName = scene;
+        QCOMPARE(hist->GetSceneDisplayName(), shown);
+    }
+
+    // Catches off-by-one folder counts and lost drive or server prefixes.
+    void directoryNo_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QString>("no");
+        QTest::addColumn<QString>("until");
+        QTest::newRow("first") << "/mnt/proj/shots/a.ma" << 1 << 1 << "mnt" << "/mnt";
+        QTest::newRow("second two") << "/mnt/proj/shots/a.ma" << 2 << 2 << "proj_shots" << "/mnt/proj/shots";
+        QTest::newRow("drive") << "X:/proj/shots/a.ma" << 1 << 1 << "proj" << "X:/proj";
+        QTest::newRow("server") << "//srv/share/x/y" << 2 << 1 << "share" << "//srv/share";
+        QTest::newRow("short") << "/ab" << 3 << 1 << "/ab" << "/ab";
+    }
+    void directoryNo()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, first);
+        QFETCH(int, count);
+        QFETCH(QString, no);
+        QFETCH(QString, until);
+        QCOMPARE(GetDirectoryNo(path, first, count), no);
+        QCOMPARE(GetDirectoryUntilNo(path, first, count), until);
+    }
+
+    // Catches wrong splits of the three frame-number styles and movie extensions.
+    void splitOutput_data()
+    {
+        QTest::addColumn<QString>("dir");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("outDir");
+        QTest::addColumn<QString>("outName");
+        QTest::addColumn<QString>("ext");
+        QTest::addColumn<int>("padding");
+        QTest::addColumn<bool>("single");
+        QTest::newRow("printf") << "/out/" << "frame%04d.exr" << "/out/" << "frame" << ".exr" << 4 << false;
+        QTest::newRow("printf bare") << "/out/" << "f%d.png" << "/out/" << "f" << ".png" << 1 << false;
+        QTest::newRow("hash") << "/out/" << "beauty.####.tif" << "/out/" << "beauty." << ".tif" << 4 << false;
+        QTest::newRow("bracket hash") << "/out/" << "b[##].tif" << "/out/" << "b" << ".tif" << 2 << false;
+        QTest::newRow("dotted") << "" << "/r/img0001.jpg" << "/r/" << "img" << ".jpg" << 4 << false;
+        QTest::newRow("movie") << "/m/" << "clip.mov" << "/m/" << "clip" << ".mov" << 4 << true;
+        QTest::newRow("drive fix") << "C:out/x" << "a.0001.png" << "C:/out/x" << "a." << ".png" << 4 << false;
+    }
+    void splitOutput()
+    {
+        QFETCH(QString, dir);
+        QFETCH(QString, name);
+        QFETCH(QString, outDir);
+        QFETCH(QString, outName);
+        QFETCH(QString, ext);
+        QFETCH(int, padding);
+        QFETCH(bool, single);
+        auto job = newJob();
+        job->ImageDir = dir;
+        job->ImageFileName = name;
+        job->ImageChannels[2].FileName = "alpha";
+        job->Check_SplitImageFileInto_DirFileExt(false);
+        QCOMPARE(job->ImageDir.toQString(), outDir);
+        QCOMPARE(job->ImageFileName.toQString(), outName);
+        QCOMPARE(job->ImageExtension.toQString(), ext);
+        QCOMPARE(int(job->ImageFramePadding), padding);
+        QCOMPARE(job->ImageSingleOutputFile != 0, single);
+        QCOMPARE(job->ImageChannels[2].Extension.toQString(), ext);
+        QVERIFY(job->ImageChannels[3].Extension.isEmpty());
+    }
+
+    // Catches variables replaced without both brackets present, or left unreplaced.
+    void squareBrackets()
+    {
+        fmString<250> t("/out/[User]/[Camera_no.]/[Scene]_[Other]");
+        replaceSquareBracketVariablesSub(t);
+        QCOMPARE(t.toQString(), QStringLiteral("/out/<User>/<Camera_no.>/<Scene>_[Other]"));
+        fmString<250> open("/out/[User");
+        replaceSquareBracketVariablesSub(open);
+        QCOMPARE(open.toQString(), QStringLiteral("/out/[User"));
+    }
+
+    // Catches a "none" marker that stops the walk, missing markers that change the name, lengths.
+    void ssv()
+    {
+        fmString<25> scene("keep"), shot, version;
+        GetSSV("s010_sh020_v003.ma", scene, shot, version, "none", "_sh", "_v", "", "", "", 0, 0, 0);
+        QCOMPARE(scene.toQString(), QStringLiteral("keep"));
+        QCOMPARE(shot.toQString(), QStringLiteral("020"));
+        QCOMPARE(version.toQString(), QStringLiteral("003"));
+        fmString<25> a, b, c("old");
+        GetSSV("SQ12-SH0040-final", a, b, c, "sq", "-sh", "_v", "-", "", "", 0, 3, 0);
+        QCOMPARE(a.toQString(), QStringLiteral("12"));
+        QCOMPARE(b.toQString(), QStringLiteral("004"));
+        QCOMPARE(c.toQString(), QStringLiteral("old"));
+    }
+
+    // Catches a colour that depends on anything but the text, and values out of range.
+    void randomColor()
+    {
+        auto a = newJob();
+        auto b = newJob();
+        a->CompanyProjectName = "Nordlicht";
+        b->CompanyProjectName = "Nordlicht";
+        b->SceneName = "/other/scene.ma";
+        a->Color_ID = 12;
+        b->Color_ID = 12;
+        a->setRandomColor();
+        b->setRandomColor();
+        QCOMPARE(a->Color_ID, b->Color_ID);
+        QVERIFY(a->Color_ID >= 1 && a->Color_ID <= 7);
+        a->Color_ID = 5;
+        a->setRandomColor();
+        QCOMPARE(int(a->Color_ID), 5);
+        a->Color_ID = 15;
+        a->setRandomColor();
+        QCOMPARE(int(a->Color_ID), 0);
+    }
+
+    // Catches relative job-file folders not placed below the root and preview names misnumbered.
+    void jobFilesAndPreviews()
+    {
+        FM.RootPath = "/farm/";
+        auto job = newJob();
+        job->JobFilesFolder = "abc";
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("/farm/jobfiles/abc/"));
+        job->JobFilesFolder = "/abs/files";
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("/abs/files/"));
+        job->JobFilesFolder = "X:\\files\\";
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("X:\\files\\/"));
+
+        job->JobFilesFolder = "/jf/";
+        job->SeqStart = 1;
+        job->SeqEnd = 100;
+        job->SeqStep = 1;
+        job->NumberPreview = 5;
+        job->fmClearSend();
+        job->PreviewFirstFrame = 10;
+        job->PreviewFrameStep = 20;
+        QCOMPARE(job->previewID2FrameNr(0), 0);
+        QCOMPARE(job->previewID2FrameNr(4), 99);
+        QCOMPARE(job->previewID2FrameNr(2), 30);
+        QCOMPARE(job->previewFilenameRGB(FM, 2), QStringLiteral("/jf/p00031.jpg"));
+        QCOMPARE(job->previewFilenameThumbnail(FM, 0), QStringLiteral("/jf/p00001_t.jpg"));
+        QCOMPARE(job->previewFilenameA(FM, 99), QStringLiteral("/jf/p00100_a.jpg"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_fmjobnaming)
+#include "tst_fmjobnaming.moc"

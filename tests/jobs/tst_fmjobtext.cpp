@@ -1,0 +1,318 @@
+// Status, error and log texts of a job, and the writers of its error and log entries.
+#include "app/fm.h"
+#include "jobs/fmjob.h"
+#include "jobs/fmjobtext.h"
+
+#include <QTest>
+#include <memory>
+
+using namespace fmJ;
+
+class tst_fmjobtext : public QObject
+{
+    Q_OBJECT
+
+    static std::unique_ptr<_JobSend> newJob()
+    {
+        auto job = std::make_unique<_JobSend>();
+        job->fmClearAll();
+        return job;
+    }
+    static _Log logEntry(int message, int p1, int p2, int p3)
+    {
+        _Log l{};
+        l.Message = static_cast<int8_t>(message);
+        l.Param1 = static_cast<uint16_t>(p1);
+        l.Param2 = static_cast<uint16_t>(p2);
+        l.Param3 = static_cast<uint8_t>(p3);
+        return l;
+    }
+
+private slots:
+    // Catches a wrong threshold row: every row's lower bound and the value just below it.
+    void statusTexts_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("shortText");
+        QTest::addColumn<QString>("longText");
+        QTest::newRow("0") << 0 << "First Check" << "First Check";
+        QTest::newRow("39") << 39 << "First Check" << "First Check";
+        QTest::newRow("40") << 40 << "Wait for jobs" << "Wait for 0 jobs";
+        QTest::newRow("60") << 60 << "Pre Render" << "Script (PreRender)";
+        QTest::newRow("80") << 80 << "Preview" << "Preview";
+        QTest::newRow("90") << 90 << "Script Preview" << "Script (Preview)";
+        QTest::newRow("100") << 100 << "Approval Wait" << "Approval Wait";
+        QTest::newRow("119") << 119 << "Approval Wait" << "Approval Wait";
+        QTest::newRow("120") << 120 << "Render" << "Render";
+        QTest::newRow("140") << 140 << "Script Post Render" << "Script (PostRender)";
+        QTest::newRow("160") << 160 << "Approval Wait" << "Approval Wait";
+        QTest::newRow("180") << 180 << "Script Finished" << "Script (Finish)";
+        QTest::newRow("199") << 199 << "Script Finished" << "Script (Finish)";
+        QTest::newRow("200") << 200 << "Finished" << "Finished";
+        QTest::newRow("255") << 255 << "Finished" << "Finished";
+    }
+    void statusTexts()
+    {
+        QFETCH(int, status);
+        QFETCH(QString, shortText);
+        QFETCH(QString, longText);
+        QCOMPARE(jobStatusAsString(static_cast<unsigned char>(status)), shortText);
+        auto job = newJob();
+        job->Status = static_cast<uint8_t>(status);
+        QCOMPARE(job->StatusAsString().toQString(), longText);
+    }
+
+    // Catches a miscounted wait list (it ends at the first 0) and the singular form.
+    void statusWaitAndDisabled()
+    {
+        auto job = newJob();
+        job->Status = 45;
+        job->WaitForJob[0] = 1234567;
+        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Wait for 1 job"));
+        job->WaitForJob[1] = 7654321;
+        job->WaitForJob[3] = 99; // behind the first 0: not counted
+        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Wait for 2 jobs"));
+        for (int i = 0; i < 20; ++i) job->WaitForJob[i] = 1000 + i;
+        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Wait for 20 jobs"));
+        job->Status = 200;
+        job->Disabled = 1;
+        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Disabled - Finished"));
+    }
+
+    // Catches wrong table rows, the shared row of 3 and 11, and the 50-character cut of code 20.
+    void errorTexts_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("0") << 0 << "";
+        QTest::newRow("1") << 1 << "crashed";
+        QTest::newRow("3") << 3 << "No drive space left";
+        QTest::newRow("11") << 11 << "No drive space left";
+        QTest::newRow("13") << 13 << "No render license (licenses tempor. reduced)";
+        QTest::newRow("20 cut") << 20 << "Client got job multiple times, but no render time m";
+        QTest::newRow("21") << 21 << "Unknown error 21";
+        QTest::newRow("23") << 23 << "Aborted because max render time reached!";
+        QTest::newRow("-5") << -5 << "Unknown error -5";
+    }
+    void errorTexts()
+    {
+        QFETCH(int, code);
+        QFETCH(QString, text);
+        _Error e{};
+        e.Code = static_cast<int8_t>(code);
+        QCOMPARE(Err2Str(e).toQString(), text.left(50));
+    }
+
+    // Catches wrong message texts and the placement of the parameters in the detailed form.
+    void logTexts_data()
+    {
+        QTest::addColumn<int>("message");
+        QTest::addColumn<int>("p1");
+        QTest::addColumn<int>("p2");
+        QTest::addColumn<int>("p3");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("0") << 0 << 0 << 0 << 0 << "";
+        QTest::newRow("2") << 2 << 0 << 0 << 0 << "Enable";
+        QTest::newRow("12 unknown") << 12 << 0 << 0 << 0 << "Unknown command 12";
+        QTest::newRow("64") << 64 << 0 << 0 << 0 << "Unknown command 64";
+        QTest::newRow("-3") << -3 << 0 << 0 << 0 << "Unknown command -3";
+        QTest::newRow("1 count") << 1 << 4 << 9 << 1 << "Aborted 4 reserved clients (max required: 9)";
+        QTest::newRow("13 plain") << 13 << 0 << 0 << 0 << "Change Client Assignment";
+        QTest::newRow("13 de") << 13 << 0 << 5 << 3 << "De-assigned 3 clients";
+        QTest::newRow("13 as") << 13 << 7 << 5 << 0 << "Assigned 7 clients";
+        QTest::newRow("13 both") << 13 << 7 << 5 << 3 << "Assigned 7, De-assigned 3 clients";
+        QTest::newRow("14 raw") << 14 << 10 << 20 << 1 << "Successful  10-20";
+        QTest::newRow("14 three") << 14 << 10 << 20 << 4 << "Successful  10-20,4";
+        QTest::newRow("15") << 15 << 1 << 2 << 0 << "Aborted      1-2";
+        QTest::newRow("18") << 18 << 12 << 0 << 1 << "12 (placeholder) frames deleted";
+        QTest::newRow("18 all") << 18 << 9999 << 0 << 1 << "all frames deleted";
+        QTest::newRow("20") << 20 << 3 << 8 << 1 << "Sequence Divide adjusted 3 8";
+        QTest::newRow("34") << 34 << 5 << 6 << 7 << "Low SysMemory, Aborted 5-6,7";
+        QTest::newRow("40 count") << 40 << 6 << 0 << 1 << "Abort other low-prio jobs (6 clients)";
+        QTest::newRow("41") << 41 << 33 << 0 << 0 << "rendered 33s only, Seq. Div. to low?";
+        QTest::newRow("57") << 57 << 11 << 2 << 3 << "Revert 2+3 frame assignments, frame #11";
+        QTest::newRow("58") << 58 << 11 << 2 << 3 << "Return frame assignments (2+3), frame #11";
+        QTest::newRow("61") << 61 << 1 << 9 << 2 << "Aborted (Client Disabled) 1-9,2";
+    }
+    void logTexts()
+    {
+        QFETCH(int, message);
+        QFETCH(int, p1);
+        QFETCH(int, p2);
+        QFETCH(int, p3);
+        QFETCH(QString, text);
+        QCOMPARE(Log2Str(logEntry(message, p1, p2, p3), nullptr).toQString(), text);
+    }
+
+    // Catches frame indices shown raw when a job is given, or not raised by one for channel jobs.
+    void logTextWithJob()
+    {
+        auto job = newJob();
+        job->SeqStart = 101;
+        job->SeqEnd = 200;
+        job->SeqStep = 2;
+        job->fmClearSend();
+        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), QStringLiteral("Successful  101-107"));
+        job->ImageChannelCount = 3;
+        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), QStringLiteral("Successful  1-4"));
+    }
+
+    // Catches entries that hold another job's short id in their two words (Param3 0).
+    void logTextShortId()
+    {
+        const QString t = Log2Str(logEntry(63, 0x1234, 0x0056, 0), nullptr).toQString();
+        QVERIFY(t.startsWith(QStringLiteral("Wait-for job {")));
+        QVERIFY(t.endsWith(QStringLiteral("} finished")));
+    }
+
+    // Catches colours assigned to the wrong messages and numbers outside the table.
+    void logColours_data()
+    {
+        QTest::addColumn<int>("message");
+        QTest::addColumn<uint>("argb");
+        QTest::newRow("2") << 2 << 0xFF00CC00u;
+        QTest::newRow("14") << 14 << 0xFF88BB00u;
+        QTest::newRow("6") << 6 << 0xFF469BCCu;
+        QTest::newRow("56") << 56 << 0xFFDD8822u;
+        QTest::newRow("57") << 57 << 0xFFDD4400u;
+        QTest::newRow("41") << 41 << 0xFFFF0000u;
+        QTest::newRow("60") << 60 << 0xFF999999u;
+        QTest::newRow("43") << 43 << 0xFF000000u;
+        QTest::newRow("100") << 100 << 0xFF000000u;
+    }
+    void logColours()
+    {
+        QFETCH(int, message);
+        QFETCH(uint, argb);
+        QCOMPARE(uint(LogColorID(static_cast<_LogMessage>(message))), argb);
+    }
+
+    // Catches the program codes and an index beyond the client table shown as a name.
+    void whoTexts_data()
+    {
+        QTest::addColumn<int>("who");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("-1") << -1 << "*fmServer*";
+        QTest::newRow("-2") << -2 << "-fmControl-";
+        QTest::newRow("-3") << -3 << "-fmWebsite-";
+        QTest::newRow("-4") << -4 << "-Unknown-";
+        QTest::newRow("-5") << -5 << "-Remote-";
+        QTest::newRow("-6") << -6 << "-jobAuth-";
+        QTest::newRow("-7") << -7 << "unknown #-7";
+        QTest::newRow("gone") << 749 << "unknown #749";
+    }
+    void whoTexts()
+    {
+        QFETCH(int, who);
+        QFETCH(QString, text);
+        QCOMPARE(Who2Str(who, FM).toQString(), text);
+    }
+
+    // Catches user numbers read from the wrong word and messages that aren't a user's.
+    void logUsername()
+    {
+        QVERIFY(Log2Username(logEntry(14, 0, 3, 0), FM).toQString() == QStringLiteral("-"));
+        QVERIFY(Log2Username(logEntry(7, 0, 65535, 0), FM).toQString().startsWith(QStringLiteral("-1 ")));
+        QVERIFY(Log2Username(logEntry(62, 0, 12, 0), FM).toQString().startsWith(QStringLiteral("12 ")));
+    }
+
+    // Catches a wrong trim of a full log (the 751st entry leaves 376) and the repeat rule of 40.
+    void addLogFrames()
+    {
+        auto job = newJob();
+        for (int i = 0; i < 750; ++i) job->addLogFrames(-1, 14, i, i, 1);
+        QCOMPARE(int(job->LogCount), 750);
+        job->addLogFrames(-1, 15, 1, 2, 1);
+        QCOMPARE(int(job->LogCount), 376);
+        QCOMPARE(int(job->Log[0].Param1), 375);
+        QCOMPARE(int(job->Log[375].Message), 15);
+        job->addLogFrames(3, 40, 1, 0, 1);
+        job->addLogFrames(3, 40, 2, 0, 1);
+        QCOMPARE(int(job->LogCount), 377);
+        job->addLogFrames(4, 40, 2, 0, 1);
+        QCOMPARE(int(job->LogCount), 378);
+    }
+
+    // Catches parameters not wrapped into 0..65534 and Param3 not scaled by the frame step.
+    void addLogParams()
+    {
+        auto job = newJob();
+        job->SeqStep = 2.5;
+        job->ClientsRendering = 400;
+        job->FramesLeft = 99999;
+        job->Status = 120;
+        job->addLogFrames(2, 14, 65535, -1, 3);
+        const _Log& l = job->Log[0];
+        QCOMPARE(int(l.Param1), 0);
+        QCOMPARE(int(l.Param2), 65534);
+        QCOMPARE(int(l.Param3), 8); // 7.5 rounds away from zero
+        QCOMPARE(int(l.ClientsRendering), 250);
+        QCOMPARE(int(l.FramesLeft), 30000);
+        QCOMPARE(int(l.JobStatus), 120);
+        job->addLogFrames(2, 14, 0, 0, 200);
+        QCOMPARE(int(job->Log[1].Param3), 255);
+        job->addLogUser(5, 17, 22, 3, 1);
+        QCOMPARE(int(job->Log[2].Param2), 17);
+        QCOMPARE(int(job->Log[2].Param1), 3);
+        QCOMPARE(int(job->Log[2].Message), 22);
+    }
+
+    // Catches a damaged count (30000, negative) that would write past the log array.
+    void addLogHostileCount()
+    {
+        auto job = newJob();
+        job->LogCount = 30000;
+        job->addLogFrames(1, 2, 0, 0, 0);
+        QCOMPARE(int(job->LogCount), 376);
+        job->LogCount = -7;
+        job->addLogFrames(1, 2, 0, 0, 0);
+        QCOMPARE(int(job->LogCount), 1);
+    }
+
+    // Catches the repeat window of ten errors and the trim of a full error list.
+    void addError()
+    {
+        auto job = newJob();
+        QVERIFY(job->addError(1, 7));
+        QVERIFY(!job->addError(1, 7));
+        for (int i = 0; i < 10; ++i) QVERIFY(job->addError(2, static_cast<signed char>(20 + i)));
+        QVERIFY(job->addError(1, 7)); // now the eleventh from the end
+        for (int i = 0; i < 38; ++i) QVERIFY(job->addError(3, static_cast<signed char>(40 + i)));
+        QCOMPARE(int(job->ErrorCount), 50);
+        QVERIFY(job->addError(4, 1));
+        QCOMPARE(int(job->ErrorCount), 26);
+        QCOMPARE(int(job->Errors[25].Who), 4);
+        job->ErrorCount = 120;
+        QVERIFY(job->addError(5, 1));
+        QCOMPARE(int(job->ErrorCount), 26);
+    }
+
+    // Catches a wrong log line layout: id, project, names, scene padded to 55, long scenes cut.
+    void jobLogString()
+    {
+        auto job = newJob();
+        job->CompanyProjectName = "Proj";
+        job->Software = "Maya";
+        job->CustomSeQName = "s1";
+        job->CustomSHotName = "sh2";
+        job->CustomVersionName = "v3";
+        job->SceneName = "D:/work/Scenes/a.mb";
+        const QString busy = job->GetJobLogString(true, 5);
+        QVERIFY(busy.contains(QStringLiteral(" Low CPU 5min   Proj|Maya|s1-sh2-v3|PREVIEW|")));
+        QVERIFY(busy.endsWith(QStringLiteral("rk / a"))); // cut from the left to fit 55
+        QCOMPARE(busy.size(), 55);
+        const QString line = job->GetJobLogString(false, 0);
+        QVERIFY(line.endsWith(QStringLiteral("s1-sh2-v3|                  D:/work / a")));
+        QCOMPARE(line.size(), 55);
+        job->SceneName = "/mnt/projects/some/very/long/folder/structure/for/the/scene/file.ma";
+        const QString longLine = job->GetJobLogString(false, 0);
+        QCOMPARE(longLine.size(), 55);
+        QVERIFY(longLine.endsWith(QStringLiteral(" / file")));
+        job->SceneName = "?waiting for update. Or user right to view is missing.";
+        QVERIFY(job->GetJobLogString(false, 0).endsWith(QStringLiteral("s1-sh2-v3|")));
+        QVERIFY(job->GetJobLogStringShort(false, 9).endsWith(QStringLiteral(" LowCPU 9min|Maya|Proj")));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_fmjobtext)
+#include "tst_fmjobtext.moc"
