@@ -135,6 +135,31 @@ void tst_fmString::hostileLength()
     QCOMPARE(a.Data[3], uint16_t('x'));
     b.remove(0, 1);
     QCOMPARE(b.len(), 29);
+
+    // Random bytes as a damaged file would hold them; run under ASan, any stray read shows.
+    QRandomGenerator rng(4711);
+    for (int round = 0; round < 300; ++round) {
+        fmString<10> x, y;
+        fmString8_UnevenSize<25> p, q;
+        QByteArray r(int(sizeof(x) + sizeof(y) + sizeof(p) + sizeof(q)), Qt::Uninitialized);
+        for (char& c : r) c = char(rng.bounded(256));
+        if (round % 3 == 0) r.fill('a', int(sizeof(x) + sizeof(y))); // equal texts, long Lengths
+        std::memcpy(static_cast<void*>(&x), r.constData(), sizeof(x));
+        std::memcpy(static_cast<void*>(&y), r.constData() + sizeof(x), sizeof(y));
+        std::memcpy(static_cast<void*>(&p), r.constData() + 2 * sizeof(x), sizeof(p));
+        std::memcpy(static_cast<void*>(&q), r.constData() + 2 * sizeof(x) + sizeof(p), sizeof(q));
+        QVERIFY(x.indexOf(y, int(rng.bounded(12))) <= x.len());
+        QVERIFY(p.indexOf(q, 0) <= p.len());
+        x.compare(y);
+        q.Data[q.len()] = 0; // startsWith takes a C text
+        p.startsWith(q.Data);
+        p.endsWith(q.Data);
+        x.replace(y, x);
+        p.replace(q, p);
+        p.remove(q.Data[0]);
+        x.insert(int(rng.bounded(12)), y);
+        QVERIFY(x.len() <= 10 && x.toQString().size() == x.len() && p.toQString().size() == p.len());
+    }
 }
 
 void tst_fmString::compare_data()
