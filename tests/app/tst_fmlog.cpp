@@ -1,4 +1,5 @@
 #include "app/fmlogfile.h"
+#include "app/fm.h"
 #include "app/fmsdk.h"
 #include "farm/fmgconfig.h"
 #include "fmtestroot.h"
@@ -63,6 +64,7 @@ private slots:
     void unnamedWaits();
     void missingFolderStatedOnce();
     void noQtForms();
+    void toolkitMessages();
 };
 
 // The fixed line format: level prefixes, tags, continuation lines, place and stack suffixes.
@@ -363,6 +365,29 @@ void tst_fmlog::noQtForms()
     QCOMPARE(out.toQString(), QStringLiteral("  WRN short"));
     sdk.FormatLogMessage_noQT(3, 16, fmString<250>(QString(250, QLatin1Char('y'))), fmString<250>("W"), out);
     QCOMPARE(out.len(), 250);
+}
+
+// The toolkit's messages become log lines of their levels; the known noise is dropped.
+void tst_fmlog::toolkitMessages()
+{
+    __FM* fm = &FM;
+    QCOMPARE(__FM::First, fm);
+    const bool noFile = fm->NoLogFile;
+    fm->NoLogFile = false;
+    fm->Log->discard();
+    qInstallMessageHandler(FMMessageOutput);
+    qWarning("toolkit warning %d", 7);
+    qWarning("This implementation does not support subelements of this kind");
+    qDebug("toolkit debug text"); // level 19 is off
+    qCritical("toolkit critical");
+    qInstallMessageHandler(nullptr);
+    const QByteArray text = fm->Log->bufferText();
+    fm->Log->discard();
+    fm->NoLogFile = noFile;
+    QVERIFY2(text.contains("|  WRN toolkit warning 7\n"), text.constData());
+    QVERIFY(text.contains("|  ERR toolkit critical;;   (-) fmTest 7.0.10 64bit []\n"));
+    QVERIFY(!text.contains("subelements"));
+    QVERIFY(!text.contains("toolkit debug"));
 }
 
 QTEST_GUILESS_MAIN(tst_fmlog)

@@ -45,6 +45,8 @@ private slots:
     void convertThroughConfig();
     void pdToOS();
     void localPath();
+    void serverConnectName_data();
+    void serverConnectName();
     void checkAllPaths();
 };
 
@@ -381,6 +383,40 @@ void tst_fmpaths::localPath()
     QVERIFY(fm.setLocalPath(nullptr));
     QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/data/local/"));
     QVERIFY(!fm.setLocalPath(""));
+}
+
+// Which configured name the farm's server is reached by: backup first when asked and set, an
+// address only when "nUseServerIP" is on and the address is set.
+void tst_fmpaths::serverConnectName_data()
+{
+    QTest::addColumn<bool>("useIP");
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("backupName");
+    QTest::addColumn<bool>("backup");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("name") << false << "10.0.0.1" << "BACK" << false << "SRV";
+    QTest::newRow("address") << true << "10.0.0.1" << "BACK" << false << "10.0.0.1";
+    QTest::newRow("address not set") << true << "" << "" << false << "SRV";
+    QTest::newRow("backup name") << false << "10.0.0.1" << "BACK" << true << "BACK";
+    QTest::newRow("backup address") << true << "10.0.0.1" << "BACK" << true << "10.0.0.9";
+    QTest::newRow("no backup set") << false << "" << "" << true << "SRV";
+}
+
+void tst_fmpaths::serverConnectName()
+{
+    QFETCH(bool, useIP);
+    QFETCH(QString, ip);
+    QFETCH(QString, backupName);
+    QFETCH(bool, backup);
+    QFETCH(QString, expected);
+    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    QVERIFY(sdk.cfgGetB("nUseServerIP") && sdk.cfgGetS("nServerName"));
+    *sdk.cfgGetB("nUseServerIP") = useIP;
+    *sdk.cfgGetS("nServerName") = "SRV";
+    *sdk.cfgGetS("nServerIP1") = ip;
+    *sdk.cfgGetS("nBackupServerName") = backupName;
+    *sdk.cfgGetS("nBackupServerIP1") = "10.0.0.9";
+    QCOMPARE(sdk.getServerConnectName(backup).toQString(), expected);
 }
 
 // CheckAllfmPaths makes the five shared folders (not history_db) and fails when one can't be made.
