@@ -1,18 +1,23 @@
 // Client speeds for the GHz-hours estimate of history records, read from FM's client table.
 
 #include "app/fm.h"
+#include "farm/fmclientlist.h"
 #include "jobs/fmjobhistory.h"
 
 namespace fmJ {
 
 int fmJobClientSpeeds(const __FM& fm, _ClientSpeed* out, int max)
 {
-    // The client table (fmC::_ClientList) is not part of this build yet: no client counts, and
-    // a record without TotalGhzHours keeps 0.
-    (void)fm;
-    (void)out;
-    (void)max;
-    return 0;
+    const fmC::_ClientList* list = fm.ClientList;
+    if (!list || !out || max <= 0) return 0;
+    int n = list->count();
+    if (n > max) n = max;
+    for (int k = 0; k < n; ++k) {
+        const fmC::_ClientHardware& hw = list->Clients[k].Hardware;
+        out[k].Speed = hw.Speed;
+        out[k].Cores = hw.Cores;
+    }
+    return n;
 }
 
 } // namespace fmJ

@@ -1,3 +1,5 @@
+#include "app/fm.h"
+#include "farm/fmclientlist.h"
 #include "jobs/fmjobhistory.h"
 #include "jobtestutil.h"
 
@@ -218,6 +220,7 @@ private slots:
     void runtimeKeys();
     void ghzHours_data();
     void ghzHours();
+    void ghzHoursFromClientTable();
 };
 
 // Every field of a finished job must land at its place in the history record, nothing else.
@@ -543,6 +546,31 @@ void tst_jobhistory::ghzHours()
     QCOMPARE(int(rt->SaveStructVersion), saveVersion);
     // Client counts beyond the record's 750 entries are not read.
     rt->fromJobSave(h.get(), speeds, 6);
+}
+
+// The estimate must read Speed and Cores of FM's client table by client index.
+void tst_jobhistory::ghzHoursFromClientTable()
+{
+    const bool created = FM.ClientList == nullptr;
+    if (created) FM.createFarmTables();
+    QVERIFY(FM.ClientList);
+    fmC::_ClientList& list = *FM.ClientList;
+    list.clear();
+    for (int i = 0; i < 4; ++i) QCOMPARE(list.addClient(), i);
+    list.Clients[1].Hardware.Speed = 6.0f;
+    list.Clients[1].Hardware.Cores = 2;
+    list.Clients[3].Hardware.Speed = 2.0f;
+    list.Clients[3].Hardware.Cores = 2;
+    auto h = std::make_unique<_jobsHistoryDB>();
+    h->TotalPS = 7200;
+    h->ClientStats[1].FramesDone = 20;
+    h->ClientStats[3].FramesDone = 20;
+    auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
+    rt->fromJobSave(h.get(), FM);
+    // Average of 3 and 1 GHz per core: 2; 7200 PS * 2 / 3600.
+    QCOMPARE(float(rt->TotalGhzHours), 4.0f);
+    list.clear();
+    if (created) FM.deleteFarmTables();
 }
 
 QTEST_GUILESS_MAIN(tst_jobhistory)
