@@ -11,6 +11,7 @@
 #include "jobs/fmjoblist.h"
 
 #include "app/fm.h"
+#include "app/fmlogfile.h"
 #include "foundation/fmdatabuffer.h"
 #include "foundation/fmfile.h"
 #include "jobs/fmjoblist_p.h"
@@ -275,7 +276,10 @@ bool _JobList::SaveFileJobs(bool backup, const QString& pathIn, bool logIt, cons
     if (!AltLocalDBPath.isEmpty()) return true;
     const QString path = pathIn.isEmpty() ? DatabaseFolder + QStringLiteral("jobs.db") : pathIn;
 
-    if (logIt) App->WriteLog(4, 8, logPrefix + QStringLiteral("{ALL} ") + path + QStringLiteral("   saving..."), where);
+    if (logIt) {
+        App->WriteLog(4, 8, logPrefix + QStringLiteral("{ALL} ") + path + QStringLiteral("   saving..."), where);
+        if (App->Log) App->Log->flush();
+    }
 
     if (backup && fmFileExists(path)) {
         const QString bak30 = path + QStringLiteral(".bak30");
@@ -340,6 +344,7 @@ bool _JobList::SaveFileJobs(bool backup, const QString& pathIn, bool logIt, cons
         return false;
     }
     App->WriteLog(4, 8, QStringLiteral("{ALL} jobs.db (%1 jobs) saved.").arg(JobCount), where);
+    if (App->Log) App->Log->flush();
     TimeSaved.SetCurrentTime();
     return true;
 }

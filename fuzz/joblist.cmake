@@ -1,0 +1,1 @@
+fm_add_fuzzer(fuzz_loadfilejobs fuzz_loadfilejobs.cpp)
