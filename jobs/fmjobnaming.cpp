@@ -2,6 +2,7 @@
 
 #include "app/fm.h"
 #include "app/fmpaths.h"
+#include "farm/fmgconfig.h"
 #include "foundation/fmrandom.h"
 #include "jobs/fmjob.h"
 #include "jobs/fmjobhistory.h"
@@ -140,10 +141,10 @@ void convertField(fmString<250>& field, _fmOS from, _fmOS to, __FMSDK& sdk)
 }
 
 // Does an entry of the path table for `os` start `path` (case-insensitively)?
-bool matchesTable(const QString& path, const fmOSConversionRow* rows, int count, _fmOS os)
+bool matchesTable(const QString& path, const _fmgOSConversion* rows, int count, _fmOS os)
 {
     for (int i = 0; i < count; ++i) {
-        const QString entry = rows[i][os].toQString();
+        const QString entry = rows[i].Path[os].toQString();
         if (!entry.isEmpty() && path.startsWith(entry, Qt::CaseInsensitive)) return true;
     }
     return false;
@@ -254,9 +255,8 @@ void _JobBasics::analyseNsetSceneOS(__FMSDK& sdk)
     if (SceneOS == 0) SceneOS = _fmOS_Mac;
     const QString dir = ImageDir.toQString();
     if (dir.isEmpty()) return;
-    int count = 0;
-    const fmOSConversionRow* rows = fmOSConversionRows(sdk, count);
-    if (!rows) count = 0;
+    const _fmgOSConversion* rows = sdk.cfg ? sdk.cfg->OSConversion : nullptr;
+    const int count = rows ? int(_fmgConfig::OSConversionCount) : 0;
     if (matchesTable(fmConvertPDToOS(dir, _fmOS_Windows), rows, count, _fmOS_Windows)) SceneOS = _fmOS_Windows;
     else if (matchesTable(fmConvertPDToOS(dir, _fmOS_Linux), rows, count, _fmOS_Linux)) SceneOS = _fmOS_Linux;
     else if (matchesTable(fmConvertPDToOS(dir, _fmOS_Mac), rows, count, _fmOS_Mac)) SceneOS = _fmOS_Mac;
