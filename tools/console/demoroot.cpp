@@ -1,3 +1,50 @@
+// The demo farm root: every file a farm's root holds, made by the family's own writers where it
+// has them (globalconfig.ini, clients.ini, clientgroups.ini, users7.dat) and frame by frame for
+// the project databases, so that the three old layouts can stand among the current one.
+//
+// Everything is drawn from one 64-bit generator seeded by the caller; no clock is read. Times are
+// seconds since the epoch between kHistoryBegin and kHistoryEnd.
+
+#include "tools/console/demoroot.h"
+
+#include "app/fm.h"
+#include "farm/fmclient.h"
+#include "farm/fmclientgroups.h"
+#include "farm/fmclientlist.h"
+#include "farm/fmgconfig.h"
+#include "farm/fmusers.h"
+#include "jobs/fmjob.h"
+#include "jobs/fmjobhistory.h"
+#include "jobs/fmjobid.h"
+#include "jobs/fmjoblist.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+#include <QtEndian>
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+using namespace fmJ;
+
+namespace {
+
+// 2024-11-01 00:00 and 2026-10-30 18:00 UTC: the two years the demo history covers.
+constexpr int64_t kHistoryBegin = 1730419200;
+constexpr int64_t kHistoryEnd = 1793383200;
+
+// Small JPEGs (96 x 54, baseline, no metadata) used as the FOI images of jobs.
+const unsigned char kJpeg_a[] = {
     0xff, 0xd8, 0xff, 0xe0, 0x00, 0x10, 0x4a, 0x46, 0x49, 0x46, 0x00, 0x01, 0x01, 0x00, 0x00, 0x01, 0x00, 0x01, 0x00, 0x00,
     0xff, 0xdb, 0x00, 0x43, 0x00, 0x0d, 0x09, 0x0a, 0x0b, 0x0a, 0x08, 0x0d, 0x0b, 0x0a, 0x0b, 0x0e, 0x0e, 0x0d, 0x0f, 0x13,
     0x20, 0x15, 0x13, 0x12, 0x12, 0x13, 0x27, 0x1c, 0x1e, 0x17, 0x20, 0x2e, 0x29, 0x31, 0x30, 0x2e, 0x29, 0x2d, 0x2c, 0x33,
@@ -563,6 +610,7 @@ public:
     // Fills `out` with a finished (or deleted) job of the project sent at `send`.
     void make(const Plan& p, int64_t send, bool olderVersion, _jobsHistoryDB& out);
     int64_t lastFinished() const { return LastFinished; }
+    bool lastDeleted() const { return LastDeleted; }
 
 private:
     void log(std::vector<LogEvent>& ev, int64_t t, int who, int msg, long long p1, long long p2, long long p3, int rendering,
@@ -581,6 +629,7 @@ private:
     int ExtraCursor = 0;
     int ErrorCursor = 0;
     int64_t LastFinished = 0;
+    bool LastDeleted = false;
 };
 
 void JobMaker::extraEvent(std::vector<LogEvent>& ev, int8_t msg, const Plan& p, int64_t t, int frames, int client,
@@ -777,8 +826,9 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
         if (n > 0) j.Log[n - 1].Time.t = int32_t(e.Time);
     }
 
-    // Errors: every code in turn on a quarter of the jobs, by one of the job's clients.
-    if (R.chance(0.25)) {
+    // Errors: every code in turn on a quarter of the jobs (each code once early on), by one of the
+    // job's clients.
+    if (ErrorCursor < kErrorCount || R.chance(0.25)) {
         const int count = R.range(1, 3);
         for (int e = 0; e < count; ++e) {
             const int8_t code = kErrorCodes[ErrorCursor++ % kErrorCount];
@@ -807,6 +857,7 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
     j.TotalPS = uint64_t(psSeconds);
     out = j;
     PreviousID = id;
+    LastDeleted = deleted;
     LastFinished = std::max(LastFinished, finished);
 }
 
@@ -842,7 +893,8 @@ bool writeProject(const Plan& p, const QString& history, JobMaker& maker, DemoRn
     rep.Name = p.Name;
     // Sending times, in order: the project's jobs spread over its months.
     std::vector<int64_t> sends(size_t(p.Jobs));
-    for (int64_t& s : sends) s = rng.range64(p.Begin, p.End);
+    // Sent up to three days before the project's end, so that the last jobs finish inside it.
+    for (int64_t& s : sends) s = rng.range64(p.Begin, std::max(p.Begin, p.End - 3 * 86400));
     std::sort(sends.begin(), sends.end());
 
     struct Part
@@ -875,7 +927,7 @@ bool writeProject(const Plan& p, const QString& history, JobMaker& maker, DemoRn
             ++rep.Jobs;
             if (layout != Layout::Current) ++rep.OldFrames;
             // The farm keeps a picture of the first frame of a part of the finished jobs.
-            if (record->Status == 200 && rng.chance(0.3)) {
+            if (!maker.lastDeleted() && rng.chance(0.3)) {
                 if (!makeDir(images, error)) return false;
                 int size = 0;
                 const unsigned char* bytes = jpegFor(rep.Images, size);

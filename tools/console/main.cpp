@@ -221,6 +221,11 @@ void printErr(const QString& text)
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
 }
 
+QString plural(long long n, const char* word)
+{
+    return QStringLiteral("%1 %2%3").arg(n).arg(QLatin1String(word)).arg(n == 1 ? QString() : QStringLiteral("s"));
+}
+
 QString isoTime(const fmTime_t& t)
 {
     return QDateTime::fromSecsSinceEpoch(t.t, Qt::UTC).toString(Qt::ISODate);
@@ -342,11 +347,11 @@ int runCheck(const Command& cmd)
                             text.trimmed());
         }
         if (!read) {
-            printOut(QStringLiteral("%1: could not be read; %2 jobs loaded before the failure\n").arg(name).arg(list->JobCount));
+            printOut(QStringLiteral("%1: could not be read; %2 loaded before the failure\n").arg(name, plural(list->JobCount, "job")));
             result = ExitFailed;
         } else {
-            printOut(QStringLiteral("%1: %2 jobs loaded, %3 frames failed\n").arg(name).arg(list->JobCount).arg(failed));
-            if (failed > 0 || !messages.isEmpty()) result = failed > 0 ? ExitFailed : result;
+            printOut(QStringLiteral("%1: %2 loaded, %3 failed\n").arg(name, plural(list->JobCount, "job"), plural(failed, "frame")));
+            if (failed > 0) result = ExitFailed;
         }
         for (const QString& m : messages) printOut(QStringLiteral("    ") + m + QLatin1Char('\n'));
         std::fflush(stdout);
