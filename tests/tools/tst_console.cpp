@@ -316,6 +316,8 @@ void tst_console::arguments_data()
     QTest::newRow("demo-root seed negative") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"), QStringLiteral("--seed"),
                                                              QStringLiteral("-3")}
                                              << 2 << QStringLiteral("--seed needs");
+    QTest::newRow("demo-root in a _debug folder") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x_debug")} << 1
+                                                  << QStringLiteral("can't be a farm root");
     QTest::newRow("projects takes no export option") << QStringList{QStringLiteral("projects"), QStringLiteral("--all")} << 2
                                                      << QStringLiteral("does not take");
     QTest::newRow("no root") << QStringList{QStringLiteral("projects")} << 100 << QStringLiteral("Unable to get FM Root path");
@@ -349,6 +351,7 @@ void tst_console::arguments()
     QVERIFY2(r.Code == code, qPrintable(QStringLiteral("exit %1\n%2%3").arg(r.Code).arg(r.Out, r.Err)));
     QVERIFY2((r.Out + r.Err).contains(text), qPrintable(r.Out + r.Err));
     QVERIFY(!QFileInfo::exists(Tmp.filePath(QStringLiteral("x"))));
+    QVERIFY(!QFileInfo::exists(Tmp.filePath(QStringLiteral("x_debug"))));
 }
 
 // Catches a demo root that the start-up warns about: configuration, clients, groups, users.

@@ -485,6 +485,9 @@ Farm writeClients(__FM& fm, DemoRng& rng, int& clientCount)
             c.Hardware.Is64Bit = true;
             c.Hardware.Speed = float(k.Cores) * float(c.Hardware.MHz) / 1000.0f;
             c.CustomInfo = QString::fromLatin1(k.Info);
+            // Wake-on-LAN: the adapter's address and the machine's IP in the render VLAN.
+            c.WOLMac = QStringLiteral("3cecef%1").arg(uint(rng.next() & 0xFFFFFF), 6, 16, QLatin1Char('0'));
+            c.WOLIP = QStringLiteral("10.20.%1.%2").arg(k.OS == 2 ? 1 : 2).arg(listNo + 11);
             // What the client last reported: rendering, idle, or switched off for the night.
             c.Status.ThreadCount = 1;
             c.Status.AvailableMemory = k.MemoryGB * 1024 - rng.range(4, 40) * 1024;
@@ -1004,6 +1007,8 @@ QString fmCreateDemoRoot(__FM& fm, const fmDemoRootOptions& options, fmDemoRootR
 
     QString root = QDir(options.Dir).absolutePath();
     if (!root.endsWith(QLatin1Char('/'))) root += QLatin1Char('/');
+    if (root.contains(QLatin1String("_debug"), Qt::CaseInsensitive) || root.size() > 200)
+        return QStringLiteral("'%1' can't be a farm root (too long, or \"_debug\" in its path)").arg(root);
     const QString sub = root + QStringLiteral("sub/");
     for (const char* folder : {"sub/cfg_global", "sub/cfg_user", "sub/log", "sub/stats", "sub/client_execute_scripts",
                                "sub/history_db", "bin/lx"})
@@ -1016,6 +1021,9 @@ QString fmCreateDemoRoot(__FM& fm, const fmDemoRootOptions& options, fmDemoRootR
     fm.RootPath = root;
     fm.ExeRootPath = root;
     fm.pathsCalcOtherPaths();
+    // The family reads "_debug" in a root as its "_release" twin: such a folder can't be a root.
+    if (fm.RootPath.toQString() != root)
+        return QStringLiteral("'%1' can't be a farm root (too long, or \"_debug\" in its path)").arg(root);
     if (!fm.cfg) return QStringLiteral("No configuration table");
     fm.cfg->initialize();
     writeConfig(fm);
@@ -1045,7 +1053,8 @@ QString fmCreateDemoRoot(__FM& fm, const fmDemoRootOptions& options, fmDemoRootR
         p.End = p.Begin + length;
         p.Jobs = i == 0 ? jobs
                         : std::clamp(int(std::lround(jobs * shares[std::min(i - 1, 6)])), 1, fmDemoOtherProjectMax);
-        p.Kind = i % 3;
+        // The oldest project is the one split over "__archive" with frames of the old layouts.
+        p.Kind = (projects - 1 - i) % 3;
         const int appCount = rng.range(1, 3);
         while (p.Apps.size() < appCount) {
             const int a = rng.range(0, kAppCount - 1);
