@@ -12,6 +12,16 @@ __FM FM(false, fm_AppType_HistoryDB, "fmHistorydb", false);
 
 namespace {
 
+QSplashScreen* g_splash = nullptr; // not owned; the splash while it is up
+fmLogMessageBoxFn g_showBox = nullptr;
+
+// The splash stays on top of other windows: a box under it would count down unseen.
+bool showLogBox(bool critical, const QString& text, const QString& button, int seconds, bool courier)
+{
+    if (g_splash && g_splash->isVisible()) g_splash->hide();
+    return g_showBox ? g_showBox(critical, text, button, seconds, courier) : false;
+}
+
 void showSplashMessage(QSplashScreen* splash, const QString& text)
 {
     if (splash) splash->showMessage(text, Qt::AlignRight | Qt::AlignBottom, Qt::white);
@@ -26,6 +36,8 @@ int main(int argc, char** argv)
     // The window side's hooks of the core: log lines below level 10 raise fmMessageBox, start-up
     // texts reach the splash. The style hook (__FM::InstallStyleHook) is set here by fmStyle.
     fmInstallLogMessageBox();
+    g_showBox = __FMSDK::MessageBoxHook;
+    __FMSDK::MessageBoxHook = showLogBox;
     __FM::SplashMessageHook = showSplashMessage;
 
     // One instance per machine: a second start ends at once, without a word.
@@ -38,6 +50,7 @@ int main(int argc, char** argv)
     static_cast<__FMSDK&>(FM).pathsGetRootFromAppPath(argc, argv);
 
     auto* splash = new QSplashScreen(QPixmap());
+    g_splash = splash;
     QPixmap image;
     if (!FM.SubPath.isEmpty()) image.load(FM.SubPath.toQString() + QStringLiteral("SplashScreen.png"));
     splash->setPixmap(image);
@@ -47,7 +60,9 @@ int main(int argc, char** argv)
                                   .arg(QLatin1String(fmVersion)));
 
     if (!FM.SetupCfg(argc, argv, false, nullptr)) {
+        g_splash = nullptr;
         delete splash;
+        __FMSDK::MessageBoxHook = nullptr;
         delete app;
         return 100;
     }
@@ -61,10 +76,12 @@ int main(int argc, char** argv)
     window->show();
 
     splash->close();
+    g_splash = nullptr;
     const int result = app->exec();
 
     delete window;
     delete splash;
+    __FMSDK::MessageBoxHook = nullptr;
     delete app;
     return result;
 }
