@@ -27,6 +27,7 @@
 #include <QStringList>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 class __FM;
 class __FMSDK;
@@ -615,6 +616,10 @@ static_assert(sizeof(_JobCustomOption) == 68 && offsetof(_JobCustomOption, Value
 static_assert(offsetof(_JobCustomOption, Flags) == 56 && offsetof(_JobCustomOption, Value2) == 64);
 static_assert(sizeof(_JobOptionB) == 64);
 static_assert(sizeof(_JobFrameLog) == 16);
+// Raw copies (memcpy, file reads) are valid copies. Clearing goes through the fmClear functions;
+// a memset of a record needs a cast to void* (the records have constructors).
+static_assert(std::is_trivially_copyable_v<_JobSend> && std::is_trivially_copyable_v<_SettingsOnly>);
+static_assert(std::is_trivially_copyable_v<_JobMinInfo> && std::is_trivially_copyable_v<_JobCommandSend>);
 static_assert(offsetof(_JobBasics, BasicsStructID) == 0);
 static_assert(offsetof(_JobBasics, BasicsStructVersion) == 2);
 static_assert(offsetof(_JobBasics, SubmitterStructID) == 4);

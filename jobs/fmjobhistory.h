@@ -509,6 +509,8 @@ static_assert(offsetof(_History_Log, Who) == 4 && offsetof(_History_Log, FramesL
 static_assert(offsetof(_History_Log, Param1) == 8 && offsetof(_History_Log, Param2) == 10);
 static_assert(offsetof(_History_Log, Time) == 12);
 static_assert(sizeof(_HistoryClientStat) == 8 && offsetof(_HistoryClientStat, FramesDone) == 4);
+static_assert(std::is_trivially_copyable_v<_jobsHistoryDB_Runtime> && std::is_trivially_copyable_v<_OLD627_jobsHistoryDB>);
+static_assert(std::is_trivially_copyable_v<_OLD61__jobsHistoryDB> && std::is_trivially_copyable_v<_OLD62_jobsHistoryDB>);
 static_assert(offsetof(_jobsHistoryDB, BasicsStructID) == 0);
 static_assert(offsetof(_jobsHistoryDB, BasicsStructVersion) == 2);
 static_assert(offsetof(_jobsHistoryDB, SubmitterStructID) == 4);

@@ -551,10 +551,11 @@ void tst_jobhistory::ghzHours()
 // The estimate must read Speed and Cores of FM's client table by client index.
 void tst_jobhistory::ghzHoursFromClientTable()
 {
-    const bool created = FM.ClientList == nullptr;
-    if (created) FM.createFarmTables();
-    QVERIFY(FM.ClientList);
-    fmC::_ClientList& list = *FM.ClientList;
+    // A client list of its own, put in FM's place for the test (only the client table is needed).
+    auto own = std::make_unique<fmC::_ClientList>(FM);
+    fmC::_ClientList* const saved = FM.ClientList;
+    FM.ClientList = own.get();
+    fmC::_ClientList& list = *own;
     list.clear();
     for (int i = 0; i < 4; ++i) QCOMPARE(list.addClient(), i);
     list.Clients[1].Hardware.Speed = 6.0f;
@@ -569,8 +570,7 @@ void tst_jobhistory::ghzHoursFromClientTable()
     rt->fromJobSave(h.get(), FM);
     // Average of 3 and 1 GHz per core: 2; 7200 PS * 2 / 3600.
     QCOMPARE(float(rt->TotalGhzHours), 4.0f);
-    list.clear();
-    if (created) FM.deleteFarmTables();
+    FM.ClientList = saved;
 }
 
 QTEST_GUILESS_MAIN(tst_jobhistory)
