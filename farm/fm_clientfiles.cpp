@@ -269,7 +269,8 @@ static bool copyBlocks(__FM& fm, const QString& src, const QString& dst, const Q
     }
     constexpr qint64 block = 1 << 20;
     QByteArray buf;
-    for (int n = 0;; ++n) {
+    int n = 0;
+    for (;; ++n) {
         buf = in.read(block);
         if (buf.isEmpty()) break;
         if (out.write(buf) != buf.size()) {
@@ -280,7 +281,8 @@ static bool copyBlocks(__FM& fm, const QString& src, const QString& dst, const Q
     }
     out.close();
     if (QFileInfo(dst).size() != in.size()) {
-        farmLog(fm, 1, 0, QStringLiteral("Failure to read block ") + QStringLiteral("  ") + in.errorString(), where);
+        farmLog(fm, 1, 0, QStringLiteral("Failure to read block ") + QString::number(n) + QStringLiteral("  ") + in.errorString(),
+                where);
         return false;
     }
     return true;
@@ -351,7 +353,7 @@ static bool lockAndCopy(__FM& fm, const QString& path, int timeoutMs, bool singl
     return copied;
 }
 
-bool __FM::LoadFileClientsAll(bool force, QString reason)
+bool __FM::LoadFileClientsAll(bool force, QString)
 {
     const QString where = QStringLiteral("FM,LoadFileClientsAll");
     if (!ClientList) {
@@ -364,8 +366,7 @@ bool __FM::LoadFileClientsAll(bool force, QString reason)
         farmLog(*this, 1, 0, path + QStringLiteral(" is missing!"), where);
         return false;
     }
-    farmLog(*this, 4, 0, path + QStringLiteral(" all loading...") + (reason.isEmpty() ? QString() : QLatin1Char(' ') + reason),
-             where);
+    farmLog(*this, 4, 0, path + QStringLiteral(" all loading..."), where);
     const int64_t time = fileTime(path);
     if (time <= ClientList->LastFileTime.t && !force) return true;
 

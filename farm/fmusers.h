@@ -43,9 +43,28 @@ struct fmUserWideString
 };
 
 // Every record below is packed to 2 bytes: the 64-bit times stand at offsets that are not a
-// multiple of 8, and the records follow a 6-byte head in the file. Touch the times only through
-// their member t (never bind a reference to them).
+// multiple of 8, and the records follow a 6-byte head in the file.
 #pragma pack(push, 2)
+
+// A point in time inside the packed records: the 8 bytes of fmTime_t (seconds since the epoch,
+// little-endian) at an offset that is not a multiple of 8. Trivial, so that no constructor runs on
+// the unaligned place; copy it into an fmTime_t before calling fmTime_t's functions.
+struct fmUserTime
+{
+    int64_t t;
+
+    operator fmTime_t() const
+    {
+        fmTime_t r;
+        r.t = t;
+        return r;
+    }
+    fmUserTime& operator=(const fmTime_t& v)
+    {
+        t = v.t;
+        return *this;
+    }
+};
 
 // Older record of users.dat, 608 bytes. Name and the second text are fixed by the file; the rest of
 // the record is laid out here as the old writer did: the password, a third text, the rights block.
@@ -73,8 +92,8 @@ struct _fmgUserSettings70
     uint16_t Reserved1;                // 728
     bool Enabled1;                     // 730
     bool Enabled2;                     // 731
-    fmTime_t Created;                  // 732
-    fmTime_t Changed;                  // 740
+    fmUserTime Created;                // 732
+    fmUserTime Changed;                // 740
     uint16_t UniqueID;                 // 748
     uint8_t RightsOwn[20];             // 750: rights on own jobs
     uint8_t RightsOther[20];           // 770: rights on other users' jobs
@@ -134,6 +153,8 @@ struct _fmgUserSettingsList60
 };
 
 #pragma pack(pop)
+
+static_assert(sizeof(fmUserTime) == 8 && alignof(fmUserTime) == 2);
 
 static_assert(std::is_trivially_copyable_v<_fmgUserSettings70>);
 static_assert(sizeof(_fmgUserSettings60) == 608);

@@ -32,9 +32,6 @@ private slots:
     void osAsString_data();
     void osAsString();
     void setJobID();
-    void jobIDText_data();
-    void jobIDText();
-    void statusBasicAssign();
 };
 
 // Catches wrong defaults of a new record: thread lists, counts, the CfgBool places, the values.
@@ -257,44 +254,6 @@ void tst_fmClient::setJobID()
     QCOMPARE(t.JobID, 5ull);
     QCOMPARE(tapped.size(), 1);
     farmLogTap = nullptr;
-}
-
-void tst_fmClient::jobIDText_data()
-{
-    QTest::addColumn<unsigned>("q");
-    QTest::addColumn<unsigned>("counter");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("zero") << 0u << 0u << "{AAA}";
-    QTest::newRow("counter 1") << 0u << 1u << "{AAAa}";
-    QTest::newRow("counter 25") << 0u << 25u << "{AAAba}";
-    QTest::newRow("q 37") << 37u << 0u << "{ABB}";
-}
-
-// Catches a wrong alphabet or digit order of the job's short text.
-void tst_fmClient::jobIDText()
-{
-    QFETCH(unsigned, q);
-    QFETCH(unsigned, counter);
-    QFETCH(QString, text);
-    QCOMPARE(fmC::jobIDText(jobID(q, counter)), text);
-}
-
-// Catches an assignment from the short status that touches the threads or the configuration.
-void tst_fmClient::statusBasicAssign()
-{
-    std::unique_ptr<_Client> c(new _Client);
-    c->Status.Thread[0].JobID = 77;
-    c->ListNo = 4;
-    _ClientStatusBasic b;
-    b.Name.set("render01");
-    b.AvailableMemory = 2048;
-    b.ThreadCount = 2;
-    *c = b;
-    QCOMPARE(c->Status.Name.toQString(), QStringLiteral("render01"));
-    QCOMPARE(c->Status.AvailableMemory, 2048);
-    QCOMPARE(int(c->Status.ThreadCount), 2);
-    QCOMPARE(c->Status.Thread[0].JobID, 77ull);
-    QCOMPARE(c->ListNo, 4);
 }
 
 QTEST_GUILESS_MAIN(tst_fmClient)
