@@ -64,24 +64,43 @@ int cmpUnits(const fmString<N>& a, const fmString<N>& b)
 // The first four units as a number that orders like cmpBytes (or cmpUnits) over them. Units past
 // the length count as 0: where two prefixes differ only there, the shorter text is the lower one,
 // which is what the full comparison says as well. Equal prefixes need the full comparison.
+// Taken from unit `from` on, where every key of the column agrees before `from`: the order of
+// two keys is then the order of what follows.
 template <int N>
-uint64_t preBytes(const fmString<N>& s)
+uint64_t preBytes(const fmString<N>& s, int from)
 {
     const int l = s.len();
     uint64_t p = 0;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = from; i < from + 4; ++i) {
         const uint16_t u = i < l ? s.Data[i] : 0;
         p = (p << 16) | uint64_t((u & 0xFF) << 8 | u >> 8);
     }
     return p;
 }
 template <int N>
-uint64_t preUnits(const fmString<N>& s)
+uint64_t preUnits(const fmString<N>& s, int from)
 {
     const int l = s.len();
     uint64_t p = 0;
-    for (int i = 0; i < 4; ++i) p = (p << 16) | (i < l ? s.Data[i] : 0);
+    for (int i = from; i < from + 4; ++i) p = (p << 16) | (i < l ? s.Data[i] : 0);
     return p;
+}
+
+// Units at the start that all keys share (paths of one project often do), at most the shortest
+// key's length.
+template <class KeyOf>
+int commonPrefix(_jobsHistoryDB_Runtime* const* sorted, int n, const KeyOf& keyOf)
+{
+    const auto& first = keyOf(*sorted[0]);
+    int lcp = first.len();
+    for (int k = 1; k < n && lcp > 0; ++k) {
+        const auto& key = keyOf(*sorted[k]);
+        const int l = std::min(lcp, key.len());
+        int i = 0;
+        while (i < l && key.Data[i] == first.Data[i]) ++i;
+        lcp = i;
+    }
+    return lcp;
 }
 
 template <class Cmp>
@@ -150,12 +169,17 @@ void sortByNumber(_jobsHistoryDB_Runtime** sorted, int n, int order, const KeyOf
         [](const SortEnt& a, const SortEnt& b) { return cmpU64(a.Pre, b.Pre); });
 }
 
-// A column of text keys: Pre holds the prefix of the first key; `rest` compares the full keys.
-template <class PreOf, class Rest>
-void sortByText(_jobsHistoryDB_Runtime** sorted, int n, int order, const PreOf& preOf, const Rest& rest)
+// A column of text keys: Pre holds the prefix of the first key behind what all keys share;
+// `rest` compares the full keys. `units` orders by unit value (QString::compare), else by bytes.
+template <class KeyOf, class Rest>
+void sortByText(_jobsHistoryDB_Runtime** sorted, int n, int order, bool units, const KeyOf& keyOf, const Rest& rest)
 {
+    const int from = commonPrefix(sorted, n, keyOf);
     sortBy(
-        sorted, n, order, [&](SortEnt& e, const _jobsHistoryDB_Runtime& r) { e.Pre = preOf(r); },
+        sorted, n, order,
+        [&](SortEnt& e, const _jobsHistoryDB_Runtime& r) {
+            e.Pre = units ? preUnits(keyOf(r), from) : preBytes(keyOf(r), from);
+        },
         [&](const SortEnt& a, const SortEnt& b) {
             const int c = cmpU64(a.Pre, b.Pre);
             return c != 0 ? c : rest(*a.Rec, *b.Rec);
@@ -184,7 +208,7 @@ void _JobList::sort()
 
     switch (SortID) {
     case -1: // Software, SceneName, Camera, Layer
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.Software); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
                    [](const R& a, const R& b) {
                        int c = cmpBytes(a.Software, b.Software);
                        if (c == 0) c = cmpBytes(a.SceneName, b.SceneName);
@@ -197,22 +221,22 @@ void _JobList::sort()
         if (o == 1) std::reverse(s, s + n);
         break;
     case 1:
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.UserName); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.UserName; },
                    [](const R& a, const R& b) { return cmpBytes(a.UserName, b.UserName); });
         break;
     case 2:
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.CompanyProjectName); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.CompanyProjectName; },
                    [](const R& a, const R& b) { return cmpBytes(a.CompanyProjectName, b.CompanyProjectName); });
         break;
     case 3: // custom job name: sequence, then shot, by QString::compare
-        sortByText(s, n, o, [](const R& r) { return preUnits(r.CustomSeQName); },
+        sortByText(s, n, o, true, [](const R& r) -> const auto& { return r.CustomSeQName; },
                    [](const R& a, const R& b) {
                        const int c = cmpUnits(a.CustomSeQName, b.CustomSeQName);
                        return c != 0 ? c : cmpUnits(a.CustomSHotName, b.CustomSHotName);
                    });
         break;
     case 4: // Software, Renderer, Version
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.Software); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
                    [](const R& a, const R& b) {
                        int c = cmpBytes(a.Software, b.Software);
                        if (c == 0) c = cmpBytes(a.Renderer, b.Renderer);
@@ -229,15 +253,15 @@ void _JobList::sort()
         });
         break;
     case 8:
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.SceneName); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.SceneName; },
                    [](const R& a, const R& b) { return cmpBytes(a.SceneName, b.SceneName); });
         break;
     case 9:
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.Layer); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Layer; },
                    [](const R& a, const R& b) { return cmpBytes(a.Layer, b.Layer); });
         break;
     case 10:
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.Camera); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Camera; },
                    [](const R& a, const R& b) { return cmpBytes(a.Camera, b.Camera); });
         break;
     case 11:
@@ -266,11 +290,11 @@ void _JobList::sort()
         sortByNumber(s, n, o, [](const R& r) { return signedKey(int64_t(r.DateFinished.t)); });
         break;
     case 24:
-        sortByText(s, n, o, [](const R& r) { return preUnits(r.CustomSHotName); },
+        sortByText(s, n, o, true, [](const R& r) -> const auto& { return r.CustomSHotName; },
                    [](const R& a, const R& b) { return cmpUnits(a.CustomSHotName, b.CustomSHotName); });
         break;
     case 99:
-        sortByText(s, n, o, [](const R& r) { return preBytes(r.Channel); },
+        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Channel; },
                    [](const R& a, const R& b) { return cmpBytes(a.Channel, b.Channel); });
         break;
     default: // queue order

@@ -99,14 +99,14 @@ std::function<int(const R&, const R&)> reference(int sortID)
 
 // A list of jobs whose keys repeat, so that the tie-break decides often, with texts that differ
 // in case and beyond the first four units.
-std::unique_ptr<_JobList> makeList(int count, unsigned seed)
+std::unique_ptr<_JobList> makeList(int count, unsigned seed, const QString& common = QString())
 {
     auto l = std::make_unique<_JobList>(FM, nullptr);
     std::mt19937 rnd(seed);
     const QStringList words = {QStringLiteral("abc"),       QStringLiteral("Abc"),     QStringLiteral("abcdefgh"),
                                QStringLiteral("abcdefgz"),  QStringLiteral("ab"),      QStringLiteral(""),
                                QStringLiteral("\u00e9t\u00e9"), QStringLiteral("\u0100x"), QStringLiteral("zz")};
-    auto w = [&]() { return words[int(rnd() % unsigned(words.size()))]; };
+    auto w = [&]() { return common + words[int(rnd() % unsigned(words.size()))]; };
     for (int n = 0; n < count; ++n) {
         auto r = jlfix::makeRecord(n);
         r->Software = w();
@@ -171,16 +171,24 @@ void tst_fmjoblist_sort::sortEveryColumn_data()
 {
     QTest::addColumn<int>("sortID");
     QTest::addColumn<int>("order");
+    QTest::addColumn<QString>("common");
     for (int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 18, 20, 21, 24, 99, 100})
         for (int order : {0, 1})
-            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc"))) << id << order;
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc"))) << id << order
+                                                                                                 << QString();
+    // Every text of a column begins alike, one is nothing more than that beginning.
+    for (int id : {1, 3, 8})
+        for (int order : {0, 1})
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2 common").arg(id).arg(order ? "desc" : "asc")))
+                << id << order << QStringLiteral("/mnt/projects/");
 }
 
 void tst_fmjoblist_sort::sortEveryColumn()
 {
     QFETCH(int, sortID);
     QFETCH(int, order);
-    auto l = makeList(120, unsigned(sortID + 1000));
+    QFETCH(QString, common);
+    auto l = makeList(120, unsigned(sortID + 1000), common);
     QVERIFY(l->SetSortID(sortID, Qt::SortOrder(order)) || (sortID == 0 && order == 1));
     QCOMPARE(l->SortedCount, 120);
 

@@ -150,8 +150,8 @@ void tst_fmprojecttable::loadProject()
     QVERIFY(t.projects[0].Loaded);
     QCOMPARE(t.currentProject, QStringLiteral("Car"));
     QCOMPARE(t.currentProjectID, 0);
-    QCOMPARE(t.projects[0].DateFirst.t, jlfix::makeRecord(0)->DateSend.t);
-    QCOMPARE(t.projects[0].DateLast.t, jlfix::makeRecord(11)->DateFinished.t);
+    QCOMPARE(t.projects[0].DateFirst.t, int64_t(jlfix::makeRecord(0)->DateSend.t));
+    QCOMPARE(t.projects[0].DateLast.t, int64_t(jlfix::makeRecord(11)->DateFinished.t));
     const float expectedAv = float(124300 + QFileInfo(root + "Car.db").size() + QFileInfo(root + "Car.db61").size()) /
                              float(55);
     QCOMPARE(t.avJobSize, expectedAv);
