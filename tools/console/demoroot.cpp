@@ -926,7 +926,8 @@ bool writeProject(const Plan& p, const QString& history, JobMaker& maker, DemoRn
             const Layout layout = layoutFor(p.Kind, part.Archive, i - part.From, part.To - part.From);
             maker.make(p, sends[size_t(i)], layout != Layout::Current, *record);
             if (!w.write(*record, layout, error)) return false;
-            newest = std::max<int64_t>(newest, record->DateFinished.t);
+            const int64_t finished = record->DateFinished.t; // a copy: the packed field is unaligned
+            if (finished > newest) newest = finished;
             ++rep.Jobs;
             if (layout != Layout::Current) ++rep.OldFrames;
             // The farm keeps a picture of the first frame of a part of the finished jobs.
