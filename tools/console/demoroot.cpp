@@ -823,7 +823,8 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
     for (const LogEvent& e : ev) {
         j.ClientsRendering = int16_t(e.Rendering);
         j.FramesLeft = e.FramesLeft;
-        j.Status = uint8_t(e.Rendering > 0 ? 120 : (e.Message == 23 ? 200 : 0));
+        // The job's state at that moment: first check, render, finished.
+        j.Status = uint8_t(e.Time < start ? 0 : (e.Time <= finished ? 120 : 200));
         j.addLogFrames(e.Who, e.Message, e.P1, e.P2, e.P3);
         const int n = j.logCountClamped();
         if (n > 0) j.Log[n - 1].Time.t = int32_t(e.Time);
