@@ -725,6 +725,17 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
     j.ImageWidth = int16_t(still ? p.Res.W * 2 : p.Res.W);
     j.ImageHeight = int16_t(still ? p.Res.H * 2 : p.Res.H);
     j.ImageChannelCount = 1;
+    // Lighting renders write their AOVs beside the beauty: outputs of the same pass.
+    static const char* const aovs[] = {"diffuse", "specular", "emission", "sss", "crypto_object", "depth", "normals", "motion"};
+    if (std::strcmp(task, "lighting") == 0 || std::strcmp(task, "lookdev") == 0) {
+        const int n = R.range(2, 8);
+        for (int k = 0; k < n; ++k) {
+            j.ImageChannels[k].FileName = imageDir.left(imageDir.size() - 1) + QLatin1Char('_') + QLatin1String(aovs[k]) +
+                                          QLatin1Char('/') + sh + QLatin1Char('_') + QLatin1String(aovs[k]) + QLatin1Char('_') + ver +
+                                          QLatin1Char('.');
+            j.ImageChannels[k].Extension = app.ImageExt;
+        }
+    }
 
     int frames = still ? R.range(1, 6) : R.range(24, 240);
     if (std::strcmp(app.Software, "Nuke") == 0) frames = R.range(48, 300);
@@ -767,7 +778,7 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
     const double pixels = double(j.ImageWidth) * double(j.ImageHeight) / (1920.0 * 1080.0);
 
     // Segments of the sequence, handed to the clients in turn; each client works through its own.
-    const int segCount = std::min(frames, 24);
+    const int segCount = std::min(frames, 80);
     const int segSize = (frames + segCount - 1) / segCount;
     std::vector<int64_t> clock(size_t(used.size()), start);
     double renderSeconds = 0.0, ghzSeconds = 0.0, psSeconds = 0.0;
@@ -798,6 +809,15 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
         renderSeconds += secs;
         ghzSeconds += secs * double(c.Cores) * double(c.MHz) / 1000.0;
         psSeconds += secs * double(c.Cores) * double(c.MHz) / 1000.0 * 0.9;
+        // The segment as the server booked it: client, frames, first frame, start and duration.
+        if (s < JobFrameLog_Max) {
+            _JobFrameLog& f = j.FrameLog[s];
+            f.Word1 = uint16_t(used[int(k)]);
+            f.Word2 = uint16_t(n);
+            f.Value1 = uint32_t(first);
+            f.Value2 = uint32_t(t0 - send);
+            f.Value3 = uint32_t(t1 - t0);
+        }
         j.ClientStats[used[int(k)]].FramesDone += n;
         j.ClientStats[used[int(k)]].State[0] = 4;
     }
