@@ -427,6 +427,12 @@ void tst_console::exportAllMatchesWindowExport()
     }
     const QByteArray bytes = readAll(out);
     QCOMPARE(bytes, readAll(mine));
+    // "-o -": the same bytes on standard output, with the log lines kept off it.
+    const Run piped = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("export"),
+                                  QStringLiteral("--all"), QStringLiteral("-o"), QStringLiteral("-")});
+    QCOMPARE(piped.Code, 0);
+    QVERIFY(piped.Out.toUtf8() == bytes);
+    QVERIFY(piped.Err.contains(QLatin1String("init done")));
     const QList<QByteArray> lines = bytes.split('\n');
     QCOMPARE(lines.size(), ReportB.totalJobs() + 2); // header, jobs, and the empty rest behind the last "\r\n"
     QVERIFY(lines.first().startsWith("SceneName;"));

@@ -47,7 +47,7 @@ const char* const kUsage =
     "  export --project NAME -o FILE\n"
     "  export --all -o FILE\n"
     "      All jobs of one project, or of all projects in table order into one file with one\n"
-    "      header, as CSV (the format of the window's export).\n"
+    "      header, as CSV (the format of the window's export). \"-o -\" writes to standard output.\n"
     "  check FILE...\n"
     "      Loads each database file and reports the jobs loaded and the frames that failed,\n"
     "      with the loader's messages. Exit status 1 if a frame failed or a file could not be read.\n"
@@ -276,7 +276,14 @@ int runExport(const Command& cmd)
     auto table = std::make_unique<fmProjectTable>(FM);
     table->loadProjectList();
     auto list = std::make_unique<fmJ::_JobList>(FM);
-    const QString path = QFileInfo(cmd.Output).absoluteFilePath();
+    // "-o -": standard output, with the same bytes that a file would get.
+    const bool toStdout = cmd.Output == QLatin1String("-");
+    const QString path = toStdout ? QStringLiteral("-") : QFileInfo(cmd.Output).absoluteFilePath();
+    QFile out;
+    if (toStdout && !out.open(stdout, QIODevice::WriteOnly)) {
+        printErr(QStringLiteral("Unable to write to standard output\n"));
+        return ExitFailed;
+    }
 
     QList<int> indexes;
     if (cmd.All) {
@@ -309,13 +316,16 @@ int runExport(const Command& cmd)
             result = ExitFailed;
             if (!cmd.All) return result;
         }
-        if (!list->exportAsCSV(path, nullptr, nullptr, true, n > 0)) {
+        // A given file gets no header from exportAsCSV: it is written here once, in its encoding.
+        if (toStdout && n == 0) out.write(fmJ::_JobList::csvHeader(FM).toLocal8Bit());
+        if (!list->exportAsCSV(path, nullptr, toStdout ? &out : nullptr, true, n > 0)) {
             printErr(QStringLiteral("Unable to save all jobs into '%1'\n").arg(path));
             return ExitFailed;
         }
         jobs += list->JobCount;
     }
-    if (Sink.Verbose)
+    if (toStdout) out.flush();
+    else if (Sink.Verbose)
         printOut(QStringLiteral("%1 jobs of %2 project(s) written to '%3'\n").arg(jobs).arg(indexes.size()).arg(path));
     return result;
 }
@@ -417,7 +427,7 @@ int main(int argc, char** argv)
 
     // Log lines reach standard output through onLog only; JSON keeps standard output to itself.
     Sink.Verbose = cmd.Verbose;
-    if (cmd.Json) Sink.Out = stderr;
+    if (cmd.Json || cmd.Output == QLatin1String("-")) Sink.Out = stderr;
     FM.NoUILog = true;
     QObject::connect(&FM, &__FM::signalLogUI, &FM, onLog);
 
