@@ -612,7 +612,6 @@ public:
 
     // Fills `out` with a finished (or deleted) job of the project sent at `send`.
     void make(const Plan& p, int64_t send, bool olderVersion, _jobsHistoryDB& out);
-    int64_t lastFinished() const { return LastFinished; }
     bool lastDeleted() const { return LastDeleted; }
 
 private:
@@ -631,7 +630,6 @@ private:
     unsigned long long PreviousID = 0;
     int ExtraCursor = 0;
     int ErrorCursor = 0;
-    int64_t LastFinished = 0;
     bool LastDeleted = false;
 };
 
@@ -882,7 +880,6 @@ void JobMaker::make(const Plan& p, int64_t send, bool olderVersion, _jobsHistory
     out = j;
     PreviousID = id;
     LastDeleted = deleted;
-    LastFinished = std::max(LastFinished, finished);
 }
 
 // Which layout a frame is written in: the oldest part of an archive file in the three old ones.
