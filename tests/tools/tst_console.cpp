@@ -517,6 +517,10 @@ void tst_console::checkDatabases()
     if (damage.isEmpty()) {
         QCOMPARE(int(r.Out.count(QLatin1String(" loaded, 0 frames failed"))), files.size());
         QVERIFY(!r.Out.contains(QLatin1String("ERR")));
+        QVERIFY2(r.Out.contains(QStringLiteral("checked %1 files: %2 jobs, 0 frames failed, 0 unreadable")
+                                    .arg(files.size())
+                                    .arg(ReportB.totalJobs())),
+                 qPrintable(r.Out));
     }
     if (damage == QLatin1String("data")) QVERIFY2(r.Out.contains(QLatin1String("Error decompressing job #2")), qPrintable(r.Out));
 }

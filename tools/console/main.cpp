@@ -334,12 +334,14 @@ int runCheck(const Command& cmd)
 {
     static const QRegularExpression failedLine(QStringLiteral("^\\{ALL\\} (\\d+) Jobs in jobs\\.db could not be loaded"));
     int result = ExitOk;
+    long long totalJobs = 0, totalFailed = 0, unreadable = 0;
     auto list = std::make_unique<fmJ::_JobList>(FM);
     for (const QString& name : cmd.Positional) {
         const QFileInfo info(name);
         if (!info.isFile()) {
             printOut(QStringLiteral("%1: not found\n").arg(name));
             result = ExitFailed;
+            ++unreadable;
             continue;
         }
         list->deleteAll();
@@ -359,13 +361,20 @@ int runCheck(const Command& cmd)
         if (!read) {
             printOut(QStringLiteral("%1: could not be read; %2 loaded before the failure\n").arg(name, plural(list->JobCount, "job")));
             result = ExitFailed;
+            ++unreadable;
         } else {
             printOut(QStringLiteral("%1: %2 loaded, %3 failed\n").arg(name, plural(list->JobCount, "job"), plural(failed, "frame")));
             if (failed > 0) result = ExitFailed;
+            totalFailed += failed;
         }
         for (const QString& m : messages) printOut(QStringLiteral("    ") + m + QLatin1Char('\n'));
+        totalJobs += list->JobCount;
         std::fflush(stdout);
     }
+    if (cmd.Positional.size() > 1)
+        printOut(QStringLiteral("checked %1: %2, %3 failed, %4 unreadable\n")
+                     .arg(plural(cmd.Positional.size(), "file"), plural(totalJobs, "job"), plural(totalFailed, "frame"))
+                     .arg(unreadable));
     return result;
 }
 
