@@ -172,13 +172,13 @@ private slots:
         job->PathOS = _fmOS_Windows;
         job->SceneName = "x:/proj/a.ma"; // the prefix test ignores case
         job->ImageDir = "X:/proj/out/";
-        job->ImageChannels[1].FileName = "X:/proj/aov/spec";
+        job->ImageChannels[1].FileName = "X:/proj/aov/specular";
         job->customSet_Str(QStringLiteral("cache"), QStringLiteral("X:/proj/cache"));
         job->ConvertPathsToOS(FM, _fmOS_Linux, false);
         QCOMPARE(int(job->PathOS), int(_fmOS_Linux));
         QCOMPARE(job->SceneName.toQString(), QStringLiteral("/mnt/x/proj/a.ma"));
         QCOMPARE(job->ImageDir.toQString(), QStringLiteral("/mnt/x/proj/out/"));
-        QCOMPARE(job->ImageChannels[1].FileName.toQString(), QStringLiteral("/mnt/x/proj/aov/spec"));
+        QCOMPARE(job->ImageChannels[1].FileName.toQString(), QStringLiteral("/mnt/x/proj/aov/specular"));
         QCOMPARE(job->custom_Str(QStringLiteral("cache")), QStringLiteral("/mnt/x/proj/cache"));
 
         auto win = newJob();
