@@ -13,5 +13,5 @@ target_sources(fmcore PRIVATE
 )
 
 add_executable(fmHistorydb app/main.cpp)
-target_link_libraries(fmHistorydb PRIVATE fmui)
+target_link_libraries(fmHistorydb PRIVATE fmwindow)
 set_target_properties(fmHistorydb PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin/lx)

@@ -71,7 +71,7 @@ int main(int argc, char** argv)
     auto* jobList = new fmJ::_JobList(FM, nullptr);
 
     FM.WriteLog(10, 0, QStringLiteral("Creating main_window"), QStringLiteral("main"));
-    auto* window = new fmHistorydb(FM, jobList, nullptr, Qt::WindowFlags());
+    auto* window = new fmHistorydb(FM, *jobList, nullptr, Qt::WindowFlags());
     FM.WriteLog(10, 0, QStringLiteral("Show main_window"), QStringLiteral("main"));
     window->show();
 

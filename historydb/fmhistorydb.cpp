@@ -2,14 +2,11 @@
 
 #include "app/fm.h"
 
-#include <QWidget>
-
-fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList* jobList, QWidget* parent, Qt::WindowFlags flags)
-    : QMainWindow(parent, flags), FM_(fm), JobList(jobList)
+// Placeholder until the window lands: the form only.
+fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::WindowFlags flags)
+    : QMainWindow(parent, flags), app(fm), jobs(jobList), table(fm)
 {
-    setWindowTitle(fm.AppTitle(false));
-    setCentralWidget(new QWidget(this));
-    resize(1200, 800);
+    ui.setupUi(this);
 }
 
 fmHistorydb::~fmHistorydb() = default;

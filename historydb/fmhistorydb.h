@@ -1,9 +1,23 @@
 #pragma once
-// The history browser's main window.
+// fmHistorydb: the history browser's one main window. It owns the project table, creates the
+// jobs, clients and log models, and is the only place where a user's action becomes a call on the
+// job list. Slots only raise PleaseUpdateViews; a 50 ms timer does all redrawing.
 
+#include "historydb/fmprojecttable.h"
+#include "ui_fmhistorydb.h"
+
+#include <QItemSelection>
 #include <QMainWindow>
+#include <QString>
 
 class __FM;
+class fmuiTreeViewJobsModel;
+class fmuiTreeViewClientsModel;
+class fmuiTreeViewLogModel;
+class fmuiTreeViewSelectionModel;
+class QCloseEvent;
+class QSettings;
+class QTimerEvent;
 namespace fmJ {
 class _JobList;
 }
@@ -12,10 +26,127 @@ class fmHistorydb : public QMainWindow
 {
     Q_OBJECT
 public:
-    // jobList may be null until the job list exists; the window holds references, owns neither.
-    fmHistorydb(__FM& fm, fmJ::_JobList* jobList, QWidget* parent = nullptr, Qt::WindowFlags flags = {});
+    fmHistorydb(__FM& app, fmJ::_JobList& jobs, QWidget* parent = nullptr, Qt::WindowFlags flags = {});
     ~fmHistorydb() override;
 
-    __FM& FM_;
-    fmJ::_JobList* JobList; // not owned
+    Ui_fmHistorydbClass ui;
+    __FM& app;
+    fmJ::_JobList& jobs;
+
+    fmuiTreeViewLogModel* logModel = nullptr;
+    fmuiTreeViewJobsModel* jobsModel = nullptr;
+    fmuiTreeViewClientsModel* clientsModel = nullptr;
+    fmuiTreeViewSelectionModel* jobsSelection = nullptr;
+
+    int timerInterval = 50; // milliseconds
+    int timerCounter = 0;   // 0 to timerCounterMax and round again; nothing reads it
+    int timerCounterMax = 20;
+    bool PleaseUpdateViews = true;
+    int logPage = 0;                 // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
+    unsigned long long logJobID = 0; // written, never compared
+    bool expandJobsOnce = true;
+    QString currentUser;
+    int currentUserID = -1;
+    QString lastExportDirectory;
+
+    // The project table: projects, nrOfProjects, avJobSize, currentProject, currentProjectID and
+    // dbChanged live in it.
+    fmProjectTable table;
+
+    // Project list and loading.
+    void loadProjectList();
+    void loadProject(int index);
+
+    // Views.
+    void uiUpdateJobTable();
+    void uiUpdateClientTable();
+    void uiUpdateJobInfoPage();
+    void uiUpdateLogServer();
+    void uiUpdateLogError();
+    void uiUpdateLogFramesSend() {}
+    void uiUpdateLogFrameReturned() {}
+    void uiSetFilterCombos(bool keepEntries);
+    void setErrorLabel(const QString& text);
+    void hideErrorLabel();
+
+    // Edit commands.
+    bool ask4Save();
+
+    // Layout persistence.
+    bool uiLayoutLoadLocal();
+    bool uiLayoutLoadGlobal();
+    bool uiLayoutLoadShared(QSettings& settings);
+    void uiLayoutSaveShared(QSettings& settings);
+    // "Screens_%1" and one "__%1x%2s%3" per screen: the group of the present screen arrangement.
+    static QString screensGroupName();
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+public slots:
+    // Job table columns, shown and hidden from the menu "Job Table Columns".
+    void actionTableJob_User_triggered();
+    void actionTableJob_CompanyProject_triggered();
+    void actionTableJob_SceneShotVersion_triggered();
+    void actionTableJob_Software_triggered();
+    void actionTableJob_Scene_triggered();
+    void actionTableJob_Layer_triggered();
+    void actionTableJob_Camera_triggered();
+    void actionTableJob_Frames_triggered();
+    void actionTableJob_Timetotal_triggered();
+    void actionTableJob_Frametime_triggered();
+    void actionTableJob_ClientsRendering_triggered();
+    void actionTableJob_DateSend_triggered();
+    void actionTableJob_DateFinished_triggered();
+    void actionTableJob_Done_triggered();
+    void actionTableJob_Debug_triggered();
+    void actionTableJob_Shot_triggered();
+    void actionTableJob_PSTotal_triggered();
+    void actionTableJob_Ghzh_triggered();
+    void actionTableJob_Cost_triggered();
+
+    void on_actionRevert_Changes_triggered();
+    void on_actionSave_Changes_into_db_triggered();
+    void on_actionLayoutSaveLocal_triggered();
+    void on_actionLayoutSaveGlobal_triggered();
+    void on_actionClientTableAssignment_triggered();
+    void on_actionClientTableStatus_triggered();
+    void on_actionClientTableCPU_triggered();
+    void on_actionClientTableMemoryUsage_triggered();
+    void on_actionClientTableOS_triggered();
+    void on_actionClientTableUser_triggered();
+    void on_actionAbout_triggered();
+    void on_actioShowDockFilter_triggered();
+    void on_actionShowDockCommands_triggered();
+    void on_actionShowDockClients_triggered();
+    void on_actionShowDockJobInfo_triggered();
+    void on_actionShowDockJobLog_triggered();
+    void on_actionReset_Layout_triggered();
+    void on_dockWidget_JobInfo_visibilityChanged(bool visible);
+    void on_dockWidget_Filter_visibilityChanged(bool visible);
+    void on_dockWidget_Clients_visibilityChanged(bool visible);
+    void on_dockWidget_Commands_visibilityChanged(bool visible);
+    void on_dockWidget_Status_visibilityChanged(bool visible);
+    void on_dockWidget_JobLog_visibilityChanged(bool visible);
+    void on_actionClose_2_triggered();
+    void on_CommandJob_Button_Delete_clicked();
+    void on_actionRe_submit_job_triggered();
+    void on_actionExport_as_csv_Excel_triggered();
+    void on_actionExport_ALL_Projects_as_csv_Excel_triggered();
+    void JobTreeShowPopup(QPoint point) { Q_UNUSED(point) }
+    void ClientTreeShowPopup(QPoint point) { Q_UNUSED(point) }
+    void Tabchanged() {}
+    void TabchangedFirst() {}
+    void hackTabbedDocks() {}
+    void JobSelectionChanged();
+    void LogSelectionChanged(const QItemSelection& selected);
+    void uiUpdateLogPage(bool unused);
+    void uiFilterChanged();
+    void uiComboProjectChanged();
+
+private:
+    void flipJobColumn(int column);
+    void flipClientColumn(int column);
+    int TimerId = 0;
 };

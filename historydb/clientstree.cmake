@@ -1,0 +1,4 @@
+target_sources(fmui PRIVATE
+  historydb/fmclientstreemodel.h
+  historydb/fmlogtreemodel.h
+)

@@ -1,0 +1,88 @@
+#pragma once
+// The clients tree: the farm's client groups with their clients below, and for the jobs selected
+// in the jobs tree who worked on them, as bars in the cells; 14 columns and a footer model.
+
+#include "widgets/fmtreeviewmodel.h"
+
+class __FM;
+class fmTreeView;
+namespace fmJ {
+class _JobList;
+}
+
+struct fmuiTreeViewClientsNodeData
+{
+    fmuiTreeViewClientsNodeData(__FM& app, unsigned long long index, int thread)
+        : Index(index), App(app), Thread(thread)
+    {
+    }
+    unsigned long long Index; // client number in the client list, or group number
+    __FM& App;
+    int32_t Thread;
+};
+
+class fmuiTreeViewClientsNode : public fmuiTreeViewNode
+{
+public:
+    fmuiTreeViewClientsNode(__FM& app, Type type, unsigned long long index, int thread,
+                            fmuiTreeViewClientsNode* parent, const int& level);
+    ~fmuiTreeViewClientsNode() override;
+
+    void SetDataIsSelected(bool selected, __FM& app) const override;
+    bool GetDataIsSelected(__FM& app) const override;
+    void deleteDataNode() override;
+
+    fmuiTreeViewClientsNodeData* data() const { return static_cast<fmuiTreeViewClientsNodeData*>(Data); }
+};
+
+class fmuiTreeViewClientsModel : public fmuiTreeViewModel
+{
+    Q_OBJECT
+public:
+    static constexpr int ColumnCount = 14;
+
+    fmuiTreeViewClientsModel(fmTreeView*& view, __FM& app, fmJ::_JobList* jobs, QObject* parent, bool simple,
+                             bool flag);
+    ~fmuiTreeViewClientsModel() override;
+
+    __FM& App;
+    fmJ::_JobList* JobList;
+    bool ShowAll = true;
+    bool Simple;
+    bool Flag;
+
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+    void CreateClientTree();
+    void redrawAll();
+    void ClearSelectionAll(bool all, QString reason) override;
+
+public slots:
+    void headerClick(int column, Qt::SortOrder order);
+    void QHeaderView_sortIndicatorChanged(int column, Qt::SortOrder order);
+};
+
+class fmuiTreeViewClientsModelFooter : public QAbstractItemModel
+{
+    Q_OBJECT
+public:
+    fmuiTreeViewClientsModelFooter(__FM& app, fmTreeView*& view, QObject* parent);
+
+    __FM& App;
+    fmTreeView*& View;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
+    QModelIndex parent(const QModelIndex& index) const override;
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+public slots:
+    void pleaseUpdate();
+};
+
+void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& app, fmJ::_JobList* jobs,
+                    QObject* parent, bool compact, bool single, const bool& flag, const bool& showTime);

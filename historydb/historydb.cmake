@@ -1,4 +1,0 @@
-target_sources(fmui PRIVATE
-  historydb/fmhistorydb.h
-  historydb/fmhistorydb.cpp
-)

@@ -1,0 +1,3 @@
+target_sources(fmui PRIVATE
+  historydb/fmjobstreemodel.h
+)

@@ -1,0 +1,1 @@
+# The window's pages (job info, log, export, re-submit) and their window-free helpers.

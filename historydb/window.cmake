@@ -1,0 +1,5 @@
+target_sources(fmwindow PRIVATE
+  historydb/fmhistorydb.h
+  historydb/fmhistorydb.ui
+  historydb/fmhistorydb.cpp
+)

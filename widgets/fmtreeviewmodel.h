@@ -1,0 +1,127 @@
+#pragma once
+// A small framework under the job and client trees: an abstract node, an abstract item model over
+// a tree of at most three levels below the root, and a selection model that keeps the selection in
+// the records behind the nodes (a job's or a client's selected flag) rather than only in the view.
+//
+// Nodes that leave the tree are not destroyed at once: the view may still paint from them. They go
+// on a fixed deletion list and are destroyed at the start of a later rebuild.
+
+#include <QAbstractItemModel>
+#include <QItemSelectionModel>
+#include <QList>
+#include <QMutex>
+#include <QReadWriteLock>
+#include <QString>
+
+class __FM;
+class fmTreeView;
+
+class fmuiTreeViewNode
+{
+public:
+    enum Type : int32_t {
+        Root = 0,       // the invisible root
+        FirstLevel = 1, // a user or project group; in the clients tree a group of clients
+        SecondLevel = 2,
+        EndNode = 3,    // one record: a job, or one job thread of a client
+    };
+
+    fmuiTreeViewNode() = default;
+    virtual ~fmuiTreeViewNode() = default;
+    fmuiTreeViewNode(const fmuiTreeViewNode&) = delete;
+    fmuiTreeViewNode& operator=(const fmuiTreeViewNode&) = delete;
+
+    // Writes or reads the selected flag of the record behind the node.
+    virtual void SetDataIsSelected(bool selected, __FM& app) const = 0;
+    virtual bool GetDataIsSelected(__FM& app) const = 0;
+    // Destroys the data record and sets Data to null.
+    virtual void deleteDataNode() = 0;
+
+    fmuiTreeViewNode* Parent = nullptr;  // not owning; null for the root and a detached shell
+    QList<fmuiTreeViewNode*> Children;   // owning; the list order is the row order
+    int32_t Level = 0;                   // depth given by the creator
+    bool ForceSelected = false;          // counts as selected whatever the record says
+    bool ForceDeselected = false;        // counts as not selected; wins over ForceSelected
+    bool ExplicitSelected = false;       // cleared by ClearExplicitSelectionAll
+    bool IsExpanded = false;             // last expanded state the user gave it in the view
+    Type NodeType = Root;
+    void* Data = nullptr;                // the concrete node's record, owned by the concrete node
+
+    // A cheap guess of this node's row in Parent->Children, checked before every use; the
+    // answer is always that of a linear search.
+    mutable int RowHint = -1;
+};
+
+class fmuiTreeViewModel : public QAbstractItemModel
+{
+    Q_OBJECT
+public:
+    static constexpr int DeleteLaterSize = 5000;
+
+    // Connects the inner tree widget's expanded/collapsed signals when `view` is set.
+    fmuiTreeViewModel(fmTreeView*& view, QObject* parent);
+    ~fmuiTreeViewModel() override;
+
+    fmuiTreeViewNode* Root = nullptr; // made by the concrete model
+    QMutex TreeMutex;                 // held during a whole rebuild; select() only tries it
+    bool RestoringExpanded = false;   // expanded/collapsed signals are not the user's
+    QReadWriteLock NodeLock;          // rebuild writes, data() reads
+    fmuiTreeViewNode* DeleteLaterNodes[DeleteLaterSize] = {};
+    int32_t DeleteLaterCounters[DeleteLaterSize] = {};
+    int32_t DeleteLaterCount = 0;
+    fmTreeView*& View;
+
+    fmuiTreeViewNode* nodeFromIndex(const QModelIndex& index) const;
+    QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
+    QModelIndex index(fmuiTreeViewNode* node) const;
+    QModelIndex parent(const QModelIndex& index) const override;
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    // Row of node in its parent's Children by search (the hint first); -1 when it is not there.
+    static int rowOf(const fmuiTreeViewNode* node);
+
+    void dataChangedNode(fmuiTreeViewNode* node, const bool& recursive);
+    void allDataChanged();
+
+    void addDeleteLater(fmuiTreeViewNode* node);
+    void executeDeleteLater();
+    void deleteAllChildren(fmuiTreeViewNode* node);
+    void deleteChildrenNr(fmuiTreeViewNode* node, int nr);
+
+    virtual void ClearSelectionAll(bool all, QString reason);
+    virtual void ClearExplicitSelectionAll();
+
+    void restoreExpanded();
+    void clearExpanded();
+
+    // Model reset for Qt 6 (beginResetModel/endResetModel around nothing).
+    void reset();
+
+signals:
+    void updateFooter();
+
+public slots:
+    void expanded(const QModelIndex& index);
+    void collapsed(const QModelIndex& index);
+};
+
+class fmuiTreeViewSelectionModel : public QItemSelectionModel
+{
+    Q_OBJECT
+public:
+    fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FM& app, QObject* parent = nullptr);
+
+    void select(const QModelIndex& index, QItemSelectionModel::SelectionFlags flags) override;
+    void select(const QItemSelection& selection, QItemSelectionModel::SelectionFlags flags) override;
+    void selectChildNode(fmuiTreeViewNode* node, const bool& select);
+    QModelIndexList selectedIndexes() const;
+
+    fmuiTreeViewModel* Model;
+    __FM& App;
+
+signals:
+    void SelectionUpdated(int column);
+};
+
+// Five characters for diagnosis: "c" clear, "s" select, "d" deselect, "t" toggle, "C" current;
+// a blank for a flag that is not set.
+QString flags2String(QItemSelectionModel::SelectionFlags flags);

@@ -1,0 +1,5 @@
+target_sources(fmui PRIVATE
+  widgets/fmtreeviewdelegate.h
+  widgets/fmtreeviewdelegate.cpp
+  widgets/fmstyle.h
+)

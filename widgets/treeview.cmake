@@ -1,0 +1,5 @@
+target_sources(fmui PRIVATE
+  widgets/fmtreeviewtypes.h
+  widgets/fmtreeviewmodel.h
+  widgets/fmtreeview.h
+)
