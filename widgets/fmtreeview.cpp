@@ -162,12 +162,30 @@ void fmTreeView::setColumnHidden(int column, bool hide)
     if (Footer) Footer->setSectionHidden(column, hide);
 }
 
-bool fmTreeView::isColumnHidden(int column) const { return Tree->isColumnHidden(column); }
-void fmTreeView::setColumnWidth(int column, int width) { Tree->setColumnWidth(column, width); }
-int fmTreeView::columnWidth(int column) const { return Tree->columnWidth(column); }
-bool fmTreeView::isExpanded(const QModelIndex& index) const { return Tree->isExpanded(index); }
-void fmTreeView::setExpanded(const QModelIndex& index, bool expanded) { Tree->setExpanded(index, expanded); }
-void fmTreeView::setSelectionModel(QItemSelectionModel* selectionModel) { Tree->setSelectionModel(selectionModel); }
+bool fmTreeView::isColumnHidden(int column) const
+{
+    return Tree->isColumnHidden(column);
+}
+void fmTreeView::setColumnWidth(int column, int width)
+{
+    Tree->setColumnWidth(column, width);
+}
+int fmTreeView::columnWidth(int column) const
+{
+    return Tree->columnWidth(column);
+}
+bool fmTreeView::isExpanded(const QModelIndex& index) const
+{
+    return Tree->isExpanded(index);
+}
+void fmTreeView::setExpanded(const QModelIndex& index, bool expanded)
+{
+    Tree->setExpanded(index, expanded);
+}
+void fmTreeView::setSelectionModel(QItemSelectionModel* selectionModel)
+{
+    Tree->setSelectionModel(selectionModel);
+}
 
 void fmTreeView::syncFooter()
 {

@@ -3,8 +3,6 @@
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewtypes.h"
 
-#include <QSet>
-
 namespace {
 
 void registerTreeViewTypes()
@@ -38,7 +36,8 @@ template <typename Fn> void forFourLevels(fmuiTreeViewNode* root, Fn&& fn)
 
 // ---- fmuiTreeViewModel ----
 
-fmuiTreeViewModel::fmuiTreeViewModel(fmTreeView*& view, QObject* parent) : QAbstractItemModel(parent), View(view)
+fmuiTreeViewModel::fmuiTreeViewModel(fmTreeView*& view, QObject* parent)
+    : QAbstractItemModel(parent), View(view)
 {
     registerTreeViewTypes();
     DeleteLaterCount = 0;
@@ -52,12 +51,14 @@ fmuiTreeViewModel::fmuiTreeViewModel(fmTreeView*& view, QObject* parent) : QAbst
 // Who frees what: the concrete model's destructor (which runs first) frees Root and the tree under
 // it; the concrete node's destructor frees its children. Nodes on the deletion list are detached
 // from that tree and have no children, so they are freed here and only here, as are the shells that
-// earlier passes of executeDeleteLater deliberately left alive.
+// earlier passes of executeDeleteLater deliberately left alive, and nodes the full list refused.
 fmuiTreeViewModel::~fmuiTreeViewModel()
 {
     executeDeleteLater();
     qDeleteAll(KeptShells);
     KeptShells.clear();
+    qDeleteAll(RefusedNodes);
+    RefusedNodes.clear();
 }
 
 fmuiTreeViewNode* fmuiTreeViewModel::nodeFromIndex(const QModelIndex& index) const
@@ -130,7 +131,10 @@ void fmuiTreeViewModel::dataChangedNode(fmuiTreeViewNode* node, const bool& recu
         dataChangedNode(child, recursive);
 }
 
-void fmuiTreeViewModel::allDataChanged() { dataChangedNode(Root, true); }
+void fmuiTreeViewModel::allDataChanged()
+{
+    dataChangedNode(Root, true);
+}
 
 void fmuiTreeViewModel::addDeleteLater(fmuiTreeViewNode* node)
 {
@@ -138,7 +142,10 @@ void fmuiTreeViewModel::addDeleteLater(fmuiTreeViewNode* node)
     // Capacity is one short of the arrays. A refused node stays where the caller left it
     // (already unlinked), i.e. it is never freed.
     if (DeleteLaterCount < 0) DeleteLaterCount = 0;
-    if (DeleteLaterCount + 1 > DeleteLaterSize - 1) return;
+    if (DeleteLaterCount + 1 > DeleteLaterSize - 1) {
+        RefusedNodes.insert(node);
+        return;
+    }
     DeleteLaterNodes[DeleteLaterCount] = node;
     DeleteLaterCounters[DeleteLaterCount] = 4;
     ++DeleteLaterCount;
@@ -334,7 +341,10 @@ void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
     emit SelectionUpdated(lastColumn);
 }
 
-QModelIndexList fmuiTreeViewSelectionModel::selectedIndexes() const { return selection().indexes(); }
+QModelIndexList fmuiTreeViewSelectionModel::selectedIndexes() const
+{
+    return selection().indexes();
+}
 
 QString flags2String(QItemSelectionModel::SelectionFlags flags)
 {

@@ -11,6 +11,7 @@
 #include <QList>
 #include <QMutex>
 #include <QReadWriteLock>
+#include <QSet>
 #include <QString>
 
 class __FM;
@@ -23,7 +24,7 @@ public:
         Root = 0,       // the invisible root
         FirstLevel = 1, // a user or project group; in the clients tree a group of clients
         SecondLevel = 2,
-        EndNode = 3,    // one record: a job, or one job thread of a client
+        EndNode = 3, // one record: a job, or one job thread of a client
     };
 
     fmuiTreeViewNode() = default;
@@ -37,15 +38,15 @@ public:
     // Destroys the data record and sets Data to null.
     virtual void deleteDataNode() = 0;
 
-    fmuiTreeViewNode* Parent = nullptr;  // not owning; null for the root and a detached shell
-    QList<fmuiTreeViewNode*> Children;   // owning; the list order is the row order
-    int32_t Level = 0;                   // depth given by the creator
-    bool ForceSelected = false;          // counts as selected whatever the record says
-    bool ForceDeselected = false;        // counts as not selected; wins over ForceSelected
-    bool ExplicitSelected = false;       // cleared by ClearExplicitSelectionAll
-    bool IsExpanded = false;             // last expanded state the user gave it in the view
+    fmuiTreeViewNode* Parent = nullptr; // not owning; null for the root and a detached shell
+    QList<fmuiTreeViewNode*> Children;  // owning (the concrete destructor frees them); order = rows
+    int32_t Level = 0;                  // depth given by the creator
+    bool ForceSelected = false;         // counts as selected whatever the record says
+    bool ForceDeselected = false;       // counts as not selected; wins over ForceSelected
+    bool ExplicitSelected = false;      // cleared by ClearExplicitSelectionAll
+    bool IsExpanded = false;            // last expanded state the user gave it in the view
     Type NodeType = Root;
-    void* Data = nullptr;                // the concrete node's record, owned by the concrete node
+    void* Data = nullptr; // the concrete node's record, owned by the concrete node
 
     // A cheap guess of this node's row in Parent->Children, checked before every use; the
     // answer is always that of a linear search.
@@ -73,6 +74,9 @@ public:
     // Shells that executeDeleteLater left alive on purpose (see there); owned, freed only by the
     // destructor so that a view holding an index into one can still read it.
     QList<fmuiTreeViewNode*> KeptShells;
+    // Nodes refused by a full deletion list: already unlinked by the caller, never freed while the
+    // model lives; owned here only so that the destructor frees them (with their records and children).
+    QSet<fmuiTreeViewNode*> RefusedNodes;
 
     fmuiTreeViewNode* nodeFromIndex(const QModelIndex& index) const;
     QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;

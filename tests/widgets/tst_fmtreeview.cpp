@@ -21,16 +21,19 @@ struct Table
     Table()
     {
         for (int r = 0; r < model.rowCount(); ++r)
-            for (int c = 0; c < kColumns; ++c) model.setItem(r, c, new QStandardItem(QStringLiteral("r%1").arg(r)));
+            for (int c = 0; c < kColumns; ++c)
+                model.setItem(r, c, new QStandardItem(QStringLiteral("r%1").arg(r)));
         view.Tree->setModel(&model);
         view.Footer->setModel(&totals);
         view.resize(300, 200);
-        for (int c = 0; c < kColumns; ++c) view.setColumnWidth(c, 120);
+        for (int c = 0; c < kColumns; ++c)
+            view.setColumnWidth(c, 120);
     }
     QList<int> order(QHeaderView* h) const
     {
         QList<int> o;
-        for (int v = 0; v < h->count(); ++v) o << h->logicalIndex(v);
+        for (int v = 0; v < h->count(); ++v)
+            o << h->logicalIndex(v);
         return o;
     }
 };
@@ -108,9 +111,12 @@ private slots:
         QHeaderView* footer = t.view.Footer;
         // The footer's own state is scrambled with the connections cut, as after loading a layout.
         QSignalBlocker block(header);
-        for (int i = 0; i + 1 < headerMoves.size(); i += 2) header->moveSection(headerMoves[i], headerMoves[i + 1]);
-        for (int i = 0; i + 1 < footerMoves.size(); i += 2) footer->moveSection(footerMoves[i], footerMoves[i + 1]);
-        for (int c = 0; c < kColumns; ++c) header->resizeSection(c, 30 + 10 * c);
+        for (int i = 0; i + 1 < headerMoves.size(); i += 2)
+            header->moveSection(headerMoves[i], headerMoves[i + 1]);
+        for (int i = 0; i + 1 < footerMoves.size(); i += 2)
+            footer->moveSection(footerMoves[i], footerMoves[i + 1]);
+        for (int c = 0; c < kColumns; ++c)
+            header->resizeSection(c, 30 + 10 * c);
         if (hidden >= 0) t.view.Tree->setColumnHidden(hidden, true);
         footer->hideSection(hidden == 0 ? 1 : 0);
         t.view.syncFooter();
@@ -142,7 +148,8 @@ private slots:
                                        QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
         const QPoint at = tree->visualRect(t.model.index(row, 0)).center();
         if (drag) {
-            QTest::mousePress(tree->viewport(), Qt::RightButton, {}, tree->visualRect(t.model.index(0, 0)).center());
+            QTest::mousePress(tree->viewport(), Qt::RightButton, {},
+                              tree->visualRect(t.model.index(0, 0)).center());
             QMouseEvent move(QEvent::MouseMove, at, tree->viewport()->mapToGlobal(at), Qt::NoButton,
                              Qt::RightButton, {});
             QApplication::sendEvent(tree->viewport(), &move);

@@ -70,7 +70,8 @@ public:
             t->SetDataIsSelected(false, FM);
             for (auto* c : t->Children) {
                 c->SetDataIsSelected(false, FM);
-                for (auto* g : c->Children) g->SetDataIsSelected(false, FM);
+                for (auto* g : c->Children)
+                    g->SetDataIsSelected(false, FM);
             }
         }
     }
@@ -81,14 +82,16 @@ public:
             auto* tn = new TNode(fmuiTreeViewNode::FirstLevel, Root);
             for (int c = 0; c < children; ++c) {
                 auto* cn = new TNode(grand ? fmuiTreeViewNode::SecondLevel : fmuiTreeViewNode::EndNode, tn);
-                for (int g = 0; g < grand; ++g) new TNode(fmuiTreeViewNode::EndNode, cn);
+                for (int g = 0; g < grand; ++g)
+                    new TNode(fmuiTreeViewNode::EndNode, cn);
             }
         }
     }
     fmuiTreeViewNode* at(std::initializer_list<int> path) const
     {
         fmuiTreeViewNode* n = Root;
-        for (int r : path) n = n->Children.value(r);
+        for (int r : path)
+            n = n->Children.value(r);
         return n;
     }
     bool sel(std::initializer_list<int> path) const { return at(path)->GetDataIsSelected(FM); }
@@ -99,7 +102,8 @@ using Path = QList<int>;
 fmuiTreeViewNode* nodeAt(TModel& m, const Path& path)
 {
     fmuiTreeViewNode* n = m.Root;
-    for (int r : path) n = n->Children.value(r);
+    for (int r : path)
+        n = n->Children.value(r);
     return n;
 }
 
@@ -117,7 +121,8 @@ private slots:
         fmTreeView* view = nullptr;
         TModel m(view);
         QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        m.Root->ForceSelected = m.Root->ForceDeselected = m.Root->ExplicitSelected = m.Root->IsExpanded = true;
+        m.Root->ForceSelected = m.Root->ForceDeselected = m.Root->ExplicitSelected = m.Root->IsExpanded =
+            true;
         QCOMPARE(m.rowCount(), 0);
         m.ClearSelectionAll(false, QString());
         m.ClearExplicitSelectionAll();
@@ -146,11 +151,13 @@ private slots:
         QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
         // Prime every hint, then edit the lists behind the model's back.
         for (auto* t : m.Root->Children)
-            for (auto* c : t->Children) m.index(c);
+            for (auto* c : t->Children)
+                m.index(c);
         if (edit == "remove0") m.deleteChildrenNr(m.Root->Children[1], 0);
         if (edit == "remove2") m.deleteChildrenNr(m.Root, 2);
         if (edit == "reverse")
-            for (auto* t : m.Root->Children) std::reverse(t->Children.begin(), t->Children.end());
+            for (auto* t : m.Root->Children)
+                std::reverse(t->Children.begin(), t->Children.end());
         m.reset();
         for (auto* t : m.Root->Children) {
             QVERIFY(!m.parent(m.index(t)).isValid());
@@ -159,7 +166,8 @@ private slots:
                 QCOMPARE(ci.row(), t->Children.indexOf(c));
                 QCOMPARE(m.nodeFromIndex(m.parent(ci)), t);
                 QCOMPARE(m.nodeFromIndex(m.parent(m.index(ci.row(), 2, m.index(t)))), t);
-                for (auto* g : c->Children) QCOMPARE(m.parent(m.index(g)), ci);
+                for (auto* g : c->Children)
+                    QCOMPARE(m.parent(m.index(g)), ci);
             }
         }
         QCOMPARE(m.rowCount(m.index(0, 1)), 0);
@@ -212,14 +220,15 @@ private slots:
         m.build(fmuiTreeViewModel::DeleteLaterSize - 1, 0, 0);
         m.deleteAllChildren(m.Root);
         QCOMPARE(m.DeleteLaterCount, 4999);
-        TNode refused(fmuiTreeViewNode::FirstLevel, nullptr);
-        auto* child = new TNode(fmuiTreeViewNode::EndNode, &refused);
-        m.addDeleteLater(&refused);
+        auto* refused = new TNode(fmuiTreeViewNode::FirstLevel, nullptr);
+        auto* child = new TNode(fmuiTreeViewNode::EndNode, refused);
+        m.addDeleteLater(refused);
         QCOMPARE(m.DeleteLaterCount, 4999);
-        QVERIFY(refused.Data && child->Data);
-        QCOMPARE(refused.Children.size(), 1);
+        QVERIFY(refused->Data && child->Data);
+        QCOMPARE(refused->Children.size(), 1);
         m.executeDeleteLater();
         QCOMPARE(gDestroyed, 4999 - 4);
+        QVERIFY(refused->Data); // still alive until the model goes
     }
 
     // deleteChildrenNr must ignore rows outside the list instead of reading out of bounds.
@@ -254,10 +263,11 @@ private slots:
         using F = QItemSelectionModel;
         const QList<Path> groupAll = {{1, 0}, {1, 0, 0}, {1, 0, 1}, {1, 1}, {1, 1, 0}, {1, 1, 1}};
         QTest::newRow("flags 0 = clear+select") << Path{1} << 0 << groupAll;
-        QTest::newRow("select adds") << Path{1} << int(F::Select | F::Rows) << (QList<Path>{{0, 0, 0}} + groupAll);
+        QTest::newRow("select adds") << Path{1} << int(F::Select | F::Rows)
+                                     << (QList<Path>{{0, 0, 0}} + groupAll);
         QTest::newRow("clear+select") << Path{1} << int(F::ClearAndSelect) << groupAll;
-        QTest::newRow("clear with current keeps") << Path{1, 1, 1} << int(F::ClearAndSelect | F::Current)
-                                                  << QList<Path>{{0, 0, 0}, {1, 1, 1}};
+        QTest::newRow("clear with current keeps")
+            << Path{1, 1, 1} << int(F::ClearAndSelect | F::Current) << QList<Path>{{0, 0, 0}, {1, 1, 1}};
         QTest::newRow("end node") << Path{1, 1, 1} << int(F::Select) << QList<Path>{{0, 0, 0}, {1, 1, 1}};
         QTest::newRow("deselect") << Path{0} << int(F::Deselect) << QList<Path>{};
         QTest::newRow("toggle end node") << Path{0, 0, 0} << int(F::Toggle) << QList<Path>{};
@@ -318,7 +328,8 @@ private slots:
         view->Tree->setModel(&m);
         m.at({0})->IsExpanded = m.at({0, 1})->IsExpanded = true;
         // Anything the tree does while restoring, e.g. expanding another row, is not the user.
-        auto c = connect(view->Tree, &QTreeView::expanded, view, [&] { view->Tree->expand(m.index(m.at({1}))); });
+        auto c =
+            connect(view->Tree, &QTreeView::expanded, view, [&] { view->Tree->expand(m.index(m.at({1}))); });
         m.restoreExpanded();
         disconnect(c);
         QVERIFY(view->isExpanded(m.index(m.at({0}))) && view->isExpanded(m.index(m.at({0, 1}))));
