@@ -3,6 +3,8 @@
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewtypes.h"
 
+#include <utility>
+
 namespace {
 
 void registerTreeViewTypes()
@@ -272,9 +274,45 @@ void fmuiTreeViewSelectionModel::selectChildNode(fmuiTreeViewNode* node, const b
     if (!node || !Model) return;
     if (node->GetDataIsSelected(App) == select) return;
     node->SetDataIsSelected(select, App);
+    if (Gathering) {
+        queueRow(Model->index(node), select);
+        return;
+    }
     const QItemSelectionModel::SelectionFlags flags =
         (select ? QItemSelectionModel::Select : QItemSelectionModel::Deselect) | QItemSelectionModel::Rows;
     this->select(Model->index(node), flags);
+}
+
+void fmuiTreeViewSelectionModel::queueRow(const QModelIndex& index, bool select)
+{
+    if (!index.isValid()) return; // the base ignores an invalid index as well
+    // Selects and deselects are kept in their order: a change of direction hands over what is queued.
+    // Within one direction the order does not matter, so rows merge per parent even when the walk
+    // alternates between a child and its own children.
+    if (select != PendingSelect) flushRows();
+    PendingSelect = select;
+    const fmuiTreeViewNode* node = Model->nodeFromIndex(index);
+    const void* parentKey = node ? node->Parent : nullptr;
+    const auto open = PendingOpenRange.constFind(parentKey);
+    if (open != PendingOpenRange.constEnd()) {
+        QItemSelectionRange& range = PendingRows[*open];
+        if (range.bottom() + 1 == index.row()) {
+            range = QItemSelectionRange(range.topLeft(), index);
+            return;
+        }
+    }
+    PendingOpenRange.insert(parentKey, PendingRows.size());
+    PendingRows.append(QItemSelectionRange(index));
+}
+
+void fmuiTreeViewSelectionModel::flushRows()
+{
+    if (PendingRows.isEmpty()) return;
+    const QItemSelection rows = std::exchange(PendingRows, QItemSelection());
+    PendingOpenRange.clear();
+    QItemSelectionModel::select(
+        rows, (PendingSelect ? QItemSelectionModel::Select : QItemSelectionModel::Deselect) |
+                  QItemSelectionModel::Rows);
 }
 
 void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
@@ -303,6 +341,7 @@ void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
     // A row selection lists each row once per column. Select and deselect give the same records
     // however often a node comes, so each node is walked once for them; a toggle runs per index.
     QSet<const fmuiTreeViewNode*> walked;
+    Gathering = true;
     const QModelIndexList indexes = selection.indexes();
     for (const QModelIndex& idx : indexes) {
         lastColumn = idx.column();
@@ -321,6 +360,7 @@ void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
                     selectChildNode(grandchild, state);
             }
             if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
+            flushRows();
             Model->dataChangedNode(node, true);
         }
         if (flags & QItemSelectionModel::Toggle) {
@@ -333,10 +373,13 @@ void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
                     selectChildNode(grandchild, state);
             }
             if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
+            flushRows();
             Model->dataChangedNode(node, true);
         }
     }
 
+    flushRows();
+    Gathering = false;
     Model->TreeMutex.unlock();
     emit SelectionUpdated(lastColumn);
 }

@@ -7,6 +7,7 @@
 // on a fixed deletion list and are destroyed at the start of a later rebuild.
 
 #include <QAbstractItemModel>
+#include <QHash>
 #include <QItemSelectionModel>
 #include <QList>
 #include <QMutex>
@@ -127,6 +128,18 @@ public:
 
 signals:
     void SelectionUpdated(int column);
+
+private:
+    // While a group is walked, the rows its children add to or take from the view's selection are
+    // gathered here (neighbouring rows as one range) and handed over in one go: the item selection
+    // model's cost grows with its range count, so one call per row would be quadratic.
+    void queueRow(const QModelIndex& index, bool select);
+    void flushRows();
+
+    bool Gathering = false;
+    bool PendingSelect = true;
+    QItemSelection PendingRows;
+    QHash<const void*, qsizetype> PendingOpenRange; // parent node -> its last range in PendingRows
 };
 
 // Five characters for diagnosis: "c" clear, "s" select, "d" deselect, "t" toggle, "C" current;
