@@ -162,6 +162,35 @@ private slots:
         QCOMPARE(tree->selectionModel()->selectedRows(), QModelIndexList{t.model.index(row, 0)});
     }
 
+    // The tree must paint its rows on the viewport (and nothing below the last row).
+    void paintsRows_data()
+    {
+        QTest::addColumn<int>("rows");
+        QTest::newRow("six rows") << 6;
+        QTest::newRow("one row") << 1;
+    }
+    void paintsRows()
+    {
+        QFETCH(int, rows);
+        Table t;
+        t.model.setRowCount(rows);
+        t.view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&t.view));
+        fmTreeViewWidget* tree = t.view.Tree;
+        const QImage img = tree->viewport()->grab().toImage();
+        const QRgb base = img.pixel(img.width() - 1, img.height() - 1);
+        auto inked = [&](const QRect& r) {
+            int n = 0;
+            for (int y = r.top(); y <= r.bottom(); ++y)
+                for (int x = r.left(); x <= r.right(); ++x)
+                    n += img.pixel(x, y) != base;
+            return n;
+        };
+        const QRect last = tree->visualRect(t.model.index(rows - 1, 0)).intersected(img.rect());
+        QVERIFY(inked(last) > 0);
+        QCOMPARE(inked(QRect(0, last.bottom() + 2, img.width(), img.height() - last.bottom() - 2)), 0);
+    }
+
     // The hand cursor shows over the chosen columns only and switches back to the arrow.
     void handCursor_data()
     {
