@@ -87,25 +87,17 @@ public:
             }
         }
     }
-    fmuiTreeViewNode* at(std::initializer_list<int> path) const
+    fmuiTreeViewNode* at(const QList<int>& path) const
     {
         fmuiTreeViewNode* n = Root;
         for (int r : path)
             n = n->Children.value(r);
         return n;
     }
-    bool sel(std::initializer_list<int> path) const { return at(path)->GetDataIsSelected(FM); }
+    bool sel(const QList<int>& path) const { return at(path)->GetDataIsSelected(FM); }
 };
 
 using Path = QList<int>;
-
-fmuiTreeViewNode* nodeAt(TModel& m, const Path& path)
-{
-    fmuiTreeViewNode* n = m.Root;
-    for (int r : path)
-        n = n->Children.value(r);
-    return n;
-}
 
 } // namespace
 
@@ -284,7 +276,7 @@ private slots:
         fmuiTreeViewSelectionModel sm(&m, FM);
         m.at({0, 0, 0})->SetDataIsSelected(true, FM);
         QSignalSpy spy(&sm, &fmuiTreeViewSelectionModel::SelectionUpdated);
-        const QModelIndex idx = m.index(nodeAt(m, target));
+        const QModelIndex idx = m.index(m.at(target));
         sm.select(QItemSelection(idx, idx.siblingAtColumn(2)), QItemSelectionModel::SelectionFlags(flags));
         QCOMPARE(spy.size(), 1);
         QCOMPARE(spy.first().first().toInt(), 2);
@@ -301,7 +293,7 @@ private slots:
         // For a group selected or deselected, the view's rows of every descendant match the records
         // (rows are handed to the view in merged ranges, which must not lose or add one).
         if (target.size() != 1 || (flags & QItemSelectionModel::Toggle)) return;
-        for (fmuiTreeViewNode* c : nodeAt(m, target)->Children)
+        for (fmuiTreeViewNode* c : m.at(target)->Children)
             for (fmuiTreeViewNode* n : QList<fmuiTreeViewNode*>{c} + c->Children)
                 QCOMPARE(sm.isRowSelected(m.index(n).row(), m.parent(m.index(n))), n->GetDataIsSelected(FM));
     }
