@@ -244,8 +244,18 @@ void fmTreeViewItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem
     const QVariant alignment = index.data(Qt::TextAlignmentRole);
     if (alignment.isValid()) opt.displayAlignment = Qt::Alignment(alignment.toInt());
     const QVariant foreground = index.data(Qt::ForegroundRole);
-    if (foreground.isValid() && foreground.canConvert<QBrush>())
-        opt.palette.setBrush(QPalette::Text, qvariant_cast<QBrush>(foreground));
+    if (foreground.isValid() && foreground.canConvert<QBrush>()) {
+        // Setting a brush detaches the palette, some sixty brushes a cell; the rows of a table
+        // repeat a few colours, so the palette made for the last one is reused while it fits.
+        const QBrush text = qvariant_cast<QBrush>(foreground);
+        if (option.palette.cacheKey() != TextPaletteSource || text != TextPaletteBrush) {
+            TextPaletteSource = option.palette.cacheKey();
+            TextPaletteBrush = text;
+            TextPalette = option.palette;
+            TextPalette.setBrush(QPalette::Text, text);
+        }
+        opt.palette = TextPalette;
+    }
     // Locale and the wrap-text feature travel with the copy: every Qt 6 option holds them.
 
     painter->save();
@@ -259,13 +269,13 @@ void fmTreeViewItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem
         decorationRect = QRect(QPoint(0, 0), QPoint(size.width() - 1, size.height() - 1));
     }
 
+    // The text is not measured here: doLayout gives the text the whole part behind the decoration
+    // whatever its natural size, and drawDisplay lays it out itself. Measuring would cost a second
+    // layout pass per cell and change no pixel.
     QString text;
     QRect textRect;
     const QVariant display = index.data(Qt::DisplayRole);
-    if (display.isValid() && !display.isNull()) {
-        text = display.toString();
-        textRect = textRectangle(painter, textLayoutBounds(opt), opt.font, text);
-    }
+    if (display.isValid() && !display.isNull()) text = display.toString();
 
     // A selected cell shows what the model's background and foreground say, never the style's.
     opt.state &= ~QStyle::State_Selected;

@@ -3,7 +3,9 @@
 // graph (fmtvBGbars), two thin cell lines in colours the model chooses, a soft shading, and a
 // selection that comes from the model's colours, never from the style.
 
+#include <QBrush>
 #include <QItemDelegate>
+#include <QPalette>
 #include <QSizeF>
 #include <QTextLayout>
 #include <QTextOption>
@@ -45,4 +47,8 @@ private:
 
     mutable QTextLayout TextLayout;
     mutable QTextOption TextOption;
+    // The option's palette with the model's text brush, kept for the next cell of the same colour.
+    mutable QPalette TextPalette;
+    mutable QBrush TextPaletteBrush;
+    mutable qint64 TextPaletteSource = -1;
 };

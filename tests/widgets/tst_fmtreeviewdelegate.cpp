@@ -72,6 +72,7 @@ private slots:
     void cellLines_data();
     void cellLines();
     void selectedKeepsModelColours();
+    void foregroundPerCell();
     void shading_data();
     void shading();
     void sizeHintFollowsSmallFont();
@@ -145,6 +146,7 @@ void tst_fmtreeviewdelegate::twoPercents_data()
     QTest::addColumn<int>("b");
     QTest::newRow("plain") << 50 << 20 << 7 << 2;
     QTest::newRow("1% becomes 2") << 1 << 0 << 2 << 0;
+    QTest::newRow("a of 1 becomes 2") << 10 << 0 << 2 << 0;
     QTest::newRow("complete") << 60 << 40 << 9 << 5;
     QTest::newRow("nearly complete") << 50 << 45 << 6 << 6;
     QTest::newRow("negative a moves into b") << 0 << 99 << 0 << 12;
@@ -264,6 +266,41 @@ void tst_fmtreeviewdelegate::selectedKeepsModelColours()
         }
     }
     QVERIFY(white > 10);
+}
+
+// Catches one cell's text colour carried over to the next cell painted by the same delegate.
+void tst_fmtreeviewdelegate::foregroundPerCell()
+{
+    QStandardItemModel model(3, 1);
+    const QColor colors[3] = {Qt::red, Qt::blue, Qt::red};
+    for (int r = 0; r < 3; ++r) {
+        model.setData(model.index(r, 0), QStringLiteral("WWWWWW"));
+        model.setData(model.index(r, 0), QBrush(colors[r]), Qt::ForegroundRole);
+    }
+    fmTreeViewItemDelegate delegate;
+    QImage image(80, 60, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    QStyleOptionViewItem option;
+    option.state = QStyle::State_Enabled | QStyle::State_Active;
+    for (int r = 0; r < 3; ++r) {
+        option.rect = QRect(0, r * 20, 80, 20);
+        delegate.paint(&painter, option, model.index(r, 0));
+    }
+    for (int r = 0; r < 3; ++r) {
+        int inColor = 0;
+        int other = 0;
+        for (int y = r * 20; y < r * 20 + 20; ++y) {
+            for (int x = 1; x < 80; ++x) {
+                const QColor c = image.pixelColor(x, y);
+                if (c == Qt::white) continue;
+                const bool redish = c.red() > c.blue();
+                (redish == (colors[r] == Qt::red) ? inColor : other) += 1;
+            }
+        }
+        QVERIFY(inColor > 10);
+        QCOMPARE(other, 0);
+    }
 }
 
 // Catches shading drawn without its flag, with the wrong strength, or not over the cell.
