@@ -127,34 +127,73 @@ QColor mixedRed(const fmtvBGbars& bars, const int* items, int n)
     return QColor::fromRgb(qRgb(std::min(red, 255), 0, 0));
 }
 
+// One column of mode 1 from the top: segment k ends before row Ends[k], in colour Colors[k].
+struct ColumnPicture
+{
+    int Segments = 0;
+    int Ends[4] = {0, 0, 0, 0};
+    QRgb Colors[4] = {0, 0, 0, 0};
+
+    void add(int end, QRgb color)
+    {
+        Ends[Segments] = end;
+        Colors[Segments] = color;
+        ++Segments;
+    }
+    bool operator==(const ColumnPicture& o) const
+    {
+        if (Segments != o.Segments) return false;
+        for (int k = 0; k < Segments; ++k)
+            if (Ends[k] != o.Ends[k] || Colors[k] != o.Colors[k]) return false;
+        return true;
+    }
+    // Columns [s0, s1] at once: neighbouring columns often show the same item.
+    void paint(QPainter* p, const Cell& c, int s0, int s1) const
+    {
+        int from = 0;
+        for (int k = 0; k < Segments; ++k) {
+            c.fill(p, c.X + s0, c.X + s1, from, Ends[k], QColor::fromRgba(Colors[k]));
+            from = std::max(from, Ends[k]);
+        }
+    }
+};
+
 // Mode 1: triples (percent, colour up to it, colour of the rest), 14 columns of 1, 2 or 3 items.
 void paintPercentColumns(QPainter* p, const Cell& c, const fmtvBGbars& bars)
 {
     const int count = std::clamp(bars.Count, 0, fmtvBGbars::MaxValues / 3);
     if (count == 0) return;
     const auto percentOf = [&](int item) { return bars.Values[3 * item]; };
-    const auto firstOf = [&](int item) { return argb(bars.Values[3 * item + 1]); };
-    const auto restOf = [&](int item) { return argb(bars.Values[3 * item + 2]); };
+    const auto firstOf = [&](int item) { return static_cast<QRgb>(bars.Values[3 * item + 1]); };
+    const auto restOf = [&](int item) { return static_cast<QRgb>(bars.Values[3 * item + 2]); };
+    ColumnPicture run;
+    int runStart = 0;
     for (int s = 0; s < kGraphColumns; ++s) {
+        ColumnPicture column;
         if (count < 15) {
             const int i = std::min(static_cast<int>(count * (s / 13.5)), count - 1);
-            const int length = percentLength(percentOf(i), c.H);
-            c.column(p, s, 0, length, firstOf(i));
-            c.column(p, s, length, c.H, restOf(i));
-            continue;
+            column.add(percentLength(percentOf(i), c.H), firstOf(i));
+            column.add(c.H, restOf(i));
+        } else {
+            const int n = count <= 28 ? 2 : 3;
+            const double step = n == 2 ? 2.0 * s / 27.5 : 3.0 * s / 41.5;
+            const int i = std::min(static_cast<int>(count * step), count - 1);
+            int items[3] = {i, std::min(i + 1, count - 1), std::min(i + 2, count - 1)};
+            int lengths[3] = {0, 0, 0};
+            for (int k = 0; k < n; ++k) lengths[k] = percentLength(percentOf(items[k]), c.H);
+            std::sort(lengths, lengths + n);
+            const QRgb mix = mixedRed(bars, items, n).rgba();
+            column.add(lengths[0], firstOf(i));
+            for (int k = 1; k < n; ++k) column.add(lengths[k], mix);
+            column.add(c.H, restOf(i));
         }
-        const int n = count <= 28 ? 2 : 3;
-        const double step = n == 2 ? 2.0 * s / 27.5 : 3.0 * s / 41.5;
-        const int i = std::min(static_cast<int>(count * step), count - 1);
-        int items[3] = {i, std::min(i + 1, count - 1), std::min(i + 2, count - 1)};
-        int lengths[3] = {0, 0, 0};
-        for (int k = 0; k < n; ++k) lengths[k] = percentLength(percentOf(items[k]), c.H);
-        std::sort(lengths, lengths + n);
-        const QColor mix = mixedRed(bars, items, n);
-        c.column(p, s, 0, lengths[0], firstOf(i));
-        for (int k = 1; k < n; ++k) c.column(p, s, lengths[k - 1], lengths[k], mix);
-        c.column(p, s, lengths[n - 1], c.H, restOf(i));
+        if (s > 0 && !(column == run)) {
+            run.paint(p, c, runStart, s - 1);
+            runStart = s;
+        }
+        run = column;
     }
+    run.paint(p, c, runStart, kGraphColumns - 1);
 }
 
 // Mode 2: up to four counts as proportional strips, with the numbers over them.

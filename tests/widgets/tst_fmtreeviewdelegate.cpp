@@ -104,7 +104,7 @@ void tst_fmtreeviewdelegate::percentLengths()
         QCOMPARE(runFromTop(image, x, 0xFFFF0000), lines);
         QCOMPARE(image.pixel(x, height - 1), 0xFF0000FFu);
     }
-    QCOMPARE(image.pixel(15, 0), kCanvas); // columns stop at x + 13
+    QCOMPARE(image.pixel(14, 0), kCanvas); // columns stop at x + 13
 }
 
 // Catches a wrong choice among the strip layouts or items spilling beyond Count.
@@ -174,15 +174,19 @@ void tst_fmtreeviewdelegate::twoPercents()
 void tst_fmtreeviewdelegate::mixedColumns_data()
 {
     QTest::addColumn<int>("count");
+    QTest::addColumn<int>("x");
     QTest::addColumn<QRgb>("mix");
     QTest::addColumn<QList<int>>("bounds"); // first colour ends, mix ends
-    QTest::newRow("two a column") << 15 << qRgb(210, 0, 0) << QList<int>{2, 11};
-    QTest::newRow("three a column") << 29 << qRgb(207, 0, 0) << QList<int>{2, 11};
+    QTest::newRow("two a column") << 15 << 1 << qRgb(210, 0, 0) << QList<int>{2, 11};
+    QTest::newRow("two, the last item pairs with itself") << 15 << 13 << qRgb(210, 0, 0) << QList<int>{2, 2};
+    QTest::newRow("three a column") << 29 << 1 << qRgb(207, 0, 0) << QList<int>{2, 11};
+    QTest::newRow("three, last column") << 29 << 13 << qRgb(207, 0, 0) << QList<int>{2, 11};
 }
 
 void tst_fmtreeviewdelegate::mixedColumns()
 {
     QFETCH(int, count);
+    QFETCH(int, x);
     QFETCH(QRgb, mix);
     QFETCH(QList<int>, bounds);
     QList<unsigned long long> values;
@@ -190,7 +194,7 @@ void tst_fmtreeviewdelegate::mixedColumns()
     const QImage image = paintCell(20, 15, {{fmtvRole::BGbars, bars(1, values, count)}});
     for (int y = 0; y < 15; ++y) {
         const QRgb expected = y < bounds[0] ? 0xFFC80000 : y < bounds[1] ? mix : 0xFF0000FF;
-        QCOMPARE(image.pixel(1, y), expected);
+        QCOMPARE(image.pixel(x, y), expected);
     }
 }
 
