@@ -30,7 +30,8 @@ public:
     {
         Bars->Mode = mode;
         Bars->Count = mode == 0 ? 12 : mode == 1 ? 30 : 5;
-        for (int i = 0; i < fmtvBGbars::MaxValues; ++i) Bars->Values[i] = i % 3 == 0 ? (i * 7) % 101 : 0xFF336699;
+        for (int i = 0; i < fmtvBGbars::MaxValues; ++i)
+            Bars->Values[i] = i % 3 == 0 ? (i * 7) % 101 : 0xFF336699;
         BarsValue = QVariant::fromValue(*Bars);
     }
     int rowCount(const QModelIndex& = QModelIndex()) const override { return Rows; }
@@ -38,13 +39,20 @@ public:
     QVariant data(const QModelIndex& index, int role) const override
     {
         switch (role) {
-        case Qt::DisplayRole: return Mode < 0 ? QVariant(QStringLiteral("job_%1_comp_v012").arg(index.row())) : QVariant();
-        case Qt::BackgroundRole: return QBrush(index.row() % 2 ? QColor(0xF0F0F3) : QColor(0xE4E4E8));
-        case Qt::ForegroundRole: return QBrush(Qt::black);
-        case fmtvRole::BGbars: return Mode < 0 ? QVariant() : BarsValue;
-        case fmtvRole::TopLineColor: return QColor(0xDDDDDD);
-        case fmtvRole::Shading: return QVariant::fromValue(fmtvShading{index.row() % 7 == 0 ? 5u : 1u});
-        default: return QVariant();
+        case Qt::DisplayRole:
+            return Mode < 0 ? QVariant(QStringLiteral("job_%1_comp_v012").arg(index.row())) : QVariant();
+        case Qt::BackgroundRole:
+            return QBrush(index.row() % 2 ? QColor(0xF0F0F3) : QColor(0xE4E4E8));
+        case Qt::ForegroundRole:
+            return QBrush(Qt::black);
+        case fmtvRole::BGbars:
+            return Mode < 0 ? QVariant() : BarsValue;
+        case fmtvRole::TopLineColor:
+            return QColor(0xDDDDDD);
+        case fmtvRole::Shading:
+            return QVariant::fromValue(fmtvShading{index.row() % 7 == 0 ? 5u : 1u});
+        default:
+            return QVariant();
         }
     }
 
@@ -93,7 +101,8 @@ int main(int argc, char** argv)
     }
     BenchModel text(-1);
     double best = 1e9;
-    for (int i = 0; i < 5; ++i) best = std::min(best, paintRows(text, 60, 12));
+    for (int i = 0; i < 5; ++i)
+        best = std::min(best, paintRows(text, 60, 12));
     std::printf("paint one screen of 60 x 12 text cells: %.2f ms\n", best);
     return 0;
 }

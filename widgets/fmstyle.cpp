@@ -149,7 +149,8 @@ QBrush changedBrush(const QBrush& brush, int factor, QColor (QColor::*change)(in
         const QGradient* gradient = brush.gradient();
         if (!gradient) return brush;
         QGradientStops stops = gradient->stops();
-        for (QGradientStop& stop : stops) stop.second = (stop.second.*change)(factor);
+        for (QGradientStop& stop : stops)
+            stop.second = (stop.second.*change)(factor);
         QGradient copy = *gradient;
         copy.setStops(stops);
         QBrush result(copy);
@@ -178,7 +179,8 @@ void setSize(QWidget* widget, int size)
 
 } // namespace
 
-fmStyle::fmStyle(bool dark, bool easter, bool girly) : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion")))
+fmStyle::fmStyle(bool dark, bool easter, bool girly)
+    : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion")))
 {
     IsDarkUI = dark;
     IsEasterUI = easter;
@@ -232,30 +234,73 @@ static_assert(QStyle::PM_LayoutBottomMargin == 78);
 int fmStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const
 {
     switch (metric) {
-    case PM_ButtonMargin: return 0;
-    case PM_DefaultFrameWidth: return 1;
-    case PM_ScrollBarExtent: return 13;
-    case PM_DockWidgetSeparatorExtent: return 3;
-    case PM_SplitterWidth: return 2;
-    case PM_LayoutBottomMargin: return 3;
-    default: return QProxyStyle::pixelMetric(metric, option, widget);
+    case PM_ButtonMargin:
+        return 0;
+    case PM_DefaultFrameWidth:
+        return 1;
+    case PM_ScrollBarExtent:
+        return 13;
+    case PM_DockWidgetSeparatorExtent:
+        return 3;
+    case PM_SplitterWidth:
+        return 2;
+    case PM_LayoutBottomMargin:
+        return 3;
+    default:
+        return QProxyStyle::pixelMetric(metric, option, widget);
     }
 }
 
-void fmStyle::setFontSizeDefault(int size) { defaultFontSize = size < 4 ? 4 : size; }
-void fmStyle::setFontSizeSmall(int size) { smallFontSize = size < 4 ? 4 : size; }
-int fmStyle::fontSizeDefault() { return defaultFontSize; }
-int fmStyle::fontSizeSmall() { return smallFontSize; }
-bool fmStyle::DarkUI() { return IsDarkUI || IsGirlyUI; }
-QString fmStyle::RedTextColor() { return DarkUI() ? QStringLiteral("#FF7777") : QStringLiteral("#FF0000"); }
-QString fmStyle::PinkTextColor() { return DarkUI() ? QStringLiteral("#CC77FF") : QStringLiteral("#CC00FF"); }
-QColor fmStyle::DefaultWindowColorDark() { return DefaultWindowColorDarker; }
-QColor fmStyle::DefaultWindowColorDarkText() { return DefaultWindowColorDarkerText; }
+void fmStyle::setFontSizeDefault(int size)
+{
+    defaultFontSize = size < 4 ? 4 : size;
+}
+void fmStyle::setFontSizeSmall(int size)
+{
+    smallFontSize = size < 4 ? 4 : size;
+}
+int fmStyle::fontSizeDefault()
+{
+    return defaultFontSize;
+}
+int fmStyle::fontSizeSmall()
+{
+    return smallFontSize;
+}
+bool fmStyle::DarkUI()
+{
+    return IsDarkUI || IsGirlyUI;
+}
+QString fmStyle::RedTextColor()
+{
+    return DarkUI() ? QStringLiteral("#FF7777") : QStringLiteral("#FF0000");
+}
+QString fmStyle::PinkTextColor()
+{
+    return DarkUI() ? QStringLiteral("#CC77FF") : QStringLiteral("#CC00FF");
+}
+QColor fmStyle::DefaultWindowColorDark()
+{
+    return DefaultWindowColorDarker;
+}
+QColor fmStyle::DefaultWindowColorDarkText()
+{
+    return DefaultWindowColorDarkerText;
+}
 
-void fmStyle::setFMFontDefault(QWidget* widget) { setSize(widget, defaultFontSize); }
-void fmStyle::setFMFontSmaller(QWidget* widget) { setSize(widget, smallFontSize); }
+void fmStyle::setFMFontDefault(QWidget* widget)
+{
+    setSize(widget, defaultFontSize);
+}
+void fmStyle::setFMFontSmaller(QWidget* widget)
+{
+    setSize(widget, smallFontSize);
+}
 
-QBrush fmBrushDark(const QBrush& brush, int factor) { return changedBrush(brush, factor, &QColor::darker, "dark"); }
+QBrush fmBrushDark(const QBrush& brush, int factor)
+{
+    return changedBrush(brush, factor, &QColor::darker, "dark");
+}
 QBrush fmBrushLight(const QBrush& brush, int factor)
 {
     return changedBrush(brush, factor, &QColor::lighter, "light");

@@ -30,7 +30,10 @@ int textMarginOf(const QStyleOptionViewItem& option)
     return styleOf(option)->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, option.widget) + 1;
 }
 
-QColor argb(unsigned long long value) { return QColor::fromRgba(static_cast<QRgb>(value)); }
+QColor argb(unsigned long long value)
+{
+    return QColor::fromRgba(static_cast<QRgb>(value));
+}
 
 // The cell in the numbers the graph rules use: h is bottom minus top, H = h + 1 the height in pixels.
 struct Cell
@@ -82,7 +85,8 @@ void paintStrips(QPainter* p, const Cell& c, const fmtvBGbars& bars)
     static constexpr std::array<Span, 7> two = {{{0, 7}, {8, -1}}};
     static constexpr std::array<Span, 7> three = {{{2, 5}, {6, 9}, {10, 13}}};
     static constexpr std::array<Span, 7> four = {{{2, 4}, {5, 7}, {8, 10}, {11, 13}}};
-    static constexpr std::array<Span, 7> seven = {{{1, 2}, {3, 4}, {5, 6}, {7, 8}, {9, 10}, {11, 12}, {13, 14}}};
+    static constexpr std::array<Span, 7> seven = {
+        {{1, 2}, {3, 4}, {5, 6}, {7, 8}, {9, 10}, {11, 12}, {13, 14}}};
     const std::array<Span, 7>* spans = &seven;
     int perLine = 7;
     if (count <= 2 * h) {
@@ -122,7 +126,8 @@ int percentLength(unsigned long long percent, int H)
 QColor mixedRed(const fmtvBGbars& bars, const int* items, int n)
 {
     double sum = 127.0;
-    for (int k = 0; k < n; ++k) sum += qRed(static_cast<QRgb>(bars.Values[3 * items[k] + 1]));
+    for (int k = 0; k < n; ++k)
+        sum += qRed(static_cast<QRgb>(bars.Values[3 * items[k] + 1]));
     const int red = static_cast<int>(sum / (n == 2 ? 2.5 : 3.5));
     return QColor::fromRgb(qRgb(std::min(red, 255), 0, 0));
 }
@@ -180,11 +185,13 @@ void paintPercentColumns(QPainter* p, const Cell& c, const fmtvBGbars& bars)
             const int i = std::min(static_cast<int>(count * step), count - 1);
             int items[3] = {i, std::min(i + 1, count - 1), std::min(i + 2, count - 1)};
             int lengths[3] = {0, 0, 0};
-            for (int k = 0; k < n; ++k) lengths[k] = percentLength(percentOf(items[k]), c.H);
+            for (int k = 0; k < n; ++k)
+                lengths[k] = percentLength(percentOf(items[k]), c.H);
             std::sort(lengths, lengths + n);
             const QRgb mix = mixedRed(bars, items, n).rgba();
             column.add(lengths[0], firstOf(i));
-            for (int k = 1; k < n; ++k) column.add(lengths[k], mix);
+            for (int k = 1; k < n; ++k)
+                column.add(lengths[k], mix);
             column.add(c.H, restOf(i));
         }
         if (s > 0 && !(column == run)) {
@@ -400,14 +407,16 @@ void fmTreeViewItemDelegate::doLayout(const QStyleOptionViewItem& option, QRect*
     if (hint) {
         QSize textSize = text ? text->size() : QSize(0, 0);
         if (textSize.width() <= 0 && !hasDecoration) textSize.setHeight(option.fontMetrics.height());
-        if (decoration) *decoration = hasDecoration ? QRect(0, 0, decorationPart, decorationSize.height()) : QRect();
+        if (decoration)
+            *decoration = hasDecoration ? QRect(0, 0, decorationPart, decorationSize.height()) : QRect();
         if (text) *text = QRect(decorationPart, 0, std::max(textSize.width(), 0), textSize.height());
         return;
     }
 
     const QRect cell = option.rect;
     const QRect decorationArea(cell.left(), cell.top(), decorationPart, cell.height());
-    const QRect textArea(cell.left() + decorationPart, cell.top(), cell.width() - decorationPart, cell.height());
+    const QRect textArea(cell.left() + decorationPart, cell.top(), cell.width() - decorationPart,
+                         cell.height());
     if (decoration)
         *decoration = hasDecoration
                           ? QStyle::alignedRect(option.direction, option.decorationAlignment, decorationSize,
@@ -459,11 +468,20 @@ void fmTreeViewItemDelegate::drawBars(QPainter* painter, const QStyleOptionViewI
 {
     const Cell cell(option.rect);
     switch (bars.Mode) {
-    case 0: paintStrips(painter, cell, bars); break;
-    case 1: paintPercentColumns(painter, cell, bars); break;
-    case 2: paintCounts(painter, cell, bars, option.font); break;
-    case 3: paintTwoPercents(painter, cell, bars); break;
-    default: break;
+    case 0:
+        paintStrips(painter, cell, bars);
+        break;
+    case 1:
+        paintPercentColumns(painter, cell, bars);
+        break;
+    case 2:
+        paintCounts(painter, cell, bars, option.font);
+        break;
+    case 3:
+        paintTwoPercents(painter, cell, bars);
+        break;
+    default:
+        break;
     }
 }
 

@@ -19,7 +19,8 @@ class fmTreeViewItemDelegate : public QItemDelegate
 public:
     explicit fmTreeViewItemDelegate(QWidget* parent = nullptr);
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
     // All rows equally high: the small font size + 8 wide, + 9 high, whatever the cell holds.
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
@@ -39,7 +40,8 @@ protected:
     QRect textLayoutBounds(const QStyleOptionViewItem& option) const;
     // One layout pass of TextLayout: widest natural line and the sum of the line heights.
     QSizeF doTextLayout(int lineWidth) const;
-    void drawBackground(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;
+    void drawBackground(QPainter* painter, const QStyleOptionViewItem& option,
+                        const QModelIndex& index) const;
     void drawShading(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;
 
 private:

@@ -14,7 +14,10 @@ constexpr QRgb kCanvas = 0xFF808080; // what the image holds before the delegate
 constexpr QRgb kLeftLine = 0xFFEEEEEE;
 
 // Colour of item i in a graph; distinct per item so a pixel tells which item painted it.
-QRgb itemColor(int i) { return qRgb(0x40, (i + 1) & 0xFF, ((i + 1) >> 8) * 16 + 1); }
+QRgb itemColor(int i)
+{
+    return qRgb(0x40, (i + 1) & 0xFF, ((i + 1) >> 8) * 16 + 1);
+}
 
 using Roles = QList<QPair<int, QVariant>>;
 
@@ -22,7 +25,8 @@ using Roles = QList<QPair<int, QVariant>>;
 QImage paintCell(int w, int h, const Roles& roles, QStyle::State state = QStyle::State_Enabled)
 {
     QStandardItemModel model(1, 1);
-    for (const auto& [role, value] : roles) model.setData(model.index(0, 0), value, role);
+    for (const auto& [role, value] : roles)
+        model.setData(model.index(0, 0), value, role);
     fmTreeViewItemDelegate delegate;
     QImage image(w, h, QImage::Format_ARGB32);
     image.fill(kCanvas);
@@ -41,7 +45,8 @@ QVariant bars(int mode, const QList<unsigned long long>& values, int count)
     auto b = std::make_unique<fmtvBGbars>();
     b->Mode = mode;
     b->Count = count;
-    for (int i = 0; i < values.size(); ++i) b->Values[i] = values[i];
+    for (int i = 0; i < values.size(); ++i)
+        b->Values[i] = values[i];
     return QVariant::fromValue(*b);
 }
 
@@ -49,7 +54,8 @@ QVariant bars(int mode, const QList<unsigned long long>& values, int count)
 int runFromTop(const QImage& image, int x, QRgb color)
 {
     int n = 0;
-    while (n < image.height() && image.pixel(x, n) == color) ++n;
+    while (n < image.height() && image.pixel(x, n) == color)
+        ++n;
     return n;
 }
 
@@ -116,10 +122,12 @@ void tst_fmtreeviewdelegate::stripLayouts_data()
     QTest::newRow("2 lines an item") << 7 << QList<int>{5, 1, 0, 5, 2, 1, 5, 13, 6, 5, 14, -1};
     QTest::newRow("1 line an item") << 15 << QList<int>{5, 0, 0, 5, 14, 14, 5, 15, -1};
     QTest::newRow("two a line") << 29 << QList<int>{7, 0, 0, 8, 0, 1, 19, 0, 1, 7, 14, 28, 8, 14, -1};
-    QTest::newRow("three a line") << 40 << QList<int>{1, 0, -1, 2, 0, 0, 6, 0, 1, 13, 0, 2, 14, 0, -1, 2, 13, 39};
-    QTest::newRow("four a line") << 55 << QList<int>{1, 0, -1, 2, 0, 0, 5, 0, 1, 13, 0, 3, 14, 0, -1, 2, 13, 52, 11, 13, -1};
-    QTest::newRow("seven a line")
-        << 100 << QList<int>{1, 0, 0, 13, 0, 6, 14, 0, 6, 15, 0, -1, 1, 14, 98, 3, 14, 99, 5, 14, -1};
+    QTest::newRow("three a line") << 40
+                                  << QList<int>{1, 0, -1, 2, 0, 0, 6, 0, 1, 13, 0, 2, 14, 0, -1, 2, 13, 39};
+    QTest::newRow("four a line") << 55 << QList<int>{1, 0,  -1, 2,  0, 0,  5,  0,  1,  13, 0,
+                                                     3, 14, 0,  -1, 2, 13, 52, 11, 13, -1};
+    QTest::newRow("seven a line") << 100 << QList<int>{1,  0, 0,  13, 0, 6,  14, 0, 6,  15, 0,
+                                                       -1, 1, 14, 98, 3, 14, 99, 5, 14, -1};
     QTest::newRow("more than 7h is cut at h lines") << 200 << QList<int>{14, 14, 104, 1, 15, -1};
 }
 
@@ -128,7 +136,8 @@ void tst_fmtreeviewdelegate::stripLayouts()
     QFETCH(int, count);
     QFETCH(QList<int>, probe);
     QList<unsigned long long> values;
-    for (int i = 0; i < count; ++i) values << (0xFF000000u | itemColor(i));
+    for (int i = 0; i < count; ++i)
+        values << (0xFF000000u | itemColor(i));
     const QImage image = paintCell(20, 16, {{fmtvRole::BGbars, bars(0, values, count)}});
     for (int k = 0; k + 2 < probe.size(); k += 3) {
         const QRgb expected = probe[k + 2] < 0 ? kCanvas : itemColor(probe[k + 2]);
@@ -159,9 +168,10 @@ void tst_fmtreeviewdelegate::twoPercents()
     QFETCH(int, second);
     QFETCH(int, a);
     QFETCH(int, b);
-    const QImage image = paintCell(
-        20, 15,
-        {{fmtvRole::BGbars, bars(3, {quint64(first), quint64(second), 0xFFFF0000, 0xFF00FF00, 0xFF0000FF}, 5)}});
+    const QImage image =
+        paintCell(20, 15,
+                  {{fmtvRole::BGbars,
+                    bars(3, {quint64(first), quint64(second), 0xFFFF0000, 0xFF00FF00, 0xFF0000FF}, 5)}});
     for (int x : {1, 13}) {
         for (int y = 0; y < 15; ++y) {
             const QRgb expected = y < a ? 0xFFFF0000 : y < a + b ? 0xFF00FF00 : 0xFF0000FF;
@@ -190,7 +200,8 @@ void tst_fmtreeviewdelegate::mixedColumns()
     QFETCH(QRgb, mix);
     QFETCH(QList<int>, bounds);
     QList<unsigned long long> values;
-    for (int i = 0; i < count; ++i) values << (i % 2 ? 80 : 20) << 0xFFC80000 << 0xFF0000FF;
+    for (int i = 0; i < count; ++i)
+        values << (i % 2 ? 80 : 20) << 0xFFC80000 << 0xFF0000FF;
     const QImage image = paintCell(20, 15, {{fmtvRole::BGbars, bars(1, values, count)}});
     for (int y = 0; y < 15; ++y) {
         const QRgb expected = y < bounds[0] ? 0xFFC80000 : y < bounds[1] ? mix : 0xFF0000FF;
@@ -222,7 +233,8 @@ void tst_fmtreeviewdelegate::emptyAndInvalidGraphs()
                                     {Qt::BackgroundRole, QBrush(Qt::yellow)}});
     for (int y = 0; y < height; ++y) {
         QCOMPARE(image.pixel(0, y), kLeftLine);
-        for (int x = 1; x < 20; ++x) QCOMPARE(image.pixel(x, y), kCanvas);
+        for (int x = 1; x < 20; ++x)
+            QCOMPARE(image.pixel(x, y), kCanvas);
     }
 }
 
@@ -234,7 +246,8 @@ void tst_fmtreeviewdelegate::cellLines_data()
     QTest::addColumn<QRgb>("top");
     QTest::newRow("no answers") << Roles{} << kLeftLine << kCanvas;
     QTest::newRow("left red") << Roles{{fmtvRole::TopLineColor, QColor(Qt::red)}} << 0xFFFF0000u << kCanvas;
-    QTest::newRow("left suppressed") << Roles{{fmtvRole::TopLineColor, QColor(0, 0, 0, 0)}} << kCanvas << kCanvas;
+    QTest::newRow("left suppressed") << Roles{{fmtvRole::TopLineColor, QColor(0, 0, 0, 0)}} << kCanvas
+                                     << kCanvas;
     QTest::newRow("top green") << Roles{{fmtvRole::BottomLineColor, QColor(Qt::green)}} << kLeftLine
                                << 0xFF00FF00u;
     QTest::newRow("top alpha 0") << Roles{{fmtvRole::BottomLineColor, QColor(0, 255, 0, 0)}} << kLeftLine
@@ -322,8 +335,9 @@ void tst_fmtreeviewdelegate::shading()
 {
     QFETCH(uint, flags);
     QFETCH(int, rightGrey);
-    const QImage image = paintCell(
-        20, 15, {{fmtvRole::Shading, QVariant::fromValue(fmtvShading{flags})}, {Qt::BackgroundRole, QBrush(Qt::white)}});
+    const QImage image = paintCell(20, 15,
+                                   {{fmtvRole::Shading, QVariant::fromValue(fmtvShading{flags})},
+                                    {Qt::BackgroundRole, QBrush(Qt::white)}});
     QVERIFY(qAbs(qRed(image.pixel(19, 5)) - rightGrey) <= 1);
     QCOMPARE(image.pixel(1, 5), 0xFFFFFFFFu); // white over white
     QVERIFY(qRed(image.pixel(0, 5)) <= 0xEE);
