@@ -4,6 +4,7 @@
 #include "foundation/fmprocess.h"
 #include "historydb/fmhistorydb.h"
 #include "widgets/fmmessagebox.h"
+#include "widgets/fmstyle.h"
 
 #include <QApplication>
 #include <QPixmap>
@@ -40,6 +41,7 @@ int main(int argc, char** argv)
     g_showBox = __FMSDK::MessageBoxHook;
     __FMSDK::MessageBoxHook = showLogBox;
     __FM::SplashMessageHook = showSplashMessage;
+    __FM::InstallStyleHook = fmInstallStyle;
 
     // One instance per machine: a second start ends at once, without a word.
     if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr)) {
