@@ -182,7 +182,7 @@ void tst_fmClientsTreeModel::endText_data()
     QTest::newRow("user 28800 min") << 7 << 1 << 0 << 8 << 28800 << 0 << "bob (20.0d)";
     QTest::newRow("user 28801 min") << 7 << 1 << 0 << 8 << 28801 << 0 << "bob (20d+)";
     QTest::newRow("cpu 8 cores") << 4 << 3 << 128 << 8 << 0 << 0 << "4.0/ 8";
-    QTest::newRow("cpu 9 cores") << 4 << 3 << 255 << 9 << 0 << 0 << "9.0/ 9";
+    QTest::newRow("cpu 9 cores") << 4 << 3 << 253 << 9 << 0 << 0 << "8.9/ 9";
     QTest::newRow("cpu 16 cores") << 4 << 3 << 128 << 16 << 0 << 0 << "8/16";
     QTest::newRow("cpu no value") << 4 << 3 << 254 << 16 << 0 << 0 << "16";
     QTest::newRow("cpu zero") << 4 << 3 << 0 << 8 << 0 << 0 << "8";
