@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <initializer_list>
 
 using fmC::MaxClientGroups;
 using fmC::MaxClients;
@@ -30,53 +31,64 @@ constexpr int MaxGroupBarJobs = 42;
 constexpr unsigned long long Green = 0xFF00CC00ull;
 constexpr unsigned long long Orange = 0xFFDD8822ull;
 
-QString degrees(int celsius) { return QString::number(celsius) + QChar(0xB0) + QLatin1Char('C'); }
+QString degrees(int celsius)
+{
+    return QString::number(celsius) + QChar(0xB0) + QLatin1Char('C');
+}
 
-QString gb(double megabytes, int decimals) { return QString::number(megabytes / 1024.0, 'f', decimals); }
+QString gb(double megabytes, int decimals)
+{
+    return QString::number(megabytes / 1024.0, 'f', decimals);
+}
 
 const fmC::_ClientStatusThread& threadOf(const fmC::_Client& c, int thread)
 {
     return c.Status.Thread[std::clamp(thread, 0, fmC::MaxClientThreads - 1)];
 }
 
+bool among(int value, std::initializer_list<int> set)
+{
+    return std::find(set.begin(), set.end(), value) != set.end();
+}
+
 // Colour of a thread's state in the cells of an end node. `marked`: the client works on a job
 // that is selected in the jobs tree (its own Selected flag, set by the jobs model).
 QRgb statusColor(int status, bool marked)
 {
-    switch (status) {
-    case 0: return 0xFFAAAAAA;
-    case 2: case 7: case 12: case 13: case 15: case 26: case 27: return 0xFFDD8822;
-    case 3: case 5: case 8: return marked ? 0xFF00DD00 : 0xFF88BB00;
-    case 6: case 10: case 11: return 0xFFFF0000;
-    default: return 0xFF000000;
-    }
+    if (status == 0) return 0xFFAAAAAA;
+    if (among(status, {2, 7, 12, 13, 15, 26, 27})) return 0xFFDD8822;
+    if (among(status, {3, 5, 8})) return marked ? 0xFF00DD00 : 0xFF88BB00;
+    if (among(status, {6, 10, 11})) return 0xFFFF0000;
+    return 0xFF000000;
+}
+
+bool disabledState(int status)
+{
+    return among(status, {2, 7, 12, 15, 17}) || (status >= 24 && status <= 27);
 }
 
 // Colour of one client in a group's state strip; a wider table than that of the end nodes.
 QRgb groupStripColor(int status, bool marked)
 {
-    switch (status) {
-    case 0: return 0xFF999999;
-    case 2: case 7: case 12: case 15: case 17: case 24: case 25: case 26: case 27: return 0xFFDD8822;
-    case 3: case 4: case 5: case 8: case 16: case 18: case 19: case 20: case 21: case 22: case 23:
+    if (status == 0) return 0xFF999999;
+    if (disabledState(status)) return 0xFFDD8822;
+    if (among(status, {3, 4, 5, 8, 16}) || (status >= 18 && status <= 23))
         return marked ? 0xFF00DD00 : 0xFF88BB00;
-    case 6: case 9: case 10: case 11: case 13: case 14: return 0xFFFF0000;
-    default: return 0xFF000000;
-    }
+    if (among(status, {6, 9, 10, 11, 13, 14})) return 0xFFFF0000;
+    return 0xFF000000;
 }
 
 enum class FooterClass { None, Render, Disabled, Free };
 
+// The footer's classes: status 0 counts nowhere, unknown codes count as free.
 FooterClass footerClass(int status)
 {
-    switch (status) {
-    case 0: return FooterClass::None;
-    case 3: case 4: case 5: case 6: case 8: case 9: case 10: case 11: case 13: case 14: case 16:
-    case 18: case 19: case 20: case 21: case 22: case 23:
+    if (status == 0) return FooterClass::None;
+    if ((status >= 3 && status <= 6) || (status >= 8 && status <= 11) || among(status, {13, 14, 16}) ||
+        (status >= 18 && status <= 23))
         return FooterClass::Render;
-    case 2: case 7: case 12: case 15: case 17: case 24: case 25: case 26: case 27: return FooterClass::Disabled;
-    default: return FooterClass::Free;
-    }
+    if (disabledState(status)) return FooterClass::Disabled;
+    return FooterClass::Free;
 }
 
 // A client worked on a job when the job's history record counts frames done by it: entry k of
@@ -102,9 +114,15 @@ int honestPercent(int part, int whole)
 }
 
 // A CPU value of 0..255 as a bar percent: truncated (value / 2.55 + 1.275) - 1, so 255 gives 100.
-int cpuPercent(int value) { return std::clamp(int(value / 2.55 + 1.275) - 1, 0, 100); }
+int cpuPercent(int value)
+{
+    return std::clamp(int(value / 2.55 + 1.275) - 1, 0, 100);
+}
 
-bool validCpu(int value) { return value >= 1 && value <= 253; }
+bool validCpu(int value)
+{
+    return value >= 1 && value <= 253;
+}
 
 // The jobs whose rows are "selected" for the bars: the job list's Selection (built by
 // CreateSelectionList from the sorted list), or with `all` the whole sorted list.
@@ -150,7 +168,10 @@ void setMode3(fmtvBGbars& bars, int p1, int p2, unsigned long long c1, unsigned 
     bars.Values[4] = c3;
 }
 
-QBrush brush(QRgb argb) { return QBrush(QColor::fromRgba(argb)); }
+QBrush brush(QRgb argb)
+{
+    return QBrush(QColor::fromRgba(argb));
+}
 
 } // namespace
 
@@ -170,7 +191,8 @@ fmuiTreeViewClientsNode::~fmuiTreeViewClientsNode()
 {
     // Nodes that went through the deletion list have no children left; a live tree is torn down
     // from its root by the model's destructor.
-    for (fmuiTreeViewNode* child : std::as_const(Children)) delete child;
+    for (fmuiTreeViewNode* child : std::as_const(Children))
+        delete child;
     Children.clear();
     deleteDataNode();
 }
@@ -211,7 +233,10 @@ fmuiTreeViewClientsModel::~fmuiTreeViewClientsModel()
     Root = nullptr;
 }
 
-int fmuiTreeViewClientsModel::columnCount(const QModelIndex&) const { return ColumnCount; }
+int fmuiTreeViewClientsModel::columnCount(const QModelIndex&) const
+{
+    return ColumnCount;
+}
 
 QVariant fmuiTreeViewClientsModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
@@ -227,9 +252,16 @@ QVariant fmuiTreeViewClientsModel::headerData(int section, Qt::Orientation orien
 Qt::Alignment fmuiTreeViewClientsModel::columnAlignment(int column) const
 {
     switch (column) {
-    case 4: case 9: case 10: case 11: case 12: return Qt::AlignRight | Qt::AlignVCenter;
-    case 5: return (Simple ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
-    default: return Qt::AlignLeft | Qt::AlignVCenter;
+    case 4:
+    case 9:
+    case 10:
+    case 11:
+    case 12:
+        return Qt::AlignRight | Qt::AlignVCenter;
+    case 5:
+        return (Simple ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
+    default:
+        return Qt::AlignLeft | Qt::AlignVCenter;
     }
 }
 
@@ -297,8 +329,7 @@ QVariant fmuiTreeViewClientsModel::groupData(const fmuiTreeViewNode* node, int g
     const fmC::_ClientList& list = *App.ClientList;
     switch (role) {
     case Qt::DisplayRole: {
-        if (col == 0)
-            return App.ClientGroups ? App.ClientGroups->Group[group].Name.toQString() : QString();
+        if (col == 0) return App.ClientGroups ? App.ClientGroups->Group[group].Name.toQString() : QString();
         if (col != 5 && col != 9 && (col < 10 || col > 12)) return QVariant();
         if (Simple && (col == 5 || col == 9)) return QVariant();
         int clients[MaxClients];
@@ -308,19 +339,26 @@ QVariant fmuiTreeViewClientsModel::groupData(const fmuiTreeViewNode* node, int g
         int minAvail = INT_MAX, maxTemp = INT_MIN, minMem = INT_MAX;
         for (int i = 0; i < n; ++i) {
             const fmC::_Client& c = list.Clients[clients[i]];
-            if (c.Status.Thread[0].Status == fmC::csRendering) minAvail = std::min(minAvail, c.Status.AvailableMemory);
+            if (c.Status.Thread[0].Status == fmC::csRendering)
+                minAvail = std::min(minAvail, c.Status.AvailableMemory);
             maxTemp = std::max(maxTemp, int(c.Status.Temperature));
             minMem = std::min(minMem, c.Hardware.Memory);
             cores += c.Hardware.Cores;
             mhz += c.Hardware.MHz;
         }
         switch (col) {
-        case 5: return minAvail == INT_MAX ? QVariant() : QVariant(gb(minAvail, 1));
-        case 9: return maxTemp < 1 ? QVariant() : QVariant(degrees(maxTemp));
-        case 10: return gb(minMem, 0);
-        case 11: return QString::number(cores);
-        case 12: return QString::number(mhz);
-        default: return QVariant();
+        case 5:
+            return minAvail == INT_MAX ? QVariant() : QVariant(gb(minAvail, 1));
+        case 9:
+            return maxTemp < 1 ? QVariant() : QVariant(degrees(maxTemp));
+        case 10:
+            return gb(minMem, 0);
+        case 11:
+            return QString::number(cores);
+        case 12:
+            return QString::number(mhz);
+        default:
+            return QVariant();
         }
     }
     case Qt::BackgroundRole: {
@@ -352,10 +390,12 @@ QVariant fmuiTreeViewClientsModel::groupData(const fmuiTreeViewNode* node, int g
         if (col == 2 && !Simple) {
             fmtvBGbars bars;
             bars.Mode = 0;
-            bars.Name = QStringLiteral("Clients col 2 GroupMain ") + App.ClientGroups->Group[group].Name.toQString();
+            bars.Name =
+                QStringLiteral("Clients col 2 GroupMain ") + App.ClientGroups->Group[group].Name.toQString();
             for (const fmuiTreeViewNode* child : node->Children) {
                 if (bars.Count >= fmtvBGbars::MaxValues) break;
-                const auto* cd = child ? static_cast<const fmuiTreeViewClientsNodeData*>(child->Data) : nullptr;
+                const auto* cd =
+                    child ? static_cast<const fmuiTreeViewClientsNodeData*>(child->Data) : nullptr;
                 if (!cd || cd->Index >= MaxClients) continue;
                 const fmC::_Client& c = list.Clients[cd->Index];
                 bars.Values[bars.Count++] = groupStripColor(threadOf(c, cd->Thread).Status, c.Selected != 0);
@@ -363,7 +403,8 @@ QVariant fmuiTreeViewClientsModel::groupData(const fmuiTreeViewNode* node, int g
             return QVariant::fromValue(bars);
         }
         return QVariant();
-    default: return QVariant();
+    default:
+        return QVariant();
     }
 }
 
@@ -404,7 +445,8 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
         if (thread > 0 && (col == 0 || col >= 6)) return QVariant();
         const int cores = c.Hardware.Cores;
         switch (col) {
-        case 0: return c.Status.Name.toQString();
+        case 0:
+            return c.Status.Name.toQString();
         case 2: {
             const long long s = renderSeconds(client);
             if (s < 1) return QVariant();
@@ -419,7 +461,8 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
         case 5:
             if (t.Status == 0) return QVariant();
             return gb(c.Status.AvailableMemory, 1);
-        case 6: return c.Hardware.OSasString();
+        case 6:
+            return c.Hardware.OSasString();
         case 7: {
             const QString user = c.Status.UserName.toQString();
             if (user.isEmpty()) return QVariant();
@@ -429,13 +472,20 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
             if (minutes < 28801) return QStringLiteral("%1 (%2d)").arg(user).arg(minutes / 1440.0, 0, 'f', 1);
             return QStringLiteral("%1 (20d+)").arg(user);
         }
-        case 8: return QStringLiteral("v%1").arg(c.Status.Version.toQString());
-        case 9: return c.Status.Temperature < 1 ? QVariant() : QVariant(degrees(c.Status.Temperature));
-        case 10: return gb(c.Hardware.Memory, 0);
-        case 11: return QString::number(cores);
-        case 12: return QStringLiteral("%1 / %2").arg(c.Hardware.MHz).arg(double(c.Hardware.Speed), 0, 'f', 1);
-        case 13: return c.CustomInfo.toQString();
-        default: return QVariant();
+        case 8:
+            return QStringLiteral("v%1").arg(c.Status.Version.toQString());
+        case 9:
+            return c.Status.Temperature < 1 ? QVariant() : QVariant(degrees(c.Status.Temperature));
+        case 10:
+            return gb(c.Hardware.Memory, 0);
+        case 11:
+            return QString::number(cores);
+        case 12:
+            return QStringLiteral("%1 / %2").arg(c.Hardware.MHz).arg(double(c.Hardware.Speed), 0, 'f', 1);
+        case 13:
+            return c.CustomInfo.toQString();
+        default:
+            return QVariant();
         }
     }
     case Qt::BackgroundRole:
@@ -486,7 +536,8 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
         }
         return QVariant::fromValue(bars);
     }
-    default: return QVariant();
+    default:
+        return QVariant();
     }
 }
 
@@ -496,10 +547,12 @@ void fmuiTreeViewClientsModel::CreateClientTree()
     NodeLock.lockForWrite();
     executeDeleteLater();
 
-    for (fmuiTreeViewNode* group : std::as_const(Root->Children)) deleteAllChildren(group);
+    for (fmuiTreeViewNode* group : std::as_const(Root->Children))
+        deleteAllChildren(group);
 
     const int groups = App.ClientGroups ? std::clamp<int>(App.ClientGroups->Count, 0, MaxClientGroups) : 0;
-    while (Root->Children.size() > groups) deleteChildrenNr(Root, int(Root->Children.size()) - 1);
+    while (Root->Children.size() > groups)
+        deleteChildrenNr(Root, int(Root->Children.size()) - 1);
     while (Root->Children.size() < groups) {
         const auto row = static_cast<unsigned long long>(Root->Children.size());
         Root->Children.append(new fmuiTreeViewClientsNode(App, fmuiTreeViewNode::FirstLevel, row, 0,
@@ -549,7 +602,8 @@ void fmuiTreeViewClientsModel::ClearSelectionAll(bool all, QString reason)
 {
     fmuiTreeViewModel::ClearSelectionAll(all, reason);
     if (!all || !App.ClientList) return;
-    for (fmC::_Client& c : App.ClientList->Clients) c.Selected = 0;
+    for (fmC::_Client& c : App.ClientList->Clients)
+        c.Selected = 0;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -560,14 +614,26 @@ fmuiTreeViewClientsModelFooter::fmuiTreeViewClientsModelFooter(__FM& app, fmTree
 {
 }
 
-QModelIndex fmuiTreeViewClientsModelFooter::index(int, int, const QModelIndex&) const { return QModelIndex(); }
-QModelIndex fmuiTreeViewClientsModelFooter::parent(const QModelIndex&) const { return QModelIndex(); }
-int fmuiTreeViewClientsModelFooter::rowCount(const QModelIndex&) const { return 0; }
+QModelIndex fmuiTreeViewClientsModelFooter::index(int, int, const QModelIndex&) const
+{
+    return QModelIndex();
+}
+QModelIndex fmuiTreeViewClientsModelFooter::parent(const QModelIndex&) const
+{
+    return QModelIndex();
+}
+int fmuiTreeViewClientsModelFooter::rowCount(const QModelIndex&) const
+{
+    return 0;
+}
 int fmuiTreeViewClientsModelFooter::columnCount(const QModelIndex&) const
 {
     return fmuiTreeViewClientsModel::ColumnCount;
 }
-QVariant fmuiTreeViewClientsModelFooter::data(const QModelIndex&, int) const { return QVariant(); }
+QVariant fmuiTreeViewClientsModelFooter::data(const QModelIndex&, int) const
+{
+    return QVariant();
+}
 
 QVariant fmuiTreeViewClientsModelFooter::headerData(int section, Qt::Orientation orientation, int role) const
 {
@@ -577,10 +643,17 @@ QVariant fmuiTreeViewClientsModelFooter::headerData(int section, Qt::Orientation
         int render = 0, disabled = 0, free = 0;
         for (int i = 0; i < list.count(); ++i) {
             switch (footerClass(list.Clients[i].Status.Thread[0].Status)) {
-            case FooterClass::Render: ++render; break;
-            case FooterClass::Disabled: ++disabled; break;
-            case FooterClass::Free: ++free; break;
-            case FooterClass::None: break;
+            case FooterClass::Render:
+                ++render;
+                break;
+            case FooterClass::Disabled:
+                ++disabled;
+                break;
+            case FooterClass::Free:
+                ++free;
+                break;
+            case FooterClass::None:
+                break;
             }
         }
         return QStringLiteral("%1 render  %2 disabled  %3 free").arg(render).arg(disabled).arg(free);
@@ -603,12 +676,17 @@ QVariant fmuiTreeViewClientsModelFooter::headerData(int section, Qt::Orientation
         speed += double(h.Speed);
     }
     switch (section) {
-    case 0: return QStringLiteral("%1 / %2 selected").arg(selected).arg(shown);
-    case 10: return selected == 0 ? QVariant() : QVariant(gb(double(memory) / selected, 1));
-    case 11: return selected == 0 ? QVariant() : QVariant(QString::number(cores));
+    case 0:
+        return QStringLiteral("%1 / %2 selected").arg(selected).arg(shown);
+    case 10:
+        return selected == 0 ? QVariant() : QVariant(gb(double(memory) / selected, 1));
+    case 11:
+        return selected == 0 ? QVariant() : QVariant(QString::number(cores));
     case 12:
-        return selected == 0 ? QVariant() : QVariant(QStringLiteral("%1 / %2").arg(mhz).arg(speed, 0, 'f', 1));
-    default: return QVariant();
+        return selected == 0 ? QVariant()
+                             : QVariant(QStringLiteral("%1 / %2").arg(mhz).arg(speed, 0, 'f', 1));
+    default:
+        return QVariant();
     }
 }
 
@@ -635,15 +713,17 @@ void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& a
 
     auto* selection = new fmuiTreeViewSelectionModel(model, app, parent);
     view->setSelectionModel(selection);
-    QObject::connect(model, &fmuiTreeViewModel::updateFooter, footer, &fmuiTreeViewClientsModelFooter::pleaseUpdate);
+    QObject::connect(model, &fmuiTreeViewModel::updateFooter, footer,
+                     &fmuiTreeViewClientsModelFooter::pleaseUpdate);
     QObject::connect(selection, &fmuiTreeViewSelectionModel::SelectionUpdated, footer,
                      &fmuiTreeViewClientsModelFooter::pleaseUpdate);
     QObject::connect(tree->header(), &QHeaderView::sortIndicatorChanged, model,
                      &fmuiTreeViewClientsModel::QHeaderView_sortIndicatorChanged);
 
-    static const int widths[][2] = {{0, 100}, {1, 30}, {2, 50}, {4, 33}, {5, 30}, {6, 25}, {7, 50},
+    static const int widths[][2] = {{0, 100}, {1, 30}, {2, 50},  {4, 33},  {5, 30},  {6, 25}, {7, 50},
                                     {8, 50},  {9, 30}, {10, 30}, {11, 30}, {12, 50}, {13, 75}};
-    for (const auto& w : widths) view->setColumnWidth(w[0], w[1]);
+    for (const auto& w : widths)
+        view->setColumnWidth(w[0], w[1]);
     view->hideColumn(3);
 
     tree->header()->moveSection(1, 0);
@@ -651,11 +731,13 @@ void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& a
     tree->setIndentation(10);
 
     if (model->Simple)
-        for (int c : {2, 3, 4, 5, 7, 8, 9}) view->hideColumn(c);
+        for (int c : {2, 3, 4, 5, 7, 8, 9})
+            view->hideColumn(c);
     if (single) {
         view->hideColumn(1);
         if (!showTime) view->hideColumn(2);
-        for (int c : {3, 4, 5, 7, 8, 9}) view->hideColumn(c);
+        for (int c : {3, 4, 5, 7, 8, 9})
+            view->hideColumn(c);
         view->setColumnWidth(0, 110);
     }
     view->hideColumn(7);

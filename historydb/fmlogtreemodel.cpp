@@ -13,32 +13,41 @@ namespace {
 constexpr int LogColumns = 2;
 }
 
-fmuiTreeViewLogNode::fmuiTreeViewLogNode(Type type, fmuiTreeViewLogNode* parent, const int& id, const QString& name,
-                                         int size)
+fmuiTreeViewLogNode::fmuiTreeViewLogNode(Type type, fmuiTreeViewLogNode* parent, const int& id,
+                                         const QString& name, int size)
     : Parent(parent), ID(id), NodeType(type), Name(name), Size(size)
 {
 }
 
-fmuiTreeViewLogNode::~fmuiTreeViewLogNode() { qDeleteAll(Children); }
+fmuiTreeViewLogNode::~fmuiTreeViewLogNode()
+{
+    qDeleteAll(Children);
+}
 
 fmuiTreeViewLogModel::fmuiTreeViewLogModel(QTreeView*& view, QObject* parent)
     : QAbstractItemModel(parent),
-      RootNode(new fmuiTreeViewLogNode(fmuiTreeViewLogNode::Root, nullptr, 0, QStringLiteral("root"), 0)), View(view)
+      RootNode(new fmuiTreeViewLogNode(fmuiTreeViewLogNode::Root, nullptr, 0, QStringLiteral("root"), 0)),
+      View(view)
 {
 }
 
-fmuiTreeViewLogModel::~fmuiTreeViewLogModel() { delete RootNode; }
+fmuiTreeViewLogModel::~fmuiTreeViewLogModel()
+{
+    delete RootNode;
+}
 
 fmuiTreeViewLogNode* fmuiTreeViewLogModel::nodeFromIndex(const QModelIndex& index) const
 {
-    if (index.isValid() && index.model() == this) return static_cast<fmuiTreeViewLogNode*>(index.internalPointer());
+    if (index.isValid() && index.model() == this)
+        return static_cast<fmuiTreeViewLogNode*>(index.internalPointer());
     return RootNode;
 }
 
 QModelIndex fmuiTreeViewLogModel::index(int row, int column, const QModelIndex& parent) const
 {
     const fmuiTreeViewLogNode* p = nodeFromIndex(parent);
-    if (!p || row < 0 || column < 0 || column >= LogColumns || row >= p->Children.size()) return QModelIndex();
+    if (!p || row < 0 || column < 0 || column >= LogColumns || row >= p->Children.size())
+        return QModelIndex();
     return createIndex(row, column, p->Children[row]);
 }
 
@@ -64,7 +73,10 @@ int fmuiTreeViewLogModel::rowCount(const QModelIndex& parent) const
     return node ? int(node->Children.size()) : 0;
 }
 
-int fmuiTreeViewLogModel::columnCount(const QModelIndex&) const { return LogColumns; }
+int fmuiTreeViewLogModel::columnCount(const QModelIndex&) const
+{
+    return LogColumns;
+}
 
 QVariant fmuiTreeViewLogModel::data(const QModelIndex& index, int role) const
 {
@@ -101,7 +113,8 @@ void fmuiTreeViewLogModel::CreateLogTree(__FM&, fmJ::_jobsHistoryDB* job)
         const int logs = std::clamp<int>(logCount, 0, int(std::size(job->Log)));
         const int errors = std::clamp<int>(errorCount, 0, int(std::size(job->Errors)));
         auto add = [this](const QString& name, int size) {
-            RootNode->Children.append(new fmuiTreeViewLogNode(fmuiTreeViewLogNode::Page, RootNode, 1, name, size));
+            RootNode->Children.append(
+                new fmuiTreeViewLogNode(fmuiTreeViewLogNode::Page, RootNode, 1, name, size));
         };
         add(QStringLiteral("Job Log"), logs);
         add(QStringLiteral("Errors"), errors);

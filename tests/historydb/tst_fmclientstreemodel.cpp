@@ -15,7 +15,6 @@
 
 using namespace fmC;
 
-
 class tst_fmClientsTreeModel : public QObject
 {
     Q_OBJECT
@@ -55,7 +54,8 @@ void tst_fmClientsTreeModel::initTestCase()
 
 void tst_fmClientsTreeModel::init()
 {
-    for (_Client& c : list().Clients) c.clear();
+    for (_Client& c : list().Clients)
+        c.clear();
     list().clear();
     list().SortID = 1;
     list().SortOrder = Qt::AscendingOrder;
@@ -82,7 +82,8 @@ void tst_fmClientsTreeModel::addGroup(const QString& name, const QList<int>& cli
 {
     _ClientGroup* g = FM.ClientGroups->addGroup(name);
     QVERIFY(g);
-    for (int c : clients) g->Place[c].Assigned = true;
+    for (int c : clients)
+        g->Place[c].Assigned = true;
 }
 
 QModelIndex tst_fmClientsTreeModel::endIndex(fmuiTreeViewClientsModel& m, int client, int col)
@@ -117,7 +118,8 @@ void tst_fmClientsTreeModel::treeShape()
     QFETCH(bool, descending);
     QFETCH(bool, hideLinux);
     QFETCH(QString, expected);
-    for (const char* n : {"a", "b", "c", "d"}) addClient(QString::fromLatin1(n));
+    for (const char* n : {"a", "b", "c", "d"})
+        addClient(QString::fromLatin1(n));
     list().Clients[2].Hardware.OS = 2;
     if (groups > 0) addGroup(QStringLiteral("G0"), {0, 2});
     if (groups > 1) addGroup(QStringLiteral("G1"), {1, 2, 3});
@@ -133,7 +135,8 @@ void tst_fmClientsTreeModel::treeShape()
     for (int g = 0; g < m.rowCount(); ++g) {
         const QModelIndex gi = m.index(g, 0);
         QStringList names;
-        for (int r = 0; r < m.rowCount(gi); ++r) names << m.data(m.index(r, 0, gi)).toString();
+        for (int r = 0; r < m.rowCount(gi); ++r)
+            names << m.data(m.index(r, 0, gi)).toString();
         shape << m.data(gi).toString() + QLatin1Char(':') + names.join(QLatin1Char(','));
     }
     QCOMPARE(shape.join(QLatin1Char('|')), expected);
@@ -224,8 +227,10 @@ void tst_fmClientsTreeModel::statusColors_data()
     QTest::newRow("idle") << 1 << 0xFF000000u << 0xFF000000u;
     for (int s : {2, 7, 12, 13, 15, 26, 27})
         QTest::addRow("disabled %d", s) << s << 0xFFDD8822u << 0xFFDD8822u;
-    for (int s : {3, 5, 8}) QTest::addRow("rendering %d", s) << s << 0xFF88BB00u << 0xFF00DD00u;
-    for (int s : {6, 10, 11}) QTest::addRow("failed %d", s) << s << 0xFFFF0000u << 0xFFFF0000u;
+    for (int s : {3, 5, 8})
+        QTest::addRow("rendering %d", s) << s << 0xFF88BB00u << 0xFF00DD00u;
+    for (int s : {6, 10, 11})
+        QTest::addRow("failed %d", s) << s << 0xFFFF0000u << 0xFFFF0000u;
     QTest::newRow("unknown 28") << 28 << 0xFF000000u << 0xFF000000u;
 }
 
@@ -327,7 +332,8 @@ void tst_fmClientsTreeModel::groupAssignmentBar()
         QVERIFY(job);
         job->Selected = 1;
         job->AverageFrameTime = 30;
-        for (int k = 0; k < worked; ++k) job->ClientStats[k].FramesDone = 10;
+        for (int k = 0; k < worked; ++k)
+            job->ClientStats[k].FramesDone = 10;
         job->ClientStats[clients - 1].FramesDone = worked < clients ? -7 : 10;
     }
     jobList->CreateSelectionList();
@@ -355,7 +361,8 @@ void tst_fmClientsTreeModel::footer_data()
     QTest::addColumn<QList<int>>("selected");
     QTest::addColumn<QStringList>("expected"); // columns 0, 2, 10, 11, 12
     QTest::newRow("none selected") << QList<int>{0, 1, 3, 2, 28} << QList<int>{}
-                                   << QStringList{"0 / 5 selected", "1 render  1 disabled  2 free", "", "", ""};
+                                   << QStringList{"0 / 5 selected", "1 render  1 disabled  2 free", "", "",
+                                                  ""};
     QTest::newRow("classes") << QList<int>{6, 9, 14, 23, 17, 24, 25, 100, -1} << QList<int>{0, 1}
                              << QStringList{"2 / 9 selected", "4 render  3 disabled  2 free", "8.0", "16",
                                             "4800 / 3.0"};
@@ -366,8 +373,10 @@ void tst_fmClientsTreeModel::footer()
     QFETCH(QList<int>, statuses);
     QFETCH(QList<int>, selected);
     QFETCH(QStringList, expected);
-    for (int i = 0; i < statuses.size(); ++i) addClient(QStringLiteral("c%1").arg(i), statuses[i]);
-    for (int i : selected) list().Clients[i].Selected = 1;
+    for (int i = 0; i < statuses.size(); ++i)
+        addClient(QStringLiteral("c%1").arg(i), statuses[i]);
+    for (int i : selected)
+        list().Clients[i].Selected = 1;
     fmuiTreeViewClientsModelFooter f(FM, NoView, nullptr);
     const int cols[] = {0, 2, 10, 11, 12};
     for (int k = 0; k < 5; ++k)

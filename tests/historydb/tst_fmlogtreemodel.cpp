@@ -30,7 +30,8 @@ void tst_fmLogTreeModel::pages_data()
     QTest::newRow("log and errors") << true << 5 << 2 << false << QStringList{"Job Log=5", "Errors=2"};
     QTest::newRow("no errors") << true << 1 << 0 << false << QStringList{"Job Log=1", "Errors="};
     QTest::newRow("preview") << true << 0 << 0 << true << QStringList{"Job Log=", "Errors=", "Frames Send="};
-    QTest::newRow("damaged counts") << true << 30000 << 127 << false << QStringList{"Job Log=750", "Errors=50"};
+    QTest::newRow("damaged counts") << true << 30000 << 127 << false
+                                    << QStringList{"Job Log=750", "Errors=50"};
     QTest::newRow("negative counts") << true << -4 << -1 << false << QStringList{"Job Log=", "Errors="};
 }
 
