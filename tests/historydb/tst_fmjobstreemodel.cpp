@@ -175,7 +175,7 @@ void tst_fmjobstreemodel::rebuildDropsRemovedJobKeepsExpanded()
     for (fmuiTreeViewNode* t : m.Root->Children) QVERIFY(t->IsExpanded);
     if (!reset) {
         QVERIFY(keep.isValid());
-        QCOMPARE(keep.data().toString(), "     " + id(1004));
+        QCOMPARE(keep.data().toString(), "   " + id(1004));
     }
     // Emptied list: both modes leave a bare root.
     list->deleteAll();
@@ -481,10 +481,12 @@ void tst_fmjobstreemodel::initJobTreeLayout()
     QVERIFY(!list->GetJobByJobID(1001)->Selected);
     QCOMPARE(view.Footer->model()->headerData(8, Qt::Horizontal).toString(), " 1 / 2 jobs selected");
 
-    // A click on a header section sorts the list and rebuilds the tree.
+    // A click on a header section sorts the list and rebuilds the tree; first-level rows keep
+    // their order, the positions below them follow the new order.
     h->setSortIndicator(1, Qt::DescendingOrder);
     QCOMPARE(list->SortID, 1);
-    QCOMPARE(model->index(0, 0).data().toString(), "    bob");
+    QCOMPARE(model->index(0, 0).data().toString(), "    ann");
+    QCOMPARE(static_cast<fmuiTreeViewJobsNode*>(model->Root->Children[0])->data()->FirstSortedID, 1);
 }
 
 QTEST_MAIN(tst_fmjobstreemodel)
