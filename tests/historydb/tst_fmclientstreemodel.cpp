@@ -32,6 +32,8 @@ private slots:
     void endBars();
     void groupAssignmentBar_data();
     void groupAssignmentBar();
+    void groupColors_data();
+    void groupColors();
     void footer_data();
     void footer();
     void damagedIndexes();
@@ -351,6 +353,46 @@ void tst_fmClientsTreeModel::groupAssignmentBar()
     QCOMPARE(own.Values[0], qulonglong(worked ? 100 : 0));
     // The last client's negative frame counts add no time.
     QCOMPARE(m.data(endIndex(m, clients - 1, 2)).toString().isEmpty(), worked < clients);
+}
+
+// Catches a group row that does not show how many of its clients are selected.
+void tst_fmClientsTreeModel::groupColors_data()
+{
+    QTest::addColumn<int>("members");
+    QTest::addColumn<int>("selected");
+    QTest::addColumn<bool>("explicitSelected");
+    QTest::addColumn<uint>("background");
+    QTest::addColumn<int>("pattern");
+    QTest::addColumn<uint>("text");
+    QTest::newRow("no children") << 0 << 0 << false << 0xFFEEEEEEu << int(Qt::SolidPattern) << 0xFFAAAAAAu;
+    QTest::newRow("none selected") << 3 << 0 << false << 0xFFEEEEEEu << int(Qt::SolidPattern) << 0xFF000000u;
+    QTest::newRow("some selected") << 3 << 1 << false << 0xFF999999u << int(Qt::Dense5Pattern) << 0xFF000000u;
+    QTest::newRow("all selected") << 3 << 3 << false << 0xFF999999u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
+    QTest::newRow("all, explicit") << 3 << 3 << true << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
+}
+
+void tst_fmClientsTreeModel::groupColors()
+{
+    QFETCH(int, members);
+    QFETCH(int, selected);
+    QFETCH(bool, explicitSelected);
+    QFETCH(uint, background);
+    QFETCH(int, pattern);
+    QFETCH(uint, text);
+    QList<int> group;
+    for (int i = 0; i < 3; ++i) {
+        addClient(QStringLiteral("c%1").arg(i)).Selected = i < selected;
+        if (i < members) group << i;
+    }
+    addGroup(QStringLiteral("G"), group);
+    fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    m.CreateClientTree();
+    m.Root->Children.value(0)->ExplicitSelected = explicitSelected;
+    const QBrush bg = m.data(m.index(0, 0), Qt::BackgroundRole).value<QBrush>();
+    QCOMPARE(bg.color().rgba(), background);
+    QCOMPARE(int(bg.style()), pattern);
+    QCOMPARE(m.data(m.index(0, 3), Qt::ForegroundRole).value<QBrush>().color().rgba(), text);
+    QVERIFY(!m.data(m.index(0, 1), Qt::BackgroundRole).isValid());
 }
 
 // Catches wrong status classes in the footer counts (status 0 nowhere, 28 and above free) and
