@@ -702,6 +702,8 @@ void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& a
 {
     if (!view || !view->Tree) return;
     fmTreeViewWidget* tree = view->Tree;
+    // Without a parent the view owns the models, so that nothing outlives it unowned.
+    if (!parent) parent = view;
     model = new fmuiTreeViewClientsModel(view, app, jobs, parent, compact || single, flag);
     tree->setModel(model);
 
@@ -728,6 +730,7 @@ void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& a
 
     tree->header()->moveSection(1, 0);
     tree->header()->setStretchLastSection(false);
+    if (view->Footer) view->Footer->setStretchLastSection(false);
     tree->setIndentation(10);
 
     if (model->Simple)
@@ -742,4 +745,5 @@ void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& a
     }
     view->hideColumn(7);
     view->hideColumn(8);
+    view->syncFooter();
 }
