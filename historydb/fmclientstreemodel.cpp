@@ -197,17 +197,19 @@ fmuiTreeViewClientsNode::~fmuiTreeViewClientsNode()
     deleteDataNode();
 }
 
+// Only a client row has a record with a selected flag: a group's Index is a group number, and
+// reading it as a client number would touch an unrelated client.
 void fmuiTreeViewClientsNode::SetDataIsSelected(bool selected, __FM& app) const
 {
     const fmuiTreeViewClientsNodeData* d = data();
-    if (!d || d->Index >= MaxClients || !app.ClientList) return;
+    if (!d || NodeType != EndNode || d->Index >= MaxClients || !app.ClientList) return;
     app.ClientList->Clients[d->Index].Selected = selected ? 1 : 0;
 }
 
 bool fmuiTreeViewClientsNode::GetDataIsSelected(__FM& app) const
 {
     const fmuiTreeViewClientsNodeData* d = data();
-    if (!d || d->Index >= MaxClients || !app.ClientList) return false;
+    if (!d || NodeType != EndNode || d->Index >= MaxClients || !app.ClientList) return false;
     return app.ClientList->Clients[d->Index].Selected != 0;
 }
 

@@ -425,7 +425,8 @@ void tst_fmClientsTreeModel::footer()
         QCOMPARE(f.headerData(cols[k], Qt::Horizontal).toString(), expected[k]);
 }
 
-// Catches reads past the tables from nodes whose numbers a damaged record made too large.
+// Catches reads past the tables from nodes with numbers out of range, and a group row that writes
+// the selected flag of the client with its number.
 void tst_fmClientsTreeModel::damagedIndexes()
 {
     addClient(QStringLiteral("a"));
@@ -442,6 +443,10 @@ void tst_fmClientsTreeModel::damagedIndexes()
     }
     end->SetDataIsSelected(true, FM);
     QVERIFY(!end->GetDataIsSelected(FM));
+    // A group's number is no client number: client 0 keeps its flag.
+    group->data()->Index = 0;
+    group->SetDataIsSelected(true, FM);
+    QCOMPARE(list().Clients[0].Selected, uint8_t(0));
 }
 
 QTEST_MAIN(tst_fmClientsTreeModel)
