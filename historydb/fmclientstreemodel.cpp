@@ -247,7 +247,7 @@ QVariant fmuiTreeViewClientsModel::headerData(int section, Qt::Orientation orien
         "User",   "Version",    "Temp.",       "Memory", "Cores",     "PS/Ghz",           "Info"};
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return QVariant();
     if (role == Qt::DisplayRole) return QString::fromLatin1(titles[section]);
-    if (role == Qt::TextAlignmentRole) return QVariant::fromValue(columnAlignment(section));
+    if (role == Qt::TextAlignmentRole) return int(columnAlignment(section));
     return QVariant();
 }
 
@@ -321,7 +321,7 @@ QVariant fmuiTreeViewClientsModel::data(const QModelIndex& index, int role) cons
         s.Flags = end ? 3 : 5;
         return QVariant::fromValue(s);
     }
-    if (role == Qt::TextAlignmentRole) return QVariant::fromValue(columnAlignment(col));
+    if (role == Qt::TextAlignmentRole) return int(columnAlignment(col));
     if (end) return endData(node, int(d->Index), d->Thread, col, role);
     return groupData(node, int(d->Index), col, role);
 }
