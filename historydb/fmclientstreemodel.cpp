@@ -175,6 +175,15 @@ QBrush brush(QRgb argb)
 
 } // namespace
 
+struct fmuiTreeViewClientsModel::JobTotalsCache
+{
+    quint64 Key = 0;
+    uint32_t Generation = 1;
+    uint32_t Stamp[MaxClients] = {}; // an entry is valid when its stamp equals Generation
+    int Worked[MaxClients] = {};
+    long long Seconds[MaxClients] = {};
+};
+
 // ---------------------------------------------------------------------------------------------
 // Node
 
@@ -288,22 +297,59 @@ int fmuiTreeViewClientsModel::groupClients(int group, int* out) const
     return n;
 }
 
-long long fmuiTreeViewClientsModel::renderSeconds(int client) const
+fmuiTreeViewClientsModel::JobTotals fmuiTreeViewClientsModel::jobTotals(int client, bool all) const
 {
-    // The history record keeps no seconds per client, only frames: a client's render time on a
-    // job is its frames done times the job's mean frame time (seconds). Frames below 1 add nothing.
-    const JobRange jobs = barJobs(JobList, false);
-    long long sum = 0;
-    for (int j = 0; j < jobs.Count; ++j) {
-        const fmJ::_jobsHistoryDB_Runtime* job = jobs.Jobs[j];
-        if (!job || client < 0 || client >= MaxClients) continue;
-        int32_t done;
-        uint32_t frameTime;
-        std::memcpy(&done, &job->ClientStats[client].FramesDone, sizeof done);
-        std::memcpy(&frameTime, &job->AverageFrameTime, sizeof frameTime);
-        if (done > 0) sum += static_cast<long long>(done) * frameTime;
+    JobTotals r;
+    const JobRange jobs = barJobs(JobList, all);
+    r.Jobs = jobs.Count;
+    if (jobs.Count == 0 || client < 0 || client >= MaxClients) return r;
+
+    // The key names the job range: its array, its length, every record pointer in it and the list's
+    // load and change times. A sequential pass over the pointers is far cheaper than one read per
+    // job deep inside each record, which is what a miss costs.
+    quint64 key = 14695981039346656037ull;
+    auto mix = [&key](quint64 v) { key = (key ^ v) * 1099511628211ull; };
+    mix(quintptr(jobs.Jobs));
+    mix(quint64(jobs.Count));
+    mix(quint64(JobList->TimeLoaded.t));
+    mix(quint64(JobList->TimeChanged.t));
+    for (int j = 0; j < jobs.Count; ++j)
+        mix(quintptr(jobs.Jobs[j]));
+
+    std::unique_ptr<JobTotalsCache>& slot = TotalsCache[all ? 1 : 0];
+    if (!slot) slot = std::make_unique<JobTotalsCache>();
+    JobTotalsCache& cache = *slot;
+    if (cache.Key != key) {
+        cache.Key = key;
+        if (++cache.Generation == 0) {
+            std::fill(std::begin(cache.Stamp), std::end(cache.Stamp), 0u);
+            cache.Generation = 1;
+        }
     }
-    return sum;
+    if (cache.Stamp[client] != cache.Generation) {
+        // The history record keeps no seconds per client, only frames: a client's render time on
+        // a job is its frames done times the job's mean frame time (seconds). Frame counts below 1
+        // add nothing.
+        int worked = 0;
+        long long seconds = 0;
+        for (int j = 0; j < jobs.Count; ++j) {
+            const fmJ::_jobsHistoryDB_Runtime* job = jobs.Jobs[j];
+            if (!job) continue;
+            int32_t done;
+            uint32_t frameTime;
+            std::memcpy(&done, &job->ClientStats[client].FramesDone, sizeof done);
+            std::memcpy(&frameTime, &job->AverageFrameTime, sizeof frameTime);
+            if (done <= 0) continue;
+            ++worked;
+            seconds += static_cast<long long>(done) * frameTime;
+        }
+        cache.Worked[client] = worked;
+        cache.Seconds[client] = seconds;
+        cache.Stamp[client] = cache.Generation;
+    }
+    r.Worked = cache.Worked[client];
+    r.Seconds = cache.Seconds[client];
+    return r;
 }
 
 QVariant fmuiTreeViewClientsModel::data(const QModelIndex& index, int role) const
@@ -450,7 +496,7 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
         case 0:
             return c.Status.Name.toQString();
         case 2: {
-            const long long s = renderSeconds(client);
+            const long long s = jobTotals(client, false).Seconds;
             if (s < 1) return QVariant();
             return fmSec2hms(int(std::min<long long>(s, INT_MAX)));
         }
@@ -504,14 +550,11 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
         const QString name = c.Status.Name.toQString();
         if (col == 1) {
             if (thread != 0 || !JobList || JobList->JobCount <= 0) return QVariant();
-            const JobRange jobs = barJobs(JobList, Simple);
-            if (jobs.Count == 0) return QVariant();
-            int assigned = 0;
-            for (int j = 0; j < jobs.Count; ++j)
-                if (workedOn(jobs.Jobs[j], client)) ++assigned;
+            const JobTotals totals = jobTotals(client, Simple);
+            if (totals.Jobs == 0) return QVariant();
             bars.Mode = 1;
             bars.Name = QStringLiteral("Clients col 1 EndNode ") + name;
-            addTriple(bars, honestPercent(assigned, jobs.Count), Green, Orange);
+            addTriple(bars, honestPercent(totals.Worked, totals.Jobs), Green, Orange);
             return QVariant::fromValue(bars);
         }
         if ((col != 4 && col != 5) || t.Status == 0 || Simple) return QVariant();

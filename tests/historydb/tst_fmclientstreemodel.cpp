@@ -353,6 +353,11 @@ void tst_fmClientsTreeModel::groupAssignmentBar()
     QCOMPARE(own.Values[0], qulonglong(worked ? 100 : 0));
     // The last client's negative frame counts add no time.
     QCOMPARE(m.data(endIndex(m, clients - 1, 2)).toString().isEmpty(), worked < clients);
+    // A new job selection is not answered from what the rows showed before.
+    for (int j = 1; j < jobs; ++j)
+        jobList->GetJobByQueueID(j)->Selected = 0;
+    jobList->CreateSelectionList();
+    QCOMPARE(m.data(endIndex(m, 0, 2)).toString(), worked ? fmSec2hms(300) : QString());
 }
 
 // Catches a group row that does not show how many of its clients are selected.
