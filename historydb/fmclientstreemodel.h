@@ -4,6 +4,8 @@
 
 #include "widgets/fmtreeviewmodel.h"
 
+#include <memory>
+
 class __FM;
 class fmTreeView;
 namespace fmJ {
@@ -59,9 +61,34 @@ public:
     void redrawAll();
     void ClearSelectionAll(bool all, QString reason) override;
 
+    // Alignment of a column's cells and title.
+    Qt::Alignment columnAlignment(int column) const;
+
 public slots:
     void headerClick(int column, Qt::SortOrder order);
     void QHeaderView_sortIndicatorChanged(int column, Qt::SortOrder order);
+
+private:
+    // Selected flag of the record or forced, unless forced off.
+    bool nodeSelected(const fmuiTreeViewNode* node) const;
+    // Client numbers of the filtered list assigned to the group, in sort order; `out` holds 750.
+    int groupClients(int group, int* out) const;
+    // Over the selected jobs (with `all` the whole sorted list): how many jobs there are, on how
+    // many of them the client worked, and its render seconds (frames done x mean frame time).
+    struct JobTotals
+    {
+        int Jobs = 0;
+        int Worked = 0;
+        long long Seconds = 0;
+    };
+    JobTotals jobTotals(int client, bool all) const;
+    struct JobTotalsCache;
+    // Per client results of jobTotals for the selection [0] and the sorted list [1]; painting asks
+    // for the same rows again and again while the job selection stays.
+    mutable std::unique_ptr<JobTotalsCache> TotalsCache[2];
+    QVariant groupData(const fmuiTreeViewNode* node, int group, int col, int role) const;
+    QVariant groupAssignmentBars(int group) const;
+    QVariant endData(const fmuiTreeViewNode* node, int client, int thread, int col, int role) const;
 };
 
 class fmuiTreeViewClientsModelFooter : public QAbstractItemModel
