@@ -68,6 +68,12 @@ QStringList fmResubmitArguments(const fmJ::_jobsHistoryDB& job)
     return args;
 }
 
+QStringList fmResubmitSelectionArguments(const fmJ::_jobsHistoryDB_Runtime* const* jobs, int count)
+{
+    if (!jobs || count < 1 || !jobs[0]) return {};
+    return fmResubmitArguments(*jobs[0]);
+}
+
 QString fmResubmitExecutable(const QString& binFolder)
 {
     return binFolder + QStringLiteral("fmSubmitter");

@@ -6,6 +6,7 @@
 
 namespace fmJ {
 struct _jobsHistoryDB;
+struct _jobsHistoryDB_Runtime;
 }
 
 // Longest text value handed to the submitter; longer values are cut.
@@ -20,6 +21,10 @@ constexpr int fmResubmitMaxText = 500;
 // the character 0; fmStartProcess turns each argument into a C string, so that character ends it
 // at once and the submitter receives an empty argument at that place.
 QStringList fmResubmitArguments(const fmJ::_jobsHistoryDB& job);
+
+// The arguments for a selection: only the first selected job goes out, however many are selected.
+// Empty when nothing is selected (then nothing is started).
+QStringList fmResubmitSelectionArguments(const fmJ::_jobsHistoryDB_Runtime* const* jobs, int count);
 
 // The submitter in the given binaries folder (ending in "/"); started directly, no bundle.
 QString fmResubmitExecutable(const QString& binFolder);
