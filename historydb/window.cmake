@@ -7,3 +7,5 @@ target_sources(fmwindow PRIVATE
   historydb/fmwindowabout.h
   historydb/fmwindowabout.cpp
 )
+# fmhistorydb.h includes the form's generated header, so users of the window see uic's output too.
+target_include_directories(fmwindow PUBLIC ${CMAKE_CURRENT_BINARY_DIR}/fmwindow_autogen/include)
