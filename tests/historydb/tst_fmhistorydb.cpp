@@ -66,20 +66,27 @@ QStringList comboTexts(const QComboBox* combo)
     return out;
 }
 
-// Answers the next modal fmMessageBox by the button that `pick` chooses; `seen` gets its text.
-void answerNextBox(std::function<QPushButton*(fmMessageBox*)> pick, QString* seen)
+// Answers the next modal fmMessageBox, while it lives, by the button that `pick` chooses.
+class BoxAnswer
 {
-    auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, pick, seen] {
-        auto* box = qobject_cast<fmMessageBox*>(QApplication::activeModalWidget());
-        if (!box) return;
-        timer->stop();
-        timer->deleteLater();
-        if (seen && box->TextLabel) *seen = box->TextLabel->text();
-        if (QPushButton* b = pick(box)) b->click();
-    });
-    timer->start(10);
-}
+public:
+    explicit BoxAnswer(std::function<QPushButton*(fmMessageBox*)> pick) : Pick(std::move(pick))
+    {
+        QObject::connect(&Timer, &QTimer::timeout, [this] {
+            auto* box = qobject_cast<fmMessageBox*>(QApplication::activeModalWidget());
+            if (!box) return;
+            Timer.stop();
+            if (box->TextLabel) Seen = box->TextLabel->text();
+            if (QPushButton* b = Pick(box)) b->click();
+        });
+        Timer.start(10);
+    }
+    QString Seen; // text of the box answered; empty while none was
+
+private:
+    std::function<QPushButton*(fmMessageBox*)> Pick;
+    QTimer Timer;
+};
 
 QPushButton* byName(fmMessageBox* box, const QString& which)
 {
@@ -175,7 +182,7 @@ void tst_fmhistorydb::pickProjects_data()
     QTest::addColumn<QString>("label");
     QTest::addColumn<QStringList>("users");
     QTest::addColumn<QStringList>("apps");
-    // Project A holds jobs 0..2 (user0..user2; Maya, Nuke, Houdini), B jobs 13..14 (user0, user1;
+    // Alpha holds jobs 0..2 (user0..user2; Maya, Nuke, Houdini), Beta jobs 13..14 (user0, user1;
     // Nuke, Houdini) and 20 (user7, Houdini).
     QTest::newRow("A") << QList<int>{1} << "3 jobs" << QStringList{"-- all --", "user0", "user1", "user2"}
                        << QStringList{"-- all --", "Maya", "Nuke", "Houdini"};
@@ -193,9 +200,9 @@ void tst_fmhistorydb::pickProjects()
     QFETCH(QStringList, users);
     QFETCH(QStringList, apps);
     WindowFixture f;
-    f.writeDb("A.db61", 3, 0);
-    f.writeDb("B.db", 2, 13);
-    f.writeDb("B.db61", 1, 20);
+    f.writeDb("Alpha.db61", 3, 0);
+    f.writeDb("Beta.db", 2, 13);
+    f.writeDb("Beta.db61", 1, 20);
     fmHistorydb& w = f.open();
     for (int entry : picks) w.ui.Show_ComboProject->setCurrentIndex(entry);
     QCOMPARE(w.ui.label_ProjNrScenes->text(), label);
@@ -211,30 +218,29 @@ void tst_fmhistorydb::pickProjects()
 void tst_fmhistorydb::noneKeepsJobs()
 {
     WindowFixture f;
-    f.writeDb("A.db61", 4);
+    f.writeDb("Alpha.db61", 4);
     fmHistorydb& w = f.open();
     w.ui.Show_ComboProject->setCurrentIndex(1);
     QCOMPARE(f.Jobs->JobCount, 4);
     w.ui.Show_ComboProject->setCurrentIndex(0);
     QCOMPARE(f.Jobs->JobCount, 4);
-    QCOMPARE(w.table.currentProject, QStringLiteral("A"));
+    QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
 }
 
 void tst_fmhistorydb::missingFileWarns()
 {
     WindowFixture f;
-    f.writeDb("A.db61", 2);
-    f.writeDb("B.db", 2, 5);
-    f.writeDb("B.db61", 2, 7);
+    f.writeDb("Alpha.db61", 2);
+    f.writeDb("Beta.db", 2, 5);
+    f.writeDb("Beta.db61", 2, 7);
     fmHistorydb& w = f.open();
     w.ui.Show_ComboProject->setCurrentIndex(1);
-    QVERIFY(QFile::remove(f.History + "B.db61"));
+    QVERIFY(QFile::remove(f.History + "Beta.db61"));
     w.PleaseUpdateViews = false;
-    QString seen;
-    answerNextBox([](fmMessageBox* b) { return b->Button1; }, &seen);
+    BoxAnswer answer([](fmMessageBox* b) { return b->Button1; });
     w.ui.Show_ComboProject->setCurrentIndex(2);
-    QCOMPARE(seen, QStringLiteral("Unable to find project database!\n'") + f.History + "B.db61'");
-    QCOMPARE(w.table.currentProject, QStringLiteral("A"));
+    QCOMPARE(answer.Seen.trimmed(), QStringLiteral("Unable to find project database!\n'") + f.History + "Beta.db61'");
+    QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
     QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("2 jobs"));
     QCOMPARE(f.Jobs->JobCount, 2); // the first file of B was loaded
     QVERIFY(!w.PleaseUpdateViews);
@@ -243,18 +249,20 @@ void tst_fmhistorydb::missingFileWarns()
 void tst_fmhistorydb::deleteJobs_data()
 {
     QTest::addColumn<QList<int>>("selected"); // queue positions
-    QTest::addColumn<bool>("withImages");
-    QTest::newRow("none") << QList<int>{} << true;
-    QTest::newRow("one with image") << QList<int>{1} << true;
-    QTest::newRow("two without image") << QList<int>{0, 3} << false;
+    QTest::addColumn<QString>("image"); // what stands at each image path: "file", "none", "folder"
+    QTest::newRow("no selection") << QList<int>{} << "file";
+    QTest::newRow("one with image") << QList<int>{1} << "file";
+    QTest::newRow("two without image") << QList<int>{0, 3} << "none";
+    QTest::newRow("undeletable image") << QList<int>{2} << "folder";
 }
 
 void tst_fmhistorydb::deleteJobs()
 {
     QFETCH(QList<int>, selected);
-    QFETCH(bool, withImages);
+    QFETCH(QString, image);
     WindowFixture f;
-    f.writeDb("A.db61", 5);
+    f.writeDb("Alpha.db61", 5);
+    QDir().mkpath(f.History + "Alpha");
     fmHistorydb& w = f.open();
     w.ui.Show_ComboProject->setCurrentIndex(1);
     QStringList images;
@@ -264,8 +272,9 @@ void tst_fmhistorydb::deleteJobs()
         QVERIFY(job);
         job->Selected = 1;
         ids << job->JobID;
-        images << f.History + "A/" + fmJ::ID2strFull(job->JobID) + ".jpg";
-        if (withImages) QVERIFY(jlfix::writeFile(images.last(), "jpg"));
+        images << f.History + "Alpha/" + fmJ::ID2strFull(job->JobID) + ".jpg";
+        if (image == QLatin1String("file")) QVERIFY(jlfix::writeFile(images.last(), "jpg"));
+        if (image == QLatin1String("folder")) QVERIFY(QDir().mkpath(images.last()));
     }
     f.Jobs->CreateSelectionList();
     jlfix::LogCapture log(2, 2);
@@ -274,16 +283,19 @@ void tst_fmhistorydb::deleteJobs()
     QCOMPARE(f.Jobs->JobCount, 5 - int(selected.size()));
     QCOMPARE(w.table.dbChanged, !selected.isEmpty());
     for (unsigned long long id : ids) QVERIFY(!f.Jobs->GetJobByJobID(id));
-    for (const QString& image : images) QVERIFY(!QFile::exists(image));
-    QCOMPARE(log.matching("Unable to delete FOI image file").size(), withImages ? 0 : int(selected.size()));
-    if (!withImages && !selected.isEmpty())
-        QVERIFY(log.Lines.first().endsWith("Unable to delete FOI image file; '" + images[0] + "'; " + images[0]));
+    if (image != QLatin1String("folder"))
+        for (const QString& path : images) QVERIFY(!QFile::exists(path));
+    // A failed deletion is logged with the path twice; the job goes all the same.
+    const QStringList failures = log.matching("Unable to delete FOI image file");
+    QCOMPARE(failures.size(), image == QLatin1String("folder") ? int(selected.size()) : 0);
+    if (!failures.isEmpty())
+        QVERIFY(failures.first().endsWith("Unable to delete FOI image file; '" + images[0] + "'; " + images[0]));
     if (selected.isEmpty()) return;
     // The table was scanned again: every project shows an estimate, the combo is on "-- none --",
     // and the current project and the label stay.
     QCOMPARE(w.ui.Show_ComboProject->currentIndex(), 0);
     QVERIFY(w.ui.Show_ComboProject->itemText(1).contains(QLatin1Char('~')));
-    QCOMPARE(w.table.currentProject, QStringLiteral("A"));
+    QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
     QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("5 jobs"));
 }
 
@@ -306,19 +318,18 @@ void tst_fmhistorydb::ask4Save()
     QFETCH(bool, result);
     QFETCH(bool, saved);
     WindowFixture f;
-    f.writeDb("A.db", 3);
+    f.writeDb("Alpha.db", 3);
     fmHistorydb& w = f.open();
     w.ui.Show_ComboProject->setCurrentIndex(1);
     w.table.dbChanged = changed;
-    QString seen;
-    if (!answer.isEmpty()) answerNextBox([answer](fmMessageBox* b) { return byName(b, answer); }, &seen);
+    BoxAnswer box([answer](fmMessageBox* b) { return byName(b, answer); });
     QCOMPARE(w.ask4Save(), result);
-    QCOMPARE(seen, answer.isEmpty() ? QString() : QStringLiteral("Would you like to save your changes?"));
-    QCOMPARE(QFile::exists(f.History + "A.db61"), saved);
+    QCOMPARE(box.Seen.trimmed(), answer.isEmpty() ? QString() : QStringLiteral("Would you like to save your changes?"));
+    QCOMPARE(QFile::exists(f.History + "Alpha.db61"), saved);
     // Closing asks the same question and stays open on cancel.
     if (answer == QLatin1String("cancel")) {
         w.show();
-        answerNextBox([](fmMessageBox* b) { return b->ButtonCancel; }, nullptr);
+        BoxAnswer cancel([](fmMessageBox* b) { return b->ButtonCancel; });
         QVERIFY(!w.close());
         QVERIFY(w.isVisible());
     }
@@ -327,7 +338,7 @@ void tst_fmhistorydb::ask4Save()
 void tst_fmhistorydb::filterOnReturn()
 {
     WindowFixture f;
-    f.writeDb("A.db61", 6);
+    f.writeDb("Alpha.db61", 6);
     fmHistorydb& w = f.open();
     w.ui.Show_ComboProject->setCurrentIndex(1);
     QCOMPARE(f.Jobs->SortedCount, 6);
