@@ -70,6 +70,9 @@ public:
     int32_t DeleteLaterCounters[DeleteLaterSize] = {};
     int32_t DeleteLaterCount = 0;
     fmTreeView*& View;
+    // Shells that executeDeleteLater left alive on purpose (see there); owned, freed only by the
+    // destructor so that a view holding an index into one can still read it.
+    QList<fmuiTreeViewNode*> KeptShells;
 
     fmuiTreeViewNode* nodeFromIndex(const QModelIndex& index) const;
     QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;

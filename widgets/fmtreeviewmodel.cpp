@@ -1,0 +1,348 @@
+#include "widgets/fmtreeviewmodel.h"
+
+#include "widgets/fmtreeview.h"
+#include "widgets/fmtreeviewtypes.h"
+
+#include <QSet>
+
+namespace {
+
+void registerTreeViewTypes()
+{
+    static const bool done = [] {
+        qRegisterMetaType<fmtvShading>("fmtvShading");
+        qRegisterMetaType<fmtvBGbars>("fmtvBGbars");
+        return true;
+    }();
+    (void)done;
+}
+
+// Visits the root and the three levels under it (the deepest a tree of this framework gets).
+template <typename Fn> void forFourLevels(fmuiTreeViewNode* root, Fn&& fn)
+{
+    if (!root) return;
+    fn(root);
+    for (fmuiTreeViewNode* t : std::as_const(root->Children)) {
+        if (!t) continue;
+        fn(t);
+        for (fmuiTreeViewNode* c : std::as_const(t->Children)) {
+            if (!c) continue;
+            fn(c);
+            for (fmuiTreeViewNode* g : std::as_const(c->Children))
+                if (g) fn(g);
+        }
+    }
+}
+
+} // namespace
+
+// ---- fmuiTreeViewModel ----
+
+fmuiTreeViewModel::fmuiTreeViewModel(fmTreeView*& view, QObject* parent) : QAbstractItemModel(parent), View(view)
+{
+    registerTreeViewTypes();
+    DeleteLaterCount = 0;
+    RestoringExpanded = false;
+    if (View && View->Tree) {
+        connect(View->Tree, &QTreeView::expanded, this, &fmuiTreeViewModel::expanded);
+        connect(View->Tree, &QTreeView::collapsed, this, &fmuiTreeViewModel::collapsed);
+    }
+}
+
+// Who frees what: the concrete model's destructor (which runs first) frees Root and the tree under
+// it; the concrete node's destructor frees its children. Nodes on the deletion list are detached
+// from that tree and have no children, so they are freed here and only here, as are the shells that
+// earlier passes of executeDeleteLater deliberately left alive.
+fmuiTreeViewModel::~fmuiTreeViewModel()
+{
+    executeDeleteLater();
+    qDeleteAll(KeptShells);
+    KeptShells.clear();
+}
+
+fmuiTreeViewNode* fmuiTreeViewModel::nodeFromIndex(const QModelIndex& index) const
+{
+    if (index.row() < 0 || index.column() < 0 || !index.model()) return Root;
+    if (index.model() != this) return nullptr; // another model's pointer means nothing here
+    return static_cast<fmuiTreeViewNode*>(index.internalPointer());
+}
+
+int fmuiTreeViewModel::rowOf(const fmuiTreeViewNode* node)
+{
+    if (!node || !node->Parent) return -1;
+    const QList<fmuiTreeViewNode*>& siblings = node->Parent->Children;
+    const int hint = node->RowHint;
+    if (hint >= 0 && hint < siblings.size() && siblings.at(hint) == node) return hint;
+    const int row = int(siblings.indexOf(const_cast<fmuiTreeViewNode*>(node)));
+    node->RowHint = row;
+    return row;
+}
+
+QModelIndex fmuiTreeViewModel::index(int row, int column, const QModelIndex& parent) const
+{
+    if (!Root || row < 0 || column < 0) return {};
+    fmuiTreeViewNode* parentNode = nodeFromIndex(parent);
+    if (!parentNode || row >= parentNode->Children.size()) return {};
+    fmuiTreeViewNode* child = parentNode->Children.at(row);
+    if (!child) return {};
+    child->RowHint = row; // the view walks rows in order; this makes the later parent() lookups O(1)
+    return createIndex(row, column, child);
+}
+
+QModelIndex fmuiTreeViewModel::index(fmuiTreeViewNode* node) const
+{
+    if (!node || !node->Parent) return {};
+    const int row = rowOf(node);
+    if (row < 0) return {};
+    return createIndex(row, 0, node);
+}
+
+QModelIndex fmuiTreeViewModel::parent(const QModelIndex& child) const
+{
+    if (!child.isValid()) return {};
+    const fmuiTreeViewNode* node = nodeFromIndex(child);
+    if (!node) return {};
+    fmuiTreeViewNode* parentNode = node->Parent;
+    if (!parentNode || !parentNode->Parent) return {}; // a first-level node's parent is the root
+    const int row = rowOf(parentNode);
+    if (row < 0) return {};
+    return createIndex(row, 0, parentNode);
+}
+
+int fmuiTreeViewModel::rowCount(const QModelIndex& parent) const
+{
+    // Cells right of the first column have no children, as item views expect.
+    if (parent.isValid() && parent.column() > 0) return 0;
+    const fmuiTreeViewNode* node = parent.isValid() ? nodeFromIndex(parent) : Root;
+    return node ? int(node->Children.size()) : 0;
+}
+
+void fmuiTreeViewModel::dataChangedNode(fmuiTreeViewNode* node, const bool& recursive)
+{
+    if (!node) return;
+    if (node->Parent) {
+        const int row = rowOf(node);
+        // Columns 0 to 3 whatever the column count: a tree view repaints whole rows anyway.
+        if (row >= 0) emit dataChanged(createIndex(row, 0, node), createIndex(row, 3, node));
+    }
+    if (!recursive) return;
+    for (fmuiTreeViewNode* child : std::as_const(node->Children))
+        dataChangedNode(child, recursive);
+}
+
+void fmuiTreeViewModel::allDataChanged() { dataChangedNode(Root, true); }
+
+void fmuiTreeViewModel::addDeleteLater(fmuiTreeViewNode* node)
+{
+    if (!node) return;
+    // Capacity is one short of the arrays. A refused node stays where the caller left it
+    // (already unlinked), i.e. it is never freed.
+    if (DeleteLaterCount < 0) DeleteLaterCount = 0;
+    if (DeleteLaterCount + 1 > DeleteLaterSize - 1) return;
+    DeleteLaterNodes[DeleteLaterCount] = node;
+    DeleteLaterCounters[DeleteLaterCount] = 4;
+    ++DeleteLaterCount;
+    node->deleteDataNode(); // the record goes now, only the shell waits
+    for (fmuiTreeViewNode* child : std::as_const(node->Children))
+        addDeleteLater(child);
+    node->Children.clear();
+}
+
+// Every entry looks at the counter of the LAST entry, not at its own: so the first four entries
+// of a batch are never freed by a rebuild (a view may still read their Parent, Children and
+// NodeType), and every later entry is freed in this pass. Those four shells are kept in KeptShells
+// and freed with the model.
+void fmuiTreeViewModel::executeDeleteLater()
+{
+    const int count = qBound(0, int(DeleteLaterCount), int(DeleteLaterSize));
+    for (int i = 0; i < count; ++i) {
+        int32_t& lastCounter = DeleteLaterCounters[count - 1];
+        fmuiTreeViewNode* node = DeleteLaterNodes[i];
+        if (lastCounter > 0) {
+            --lastCounter;
+            if (node) KeptShells.append(node);
+            continue;
+        }
+        if (node) {
+            node->deleteDataNode();
+            node->Parent = nullptr;
+            delete node;
+        }
+        DeleteLaterNodes[i] = nullptr;
+    }
+    DeleteLaterCount = 0;
+}
+
+void fmuiTreeViewModel::deleteAllChildren(fmuiTreeViewNode* node)
+{
+    if (!node) return;
+    for (fmuiTreeViewNode* child : std::as_const(node->Children))
+        addDeleteLater(child);
+    node->Children.clear();
+}
+
+void fmuiTreeViewModel::deleteChildrenNr(fmuiTreeViewNode* node, int nr)
+{
+    if (!node || nr < 0 || nr >= node->Children.size()) return;
+    addDeleteLater(node->Children.at(nr));
+    node->Children.removeAt(nr);
+}
+
+void fmuiTreeViewModel::ClearSelectionAll(bool all, QString reason)
+{
+    Q_UNUSED(all);
+    Q_UNUSED(reason);
+    forFourLevels(Root, [](fmuiTreeViewNode* n) {
+        n->ForceSelected = false;
+        n->ForceDeselected = false;
+    });
+}
+
+void fmuiTreeViewModel::ClearExplicitSelectionAll()
+{
+    forFourLevels(Root, [](fmuiTreeViewNode* n) { n->ExplicitSelected = false; });
+}
+
+void fmuiTreeViewModel::restoreExpanded()
+{
+    RestoringExpanded = true;
+    fmTreeViewWidget* tree = View ? View->Tree : nullptr;
+    if (tree && Root) {
+        // Deepest level first, so that expanding a parent shows children already in their state.
+        for (fmuiTreeViewNode* t : std::as_const(Root->Children)) {
+            if (!t) continue;
+            for (fmuiTreeViewNode* c : std::as_const(t->Children)) {
+                if (!c) continue;
+                for (fmuiTreeViewNode* g : std::as_const(c->Children))
+                    if (g && g->IsExpanded) tree->expand(index(g));
+                if (c->IsExpanded) tree->expand(index(c));
+            }
+            if (t->IsExpanded) tree->expand(index(t));
+        }
+    }
+    RestoringExpanded = false;
+}
+
+void fmuiTreeViewModel::clearExpanded()
+{
+    forFourLevels(Root, [](fmuiTreeViewNode* n) { n->IsExpanded = false; });
+}
+
+void fmuiTreeViewModel::reset()
+{
+    beginResetModel();
+    endResetModel();
+}
+
+void fmuiTreeViewModel::expanded(const QModelIndex& index)
+{
+    if (RestoringExpanded) return;
+    if (fmuiTreeViewNode* node = nodeFromIndex(index)) node->IsExpanded = true;
+}
+
+void fmuiTreeViewModel::collapsed(const QModelIndex& index)
+{
+    if (RestoringExpanded) return;
+    if (fmuiTreeViewNode* node = nodeFromIndex(index)) node->IsExpanded = false;
+}
+
+// ---- fmuiTreeViewSelectionModel ----
+
+fmuiTreeViewSelectionModel::fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FM& app, QObject* parent)
+    : QItemSelectionModel(model, parent), Model(model), App(app)
+{
+    if (Model) Model->ClearSelectionAll(true, QStringLiteral("init"));
+}
+
+void fmuiTreeViewSelectionModel::select(const QModelIndex& index, QItemSelectionModel::SelectionFlags flags)
+{
+    // Straight to the base: selecting one row never walks its children.
+    QItemSelectionModel::select(QItemSelection(index, index), flags);
+}
+
+void fmuiTreeViewSelectionModel::selectChildNode(fmuiTreeViewNode* node, const bool& select)
+{
+    if (!node || !Model) return;
+    if (node->GetDataIsSelected(App) == select) return;
+    node->SetDataIsSelected(select, App);
+    const QItemSelectionModel::SelectionFlags flags =
+        (select ? QItemSelectionModel::Select : QItemSelectionModel::Deselect) | QItemSelectionModel::Rows;
+    this->select(Model->index(node), flags);
+}
+
+void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
+                                        QItemSelectionModel::SelectionFlags flags)
+{
+    if (!Model) return;
+    // A rebuild holds the mutex; a click that arrives meanwhile (events are pumped) is dropped.
+    if (!Model->TreeMutex.tryLock()) return;
+
+    bool clearAll = false;
+    if (flags == QItemSelectionModel::NoUpdate) {
+        flags = QItemSelectionModel::ClearAndSelect;
+        clearAll = true;
+    } else if ((flags & (QItemSelectionModel::Clear | QItemSelectionModel::Current)) ==
+               QItemSelectionModel::Clear) {
+        clearAll = true;
+    }
+    if (clearAll) {
+        Model->ClearSelectionAll(true, QStringLiteral("select Clear"));
+        Model->ClearExplicitSelectionAll();
+    }
+
+    QItemSelectionModel::select(selection, flags);
+
+    int lastColumn = 0;
+    // A row selection lists each row once per column. Select and deselect give the same records
+    // however often a node comes, so each node is walked once for them; a toggle runs per index.
+    QSet<const fmuiTreeViewNode*> walked;
+    const QModelIndexList indexes = selection.indexes();
+    for (const QModelIndex& idx : indexes) {
+        lastColumn = idx.column();
+        fmuiTreeViewNode* node = Model->nodeFromIndex(idx);
+        if (!node || node->ForceSelected || node->ForceDeselected) continue;
+        const bool firstVisit = !walked.contains(node);
+        if (firstVisit) walked.insert(node);
+
+        for (const bool state : {true, false}) {
+            const auto flag = state ? QItemSelectionModel::Select : QItemSelectionModel::Deselect;
+            if (!(flags & flag) || !firstVisit) continue;
+            for (fmuiTreeViewNode* child : std::as_const(node->Children)) {
+                if (!child) continue;
+                selectChildNode(child, state);
+                for (fmuiTreeViewNode* grandchild : std::as_const(child->Children))
+                    selectChildNode(grandchild, state);
+            }
+            if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
+            Model->dataChangedNode(node, true);
+        }
+        if (flags & QItemSelectionModel::Toggle) {
+            const bool state = !node->GetDataIsSelected(App);
+            for (fmuiTreeViewNode* child : std::as_const(node->Children)) {
+                if (!child) continue;
+                child->SetDataIsSelected(state, App);
+                selectChildNode(child, state);
+                for (fmuiTreeViewNode* grandchild : std::as_const(child->Children))
+                    selectChildNode(grandchild, state);
+            }
+            if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
+            Model->dataChangedNode(node, true);
+        }
+    }
+
+    Model->TreeMutex.unlock();
+    emit SelectionUpdated(lastColumn);
+}
+
+QModelIndexList fmuiTreeViewSelectionModel::selectedIndexes() const { return selection().indexes(); }
+
+QString flags2String(QItemSelectionModel::SelectionFlags flags)
+{
+    QString s(5, QLatin1Char(' '));
+    if (flags & QItemSelectionModel::Clear) s[0] = QLatin1Char('c');
+    if (flags & QItemSelectionModel::Select) s[1] = QLatin1Char('s');
+    if (flags & QItemSelectionModel::Deselect) s[2] = QLatin1Char('d');
+    if (flags & QItemSelectionModel::Toggle) s[3] = QLatin1Char('t');
+    if (flags & QItemSelectionModel::Current) s[4] = QLatin1Char('C');
+    return s;
+}
