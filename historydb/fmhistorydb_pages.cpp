@@ -62,15 +62,33 @@ void fmHistorydb::uiUpdateJobInfoPage()
 
     if (t.Empty) {
         // The image label is left alone: the last image stays on the page after a deselection.
-        for (QLabel* l : {ui.JobInfo_LabelCamera, ui.JobInfo_LabelLayer, ui.JobInfo_LabelID, ui.JobInfo_LabelDate,
-                          ui.JobInfo_LabelTime, ui.JobInfo_LabelDateFinished, ui.JobInfo_LabelTimeFinished,
-                          ui.JobInfo_LabelCustomScene, ui.JobInfo_LabelCustomShot, ui.JobInfo_LabelCustomVersion,
-                          ui.JobInfo_LabelSoftName, ui.JobInfo_LabelSoftRenderer, ui.JobInfo_LabelSoftRenderType,
-                          ui.JobInfo_LabelSoftVersionMinor, ui.JobInfo_LabelSoftVersion, ui.JobInfo_LabelOutput1a,
-                          ui.JobInfo_LabelOutput1b, ui.JobInfo_LabelFrameRangeStart, ui.JobInfo_LabelFrameRangeEnd,
-                          ui.JobInfo_LabelFrameRangeStep, ui.JobInfo_LabelAvClients, ui.JobInfo_LabelAvFrameTime,
-                          ui.JobInfo_LabelSend, ui.JobInfo_LabelAborted, ui.JobInfo_LabelCrashed,
-                          ui.JobInfo_Statimage, ui.JobInfo_LabelSceneOS})
+        for (QLabel* l : {ui.JobInfo_LabelCamera,
+                          ui.JobInfo_LabelLayer,
+                          ui.JobInfo_LabelID,
+                          ui.JobInfo_LabelDate,
+                          ui.JobInfo_LabelTime,
+                          ui.JobInfo_LabelDateFinished,
+                          ui.JobInfo_LabelTimeFinished,
+                          ui.JobInfo_LabelCustomScene,
+                          ui.JobInfo_LabelCustomShot,
+                          ui.JobInfo_LabelCustomVersion,
+                          ui.JobInfo_LabelSoftName,
+                          ui.JobInfo_LabelSoftRenderer,
+                          ui.JobInfo_LabelSoftRenderType,
+                          ui.JobInfo_LabelSoftVersionMinor,
+                          ui.JobInfo_LabelSoftVersion,
+                          ui.JobInfo_LabelOutput1a,
+                          ui.JobInfo_LabelOutput1b,
+                          ui.JobInfo_LabelFrameRangeStart,
+                          ui.JobInfo_LabelFrameRangeEnd,
+                          ui.JobInfo_LabelFrameRangeStep,
+                          ui.JobInfo_LabelAvClients,
+                          ui.JobInfo_LabelAvFrameTime,
+                          ui.JobInfo_LabelSend,
+                          ui.JobInfo_LabelAborted,
+                          ui.JobInfo_LabelCrashed,
+                          ui.JobInfo_Statimage,
+                          ui.JobInfo_LabelSceneOS})
             l->setText(QString());
         return;
     }
@@ -107,8 +125,10 @@ void fmHistorydb::uiUpdateJobInfoPage()
         fmJobInfoImageFor(jobs.Selection.get(), count, app.HistoryDbPath.toQString(), table.currentProject);
     if (img.What == fmJobInfoImage::KeepImage) return;
     ui.JobInfo_LabelFOI->clear();
-    if (img.What == fmJobInfoImage::ShowText) ui.JobInfo_LabelFOI->setText(img.Text);
-    else ui.JobInfo_LabelFOI->setPixmap(QPixmap(img.Path)); // an unreadable file gives an empty pixmap
+    if (img.What == fmJobInfoImage::ShowText)
+        ui.JobInfo_LabelFOI->setText(img.Text);
+    else
+        ui.JobInfo_LabelFOI->setPixmap(QPixmap(img.Path)); // an unreadable file gives an empty pixmap
 }
 
 void fmHistorydb::uiUpdateLogPage(bool unused)
@@ -123,8 +143,10 @@ void fmHistorydb::uiUpdateLogPage(bool unused)
     showIfHidden(ui.treeLog);
     // The rebuild drops the tree's selection; the table stays on the page of logPage.
     if (logModel) logModel->CreateLogTree(app, job);
-    if (logPage == 2) uiUpdateLogError();
-    else if (logPage == 1) uiUpdateLogServer();
+    if (logPage == 2)
+        uiUpdateLogError();
+    else if (logPage == 1)
+        uiUpdateLogServer();
 }
 
 void fmHistorydb::LogSelectionChanged(const QItemSelection& selected)
@@ -133,7 +155,8 @@ void fmHistorydb::LogSelectionChanged(const QItemSelection& selected)
     if (!job) return;
     const QModelIndexList indexes = selected.indexes();
     const fmuiTreeViewLogNode* node = nullptr;
-    if (!indexes.isEmpty() && logModel && indexes.first().isValid()) node = logModel->nodeFromIndex(indexes.first());
+    if (!indexes.isEmpty() && logModel && indexes.first().isValid())
+        node = logModel->nodeFromIndex(indexes.first());
     if (!node || (logModel && node == logModel->RootNode)) {
         hideIfVisible(ui.JobLog_Table);
         return;
@@ -224,10 +247,10 @@ void fmHistorydb::on_actionExport_as_csv_Excel_triggered()
 
 void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
 {
-    const QString suggestion =
-        lastExportDirectory + QStringLiteral("ALL_") + fmTime_t(true).asStringFileNameDate() + QStringLiteral(".csv");
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("Export all projects as csv"), suggestion, tr("Xml Files (*.csv)"));
+    const QString suggestion = lastExportDirectory + QStringLiteral("ALL_") +
+                               fmTime_t(true).asStringFileNameDate() + QStringLiteral(".csv");
+    const QString path = QFileDialog::getSaveFileName(this, tr("Export all projects as csv"), suggestion,
+                                                      tr("Xml Files (*.csv)"));
     if (path.isEmpty()) return;
 
     QSplashScreen splash(screen(), QPixmap(QStringLiteral(":/Logos/PleaseWait.bmp")));
@@ -239,13 +262,15 @@ void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
     // Each load replaces the job list; the last project stays loaded afterwards.
     const int count = std::clamp(table.nrOfProjects, 0, fmProjectTable::MaxProjects);
     for (int i = 0; i < count; ++i) {
-        splash.showMessage(QStringLiteral("%1/%2 %3 ...").arg(i + 1).arg(count).arg(table.projects[size_t(i)].Name),
-                           Qt::AlignLeft | Qt::AlignBottom, Qt::black);
+        splash.showMessage(
+            QStringLiteral("%1/%2 %3 ...").arg(i + 1).arg(count).arg(table.projects[size_t(i)].Name),
+            Qt::AlignLeft | Qt::AlignBottom, Qt::black);
         QCoreApplication::processEvents();
         loadProject(i);
         if (!jobs.exportAsCSV(path, nullptr, nullptr, true, i > 0))
-            fmMessageBox::Warning(this, QStringLiteral("Unable to save all jobs into \n'") + path + QLatin1Char('\''),
-                                  QStringLiteral("Ok"), 45);
+            fmMessageBox::Warning(
+                this, QStringLiteral("Unable to save all jobs into \n'") + path + QLatin1Char('\''),
+                QStringLiteral("Ok"), 45);
     }
     splash.hide();
 }
