@@ -179,53 +179,53 @@ void fmHistorydb::LogSelectionChanged(const QItemSelection& selected)
 void fmHistorydb::uiUpdateLogServer()
 {
     const fmJ::_jobsHistoryDB_Runtime* job = firstSelected(jobs);
-    QTableWidget* table = ui.JobLog_Table;
+    QTableWidget* view = ui.JobLog_Table;
     if (!job) {
-        hideIfVisible(table);
+        hideIfVisible(view);
         return;
     }
-    showIfHidden(table);
+    showIfHidden(view);
     const QList<fmJobLogRow> rows = fmJobLogRows(*job, app);
-    table->setUpdatesEnabled(false);
-    table->clear();
-    table->setColumnCount(8);
-    table->setHorizontalHeaderLabels(fmJobLogHeaders());
-    table->setRowCount(int(rows.size()));
+    view->setUpdatesEnabled(false);
+    view->clear();
+    view->setColumnCount(8);
+    view->setHorizontalHeaderLabels(fmJobLogHeaders());
+    view->setRowCount(int(rows.size()));
     for (int i = 0; i < rows.size(); ++i) {
         const fmJobLogRow& row = rows[i];
         for (int c = 0; c < int(row.Cells.size()); ++c) {
             auto* item = new QTableWidgetItem(row.Cells[size_t(c)]); // owned by the table
             if (c == 6) item->setForeground(QColor::fromRgba(row.MessageColor));
-            table->setItem(i, c, item);
+            view->setItem(i, c, item);
         }
     }
-    table->setRowCount(int(rows.size()));
-    table->resizeRowsToContents();
-    table->setUpdatesEnabled(true);
+    view->setRowCount(int(rows.size()));
+    view->resizeRowsToContents();
+    view->setUpdatesEnabled(true);
 }
 
 void fmHistorydb::uiUpdateLogError()
 {
     const fmJ::_jobsHistoryDB_Runtime* job = firstSelected(jobs);
-    QTableWidget* table = ui.JobLog_Table;
+    QTableWidget* view = ui.JobLog_Table;
     if (!job) {
-        hideIfVisible(table);
+        hideIfVisible(view);
         return;
     }
-    showIfHidden(table);
+    showIfHidden(view);
     // One row per error, with no rows first sized by the log: so a job with more errors than log
     // entries loses none of them.
     const QList<fmJobErrorRow> rows = fmJobErrorRows(*job, app);
-    table->setUpdatesEnabled(false);
-    table->clear();
-    table->setColumnCount(3);
-    table->setHorizontalHeaderLabels(fmJobErrorHeaders());
-    table->setRowCount(int(rows.size()));
+    view->setUpdatesEnabled(false);
+    view->clear();
+    view->setColumnCount(3);
+    view->setHorizontalHeaderLabels(fmJobErrorHeaders());
+    view->setRowCount(int(rows.size()));
     for (int i = 0; i < rows.size(); ++i)
         for (int c = 0; c < int(rows[i].Cells.size()); ++c)
-            table->setItem(i, c, new QTableWidgetItem(rows[i].Cells[size_t(c)])); // owned by the table
-    table->resizeRowsToContents();
-    table->setUpdatesEnabled(true);
+            view->setItem(i, c, new QTableWidgetItem(rows[i].Cells[size_t(c)])); // owned by the table
+    view->resizeRowsToContents();
+    view->setUpdatesEnabled(true);
 }
 
 void fmHistorydb::on_actionExport_as_csv_Excel_triggered()
