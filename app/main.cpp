@@ -34,6 +34,7 @@ void showSplashMessage(QSplashScreen* splash, const QString& text)
 int main(int argc, char** argv)
 {
     auto* app = new QApplication(argc, argv);
+    Q_INIT_RESOURCE(fmUI);
     qInstallMessageHandler(FMMessageOutput);
     // The window side's hooks of the core: log lines below level 10 raise fmMessageBox, start-up
     // texts reach the splash. The style hook (__FM::InstallStyleHook) is set here by fmStyle.
