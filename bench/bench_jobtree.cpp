@@ -56,8 +56,8 @@ double paintRows(fmuiTreeViewJobsModel& m, bool expanded)
     for (const QModelIndex& r : rows)
         for (int c = 0; c < fmuiTreeViewJobsModel::ColumnCount; ++c) {
             const QModelIndex i = m.index(r.row(), c, r.parent());
-            for (int role : {Qt::DisplayRole, Qt::DecorationRole, Qt::FontRole, Qt::TextAlignmentRole,
-                             Qt::BackgroundRole, Qt::ForegroundRole, 33, 34, 35})
+            for (int role : {int(Qt::DisplayRole), int(Qt::DecorationRole), int(Qt::FontRole), int(Qt::TextAlignmentRole),
+                             int(Qt::BackgroundRole), int(Qt::ForegroundRole), 33, 34, 35})
                 sink += m.data(i, role).isValid();
         }
     const double r = ms(t);
