@@ -123,6 +123,10 @@ fmuiTreeViewJobsModel::fmuiTreeViewJobsModel(fmTreeView*& view, fmJ::_JobList& l
       ScriptPriorityIncrease(cfgInt(app, "jScriptPriorityIncrease"))
 {
     Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0, list.IsCopy);
+    // The selection model reports every change of the records' selected flags through dataChanged.
+    connect(this, &QAbstractItemModel::dataChanged, this, [this] { invalidateSummaries(); });
+    connect(this, &QAbstractItemModel::modelReset, this, [this] { invalidateSummaries(); });
+    connect(this, &QAbstractItemModel::layoutChanged, this, [this] { invalidateSummaries(); });
 }
 
 fmuiTreeViewJobsModel::~fmuiTreeViewJobsModel()
@@ -201,6 +205,7 @@ void fmuiTreeViewJobsModel::tableViewSelectionChanged() { JobList.CreateSelectio
 void fmuiTreeViewJobsModel::ClearSelectionAll(bool all, QString reason)
 {
     fmuiTreeViewModel::ClearSelectionAll(all, reason);
+    invalidateSummaries();
     if (!all) return;
     {
         QReadLocker lock(&JobList.LockJobs);
@@ -222,6 +227,7 @@ void fmuiTreeViewJobsModel::ClearSelectionAll(bool all, QString reason)
 void fmuiTreeViewJobsModel::ClearCompleteTree()
 {
     QWriteLocker lock(&NodeLock);
+    invalidateSummaries();
     addDeleteLater(Root);
     Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0,
                                     JobList.IsCopy);
@@ -471,6 +477,7 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
         emit layoutAboutToBeChanged();
     {
         QWriteLocker nodeLock(&NodeLock);
+        invalidateSummaries(); // keyed by node: a destroyed node's address may come back
         executeDeleteLater();
 
         // Mark: a node that meets its job again keeps its place and IsExpanded.

@@ -119,6 +119,25 @@ private:
     QString groupText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
 
     std::unordered_map<fmuiTreeViewJobsNode*, ChildIndex> BuildIndex;
+
+    // What a collapsed group row shows, gathered in one pass over the jobs below it (each job is a
+    // separate 38 KB record, so the pass is bound by memory, not by arithmetic). Valid until the
+    // next rebuild, reset, selection clearing or dataChanged of this model.
+    struct GroupSummary
+    {
+        uint32_t DifferColumns = 0; // bit c: column c differs among the jobs
+        double Low = 0, High = 0;   // frame range
+        long long FrameTimeSum = 0;
+        int FrameTimeCount = 0;
+        long long PS = 0;
+        double GhzHours = 0;
+        int ErrorLevel = 0;
+        bool Fresh = false;
+        bool Any = false, All = false;
+    };
+    const GroupSummary& summaryOf(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job) const;
+    void invalidateSummaries() { Summaries.clear(); }
+    mutable QHash<const fmuiTreeViewJobsNode*, GroupSummary> Summaries;
 };
 
 class fmuiTreeViewJobsModelFooter : public QAbstractItemModel

@@ -270,6 +270,47 @@ QString fmuiTreeViewJobsModel::jobText(const fmuiTreeViewJobsNode* node, const _
     }
 }
 
+const fmuiTreeViewJobsModel::GroupSummary&
+fmuiTreeViewJobsModel::summaryOf(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job) const
+{
+    auto it = Summaries.constFind(node);
+    if (it != Summaries.constEnd()) return *it;
+    GroupSummary g;
+    g.Low = job->SeqStart;
+    g.High = job->SeqEnd;
+    bool seen = false;
+    g.All = true;
+    forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
+        const _jobsHistoryDB_Runtime* j = n->data()->Job;
+        seen = true;
+        for (int c : {1, 2, 4, 8, 9, 10, 16})
+            if (!(g.DifferColumns & (1u << c)) && !sameField(j, job, c)) g.DifferColumns |= 1u << c;
+        const double s = j->SeqStart, e = j->SeqEnd;
+        if (s < g.Low) g.Low = s;
+        if (e > g.High) g.High = e;
+        const uint32_t ft = j->AverageFrameTime;
+        if (ft > 0) {
+            g.FrameTimeSum += ft;
+            ++g.FrameTimeCount;
+        }
+        const long long ps = (long long)j->TotalPS; // a value above 2^63 reads negative
+        if (ps > 0) g.PS = ps > LLONG_MAX - g.PS ? LLONG_MAX : g.PS + ps;
+        const float ghz = j->TotalGhzHours;
+        if (ghz > 0 && std::isfinite(ghz)) g.GhzHours += double(ghz);
+        const int err = j->ErrorCount;
+        if (err > g.ErrorLevel) g.ErrorLevel = err;
+        if (j->ErrorCountHard != 0) g.Fresh = true;
+        if (n->GetDataIsSelected(App))
+            g.Any = true;
+        else
+            g.All = false;
+    });
+    g.All = g.All && seen;
+    if (node->ForceSelected) g.Any = g.All = true;
+    if (node->ForceDeselected) g.Any = g.All = false;
+    return *Summaries.insert(node, g);
+}
+
 QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job,
                                              int column, int role) const
 {
@@ -279,15 +320,8 @@ QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, c
     const bool first = node->NodeType == N::FirstLevel;
     if (role == Qt::DecorationRole) {
         if (column != 5 || first || expanded) return QVariant();
-        int level = 0;
-        bool fresh = false;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const _jobsHistoryDB_Runtime* j = n->data()->Job;
-            const int e = j->ErrorCount;
-            if (e > level) level = e;
-            if (j->ErrorCountHard != 0) fresh = true;
-        });
-        const QString path = errorIconPath(level, fresh);
+        const GroupSummary& g = summaryOf(node, job);
+        const QString path = errorIconPath(g.ErrorLevel, g.Fresh);
         return path.isEmpty() ? QVariant() : QVariant(QIcon(path));
     }
     if (role != Qt::BackgroundRole && role != Qt::ForegroundRole) return QVariant();
@@ -298,26 +332,15 @@ QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, c
         return argb(first ? 0xFFCCCCCC : 0xFFEEEEEE);
     }
 
-    bool any = false, all = true, seen = false;
-    forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-        seen = true;
-        if (n->GetDataIsSelected(App))
-            any = true;
-        else
-            all = false;
-    });
-    all = all && seen;
-    if (node->ForceSelected) any = all = true;
-    if (node->ForceDeselected) any = all = false;
-
+    const GroupSummary& g = summaryOf(node, job);
     if (role == Qt::ForegroundRole) {
         if (column == 0) return argb(first ? 0xFF000000 : 0xFF444444);
-        if (all) return argb(0xFFFFFFFF);
-        return argb(any ? 0xFF000000 : 0xFF444444);
+        if (g.All) return argb(0xFFFFFFFF);
+        return argb(g.Any ? 0xFF000000 : 0xFF444444);
     }
     if (column == 0) return argb(0xFFEEEEEE);
-    if (!any) return argb(first ? 0xFFEEEEEE : 0xFFFAFAFA);
-    if (!all) return QBrush(argb(0xFF999999), Qt::Dense5Pattern);
+    if (!g.Any) return argb(first ? 0xFFEEEEEE : 0xFFFAFAFA);
+    if (!g.All) return QBrush(argb(0xFF999999), Qt::Dense5Pattern);
     return argb(0xFF000000);
 }
 
@@ -349,34 +372,17 @@ QString fmuiTreeViewJobsModel::groupText(const fmuiTreeViewJobsNode* node, const
     case 10:
     case 16: {
         if (node->IsExpanded) return QString();
-        bool same = true;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            if (same && !sameField(n->data()->Job, job, column)) same = false;
-        });
-        if (!same) return column == 4 ? differSoftware : differText;
+        if (summaryOf(node, job).DifferColumns & (1u << column)) return column == 4 ? differSoftware : differText;
         if (column == 9) return job->Layer.toQString();
         return jobText(node, job, column);
     }
     case 11: {
-        double lo = job->SeqStart, hi = job->SeqEnd;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const double s = n->data()->Job->SeqStart, e = n->data()->Job->SeqEnd;
-            if (s < lo) lo = s;
-            if (e > hi) hi = e;
-        });
-        return QStringLiteral("%1 -%2      ").arg(toIntTrunc(lo), 4).arg(toIntTrunc(hi), 5);
+        const GroupSummary& g = summaryOf(node, job);
+        return QStringLiteral("%1 -%2      ").arg(toIntTrunc(g.Low), 4).arg(toIntTrunc(g.High), 5);
     }
     case 15: {
-        long long sum = 0;
-        int count = 0;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const uint32_t t = n->data()->Job->AverageFrameTime;
-            if (t > 0) {
-                sum += t;
-                ++count;
-            }
-        });
-        return count > 0 ? fmSec2ms(sum / count) : QString();
+        const GroupSummary& g = summaryOf(node, job);
+        return g.FrameTimeCount > 0 ? fmSec2ms(g.FrameTimeSum / g.FrameTimeCount) : QString();
     }
     case 20: {
         const fmTime_t t(job->DateSend);
@@ -387,20 +393,12 @@ QString fmuiTreeViewJobsModel::groupText(const fmuiTreeViewJobsNode* node, const
         return t.asString();
     }
     case 25: {
-        long long sum = 0;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const long long v = (long long)n->data()->Job->TotalPS; // a value above 2^63 reads negative
-            if (v > 0) sum = v > LLONG_MAX - sum ? LLONG_MAX : sum + v;
-        });
+        const long long sum = summaryOf(node, job).PS;
         return sum >= 1 ? fmSpaceTsd(sum) : QString();
     }
     case 26:
     case 27: {
-        double sum = 0;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const float g = n->data()->Job->TotalGhzHours;
-            if (g > 0 && std::isfinite(g)) sum += double(g);
-        });
+        const double sum = summaryOf(node, job).GhzHours;
         if (!(sum > 0)) return QString();
         if (column == 26) return fmSpaceTsd(roundHalfAway(sum));
         return QStringLiteral("%1 %2").arg(sum * double(Cost), 0, 'f', 2).arg(CostDisplay);
