@@ -29,7 +29,10 @@ void print(const char* name, double value, const char* unit)
     std::fflush(stdout);
 }
 
-double ms(const QElapsedTimer& t) { return double(t.nsecsElapsed()) / 1e6; }
+double ms(const QElapsedTimer& t)
+{
+    return double(t.nsecsElapsed()) / 1e6;
+}
 
 // The first `rows` rows in the order the view shows them (children only below expanded rows).
 void visibleRows(const QAbstractItemModel& m, const QModelIndex& parent, bool expanded, int rows,
@@ -46,7 +49,8 @@ double paintRows(fmuiTreeViewJobsModel& m, bool expanded)
 {
     for (fmuiTreeViewNode* t : m.Root->Children) {
         t->IsExpanded = expanded;
-        for (fmuiTreeViewNode* c : t->Children) c->IsExpanded = expanded;
+        for (fmuiTreeViewNode* c : t->Children)
+            c->IsExpanded = expanded;
     }
     QModelIndexList rows;
     visibleRows(m, QModelIndex(), expanded, 60, rows);
@@ -56,8 +60,9 @@ double paintRows(fmuiTreeViewJobsModel& m, bool expanded)
     for (const QModelIndex& r : rows)
         for (int c = 0; c < fmuiTreeViewJobsModel::ColumnCount; ++c) {
             const QModelIndex i = m.index(r.row(), c, r.parent());
-            for (int role : {int(Qt::DisplayRole), int(Qt::DecorationRole), int(Qt::FontRole), int(Qt::TextAlignmentRole),
-                             int(Qt::BackgroundRole), int(Qt::ForegroundRole), 33, 34, 35})
+            for (int role :
+                 {int(Qt::DisplayRole), int(Qt::DecorationRole), int(Qt::FontRole),
+                  int(Qt::TextAlignmentRole), int(Qt::BackgroundRole), int(Qt::ForegroundRole), 33, 34, 35})
                 sink += m.data(i, role).isValid();
         }
     const double r = ms(t);

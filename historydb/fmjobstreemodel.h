@@ -22,8 +22,8 @@ struct fmuiTreeViewJobsNodeData
 {
     unsigned long long JobID = 0;
     fmJ::_jobsHistoryDB_Runtime* Job = nullptr; // not owned; null: not reached in this rebuild
-    int32_t FirstSortedID = 0;                   // lowest sorted position of the jobs below
-    int32_t LastSortedID = 0;                    // highest such position
+    int32_t FirstSortedID = 0;                  // lowest sorted position of the jobs below
+    int32_t LastSortedID = 0;                   // highest such position
     bool ListIsCopy = false;
     QString Name; // lower case
 };
@@ -60,10 +60,10 @@ public:
     bool ShowOnlyFlag;
     fmJ::_JobList& JobList;
     __FM& App;
-    float Cost;                  // "cfgCost"
-    QString CostDisplay;         // "cfgCostDisplay"
-    int32_t PreviewPriorityIncrease; // "jPreviewPriorityIncrease"
-    int32_t ScriptPriorityIncrease;  // "jScriptPriorityIncrease"
+    float Cost;                                          // "cfgCost"
+    QString CostDisplay;                                 // "cfgCostDisplay"
+    int32_t PreviewPriorityIncrease;                     // "jPreviewPriorityIncrease"
+    int32_t ScriptPriorityIncrease;                      // "jScriptPriorityIncrease"
     class fmuiTreeViewJobsModelFooter* Footer = nullptr; // not owned; set by initJobTree
 
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -113,10 +113,12 @@ private:
 
     QVariant jobRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column,
                         int role) const;
-    QVariant groupRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column,
-                          int role) const;
-    QString jobText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
-    QString groupText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
+    QVariant groupRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job,
+                          int column, int role) const;
+    QString jobText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job,
+                    int column) const;
+    QString groupText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job,
+                      int column) const;
 
     std::unordered_map<fmuiTreeViewJobsNode*, ChildIndex> BuildIndex;
 
@@ -135,7 +137,8 @@ private:
         bool Fresh = false;
         bool Any = false, All = false;
     };
-    const GroupSummary& summaryOf(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job) const;
+    const GroupSummary& summaryOf(const fmuiTreeViewJobsNode* node,
+                                  const fmJ::_jobsHistoryDB_Runtime* job) const;
     void invalidateSummaries() { Summaries.clear(); }
     mutable QHash<const fmuiTreeViewJobsNode*, GroupSummary> Summaries;
 };

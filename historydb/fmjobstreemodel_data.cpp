@@ -43,12 +43,14 @@ long long roundHalfAway(double v)
     return std::llround(v);
 }
 
-long long clampedLL(uint64_t v) { return v > uint64_t(LLONG_MAX) ? LLONG_MAX : (long long)v; }
+long long clampedLL(uint64_t v)
+{
+    return v > uint64_t(LLONG_MAX) ? LLONG_MAX : (long long)v;
+}
 
 // Exact equality of two 16-bit texts of capacity N given by the address of the fmString in a
 // packed record: Length (clamped), then the units in use.
-template <int N>
-bool sameText(const char* a, const char* b)
+template <int N> bool sameText(const char* a, const char* b)
 {
     uint16_t la, lb;
     std::memcpy(&la, a + 2 * N + 2, 2);
@@ -58,29 +60,39 @@ bool sameText(const char* a, const char* b)
 }
 
 #define FM_TEXT_BYTES(job, field) reinterpret_cast<const char*>(&(job)->field)
-#define FM_SAME_TEXT(a, b, field)                                                                          \
+#define FM_SAME_TEXT(a, b, field)                                                                            \
     sameText<decltype((a)->field)::Capacity>(FM_TEXT_BYTES(a, field), FM_TEXT_BYTES(b, field))
 
 bool sameField(const _jobsHistoryDB_Runtime* a, const _jobsHistoryDB_Runtime* b, int column)
 {
     switch (column) {
-    case 1: return FM_SAME_TEXT(a, b, UserName);
-    case 2: return FM_SAME_TEXT(a, b, CompanyProjectName);
-    case 4: return FM_SAME_TEXT(a, b, Software);
-    case 8: return FM_SAME_TEXT(a, b, SceneName);
-    case 9: return FM_SAME_TEXT(a, b, Layer);
-    case 10: return FM_SAME_TEXT(a, b, Camera);
-    case 16: return a->Priority == b->Priority;
-    default: return true;
+    case 1:
+        return FM_SAME_TEXT(a, b, UserName);
+    case 2:
+        return FM_SAME_TEXT(a, b, CompanyProjectName);
+    case 4:
+        return FM_SAME_TEXT(a, b, Software);
+    case 8:
+        return FM_SAME_TEXT(a, b, SceneName);
+    case 9:
+        return FM_SAME_TEXT(a, b, Layer);
+    case 10:
+        return FM_SAME_TEXT(a, b, Camera);
+    case 16:
+        return a->Priority == b->Priority;
+    default:
+        return true;
     }
 }
 
-const fmuiTreeViewJobsNode* jnode(const fmuiTreeViewNode* n) { return static_cast<const fmuiTreeViewJobsNode*>(n); }
+const fmuiTreeViewJobsNode* jnode(const fmuiTreeViewNode* n)
+{
+    return static_cast<const fmuiTreeViewJobsNode*>(n);
+}
 
 // The jobs below a group row: an end child's own job, and the jobs of the children of any other
 // child. Nodes without data or job are skipped.
-template <class F>
-void forEachJobNodeBelow(const fmuiTreeViewNode* node, F&& f)
+template <class F> void forEachJobNodeBelow(const fmuiTreeViewNode* node, F&& f)
 {
     for (const fmuiTreeViewNode* c : node->Children) {
         if (!c) continue;
@@ -112,18 +124,44 @@ Qt::Alignment columnAlignment(int column)
     }
 }
 
-QColor argb(uint32_t v) { return QColor::fromRgba(v); }
+QColor argb(uint32_t v)
+{
+    return QColor::fromRgba(v);
+}
 
 } // namespace
 
 QVariant fmuiTreeViewJobsModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return QVariant();
-    static const char* const titles[ColumnCount] = {
-        "ID", "User", "Company Project", "Scn-Shot-Ver", "Software", "Error", "FrameCheck", "Approved",
-        "Scene", "Layer", "Camera", "Frames", "Done-started-left", "Time total", "Remaining", "Fr. time",
-        "Priority", "Status", "Clients Rendering", "", "Date Send", "Date Finished", "Done", "Debug",
-        "Shot", "PS Total", "Ghz*h", "Cost"};
+    static const char* const titles[ColumnCount] = {"ID",
+                                                    "User",
+                                                    "Company Project",
+                                                    "Scn-Shot-Ver",
+                                                    "Software",
+                                                    "Error",
+                                                    "FrameCheck",
+                                                    "Approved",
+                                                    "Scene",
+                                                    "Layer",
+                                                    "Camera",
+                                                    "Frames",
+                                                    "Done-started-left",
+                                                    "Time total",
+                                                    "Remaining",
+                                                    "Fr. time",
+                                                    "Priority",
+                                                    "Status",
+                                                    "Clients Rendering",
+                                                    "",
+                                                    "Date Send",
+                                                    "Date Finished",
+                                                    "Done",
+                                                    "Debug",
+                                                    "Shot",
+                                                    "PS Total",
+                                                    "Ghz*h",
+                                                    "Cost"};
     if (section < 0 || section >= ColumnCount) return QVariant();
     if (section == 0 && GroupFirstLevel)
         return GroupByUser ? QStringLiteral("ID / User") : QStringLiteral("ID / Company Project");
@@ -151,7 +189,13 @@ QVariant fmuiTreeViewJobsModel::data(const QModelIndex& index, int role) const
         return node->Level <= 2 ? argb(0xFFCCCCCC) : argb(0x00000000);
     case fmtvRole::BottomLineColor:
         switch (column) {
-        case 5: case 8: case 9: case 13: case 16: case 18: case 22:
+        case 5:
+        case 8:
+        case 9:
+        case 13:
+        case 16:
+        case 18:
+        case 22:
             return argb(0xFF999999);
         default:
             return QVariant();
@@ -159,7 +203,8 @@ QVariant fmuiTreeViewJobsModel::data(const QModelIndex& index, int role) const
     case fmtvRole::Shading:
         return QVariant::fromValue(fmtvShading{node->NodeType == N::EndNode ? 3u : 5u});
     case Qt::FontRole:
-        if (column == 0 && node->NodeType == N::FirstLevel) return QFont(QStringLiteral("Arial"), 8, QFont::Bold);
+        if (column == 0 && node->NodeType == N::FirstLevel)
+            return QFont(QStringLiteral("Arial"), 8, QFont::Bold);
         return QVariant();
     default:
         break;
@@ -171,8 +216,8 @@ QVariant fmuiTreeViewJobsModel::data(const QModelIndex& index, int role) const
     return jobRow ? jobRowData(node, d->Job, column, role) : groupRowData(node, d->Job, column, role);
 }
 
-QVariant fmuiTreeViewJobsModel::jobRowData(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job,
-                                           int column, int role) const
+QVariant fmuiTreeViewJobsModel::jobRowData(const fmuiTreeViewJobsNode* node,
+                                           const _jobsHistoryDB_Runtime* job, int column, int role) const
 {
     const bool selected = (node->GetDataIsSelected(App) || node->ForceSelected) && !node->ForceDeselected;
     switch (role) {
@@ -311,8 +356,8 @@ fmuiTreeViewJobsModel::summaryOf(const fmuiTreeViewJobsNode* node, const _jobsHi
     return *Summaries.insert(node, g);
 }
 
-QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job,
-                                             int column, int role) const
+QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node,
+                                             const _jobsHistoryDB_Runtime* job, int column, int role) const
 {
     if (role == Qt::DisplayRole) return groupText(node, job, column);
 
@@ -372,7 +417,8 @@ QString fmuiTreeViewJobsModel::groupText(const fmuiTreeViewJobsNode* node, const
     case 10:
     case 16: {
         if (node->IsExpanded) return QString();
-        if (summaryOf(node, job).DifferColumns & (1u << column)) return column == 4 ? differSoftware : differText;
+        if (summaryOf(node, job).DifferColumns & (1u << column))
+            return column == 4 ? differSoftware : differText;
         if (column == 9) return job->Layer.toQString();
         return jobText(node, job, column);
     }
