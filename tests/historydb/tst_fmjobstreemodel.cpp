@@ -24,17 +24,17 @@ Q_DECLARE_METATYPE(JobSetup)
 
 namespace {
 
-struct JobSpec
+struct JobEntry
 {
     unsigned long long id;
     const char* user;
 };
 
 // A list in queue order (sort column 0 ascending), so sorted position = order of adding.
-std::unique_ptr<_JobList> makeList(const QList<JobSpec>& jobs)
+std::unique_ptr<_JobList> makeList(const QList<JobEntry>& jobs)
 {
     auto l = std::make_unique<_JobList>(FM);
-    for (const JobSpec& s : jobs) {
+    for (const JobEntry& s : jobs) {
         auto r = jlfix::makeRecord(int(s.id % 1000));
         r->JobID = s.id;
         r->UserName = QString::fromLatin1(s.user);
@@ -80,7 +80,7 @@ QString id(unsigned long long v)
 
 } // namespace
 
-Q_DECLARE_METATYPE(JobSpec)
+Q_DECLARE_METATYPE(JobEntry)
 
 class tst_fmjobstreemodel : public QObject
 {
@@ -111,35 +111,35 @@ private slots:
 // not, and wrong indentation of the identifier.
 void tst_fmjobstreemodel::grouping_data()
 {
-    QTest::addColumn<QList<JobSpec>>("jobs");
+    QTest::addColumn<QList<JobEntry>>("jobs");
     QTest::addColumn<bool>("firstLevel");
     QTest::addColumn<bool>("submissions");
     QTest::addColumn<QStringList>("tree");
 
-    QTest::newRow("case folded") << QList<JobSpec>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}} << true
+    QTest::newRow("case folded") << QList<JobEntry>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}} << true
                                  << false
                                  << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001),
                                                 "     " + id(1002)};
     QTest::newRow("one job stays a group")
-        << QList<JobSpec>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
+        << QList<JobEntry>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
     QTest::newRow("two users in order")
-        << QList<JobSpec>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
+        << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
         << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy", "     " + id(1001)};
-    QTest::newRow("no first level") << QList<JobSpec>{{1000, "a"}, {1001, "b"}} << false << false
+    QTest::newRow("no first level") << QList<JobEntry>{{1000, "a"}, {1001, "b"}} << false << false
                                     << QStringList{"    " + id(1000), "    " + id(1001)};
     // 0x1101 and 0x1102 are one submission; 0x2201 alone becomes a job row.
-    QTest::newRow("submissions") << QList<JobSpec>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
+    QTest::newRow("submissions") << QList<JobEntry>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
                                  << true
                                  << QStringList{" 3 u", "   2 " + id(0x1100), "    " + id(0x1101),
                                                 "    " + id(0x1102), "     " + id(0x2201)};
     QTest::newRow("submissions, not adjacent")
-        << QList<JobSpec>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
+        << QList<JobEntry>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
         << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301), "     " + id(0x1102)};
 }
 
 void tst_fmjobstreemodel::grouping()
 {
-    QFETCH(QList<JobSpec>, jobs);
+    QFETCH(QList<JobEntry>, jobs);
     QFETCH(bool, firstLevel);
     QFETCH(bool, submissions);
     QFETCH(QStringList, tree);
@@ -210,8 +210,8 @@ void tst_fmjobstreemodel::jobRowTexts_data()
     }) << "010-020";
     QTest::newRow("9 layer and channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->Layer = "beauty";
-        j->Channel = "spec";
-    }) << "beauty - spec";
+        j->Channel = "diffuse";
+    }) << "beauty - diffuse";
     QTest::newRow("11 step 1") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->SeqStart = 1;
         j->SeqEnd = 100;
@@ -425,10 +425,10 @@ void tst_fmjobstreemodel::footer()
     QFETCH(int, jobs);
     QFETCH(int, column);
     QFETCH(QString, text);
-    QList<JobSpec> specs;
+    QList<JobEntry> entries;
     for (int k = 0; k < jobs; ++k)
-        specs.append({1000ull + k, "u"});
-    auto list = makeList(specs);
+        entries.append({1000ull + k, "u"});
+    auto list = makeList(entries);
     // Jobs 0 and 2 selected; job 1 (not selected) carries values that must not count.
     for (int k = 0; k < jobs; ++k) {
         _jobsHistoryDB_Runtime* j = list->GetJobByJobID(1000 + k);
