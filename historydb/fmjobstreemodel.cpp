@@ -57,8 +57,8 @@ int cfgInt(__FM& app, const char* name)
 
 fmuiTreeViewJobsNode::fmuiTreeViewJobsNode(Type type, QString name, unsigned long long jobID,
                                            _jobsHistoryDB_Runtime* job, fmuiTreeViewJobsNode* parent,
-                                           const int& level, const int& firstSortedID, const int& lastSortedID,
-                                           const bool& listIsCopy)
+                                           const int& level, const int& firstSortedID,
+                                           const int& lastSortedID, const bool& listIsCopy)
 {
     Parent = parent;
     NodeType = type;
@@ -115,14 +115,19 @@ void fmuiTreeViewJobsNode::deleteDataNode()
 
 // ---- model: construction and small operations ---------------------------------------------------
 
-fmuiTreeViewJobsModel::fmuiTreeViewJobsModel(fmTreeView*& view, fmJ::_JobList& list, __FM& app, QObject* parent,
-                                             const bool& showOnlyFlag)
+fmuiTreeViewJobsModel::fmuiTreeViewJobsModel(fmTreeView*& view, fmJ::_JobList& list, __FM& app,
+                                             QObject* parent, const bool& showOnlyFlag)
     : fmuiTreeViewModel(view, parent), ShowOnlyFlag(showOnlyFlag), JobList(list), App(app),
       Cost(cfgFloat(app, "cfgCost")), CostDisplay(cfgText(app, "cfgCostDisplay")),
       PreviewPriorityIncrease(cfgInt(app, "jPreviewPriorityIncrease")),
       ScriptPriorityIncrease(cfgInt(app, "jScriptPriorityIncrease"))
 {
-    Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0, list.IsCopy);
+    Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0,
+                                    list.IsCopy);
+    // The selection model reports every change of the records' selected flags through dataChanged.
+    connect(this, &QAbstractItemModel::dataChanged, this, [this] { invalidateSummaries(); });
+    connect(this, &QAbstractItemModel::modelReset, this, [this] { invalidateSummaries(); });
+    connect(this, &QAbstractItemModel::layoutChanged, this, [this] { invalidateSummaries(); });
 }
 
 fmuiTreeViewJobsModel::~fmuiTreeViewJobsModel()
@@ -131,7 +136,10 @@ fmuiTreeViewJobsModel::~fmuiTreeViewJobsModel()
     Root = nullptr;
 }
 
-int fmuiTreeViewJobsModel::columnCount(const QModelIndex&) const { return ColumnCount; }
+int fmuiTreeViewJobsModel::columnCount(const QModelIndex&) const
+{
+    return ColumnCount;
+}
 
 bool fmuiTreeViewJobsModel::setData(const QModelIndex&, const QVariant&, int)
 {
@@ -170,19 +178,23 @@ QString fmuiTreeViewJobsModel::keyOf(const _jobsHistoryDB_Runtime* job) const
 
 QString fmuiTreeViewJobsModel::errorIconPath(int errorCount, bool fresh)
 {
-    if (errorCount >= 16) return fresh ? QStringLiteral(":JobTable/icon_achtung_redfill.png")
-                                       : QStringLiteral(":JobTable/icon_achtung_red.png");
-    if (errorCount >= 8) return fresh ? QStringLiteral(":JobTable/icon_achtung_orangefill.png")
-                                      : QStringLiteral(":JobTable/icon_achtung_orange.png");
-    if (errorCount >= 1) return fresh ? QStringLiteral(":JobTable/icon_achtung_yellowfill.png")
-                                      : QStringLiteral(":JobTable/icon_achtung_yellow.png");
+    if (errorCount >= 16)
+        return fresh ? QStringLiteral(":JobTable/icon_achtung_redfill.png")
+                     : QStringLiteral(":JobTable/icon_achtung_red.png");
+    if (errorCount >= 8)
+        return fresh ? QStringLiteral(":JobTable/icon_achtung_orangefill.png")
+                     : QStringLiteral(":JobTable/icon_achtung_orange.png");
+    if (errorCount >= 1)
+        return fresh ? QStringLiteral(":JobTable/icon_achtung_yellowfill.png")
+                     : QStringLiteral(":JobTable/icon_achtung_yellow.png");
     return QString();
 }
 
 uint32_t fmuiTreeViewJobsModel::jobColor(int colorIndex)
 {
-    static constexpr uint32_t table[12] = {0xFFEEEEEE, 0xFFFFCCCC, 0xFFBBFFAA, 0xFFAACCFF, 0xFFFFFFCC, 0xFFEECCFF,
-                                           0xFFCCFFFF, 0xFF999999, 0xFFFF0000, 0xFF00FF00, 0xFF6666FF, 0xFF000000};
+    static constexpr uint32_t table[12] = {0xFFEEEEEE, 0xFFFFCCCC, 0xFFBBFFAA, 0xFFAACCFF,
+                                           0xFFFFFFCC, 0xFFEECCFF, 0xFFCCFFFF, 0xFF999999,
+                                           0xFFFF0000, 0xFF00FF00, 0xFF6666FF, 0xFF000000};
     return colorIndex >= 0 && colorIndex < 12 ? table[colorIndex] : table[0];
 }
 
@@ -196,11 +208,15 @@ void fmuiTreeViewJobsModel::QHeaderView_sortIndicatorChanged(int column, Qt::Sor
     if (JobList.SetSortID(column, order)) CreateJobTree(false);
 }
 
-void fmuiTreeViewJobsModel::tableViewSelectionChanged() { JobList.CreateSelectionList(); }
+void fmuiTreeViewJobsModel::tableViewSelectionChanged()
+{
+    JobList.CreateSelectionList();
+}
 
 void fmuiTreeViewJobsModel::ClearSelectionAll(bool all, QString reason)
 {
     fmuiTreeViewModel::ClearSelectionAll(all, reason);
+    invalidateSummaries();
     if (!all) return;
     {
         QReadLocker lock(&JobList.LockJobs);
@@ -222,6 +238,7 @@ void fmuiTreeViewJobsModel::ClearSelectionAll(bool all, QString reason)
 void fmuiTreeViewJobsModel::ClearCompleteTree()
 {
     QWriteLocker lock(&NodeLock);
+    invalidateSummaries();
     addDeleteLater(Root);
     Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0,
                                     JobList.IsCopy);
@@ -238,7 +255,8 @@ fmuiTreeViewJobsModel::ChildIndex& fmuiTreeViewJobsModel::indexOf(fmuiTreeViewJo
         auto* child = static_cast<fmuiTreeViewJobsNode*>(c);
         if (!child || !child->data()) continue;
         idx.ByJobGroup[child->data()->JobID >> 8].append(child);
-        if (child->NodeType == fmuiTreeViewNode::FirstLevel) idx.FirstLevelByName[child->data()->Name].append(child);
+        if (child->NodeType == fmuiTreeViewNode::FirstLevel)
+            idx.FirstLevelByName[child->data()->Name].append(child);
     }
     return idx;
 }
@@ -268,7 +286,8 @@ bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, 
         auto it = byName.constFind(key);
         if (it != byName.constEnd()) {
             for (fmuiTreeViewJobsNode* child : *it) {
-                if (child->NodeType != N::FirstLevel || !child->data() || child->data()->Name != key) continue;
+                if (child->NodeType != N::FirstLevel || !child->data() || child->data()->Name != key)
+                    continue;
                 if (child->Children.isEmpty()) {
                     // Written into the parent, not the child found; of no effect for the root.
                     nd->JobID = jobID;
@@ -288,7 +307,8 @@ bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, 
                 fmuiTreeViewJobsNodeData* cd = c->data();
                 if (!cd || (cd->JobID >> 8) != (jobID >> 8)) continue;
                 if (!(within(sortedID, cd) || !cd->Job || !GroupAdjacentOnly)) continue;
-                if (c->NodeType == N::SecondLevel) return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID);
+                if (c->NodeType == N::SecondLevel)
+                    return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID);
                 if (c->NodeType != N::EndNode) continue;
                 if (cd->JobID == jobID) return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID);
                 auto* end = new fmuiTreeViewJobsNode(N::EndNode, cd->Name, cd->JobID, cd->Job, c, level + 2,
@@ -379,8 +399,10 @@ void fmuiTreeViewJobsModel::SortNodeChildren(fmuiTreeViewJobsNode* node, int lef
         const int pivot = key((left + right) / 2);
         int i = left, j = right;
         while (i <= j) {
-            while (key(i) < pivot) ++i;
-            while (key(j) > pivot) --j;
+            while (key(i) < pivot)
+                ++i;
+            while (key(j) > pivot)
+                --j;
             if (i <= j) {
                 node->Children.swapItemsAt(i, j);
                 ++i;
@@ -471,6 +493,7 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
         emit layoutAboutToBeChanged();
     {
         QWriteLocker nodeLock(&NodeLock);
+        invalidateSummaries(); // keyed by node: a destroyed node's address may come back
         executeDeleteLater();
 
         // Mark: a node that meets its job again keeps its place and IsExpanded.
@@ -490,7 +513,8 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
         fmuiTreeViewJobsNode* scratch = nullptr;
         const int sorted = std::clamp(JobList.SortedCount, 0, fmJ::_JobList::MaxJobs);
         for (int i = 0; i < sorted; ++i)
-            if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i)) AddJobtoNode(jobsRoot(), 0, job, &scratch, i);
+            if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i))
+                AddJobtoNode(jobsRoot(), 0, job, &scratch, i);
         BuildIndex.clear();
 
         for (int t = 0; t < Root->Children.size(); ++t)
@@ -504,12 +528,14 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
         if (GroupFirstLevel) {
             for (fmuiTreeViewNode* t : Root->Children) {
                 if (!t) continue;
-                for (fmuiTreeViewNode* c : t->Children) sortAll(c);
+                for (fmuiTreeViewNode* c : t->Children)
+                    sortAll(c);
                 sortAll(t);
             }
         } else {
             sortAll(Root);
-            for (fmuiTreeViewNode* t : Root->Children) sortAll(t);
+            for (fmuiTreeViewNode* t : Root->Children)
+                sortAll(t);
         }
         if (!reset) remapPersistentIndexes();
     }
@@ -536,11 +562,26 @@ fmuiTreeViewJobsModelFooter::fmuiTreeViewJobsModelFooter(fmJ::_JobList& list, __
 {
 }
 
-QModelIndex fmuiTreeViewJobsModelFooter::index(int, int, const QModelIndex&) const { return QModelIndex(); }
-QModelIndex fmuiTreeViewJobsModelFooter::parent(const QModelIndex&) const { return QModelIndex(); }
-int fmuiTreeViewJobsModelFooter::rowCount(const QModelIndex&) const { return 0; }
-int fmuiTreeViewJobsModelFooter::columnCount(const QModelIndex&) const { return fmuiTreeViewJobsModel::ColumnCount; }
-QVariant fmuiTreeViewJobsModelFooter::data(const QModelIndex&, int) const { return QVariant(); }
+QModelIndex fmuiTreeViewJobsModelFooter::index(int, int, const QModelIndex&) const
+{
+    return QModelIndex();
+}
+QModelIndex fmuiTreeViewJobsModelFooter::parent(const QModelIndex&) const
+{
+    return QModelIndex();
+}
+int fmuiTreeViewJobsModelFooter::rowCount(const QModelIndex&) const
+{
+    return 0;
+}
+int fmuiTreeViewJobsModelFooter::columnCount(const QModelIndex&) const
+{
+    return fmuiTreeViewJobsModel::ColumnCount;
+}
+QVariant fmuiTreeViewJobsModelFooter::data(const QModelIndex&, int) const
+{
+    return QVariant();
+}
 
 void fmuiTreeViewJobsModelFooter::pleaseUpdate()
 {
@@ -637,9 +678,12 @@ void initJobTree(fmTreeView*& view, fmuiTreeViewJobsModel*& model, fmuiTreeViewS
     if (model->GroupFirstLevel) view->hideColumn(model->GroupByUser ? 1 : 2);
 
     static constexpr int widths[fmuiTreeViewJobsModel::ColumnCount] = {
-        125, 65, 85, 75, 30, 15, 15, 15, 350, 75, 75, 80, 100, 50, 50, 45, 20, 75, 25, 20, 80, 80, 45, 30, 35, 55, 40, 45};
-    for (int c = 0; c < fmuiTreeViewJobsModel::ColumnCount; ++c) view->setColumnWidth(c, widths[c]);
-    for (int c : {6, 7, 12, 14, 17, 22, 23}) view->hideColumn(c);
+        125, 65, 85, 75, 30, 15, 15, 15, 350, 75, 75, 80, 100, 50,
+        50,  45, 20, 75, 25, 20, 80, 80, 45,  30, 35, 55, 40,  45};
+    for (int c = 0; c < fmuiTreeViewJobsModel::ColumnCount; ++c)
+        view->setColumnWidth(c, widths[c]);
+    for (int c : {6, 7, 12, 14, 17, 22, 23})
+        view->hideColumn(c);
 
     view->syncFooter();
 }

@@ -22,8 +22,8 @@ struct fmuiTreeViewJobsNodeData
 {
     unsigned long long JobID = 0;
     fmJ::_jobsHistoryDB_Runtime* Job = nullptr; // not owned; null: not reached in this rebuild
-    int32_t FirstSortedID = 0;                   // lowest sorted position of the jobs below
-    int32_t LastSortedID = 0;                    // highest such position
+    int32_t FirstSortedID = 0;                  // lowest sorted position of the jobs below
+    int32_t LastSortedID = 0;                   // highest such position
     bool ListIsCopy = false;
     QString Name; // lower case
 };
@@ -60,10 +60,10 @@ public:
     bool ShowOnlyFlag;
     fmJ::_JobList& JobList;
     __FM& App;
-    float Cost;                  // "cfgCost"
-    QString CostDisplay;         // "cfgCostDisplay"
-    int32_t PreviewPriorityIncrease; // "jPreviewPriorityIncrease"
-    int32_t ScriptPriorityIncrease;  // "jScriptPriorityIncrease"
+    float Cost;                                          // "cfgCost"
+    QString CostDisplay;                                 // "cfgCostDisplay"
+    int32_t PreviewPriorityIncrease;                     // "jPreviewPriorityIncrease"
+    int32_t ScriptPriorityIncrease;                      // "jScriptPriorityIncrease"
     class fmuiTreeViewJobsModelFooter* Footer = nullptr; // not owned; set by initJobTree
 
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -113,12 +113,34 @@ private:
 
     QVariant jobRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column,
                         int role) const;
-    QVariant groupRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column,
-                          int role) const;
-    QString jobText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
-    QString groupText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
+    QVariant groupRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job,
+                          int column, int role) const;
+    QString jobText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job,
+                    int column) const;
+    QString groupText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job,
+                      int column) const;
 
     std::unordered_map<fmuiTreeViewJobsNode*, ChildIndex> BuildIndex;
+
+    // What a collapsed group row shows, gathered in one pass over the jobs below it (each job is a
+    // separate 38 KB record, so the pass is bound by memory, not by arithmetic). Valid until the
+    // next rebuild, reset, selection clearing or dataChanged of this model.
+    struct GroupSummary
+    {
+        uint32_t DifferColumns = 0; // bit c: column c differs among the jobs
+        double Low = 0, High = 0;   // frame range
+        long long FrameTimeSum = 0;
+        int FrameTimeCount = 0;
+        long long PS = 0;
+        double GhzHours = 0;
+        int ErrorLevel = 0;
+        bool Fresh = false;
+        bool Any = false, All = false;
+    };
+    const GroupSummary& summaryOf(const fmuiTreeViewJobsNode* node,
+                                  const fmJ::_jobsHistoryDB_Runtime* job) const;
+    void invalidateSummaries() { Summaries.clear(); }
+    mutable QHash<const fmuiTreeViewJobsNode*, GroupSummary> Summaries;
 };
 
 class fmuiTreeViewJobsModelFooter : public QAbstractItemModel

@@ -43,12 +43,14 @@ long long roundHalfAway(double v)
     return std::llround(v);
 }
 
-long long clampedLL(uint64_t v) { return v > uint64_t(LLONG_MAX) ? LLONG_MAX : (long long)v; }
+long long clampedLL(uint64_t v)
+{
+    return v > uint64_t(LLONG_MAX) ? LLONG_MAX : (long long)v;
+}
 
 // Exact equality of two 16-bit texts of capacity N given by the address of the fmString in a
 // packed record: Length (clamped), then the units in use.
-template <int N>
-bool sameText(const char* a, const char* b)
+template <int N> bool sameText(const char* a, const char* b)
 {
     uint16_t la, lb;
     std::memcpy(&la, a + 2 * N + 2, 2);
@@ -58,29 +60,39 @@ bool sameText(const char* a, const char* b)
 }
 
 #define FM_TEXT_BYTES(job, field) reinterpret_cast<const char*>(&(job)->field)
-#define FM_SAME_TEXT(a, b, field)                                                                          \
+#define FM_SAME_TEXT(a, b, field)                                                                            \
     sameText<decltype((a)->field)::Capacity>(FM_TEXT_BYTES(a, field), FM_TEXT_BYTES(b, field))
 
 bool sameField(const _jobsHistoryDB_Runtime* a, const _jobsHistoryDB_Runtime* b, int column)
 {
     switch (column) {
-    case 1: return FM_SAME_TEXT(a, b, UserName);
-    case 2: return FM_SAME_TEXT(a, b, CompanyProjectName);
-    case 4: return FM_SAME_TEXT(a, b, Software);
-    case 8: return FM_SAME_TEXT(a, b, SceneName);
-    case 9: return FM_SAME_TEXT(a, b, Layer);
-    case 10: return FM_SAME_TEXT(a, b, Camera);
-    case 16: return a->Priority == b->Priority;
-    default: return true;
+    case 1:
+        return FM_SAME_TEXT(a, b, UserName);
+    case 2:
+        return FM_SAME_TEXT(a, b, CompanyProjectName);
+    case 4:
+        return FM_SAME_TEXT(a, b, Software);
+    case 8:
+        return FM_SAME_TEXT(a, b, SceneName);
+    case 9:
+        return FM_SAME_TEXT(a, b, Layer);
+    case 10:
+        return FM_SAME_TEXT(a, b, Camera);
+    case 16:
+        return a->Priority == b->Priority;
+    default:
+        return true;
     }
 }
 
-const fmuiTreeViewJobsNode* jnode(const fmuiTreeViewNode* n) { return static_cast<const fmuiTreeViewJobsNode*>(n); }
+const fmuiTreeViewJobsNode* jnode(const fmuiTreeViewNode* n)
+{
+    return static_cast<const fmuiTreeViewJobsNode*>(n);
+}
 
 // The jobs below a group row: an end child's own job, and the jobs of the children of any other
 // child. Nodes without data or job are skipped.
-template <class F>
-void forEachJobNodeBelow(const fmuiTreeViewNode* node, F&& f)
+template <class F> void forEachJobNodeBelow(const fmuiTreeViewNode* node, F&& f)
 {
     for (const fmuiTreeViewNode* c : node->Children) {
         if (!c) continue;
@@ -112,18 +124,44 @@ Qt::Alignment columnAlignment(int column)
     }
 }
 
-QColor argb(uint32_t v) { return QColor::fromRgba(v); }
+QColor argb(uint32_t v)
+{
+    return QColor::fromRgba(v);
+}
 
 } // namespace
 
 QVariant fmuiTreeViewJobsModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return QVariant();
-    static const char* const titles[ColumnCount] = {
-        "ID", "User", "Company Project", "Scn-Shot-Ver", "Software", "Error", "FrameCheck", "Approved",
-        "Scene", "Layer", "Camera", "Frames", "Done-started-left", "Time total", "Remaining", "Fr. time",
-        "Priority", "Status", "Clients Rendering", "", "Date Send", "Date Finished", "Done", "Debug",
-        "Shot", "PS Total", "Ghz*h", "Cost"};
+    static const char* const titles[ColumnCount] = {"ID",
+                                                    "User",
+                                                    "Company Project",
+                                                    "Scn-Shot-Ver",
+                                                    "Software",
+                                                    "Error",
+                                                    "FrameCheck",
+                                                    "Approved",
+                                                    "Scene",
+                                                    "Layer",
+                                                    "Camera",
+                                                    "Frames",
+                                                    "Done-started-left",
+                                                    "Time total",
+                                                    "Remaining",
+                                                    "Fr. time",
+                                                    "Priority",
+                                                    "Status",
+                                                    "Clients Rendering",
+                                                    "",
+                                                    "Date Send",
+                                                    "Date Finished",
+                                                    "Done",
+                                                    "Debug",
+                                                    "Shot",
+                                                    "PS Total",
+                                                    "Ghz*h",
+                                                    "Cost"};
     if (section < 0 || section >= ColumnCount) return QVariant();
     if (section == 0 && GroupFirstLevel)
         return GroupByUser ? QStringLiteral("ID / User") : QStringLiteral("ID / Company Project");
@@ -151,7 +189,13 @@ QVariant fmuiTreeViewJobsModel::data(const QModelIndex& index, int role) const
         return node->Level <= 2 ? argb(0xFFCCCCCC) : argb(0x00000000);
     case fmtvRole::BottomLineColor:
         switch (column) {
-        case 5: case 8: case 9: case 13: case 16: case 18: case 22:
+        case 5:
+        case 8:
+        case 9:
+        case 13:
+        case 16:
+        case 18:
+        case 22:
             return argb(0xFF999999);
         default:
             return QVariant();
@@ -159,7 +203,8 @@ QVariant fmuiTreeViewJobsModel::data(const QModelIndex& index, int role) const
     case fmtvRole::Shading:
         return QVariant::fromValue(fmtvShading{node->NodeType == N::EndNode ? 3u : 5u});
     case Qt::FontRole:
-        if (column == 0 && node->NodeType == N::FirstLevel) return QFont(QStringLiteral("Arial"), 8, QFont::Bold);
+        if (column == 0 && node->NodeType == N::FirstLevel)
+            return QFont(QStringLiteral("Arial"), 8, QFont::Bold);
         return QVariant();
     default:
         break;
@@ -171,8 +216,8 @@ QVariant fmuiTreeViewJobsModel::data(const QModelIndex& index, int role) const
     return jobRow ? jobRowData(node, d->Job, column, role) : groupRowData(node, d->Job, column, role);
 }
 
-QVariant fmuiTreeViewJobsModel::jobRowData(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job,
-                                           int column, int role) const
+QVariant fmuiTreeViewJobsModel::jobRowData(const fmuiTreeViewJobsNode* node,
+                                           const _jobsHistoryDB_Runtime* job, int column, int role) const
 {
     const bool selected = (node->GetDataIsSelected(App) || node->ForceSelected) && !node->ForceDeselected;
     switch (role) {
@@ -270,8 +315,49 @@ QString fmuiTreeViewJobsModel::jobText(const fmuiTreeViewJobsNode* node, const _
     }
 }
 
-QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job,
-                                             int column, int role) const
+const fmuiTreeViewJobsModel::GroupSummary&
+fmuiTreeViewJobsModel::summaryOf(const fmuiTreeViewJobsNode* node, const _jobsHistoryDB_Runtime* job) const
+{
+    auto it = Summaries.constFind(node);
+    if (it != Summaries.constEnd()) return *it;
+    GroupSummary g;
+    g.Low = job->SeqStart;
+    g.High = job->SeqEnd;
+    bool seen = false;
+    g.All = true;
+    forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
+        const _jobsHistoryDB_Runtime* j = n->data()->Job;
+        seen = true;
+        for (int c : {1, 2, 4, 8, 9, 10, 16})
+            if (!(g.DifferColumns & (1u << c)) && !sameField(j, job, c)) g.DifferColumns |= 1u << c;
+        const double s = j->SeqStart, e = j->SeqEnd;
+        if (s < g.Low) g.Low = s;
+        if (e > g.High) g.High = e;
+        const uint32_t ft = j->AverageFrameTime;
+        if (ft > 0) {
+            g.FrameTimeSum += ft;
+            ++g.FrameTimeCount;
+        }
+        const long long ps = (long long)j->TotalPS; // a value above 2^63 reads negative
+        if (ps > 0) g.PS = ps > LLONG_MAX - g.PS ? LLONG_MAX : g.PS + ps;
+        const float ghz = j->TotalGhzHours;
+        if (ghz > 0 && std::isfinite(ghz)) g.GhzHours += double(ghz);
+        const int err = j->ErrorCount;
+        if (err > g.ErrorLevel) g.ErrorLevel = err;
+        if (j->ErrorCountHard != 0) g.Fresh = true;
+        if (n->GetDataIsSelected(App))
+            g.Any = true;
+        else
+            g.All = false;
+    });
+    g.All = g.All && seen;
+    if (node->ForceSelected) g.Any = g.All = true;
+    if (node->ForceDeselected) g.Any = g.All = false;
+    return *Summaries.insert(node, g);
+}
+
+QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node,
+                                             const _jobsHistoryDB_Runtime* job, int column, int role) const
 {
     if (role == Qt::DisplayRole) return groupText(node, job, column);
 
@@ -279,15 +365,8 @@ QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, c
     const bool first = node->NodeType == N::FirstLevel;
     if (role == Qt::DecorationRole) {
         if (column != 5 || first || expanded) return QVariant();
-        int level = 0;
-        bool fresh = false;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const _jobsHistoryDB_Runtime* j = n->data()->Job;
-            const int e = j->ErrorCount;
-            if (e > level) level = e;
-            if (j->ErrorCountHard != 0) fresh = true;
-        });
-        const QString path = errorIconPath(level, fresh);
+        const GroupSummary& g = summaryOf(node, job);
+        const QString path = errorIconPath(g.ErrorLevel, g.Fresh);
         return path.isEmpty() ? QVariant() : QVariant(QIcon(path));
     }
     if (role != Qt::BackgroundRole && role != Qt::ForegroundRole) return QVariant();
@@ -298,26 +377,15 @@ QVariant fmuiTreeViewJobsModel::groupRowData(const fmuiTreeViewJobsNode* node, c
         return argb(first ? 0xFFCCCCCC : 0xFFEEEEEE);
     }
 
-    bool any = false, all = true, seen = false;
-    forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-        seen = true;
-        if (n->GetDataIsSelected(App))
-            any = true;
-        else
-            all = false;
-    });
-    all = all && seen;
-    if (node->ForceSelected) any = all = true;
-    if (node->ForceDeselected) any = all = false;
-
+    const GroupSummary& g = summaryOf(node, job);
     if (role == Qt::ForegroundRole) {
         if (column == 0) return argb(first ? 0xFF000000 : 0xFF444444);
-        if (all) return argb(0xFFFFFFFF);
-        return argb(any ? 0xFF000000 : 0xFF444444);
+        if (g.All) return argb(0xFFFFFFFF);
+        return argb(g.Any ? 0xFF000000 : 0xFF444444);
     }
     if (column == 0) return argb(0xFFEEEEEE);
-    if (!any) return argb(first ? 0xFFEEEEEE : 0xFFFAFAFA);
-    if (!all) return QBrush(argb(0xFF999999), Qt::Dense5Pattern);
+    if (!g.Any) return argb(first ? 0xFFEEEEEE : 0xFFFAFAFA);
+    if (!g.All) return QBrush(argb(0xFF999999), Qt::Dense5Pattern);
     return argb(0xFF000000);
 }
 
@@ -349,34 +417,18 @@ QString fmuiTreeViewJobsModel::groupText(const fmuiTreeViewJobsNode* node, const
     case 10:
     case 16: {
         if (node->IsExpanded) return QString();
-        bool same = true;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            if (same && !sameField(n->data()->Job, job, column)) same = false;
-        });
-        if (!same) return column == 4 ? differSoftware : differText;
+        if (summaryOf(node, job).DifferColumns & (1u << column))
+            return column == 4 ? differSoftware : differText;
         if (column == 9) return job->Layer.toQString();
         return jobText(node, job, column);
     }
     case 11: {
-        double lo = job->SeqStart, hi = job->SeqEnd;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const double s = n->data()->Job->SeqStart, e = n->data()->Job->SeqEnd;
-            if (s < lo) lo = s;
-            if (e > hi) hi = e;
-        });
-        return QStringLiteral("%1 -%2      ").arg(toIntTrunc(lo), 4).arg(toIntTrunc(hi), 5);
+        const GroupSummary& g = summaryOf(node, job);
+        return QStringLiteral("%1 -%2      ").arg(toIntTrunc(g.Low), 4).arg(toIntTrunc(g.High), 5);
     }
     case 15: {
-        long long sum = 0;
-        int count = 0;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const uint32_t t = n->data()->Job->AverageFrameTime;
-            if (t > 0) {
-                sum += t;
-                ++count;
-            }
-        });
-        return count > 0 ? fmSec2ms(sum / count) : QString();
+        const GroupSummary& g = summaryOf(node, job);
+        return g.FrameTimeCount > 0 ? fmSec2ms(g.FrameTimeSum / g.FrameTimeCount) : QString();
     }
     case 20: {
         const fmTime_t t(job->DateSend);
@@ -387,20 +439,12 @@ QString fmuiTreeViewJobsModel::groupText(const fmuiTreeViewJobsNode* node, const
         return t.asString();
     }
     case 25: {
-        long long sum = 0;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const long long v = (long long)n->data()->Job->TotalPS; // a value above 2^63 reads negative
-            if (v > 0) sum = v > LLONG_MAX - sum ? LLONG_MAX : sum + v;
-        });
+        const long long sum = summaryOf(node, job).PS;
         return sum >= 1 ? fmSpaceTsd(sum) : QString();
     }
     case 26:
     case 27: {
-        double sum = 0;
-        forEachJobNodeBelow(node, [&](const fmuiTreeViewJobsNode* n) {
-            const float g = n->data()->Job->TotalGhzHours;
-            if (g > 0 && std::isfinite(g)) sum += double(g);
-        });
+        const double sum = summaryOf(node, job).GhzHours;
         if (!(sum > 0)) return QString();
         if (column == 26) return fmSpaceTsd(roundHalfAway(sum));
         return QStringLiteral("%1 %2").arg(sum * double(Cost), 0, 'f', 2).arg(CostDisplay);

@@ -16,25 +16,25 @@
 
 #include <memory>
 
-using fmJ::_jobsHistoryDB_Runtime;
 using fmJ::_JobList;
+using fmJ::_jobsHistoryDB_Runtime;
 
 typedef void (*JobSetup)(_jobsHistoryDB_Runtime*);
 Q_DECLARE_METATYPE(JobSetup)
 
 namespace {
 
-struct JobSpec
+struct JobEntry
 {
     unsigned long long id;
     const char* user;
 };
 
 // A list in queue order (sort column 0 ascending), so sorted position = order of adding.
-std::unique_ptr<_JobList> makeList(const QList<JobSpec>& jobs)
+std::unique_ptr<_JobList> makeList(const QList<JobEntry>& jobs)
 {
     auto l = std::make_unique<_JobList>(FM);
-    for (const JobSpec& s : jobs) {
+    for (const JobEntry& s : jobs) {
         auto r = jlfix::makeRecord(int(s.id % 1000));
         r->JobID = s.id;
         r->UserName = QString::fromLatin1(s.user);
@@ -73,11 +73,14 @@ QStringList dump(const QAbstractItemModel& m)
     return out;
 }
 
-QString id(unsigned long long v) { return fmJ::ID2str(v); }
+QString id(unsigned long long v)
+{
+    return fmJ::ID2str(v);
+}
 
 } // namespace
 
-Q_DECLARE_METATYPE(JobSpec)
+Q_DECLARE_METATYPE(JobEntry)
 
 class tst_fmjobstreemodel : public QObject
 {
@@ -108,33 +111,35 @@ private slots:
 // not, and wrong indentation of the identifier.
 void tst_fmjobstreemodel::grouping_data()
 {
-    QTest::addColumn<QList<JobSpec>>("jobs");
+    QTest::addColumn<QList<JobEntry>>("jobs");
     QTest::addColumn<bool>("firstLevel");
     QTest::addColumn<bool>("submissions");
     QTest::addColumn<QStringList>("tree");
 
-    QTest::newRow("case folded") << QList<JobSpec>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}} << true << false
-                                 << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001), "     " + id(1002)};
-    QTest::newRow("one job stays a group") << QList<JobSpec>{{1000, "Bob"}} << true << false
-                                           << QStringList{"    bob", "     " + id(1000)};
-    QTest::newRow("two users in order") << QList<JobSpec>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
-                                        << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy",
-                                                       "     " + id(1001)};
-    QTest::newRow("no first level") << QList<JobSpec>{{1000, "a"}, {1001, "b"}} << false << false
+    QTest::newRow("case folded") << QList<JobEntry>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}} << true
+                                 << false
+                                 << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001),
+                                                "     " + id(1002)};
+    QTest::newRow("one job stays a group")
+        << QList<JobEntry>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
+    QTest::newRow("two users in order")
+        << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
+        << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy", "     " + id(1001)};
+    QTest::newRow("no first level") << QList<JobEntry>{{1000, "a"}, {1001, "b"}} << false << false
                                     << QStringList{"    " + id(1000), "    " + id(1001)};
     // 0x1101 and 0x1102 are one submission; 0x2201 alone becomes a job row.
-    QTest::newRow("submissions") << QList<JobSpec>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true << true
+    QTest::newRow("submissions") << QList<JobEntry>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
+                                 << true
                                  << QStringList{" 3 u", "   2 " + id(0x1100), "    " + id(0x1101),
                                                 "    " + id(0x1102), "     " + id(0x2201)};
-    QTest::newRow("submissions, not adjacent") << QList<JobSpec>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true
-                                               << true
-                                               << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301),
-                                                              "     " + id(0x1102)};
+    QTest::newRow("submissions, not adjacent")
+        << QList<JobEntry>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
+        << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301), "     " + id(0x1102)};
 }
 
 void tst_fmjobstreemodel::grouping()
 {
-    QFETCH(QList<JobSpec>, jobs);
+    QFETCH(QList<JobEntry>, jobs);
     QFETCH(bool, firstLevel);
     QFETCH(bool, submissions);
     QFETCH(QStringList, tree);
@@ -166,13 +171,15 @@ void tst_fmjobstreemodel::rebuildDropsRemovedJobKeepsExpanded()
     QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
     m.CreateJobTree(true);
     QPersistentModelIndex keep = m.index(0, 0, m.index(2, 0)); // job 1004 under "c"
-    for (fmuiTreeViewNode* t : m.Root->Children) t->IsExpanded = true;
+    for (fmuiTreeViewNode* t : m.Root->Children)
+        t->IsExpanded = true;
     list->DeleteJob(list->GetJobByJobID(1001));
     resort(*list);
     m.CreateJobTree(reset);
-    QCOMPARE(dump(m), (QStringList{"    a", "     " + id(1000), " 2 b", "     " + id(1002), "     " + id(1003),
-                                   "    c", "     " + id(1004)}));
-    for (fmuiTreeViewNode* t : m.Root->Children) QVERIFY(t->IsExpanded);
+    QCOMPARE(dump(m), (QStringList{"    a", "     " + id(1000), " 2 b", "     " + id(1002),
+                                   "     " + id(1003), "    c", "     " + id(1004)}));
+    for (fmuiTreeViewNode* t : m.Root->Children)
+        QVERIFY(t->IsExpanded);
     if (!reset) {
         QVERIFY(keep.isValid());
         QCOMPARE(keep.data().toString(), "   " + id(1004));
@@ -203,8 +210,8 @@ void tst_fmjobstreemodel::jobRowTexts_data()
     }) << "010-020";
     QTest::newRow("9 layer and channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->Layer = "beauty";
-        j->Channel = "spec";
-    }) << "beauty - spec";
+        j->Channel = "diffuse";
+    }) << "beauty - diffuse";
     QTest::newRow("11 step 1") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->SeqStart = 1;
         j->SeqEnd = 100;
@@ -223,21 +230,24 @@ void tst_fmjobstreemodel::jobRowTexts_data()
         j->ExecutionTime = 0;
         j->AverageFrameTime = 75;
     }) << fmSec2ms(75);
-    QTest::newRow("15 no frame time") << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
-                                      << "";
-    QTest::newRow("16 signed priority") << 16 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = -5; })
-                                        << "-5";
-    QTest::newRow("18 clients") << 18 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 3.46f; })
+    QTest::newRow("15 no frame time")
+        << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; }) << "";
+    QTest::newRow("16 signed priority")
+        << 16 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = -5; }) << "-5";
+    QTest::newRow("18 clients") << 18
+                                << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 3.46f; })
                                 << "3.5";
-    QTest::newRow("18 none") << 18 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 0; }) << "";
+    QTest::newRow("18 none") << 18 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 0; })
+                             << "";
     QTest::newRow("25 thousands") << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 1234567; })
                                   << "1 234 567";
-    QTest::newRow("26 rounds half up") << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
-                                       << "3";
+    QTest::newRow("26 rounds half up")
+        << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << "3";
     QTest::newRow("26 none") << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 0; }) << "";
     QTest::newRow("27 cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
                              << "5.00 EUR";
-    QTest::newRow("27 none") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -1; }) << "";
+    QTest::newRow("27 none") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -1; })
+                             << "";
     QTest::newRow("12 empty") << 12 << JobSetup([](_jobsHistoryDB_Runtime*) {}) << "";
 }
 
@@ -267,14 +277,15 @@ void tst_fmjobstreemodel::groupRowTexts_data()
     const JobSetup none = [](_jobsHistoryDB_Runtime*) {};
     QTest::newRow("0 count and name") << 0 << none << none << false << " 2 ann";
     QTest::newRow("1 same user") << 1 << none << none << false << "ann";
-    QTest::newRow("10 cameras differ") << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
-                                       << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << false
-                                       << " ~  ~  ~  ~";
+    QTest::newRow("10 cameras differ")
+        << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
+        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << false << " ~  ~  ~  ~";
     QTest::newRow("10 expanded") << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
-                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << true << "";
-    QTest::newRow("4 software differs") << 4 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Software = "Maya"; })
-                                        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Software = "Nuke"; }) << false
-                                        << "~::~::~::~";
+                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << true
+                                 << "";
+    QTest::newRow("4 software differs")
+        << 4 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Software = "Maya"; })
+        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Software = "Nuke"; }) << false << "~::~::~::~";
     QTest::newRow("9 layer without channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->Layer = "bg";
         j->Channel = "x";
@@ -282,9 +293,9 @@ void tst_fmjobstreemodel::groupRowTexts_data()
         j->Layer = "bg";
         j->Channel = "y";
     }) << false << "bg";
-    QTest::newRow("16 priorities differ") << 16 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = 1; })
-                                          << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = 2; }) << false
-                                          << " ~  ~  ~  ~";
+    QTest::newRow("16 priorities differ")
+        << 16 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = 1; })
+        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = 2; }) << false << " ~  ~  ~  ~";
     QTest::newRow("11 frame range") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->SeqStart = 10.7;
         j->SeqEnd = 20;
@@ -292,17 +303,20 @@ void tst_fmjobstreemodel::groupRowTexts_data()
         j->SeqStart = 15;
         j->SeqEnd = 200.9;
     }) << false << "  10 -  200      ";
-    QTest::newRow("15 mean of non-zero") << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
-                                         << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 90; })
-                                         << false << fmSec2ms(90);
+    QTest::newRow("15 mean of non-zero")
+        << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
+        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 90; }) << false << fmSec2ms(90);
     QTest::newRow("25 negative counts 0") << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->TotalPS = ~uint64_t(0) - 4; // reads as -5
-    }) << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 2500; }) << false << "2 500";
+    }) << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 2500; })
+                                          << false << "2 500";
     QTest::newRow("26 sum") << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
-                            << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.5f; }) << false << "3";
-    QTest::newRow("27 sum cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
-                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -3; }) << false
-                                 << "2.50 EUR";
+                            << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.5f; }) << false
+                            << "3";
+    QTest::newRow("27 sum cost") << 27
+                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
+                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -3; })
+                                 << false << "2.50 EUR";
 }
 
 void tst_fmjobstreemodel::groupRowTexts()
@@ -357,8 +371,8 @@ void tst_fmjobstreemodel::selectionColours_data()
     QTest::addColumn<int>("pattern");
     QTest::addColumn<uint>("text");
 
-    QTest::newRow("job selected, colour column") << 1 << 0 << 0 << 0xFFAACCFFu << int(Qt::SolidPattern)
-                                                 << 0xFF000000u;
+    QTest::newRow("job selected, colour column")
+        << 1 << 0 << 0 << 0xFFAACCFFu << int(Qt::SolidPattern) << 0xFF000000u;
     QTest::newRow("job selected") << 1 << 0 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
     QTest::newRow("job not selected") << 1 << 1 << 5 << 0xFFFFFFFFu << int(Qt::SolidPattern) << 0xFF000000u;
     QTest::newRow("group partly") << 1 << -1 << 5 << 0xFF999999u << int(Qt::Dense5Pattern) << 0xFF000000u;
@@ -411,9 +425,10 @@ void tst_fmjobstreemodel::footer()
     QFETCH(int, jobs);
     QFETCH(int, column);
     QFETCH(QString, text);
-    QList<JobSpec> specs;
-    for (int k = 0; k < jobs; ++k) specs.append({1000ull + k, "u"});
-    auto list = makeList(specs);
+    QList<JobEntry> entries;
+    for (int k = 0; k < jobs; ++k)
+        entries.append({1000ull + k, "u"});
+    auto list = makeList(entries);
     // Jobs 0 and 2 selected; job 1 (not selected) carries values that must not count.
     for (int k = 0; k < jobs; ++k) {
         _jobsHistoryDB_Runtime* j = list->GetJobByJobID(1000 + k);
@@ -468,8 +483,10 @@ void tst_fmjobstreemodel::initJobTreeLayout()
     QHeaderView* h = view.Tree->header();
     QCOMPARE(h->visualIndex(19), 1);
     QCOMPARE(h->visualIndex(22), 13);
-    for (int c : {1, 6, 7, 12, 14, 17, 19, 22, 23}) QVERIFY2(view.isColumnHidden(c), qPrintable(QString::number(c)));
-    for (int c : {0, 2, 3, 5, 8, 27}) QVERIFY2(!view.isColumnHidden(c), qPrintable(QString::number(c)));
+    for (int c : {1, 6, 7, 12, 14, 17, 19, 22, 23})
+        QVERIFY2(view.isColumnHidden(c), qPrintable(QString::number(c)));
+    for (int c : {0, 2, 3, 5, 8, 27})
+        QVERIFY2(!view.isColumnHidden(c), qPrintable(QString::number(c)));
     QCOMPARE(view.columnWidth(8), 350);
     QCOMPARE(view.columnWidth(0), 125);
     QVERIFY(view.Tree->textElideMode() == Qt::ElideLeft);
