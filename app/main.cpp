@@ -4,6 +4,7 @@
 #include "foundation/fmprocess.h"
 #include "historydb/fmhistorydb.h"
 #include "widgets/fmmessagebox.h"
+#include "widgets/fmstyle.h"
 
 #include <QApplication>
 #include <QPixmap>
@@ -33,6 +34,7 @@ void showSplashMessage(QSplashScreen* splash, const QString& text)
 int main(int argc, char** argv)
 {
     auto* app = new QApplication(argc, argv);
+    Q_INIT_RESOURCE(fmUI);
     qInstallMessageHandler(FMMessageOutput);
     // The window side's hooks of the core: log lines below level 10 raise fmMessageBox, start-up
     // texts reach the splash. The style hook (__FM::InstallStyleHook) is set here by fmStyle.
@@ -40,6 +42,7 @@ int main(int argc, char** argv)
     g_showBox = __FMSDK::MessageBoxHook;
     __FMSDK::MessageBoxHook = showLogBox;
     __FM::SplashMessageHook = showSplashMessage;
+    __FM::InstallStyleHook = fmInstallStyle;
 
     // One instance per machine: a second start ends at once, without a word.
     if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr)) {

@@ -1,4 +1,6 @@
 target_sources(fmui PRIVATE
   historydb/fmclientstreemodel.h
+  historydb/fmclientstreemodel.cpp
   historydb/fmlogtreemodel.h
+  historydb/fmlogtreemodel.cpp
 )

@@ -59,9 +59,23 @@ public:
     void redrawAll();
     void ClearSelectionAll(bool all, QString reason) override;
 
+    // Alignment of a column's cells and title.
+    Qt::Alignment columnAlignment(int column) const;
+
 public slots:
     void headerClick(int column, Qt::SortOrder order);
     void QHeaderView_sortIndicatorChanged(int column, Qt::SortOrder order);
+
+private:
+    // Selected flag of the record or forced, unless forced off.
+    bool nodeSelected(const fmuiTreeViewNode* node) const;
+    // Client numbers of the filtered list assigned to the group, in sort order; `out` holds 750.
+    int groupClients(int group, int* out) const;
+    // Render seconds of a client over the selected jobs (frames done x mean frame time).
+    long long renderSeconds(int client) const;
+    QVariant groupData(const fmuiTreeViewNode* node, int group, int col, int role) const;
+    QVariant groupAssignmentBars(int group) const;
+    QVariant endData(const fmuiTreeViewNode* node, int client, int thread, int col, int role) const;
 };
 
 class fmuiTreeViewClientsModelFooter : public QAbstractItemModel

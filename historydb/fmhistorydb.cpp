@@ -1,12 +1,354 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
+#include "app/fmglobal.h"
+#include "farm/fmusers.h"
+#include "historydb/fmclientstreemodel.h"
+#include "historydb/fmjobstreemodel.h"
+#include "historydb/fmlogtreemodel.h"
+#include "historydb/fmwindowabout.h"
+#include "jobs/fmjoblist.h"
+#include "widgets/fmmessagebox.h"
+#include "widgets/fmstyle.h"
+#include "widgets/fmtreeview.h"
+#include "widgets/fmtreeviewmodel.h"
 
-// Placeholder until the window lands: the form only.
+#include <QCloseEvent>
+#include <QColor>
+#include <QHeaderView>
+#include <QScreen>
+#include <QSettings>
+#include <QTimerEvent>
+
 fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::WindowFlags flags)
     : QMainWindow(parent, flags), app(fm), jobs(jobList), table(fm)
 {
     ui.setupUi(this);
+    fmStyle::setFMFontDefault(this);
+    ui.Status_LabelError->hide();
+
+    // Dock changes and right-clicks reach slots that do nothing: there is no context menu.
+    for (QDockWidget* dock : {ui.dockWidget_JobInfo, ui.dockWidget_Filter, ui.dockWidget_Clients,
+                              ui.dockWidget_Commands, ui.dockWidget_Status, ui.dockWidget_JobLog}) {
+        connect(dock, &QDockWidget::visibilityChanged, this, &fmHistorydb::Tabchanged);
+        connect(dock, &QDockWidget::dockLocationChanged, this, &fmHistorydb::Tabchanged);
+    }
+    connect(ui.treeJobs->Tree, &QWidget::customContextMenuRequested, this, &fmHistorydb::JobTreeShowPopup);
+    connect(ui.treeClients->Tree, &QWidget::customContextMenuRequested, this,
+            &fmHistorydb::ClientTreeShowPopup);
+
+    initJobTree(ui.treeJobs, jobsModel, jobsSelection, app, jobs, this, true);
+    initClientTree(ui.treeClients, clientsModel, app, &jobs, this, false, false, true, true);
+    if (jobsSelection)
+        connect(jobsSelection, &fmuiTreeViewSelectionModel::SelectionUpdated, this,
+                &fmHistorydb::JobSelectionChanged);
+    initLogTree(ui.treeLog, logModel, this);
+    if (ui.treeLog->selectionModel())
+        connect(ui.treeLog->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+                &fmHistorydb::LogSelectionChanged);
+
+    // The statistics block of the job info page is hidden for good.
+    ui.frame_4->hide();
+    ui.scrollArea_2->hide();
+
+    setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    tabifyDockWidget(ui.dockWidget_JobInfo, ui.dockWidget_JobLog);
+    ui.dockWidget_JobInfo->raise();
+
+    ui.treeJobs->Tree->header()->setSortIndicator(0, Qt::DescendingOrder);
+
+    if (QScreen* s = screen()) {
+        const QRect fitted = fitToScreen(frameGeometry(), s->availableGeometry());
+        if (fitted.size() != frameGeometry().size()) resize(fitted.width(), fitted.height());
+        move(fitted.topLeft());
+    }
+
+    setWindowTitle(app.AppTitle(true));
+
+    if (!uiLayoutLoadLocal())
+        if (!uiLayoutLoadGlobal()) on_actionReset_Layout_triggered();
+    buildColumnMenus();
+
+    connect(ui.Show_ComboProject, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiComboProjectChanged);
+    connect(ui.Show_ComboUser, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiFilterChanged);
+    connect(ui.Show_ComboApp, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiFilterChanged);
+    connect(ui.Show_EditIncludes, &QLineEdit::returnPressed, this, &fmHistorydb::uiFilterChanged);
+
+    timerCounter = 0;
+    PleaseUpdateViews = true;
+    timerInterval = 50;
+    timerCounterMax = 20;
+    TimerId = startTimer(timerInterval);
+    logPage = 0;
+    logJobID = 0;
+
+    app.WriteLog(10, 0, QStringLiteral("loadProjectList..."), QStringLiteral("main"));
+    loadProjectList();
+    app.WriteLog(10, 0, QStringLiteral("loadProjectList done"), QStringLiteral("main"));
+    uiSetFilterCombos(false);
+
+    expandJobsOnce = true;
+    currentUser = app.App.UserName.toQString();
+    if (app.UserSettings) {
+        if (app.UserSettings->UserCount <= 0) app.LoadFileUserSettings();
+        currentUserID = app.UserSettings->findUserID(currentUser, true);
+    }
+
+    table.dbChanged = false;
+    QSettings settings;
+    settings.beginGroup(QStringLiteral("fmHistorydb"));
+    lastExportDirectory =
+        settings.value(QStringLiteral("lastExportDirectory"), app.RootPath.toQString()).toString();
+    settings.endGroup();
+    table.avJobSize = 0.0f;
+    table.currentProjectID = -1;
+    table.currentProject.clear();
 }
 
-fmHistorydb::~fmHistorydb() = default;
+fmHistorydb::~fmHistorydb()
+{
+    if (TimerId) killTimer(TimerId);
+    QSettings settings;
+    settings.beginGroup(QStringLiteral("fmHistorydb"));
+    settings.setValue(QStringLiteral("lastExportDirectory"), lastExportDirectory);
+    settings.endGroup();
+    // The file lists of the table go with the table; the widgets go with the window.
+}
+
+QRect fmHistorydb::fitToScreen(const QRect& frame, const QRect& available)
+{
+    QRect r = frame;
+    if (r.height() > available.height() - 50) r.setHeight(available.height() - 50);
+    r.moveLeft(available.x() + (available.width() - r.width()) / 2);
+    r.moveTop(available.y() + (available.height() - r.height()) / 2);
+    return r;
+}
+
+void fmHistorydb::timerEvent(QTimerEvent* event)
+{
+    if (event->timerId() != TimerId) {
+        QMainWindow::timerEvent(event);
+        return;
+    }
+    if (PleaseUpdateViews) {
+        app.WriteLog(11, 0, QStringLiteral("PleaseUpdateViews"), QStringLiteral("timerEvent"));
+        PleaseUpdateViews = false;
+        if (clientsModel) clientsModel->CreateClientTree();
+        uiUpdateJobTable();
+        uiUpdateJobInfoPage();
+        uiUpdateLogPage(false);
+    }
+    timerCounter = timerCounter >= timerCounterMax ? 0 : timerCounter + 1;
+}
+
+void fmHistorydb::closeEvent(QCloseEvent* event)
+{
+    if (ask4Save())
+        event->accept();
+    else
+        event->ignore();
+}
+
+void fmHistorydb::loadProjectList()
+{
+    table.loadProjectList();
+}
+
+void fmHistorydb::loadProject(int index)
+{
+    if (!ask4Save() || index < 0) return;
+    QString message;
+    switch (table.loadProjectJobs(index, jobs, message)) {
+    case fmProjectTable::LoadFileMissing:
+        // No update is asked for: the tree shows what it showed until the next one.
+        fmMessageBox::Warning(this, message, QStringLiteral("Ok"), 45);
+        return;
+    case fmProjectTable::LoadFileFailed:
+    case fmProjectTable::LoadBadIndex:
+        return;
+    case fmProjectTable::LoadDone:
+        break;
+    }
+    const _projectInfo& project = table.projects[size_t(index)];
+    ui.label_ProjNrScenes->setText(QStringLiteral("%1 jobs").arg(project.NrOfJobs));
+    addComboNames();
+    uiSetFilterCombos(true);
+    uiFilterChanged();
+}
+
+void fmHistorydb::addComboNames()
+{
+    // The first entry that goes into an empty combo makes it current, and its own signal runs
+    // uiFilterChanged in the midst of the load; that is kept.
+    if (ui.Show_ComboUser->count() == 0) {
+        ComboUserTexts = {fmStringFilterAll};
+        ui.Show_ComboUser->addItem(fmStringFilterAll);
+    }
+    if (ui.Show_ComboApp->count() == 0) {
+        ComboAppTexts = {fmStringFilterAll};
+        ui.Show_ComboApp->addItem(fmStringFilterAll);
+    }
+    for (int q = 0; q < jobs.JobCount; ++q) {
+        const fmJ::_jobsHistoryDB_Runtime* job = jobs.GetJobByQueueID(q);
+        if (!job) continue;
+        const fmString<25> userName = job->UserName;
+        const fmString<25> software = job->Software;
+        const QString user = userName.toQString();
+        const QString softwareText = software.toQString();
+        if (!ComboUserTexts.contains(user)) {
+            ComboUserTexts.insert(user);
+            ui.Show_ComboUser->addItem(user);
+        }
+        if (!ComboAppTexts.contains(softwareText)) {
+            ComboAppTexts.insert(softwareText);
+            ui.Show_ComboApp->addItem(softwareText);
+        }
+    }
+}
+
+void fmHistorydb::uiComboProjectChanged()
+{
+    // Entry i + 1 is projects[i]; "-- none --" leaves the loaded jobs where they are.
+    const int entry = ui.Show_ComboProject->currentIndex();
+    if (entry < 1) return;
+    loadProject(entry - 1);
+}
+
+void fmHistorydb::uiSetFilterCombos(bool keepEntries)
+{
+    QComboBox* combo = ui.Show_ComboProject;
+    if (!keepEntries) {
+        combo->clear();
+        combo->addItem(fmStringFilterNone);
+    }
+    const fmTime_t now(true);
+    for (int i = 0; i < table.nrOfProjects; ++i) {
+        const _projectInfo& project = table.projects[size_t(i)];
+        const QString text = fmProjectTable::comboText(project);
+        const int entry = i + 1;
+        if (keepEntries) {
+            if (entry >= combo->count()) break;
+            combo->setItemText(entry, text);
+        } else {
+            combo->addItem(text);
+        }
+        const int grey = fmProjectTable::comboGrey(project, now);
+        combo->setItemData(entry, QColor(grey, grey, grey, 255), Qt::ForegroundRole);
+    }
+}
+
+void fmHistorydb::uiFilterChanged()
+{
+    QString user = ui.Show_ComboUser->currentText();
+    QString project;
+    QString application = ui.Show_ComboApp->currentText();
+    const QString includes = ui.Show_EditIncludes->text().trimmed();
+    if (user == fmStringFilterAll) user.clear();
+    if (project == fmStringFilterAll) project.clear();
+    if (application == fmStringFilterAll) application.clear();
+    jobs.SetFilter(user, project, application, includes, false, false, false, false, false, true);
+    expandJobsOnce = true;
+    if (jobsModel) jobsModel->ClearSelectionAll(true, QString());
+    PleaseUpdateViews = true;
+}
+
+void fmHistorydb::uiUpdateJobTable()
+{
+    if (!jobsModel) return;
+    jobsModel->CreateJobTree(true);
+    if (jobsModel->Footer) jobsModel->Footer->pleaseUpdate();
+    if (!expandJobsOnce) return;
+    expandJobsOnce = false;
+    if (!jobsModel->GroupFirstLevel) return;
+    const int groups = jobsModel->rowCount(QModelIndex());
+    for (int row = 0; row < groups; ++row) ui.treeJobs->setExpanded(jobsModel->index(row, 0), true);
+}
+
+void fmHistorydb::uiUpdateClientTable()
+{
+    if (clientsModel) clientsModel->CreateClientTree();
+}
+
+void fmHistorydb::JobSelectionChanged()
+{
+    PleaseUpdateViews = true;
+}
+
+void fmHistorydb::setErrorLabel(const QString& text)
+{
+    ui.Status_LabelError->setText(text);
+    ui.Status_LabelError->show();
+}
+
+void fmHistorydb::hideErrorLabel()
+{
+    ui.Status_LabelError->hide();
+}
+
+void fmHistorydb::on_actionClose_2_triggered()
+{
+    close();
+}
+
+void fmHistorydb::on_actionAbout_triggered()
+{
+    fmWindowAbout about(app.SubPath.toQString(), this);
+    about.exec();
+}
+
+// Dock actions: a menu entry is enabled exactly while its dock is hidden.
+void fmHistorydb::on_actioShowDockFilter_triggered()
+{
+    ui.dockWidget_Filter->show();
+}
+
+void fmHistorydb::on_actionShowDockCommands_triggered()
+{
+    ui.dockWidget_Commands->show();
+}
+
+void fmHistorydb::on_actionShowDockClients_triggered()
+{
+    ui.dockWidget_Clients->show();
+}
+
+void fmHistorydb::on_actionShowDockJobInfo_triggered()
+{
+    ui.dockWidget_JobInfo->show();
+}
+
+void fmHistorydb::on_actionShowDockJobLog_triggered()
+{
+    ui.dockWidget_JobLog->show();
+}
+
+void fmHistorydb::on_dockWidget_JobInfo_visibilityChanged(bool visible)
+{
+    ui.actionShowDockJobInfo->setEnabled(!visible);
+}
+
+void fmHistorydb::on_dockWidget_Filter_visibilityChanged(bool visible)
+{
+    ui.actioShowDockFilter->setEnabled(!visible);
+}
+
+void fmHistorydb::on_dockWidget_Clients_visibilityChanged(bool visible)
+{
+    ui.actionShowDockClients->setEnabled(!visible);
+}
+
+void fmHistorydb::on_dockWidget_Commands_visibilityChanged(bool visible)
+{
+    ui.actionShowDockCommands->setEnabled(!visible);
+}
+
+// No menu entry shows the status dock; its visibility drives the entry "Filter" (kept so).
+void fmHistorydb::on_dockWidget_Status_visibilityChanged(bool visible)
+{
+    ui.actioShowDockFilter->setEnabled(!visible);
+}
+
+void fmHistorydb::on_dockWidget_JobLog_visibilityChanged(bool visible)
+{
+    ui.actionShowDockJobLog->setEnabled(!visible);
+}

@@ -8,6 +8,8 @@
 
 #include <QItemSelection>
 #include <QMainWindow>
+#include <QRect>
+#include <QSet>
 #include <QString>
 
 class __FM;
@@ -79,6 +81,9 @@ public:
     void uiLayoutSaveShared(QSettings& settings);
     // "Screens_%1" and one "__%1x%2s%3" per screen: the group of the present screen arrangement.
     static QString screensGroupName();
+    // The window's frame after fitting it to an available screen area: no taller than the area
+    // less 50 pixels, then centred in it.
+    static QRect fitToScreen(const QRect& frame, const QRect& available);
 
 protected:
     void timerEvent(QTimerEvent* event) override;
@@ -146,7 +151,14 @@ public slots:
     void uiComboProjectChanged();
 
 private:
+    // Adds each new name of the loaded jobs to the user and application combos, in order of
+    // first appearance; the sets mirror the combos' texts so that a load stays linear.
+    void addComboNames();
+    // Fills "Job Table Columns" and sets the checks of the client column actions.
+    void buildColumnMenus();
     void flipJobColumn(int column);
     void flipClientColumn(int column);
     int TimerId = 0;
+    QSet<QString> ComboUserTexts; // texts in Show_ComboUser
+    QSet<QString> ComboAppTexts;  // texts in Show_ComboApp
 };

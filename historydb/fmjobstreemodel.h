@@ -6,7 +6,10 @@
 #include "widgets/fmtreeviewmodel.h"
 
 #include <QHash>
+#include <QList>
 #include <QString>
+
+#include <unordered_map>
 
 class __FM;
 class fmTreeView;
@@ -73,10 +76,49 @@ public:
     void ClearCompleteTree();
     void ClearSelectionAll(bool all, QString reason) override;
 
+    // Places one job below `node` (see the rebuild); always true.
+    bool AddJobtoNode(fmuiTreeViewJobsNode* node, int level, fmJ::_jobsHistoryDB_Runtime* job,
+                      fmuiTreeViewJobsNode** outGroupNode, int sortedID);
+    // In-place quicksort of node->Children[left..right] on FirstSortedID, ascending.
+    void SortNodeChildren(fmuiTreeViewJobsNode* node, int left, int right);
+
+    // Resource path of the error icon for the highest error count and whether any error is new;
+    // empty for a count below 1.
+    static QString errorIconPath(int errorCount, bool fresh);
+    // ARGB of the job colour table; an index outside the table gives entry 0.
+    static uint32_t jobColor(int colorIndex);
+
+    fmuiTreeViewJobsNode* jobsRoot() const { return static_cast<fmuiTreeViewJobsNode*>(Root); }
+
 public slots:
     void headerClick(int column, Qt::SortOrder order);
     void QHeaderView_sortIndicatorChanged(int column, Qt::SortOrder order);
     void tableViewSelectionChanged();
+
+private:
+    // Lookup tables valid during one rebuild only; they keep the per-job searches of
+    // AddJobtoNode from being linear in the number of siblings. Children are only appended while
+    // they live, so each list stays in row order.
+    struct ChildIndex
+    {
+        QHash<unsigned long long, QList<fmuiTreeViewJobsNode*>> ByJobGroup; // JobID >> 8 -> children
+        QHash<QString, QList<fmuiTreeViewJobsNode*>> FirstLevelByName;      // type 1 children by Name
+    };
+    ChildIndex& indexOf(fmuiTreeViewJobsNode* node);
+    void appendChild(fmuiTreeViewJobsNode* node, fmuiTreeViewJobsNode* child);
+    QString keyOf(const fmJ::_jobsHistoryDB_Runtime* job) const;
+    bool jobIsValid(fmJ::_jobsHistoryDB_Runtime* job) const;
+    void pruneChildren(fmuiTreeViewJobsNode* parent, bool firstLevel);
+    void remapPersistentIndexes();
+
+    QVariant jobRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column,
+                        int role) const;
+    QVariant groupRowData(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column,
+                          int role) const;
+    QString jobText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
+    QString groupText(const fmuiTreeViewJobsNode* node, const fmJ::_jobsHistoryDB_Runtime* job, int column) const;
+
+    std::unordered_map<fmuiTreeViewJobsNode*, ChildIndex> BuildIndex;
 };
 
 class fmuiTreeViewJobsModelFooter : public QAbstractItemModel
@@ -100,6 +142,22 @@ public:
 
 public slots:
     void pleaseUpdate();
+
+private:
+    // Totals of the selected jobs of the sorted list, computed once per update.
+    struct Totals
+    {
+        int Selected = 0;
+        int Sorted = 0;
+        long long Frames = 0;
+        long long FrameTimeSum = 0;
+        int FrameTimeCount = 0;
+        double PS = 0;
+        double GhzHours = 0;
+    };
+    const Totals& totals() const;
+    mutable Totals Sums;
+    mutable bool SumsValid = false;
 };
 
 // Wires model, footer model and selection model into the view, with the column layout of the

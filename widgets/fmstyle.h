@@ -14,7 +14,8 @@ class fmStyle : public QProxyStyle
 {
     Q_OBJECT
 public:
-    // Stores the theme flags, sets the application's palette to the theme's and the global strut.
+    // Stores the theme flags and sets the application's palette to the theme's. Qt 6 has no global
+    // strut any more (QApplication::setGlobalStrut is gone); the minimum sizes come from the metrics.
     fmStyle(bool dark, bool easter, bool girly);
 
     QPalette standardPalette() const override;

@@ -1,1 +1,2 @@
-# Tests of this area: fm_add_test(NAME tst_<unit> SOURCES <folder>/tst_<unit>.cpp GUI|WINDOW)
+# Tests of the main window.
+fm_add_test(NAME tst_fmhistorydb SOURCES historydb/tst_fmhistorydb.cpp LIBS fmjoblisttestsupport WINDOW)

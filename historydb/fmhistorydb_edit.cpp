@@ -1,0 +1,62 @@
+// Edit commands of the history window: jobs can only be taken out of a project; the database
+// file is rewritten on request alone, and a question stands between an unsaved edit and whatever
+// would lose it.
+#include "historydb/fmhistorydb.h"
+
+#include "app/fm.h"
+#include "jobs/fmjobid.h"
+#include "jobs/fmjoblist.h"
+#include "foundation/fmfile.h"
+#include "widgets/fmmessagebox.h"
+
+#include <algorithm>
+
+void fmHistorydb::on_CommandJob_Button_Delete_clicked()
+{
+    // No confirmation: the button deletes at once.
+    const int count = std::clamp(jobs.SelectedCount, 0, fmJ::_JobList::MaxJobs);
+    if (count == 0 || !jobs.Selection) return;
+    const QString historyFolder = app.HistoryDbPath.toQString();
+    // DeleteJob leaves the selection list alone and keeps the deleted records in the pool, so the
+    // list can be read by index while jobs go.
+    for (int i = 0; i < count; ++i) {
+        fmJ::_jobsHistoryDB_Runtime* job = jobs.Selection[size_t(i)];
+        if (!job || !jobs.isValidJob(job)) continue;
+        const unsigned long long id = job->JobID;
+        const QString image =
+            historyFolder + table.currentProject + QLatin1Char('/') + fmJ::ID2strFull(id) + QStringLiteral(".jpg");
+        if (!fmDeleteFile(image).isEmpty())
+            app.WriteLog(2, 0, QStringLiteral("Unable to delete FOI image file; '") + image + QStringLiteral("'; ") + image,
+                         QStringLiteral("on_CommandJob_Button_Delete_clicked"));
+        table.dbChanged = true;
+        jobs.DeleteJob(job);
+    }
+    PleaseUpdateViews = true;
+    loadProjectList();
+    uiSetFilterCombos(false);
+}
+
+void fmHistorydb::on_actionSave_Changes_into_db_triggered()
+{
+    if (table.currentProject.isEmpty()) return;
+    // Always the newest format at the top of the history folder; the project's older files stay.
+    const QString path = app.HistoryDbPath.toQString() + table.currentProject + QStringLiteral(".db61");
+    jobs.SaveFileJobs(true, path, false, QString());
+}
+
+void fmHistorydb::on_actionRevert_Changes_triggered()
+{
+    loadProject(table.currentProjectID);
+}
+
+bool fmHistorydb::ask4Save()
+{
+    if (!table.dbChanged || table.currentProject.isEmpty()) return true;
+    bool cancelled = false;
+    if (fmMessageBox::Question(this, QStringLiteral("Would you like to save your changes?"), QStringLiteral("Yes"), 0,
+                               QStringLiteral("No"), &cancelled)) {
+        on_actionSave_Changes_into_db_triggered();
+        return true;
+    }
+    return !cancelled;
+}

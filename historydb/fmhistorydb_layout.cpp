@@ -1,0 +1,194 @@
+// Layout of the history window: geometry, dock state and the three trees' header states, kept per
+// user in the default settings and per farm (one group per screen arrangement) in
+// historydb_ui.ini; and the menus that show and hide columns.
+#include "historydb/fmhistorydb.h"
+
+#include "app/fm.h"
+#include "widgets/fmtreeview.h"
+
+#include <QAction>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QScreen>
+#include <QSettings>
+
+#include <array>
+
+namespace {
+
+QString globalLayoutFile(__FM& app)
+{
+    return app.CfgGlobalPath.toQString() + QStringLiteral("historydb_ui.ini");
+}
+
+struct JobColumnEntry
+{
+    const char* text;
+    int column;
+    void (fmHistorydb::*slot)();
+};
+
+// The menu "Job Table Columns", in its order.
+const std::array<JobColumnEntry, 19> kJobColumns = {{
+    {"User", 1, &fmHistorydb::actionTableJob_User_triggered},
+    {"Company Project", 2, &fmHistorydb::actionTableJob_CompanyProject_triggered},
+    {"Scene-Shot-Version", 3, &fmHistorydb::actionTableJob_SceneShotVersion_triggered},
+    {"Software", 4, &fmHistorydb::actionTableJob_Software_triggered},
+    {"Scene", 8, &fmHistorydb::actionTableJob_Scene_triggered},
+    {"Layer", 9, &fmHistorydb::actionTableJob_Layer_triggered},
+    {"Camera", 10, &fmHistorydb::actionTableJob_Camera_triggered},
+    {"Frames", 11, &fmHistorydb::actionTableJob_Frames_triggered},
+    {"Time Total", 13, &fmHistorydb::actionTableJob_Timetotal_triggered},
+    {"Frame Time", 15, &fmHistorydb::actionTableJob_Frametime_triggered},
+    {"Average Clients Rendering", 18, &fmHistorydb::actionTableJob_ClientsRendering_triggered},
+    {"Date Send", 20, &fmHistorydb::actionTableJob_DateSend_triggered},
+    {"Date Finished", 21, &fmHistorydb::actionTableJob_DateFinished_triggered},
+    {"Done", 22, &fmHistorydb::actionTableJob_Done_triggered},
+    {"Debug", 23, &fmHistorydb::actionTableJob_Debug_triggered},
+    {"Shot", 24, &fmHistorydb::actionTableJob_Shot_triggered},
+    {"PS Total", 25, &fmHistorydb::actionTableJob_PSTotal_triggered},
+    {"Ghzh", 26, &fmHistorydb::actionTableJob_Ghzh_triggered},
+    {"Cost", 27, &fmHistorydb::actionTableJob_Cost_triggered},
+}};
+
+} // namespace
+
+QString fmHistorydb::screensGroupName()
+{
+    const QList<QScreen*> screens = QGuiApplication::screens();
+    QString name = QStringLiteral("Screens_%1").arg(screens.size());
+    for (const QScreen* s : screens) {
+        const QRect g = s->geometry();
+        name += QStringLiteral("__%1x%2s%3").arg(g.width()).arg(g.height()).arg(g.left());
+    }
+    return name;
+}
+
+bool fmHistorydb::uiLayoutLoadShared(QSettings& settings)
+{
+    const QVariant geometry = settings.value(QStringLiteral("geometry"));
+    if (!geometry.isValid()) return false;
+    restoreGeometry(geometry.toByteArray());
+    restoreState(settings.value(QStringLiteral("state")).toByteArray(), 0);
+    ui.treeJobs->Tree->header()->restoreState(settings.value(QStringLiteral("JobTreeHeaderState")).toByteArray());
+    ui.treeClients->Tree->header()->restoreState(
+        settings.value(QStringLiteral("ClientTreeHeaderState")).toByteArray());
+    ui.treeLog->header()->restoreState(settings.value(QStringLiteral("LogTreeHeaderState")).toByteArray());
+    ui.treeJobs->syncFooter();
+    ui.treeClients->syncFooter();
+    return true;
+}
+
+void fmHistorydb::uiLayoutSaveShared(QSettings& settings)
+{
+    settings.setValue(QStringLiteral("geometry"), saveGeometry());
+    settings.setValue(QStringLiteral("state"), saveState(0));
+    settings.setValue(QStringLiteral("JobTreeHeaderState"), ui.treeJobs->Tree->header()->saveState());
+    settings.setValue(QStringLiteral("ClientTreeHeaderState"), ui.treeClients->Tree->header()->saveState());
+    settings.setValue(QStringLiteral("LogTreeHeaderState"), ui.treeLog->header()->saveState());
+}
+
+bool fmHistorydb::uiLayoutLoadLocal()
+{
+    QSettings settings;
+    settings.beginGroup(QStringLiteral("fmHistorydb"));
+    const bool done = uiLayoutLoadShared(settings);
+    settings.endGroup();
+    return done;
+}
+
+bool fmHistorydb::uiLayoutLoadGlobal()
+{
+    QSettings settings(globalLayoutFile(app), QSettings::IniFormat);
+    settings.beginGroup(screensGroupName());
+    const bool done = uiLayoutLoadShared(settings);
+    settings.endGroup();
+    return done;
+}
+
+void fmHistorydb::on_actionLayoutSaveLocal_triggered()
+{
+    QSettings settings;
+    settings.beginGroup(QStringLiteral("fmHistorydb"));
+    uiLayoutSaveShared(settings);
+    settings.endGroup();
+}
+
+void fmHistorydb::on_actionLayoutSaveGlobal_triggered()
+{
+    QSettings settings(globalLayoutFile(app), QSettings::IniFormat);
+    settings.beginGroup(screensGroupName());
+    uiLayoutSaveShared(settings);
+    settings.endGroup();
+}
+
+void fmHistorydb::on_actionReset_Layout_triggered()
+{
+    // The farm's "reset" group first, then "Global"; failing both the present layout stands.
+    QSettings settings(globalLayoutFile(app), QSettings::IniFormat);
+    settings.beginGroup(QStringLiteral("reset"));
+    const bool done = uiLayoutLoadShared(settings);
+    settings.endGroup();
+    if (done) return;
+    settings.beginGroup(QStringLiteral("Global"));
+    uiLayoutLoadShared(settings);
+    settings.endGroup();
+}
+
+void fmHistorydb::buildColumnMenus()
+{
+    // The checks are set once here; later a click flips the column whatever its check says.
+    for (const JobColumnEntry& e : kJobColumns) {
+        auto* action = new QAction(QString::fromLatin1(e.text), this);
+        action->setCheckable(true);
+        action->setChecked(!ui.treeJobs->isColumnHidden(e.column));
+        ui.menuJob_Table_Columns->addAction(action);
+        connect(action, &QAction::triggered, this, e.slot);
+    }
+    const std::array<std::pair<QAction*, int>, 6> clientColumns = {{{ui.actionClientTableAssignment, 1},
+                                                                    {ui.actionClientTableStatus, 2},
+                                                                    {ui.actionClientTableCPU, 3},
+                                                                    {ui.actionClientTableMemoryUsage, 4},
+                                                                    {ui.actionClientTableOS, 5},
+                                                                    {ui.actionClientTableUser, 6}}};
+    for (const auto& [action, column] : clientColumns) action->setChecked(!ui.treeClients->isColumnHidden(column));
+}
+
+void fmHistorydb::flipJobColumn(int column)
+{
+    ui.treeJobs->setColumnHidden(column, !ui.treeJobs->isColumnHidden(column));
+}
+
+void fmHistorydb::flipClientColumn(int column)
+{
+    ui.treeClients->setColumnHidden(column, !ui.treeClients->isColumnHidden(column));
+}
+
+// clang-format off
+void fmHistorydb::actionTableJob_User_triggered() { flipJobColumn(1); }
+void fmHistorydb::actionTableJob_CompanyProject_triggered() { flipJobColumn(2); }
+void fmHistorydb::actionTableJob_SceneShotVersion_triggered() { flipJobColumn(3); }
+void fmHistorydb::actionTableJob_Software_triggered() { flipJobColumn(4); }
+void fmHistorydb::actionTableJob_Scene_triggered() { flipJobColumn(8); }
+void fmHistorydb::actionTableJob_Layer_triggered() { flipJobColumn(9); }
+void fmHistorydb::actionTableJob_Camera_triggered() { flipJobColumn(10); }
+void fmHistorydb::actionTableJob_Frames_triggered() { flipJobColumn(11); }
+void fmHistorydb::actionTableJob_Timetotal_triggered() { flipJobColumn(13); }
+void fmHistorydb::actionTableJob_Frametime_triggered() { flipJobColumn(15); }
+void fmHistorydb::actionTableJob_ClientsRendering_triggered() { flipJobColumn(18); }
+void fmHistorydb::actionTableJob_DateSend_triggered() { flipJobColumn(20); }
+void fmHistorydb::actionTableJob_DateFinished_triggered() { flipJobColumn(21); }
+void fmHistorydb::actionTableJob_Done_triggered() { flipJobColumn(22); }
+void fmHistorydb::actionTableJob_Debug_triggered() { flipJobColumn(23); }
+void fmHistorydb::actionTableJob_Shot_triggered() { flipJobColumn(24); }
+void fmHistorydb::actionTableJob_PSTotal_triggered() { flipJobColumn(25); }
+void fmHistorydb::actionTableJob_Ghzh_triggered() { flipJobColumn(26); }
+void fmHistorydb::actionTableJob_Cost_triggered() { flipJobColumn(27); }
+
+void fmHistorydb::on_actionClientTableAssignment_triggered() { flipClientColumn(1); }
+void fmHistorydb::on_actionClientTableStatus_triggered() { flipClientColumn(2); }
+void fmHistorydb::on_actionClientTableCPU_triggered() { flipClientColumn(3); }
+void fmHistorydb::on_actionClientTableMemoryUsage_triggered() { flipClientColumn(4); }
+void fmHistorydb::on_actionClientTableOS_triggered() { flipClientColumn(5); }
+void fmHistorydb::on_actionClientTableUser_triggered() { flipClientColumn(6); }
+// clang-format on

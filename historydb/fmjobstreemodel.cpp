@@ -1,0 +1,645 @@
+#include "historydb/fmjobstreemodel.h"
+
+#include "app/fm.h"
+#include "farm/fmclientlist.h"
+#include "jobs/fmjoblist.h"
+#include "widgets/fmtreeview.h"
+
+#include <QCoreApplication>
+#include <QHeaderView>
+#include <QMutexLocker>
+#include <QReadLocker>
+#include <QThread>
+#include <QWriteLocker>
+
+#include <algorithm>
+
+using fmJ::_jobsHistoryDB_Runtime;
+
+namespace {
+
+// Lower-casing of the C locale: only A to Z change. Group keys and node names use the same rule,
+// so a name found once is found again.
+QString cLower(const QString& s)
+{
+    QString r = s;
+    for (QChar& c : r)
+        if (c.unicode() >= u'A' && c.unicode() <= u'Z') c = QChar(char16_t(c.unicode() + 32));
+    return r;
+}
+
+bool within(int sortedID, const fmuiTreeViewJobsNodeData* d)
+{
+    return sortedID >= d->FirstSortedID - 1 && sortedID <= d->LastSortedID + 1;
+}
+
+float cfgFloat(__FM& app, const char* name)
+{
+    const float* v = app.cfgGetF(name);
+    return v ? *v : 0.0f;
+}
+
+QString cfgText(__FM& app, const char* name)
+{
+    const fmString<100>* v = app.cfgGetS(name);
+    return v ? v->toQString() : QString();
+}
+
+int cfgInt(__FM& app, const char* name)
+{
+    const short* v = app.cfgGetI(name);
+    return v ? *v : 0;
+}
+
+} // namespace
+
+// ---- node --------------------------------------------------------------------------------------
+
+fmuiTreeViewJobsNode::fmuiTreeViewJobsNode(Type type, QString name, unsigned long long jobID,
+                                           _jobsHistoryDB_Runtime* job, fmuiTreeViewJobsNode* parent,
+                                           const int& level, const int& firstSortedID, const int& lastSortedID,
+                                           const bool& listIsCopy)
+{
+    Parent = parent;
+    NodeType = type;
+    Level = level;
+    ForceSelected = false;
+    auto* d = new fmuiTreeViewJobsNodeData;
+    d->JobID = jobID;
+    d->Job = job;
+    d->FirstSortedID = firstSortedID;
+    d->LastSortedID = lastSortedID;
+    d->ListIsCopy = listIsCopy;
+    d->Name = cLower(name);
+    Data = d;
+}
+
+fmuiTreeViewJobsNode::~fmuiTreeViewJobsNode()
+{
+    deleteDataNode();
+    qDeleteAll(Children);
+    Children.clear();
+}
+
+void fmuiTreeViewJobsNode::SetDataIsSelected(bool selected, __FM& app) const
+{
+    const fmuiTreeViewJobsNodeData* d = data();
+    if (!d || !d->Job) return;
+    if (d->ListIsCopy) {
+        d->Job->HistorySelected = selected ? 1 : 0;
+        return;
+    }
+    d->Job->Selected = selected ? 1 : 0;
+    // A selected job lights up the clients that render it.
+    if (!app.ClientList) return;
+    const unsigned long long id = d->Job->JobID;
+    const int n = app.ClientList->count();
+    for (int i = 0; i < n; ++i) {
+        fmC::_Client* c = app.ClientList->at(i);
+        if (c && c->Status.Thread[0].JobID == id) c->Selected = selected ? 1 : 0;
+    }
+}
+
+bool fmuiTreeViewJobsNode::GetDataIsSelected(__FM&) const
+{
+    const fmuiTreeViewJobsNodeData* d = data();
+    if (!d || !d->Job) return false;
+    return d->ListIsCopy ? d->Job->HistorySelected != 0 : d->Job->Selected != 0;
+}
+
+void fmuiTreeViewJobsNode::deleteDataNode()
+{
+    delete data();
+    Data = nullptr;
+}
+
+// ---- model: construction and small operations ---------------------------------------------------
+
+fmuiTreeViewJobsModel::fmuiTreeViewJobsModel(fmTreeView*& view, fmJ::_JobList& list, __FM& app, QObject* parent,
+                                             const bool& showOnlyFlag)
+    : fmuiTreeViewModel(view, parent), ShowOnlyFlag(showOnlyFlag), JobList(list), App(app),
+      Cost(cfgFloat(app, "cfgCost")), CostDisplay(cfgText(app, "cfgCostDisplay")),
+      PreviewPriorityIncrease(cfgInt(app, "jPreviewPriorityIncrease")),
+      ScriptPriorityIncrease(cfgInt(app, "jScriptPriorityIncrease"))
+{
+    Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0, list.IsCopy);
+}
+
+fmuiTreeViewJobsModel::~fmuiTreeViewJobsModel()
+{
+    delete Root;
+    Root = nullptr;
+}
+
+int fmuiTreeViewJobsModel::columnCount(const QModelIndex&) const { return ColumnCount; }
+
+bool fmuiTreeViewJobsModel::setData(const QModelIndex&, const QVariant&, int)
+{
+    QReadLocker lock(&NodeLock);
+    return false;
+}
+
+Qt::ItemFlags fmuiTreeViewJobsModel::flags(const QModelIndex& index) const
+{
+    QReadLocker lock(const_cast<QReadWriteLock*>(&NodeLock));
+    Qt::ItemFlags f = fmuiTreeViewModel::flags(index);
+    if (index.column() != 19) return f;
+    auto* node = static_cast<fmuiTreeViewJobsNode*>(nodeFromIndex(index));
+    if (!node || node == Root || !node->data()) return f;
+    const bool endLike = node->NodeType == fmuiTreeViewNode::EndNode ||
+                         (node->Children.size() == 1 && node->Children[0] &&
+                          node->Children[0]->NodeType == fmuiTreeViewNode::EndNode);
+    if (endLike && jobIsValid(node->data()->Job)) f |= Qt::ItemIsUserCheckable;
+    return f;
+}
+
+bool fmuiTreeViewJobsModel::jobIsValid(_jobsHistoryDB_Runtime* job) const
+{
+    // The same answer as _JobList::isValidJob without its walk over the queue: records are never
+    // freed while the list lives, and Queue[i]->QueueID == i for every job in use.
+    if (!job) return false;
+    QReadLocker lock(&JobList.LockJobs);
+    const int q = job->QueueID;
+    return q >= 0 && q < JobList.JobCount && q < fmJ::_JobList::MaxJobs && JobList.Queue[q] == job;
+}
+
+QString fmuiTreeViewJobsModel::keyOf(const _jobsHistoryDB_Runtime* job) const
+{
+    return cLower(GroupByUser ? job->UserName.toQString().left(50) : job->CompanyProjectName.toQString());
+}
+
+QString fmuiTreeViewJobsModel::errorIconPath(int errorCount, bool fresh)
+{
+    if (errorCount >= 16) return fresh ? QStringLiteral(":JobTable/icon_achtung_redfill.png")
+                                       : QStringLiteral(":JobTable/icon_achtung_red.png");
+    if (errorCount >= 8) return fresh ? QStringLiteral(":JobTable/icon_achtung_orangefill.png")
+                                      : QStringLiteral(":JobTable/icon_achtung_orange.png");
+    if (errorCount >= 1) return fresh ? QStringLiteral(":JobTable/icon_achtung_yellowfill.png")
+                                      : QStringLiteral(":JobTable/icon_achtung_yellow.png");
+    return QString();
+}
+
+uint32_t fmuiTreeViewJobsModel::jobColor(int colorIndex)
+{
+    static constexpr uint32_t table[12] = {0xFFEEEEEE, 0xFFFFCCCC, 0xFFBBFFAA, 0xFFAACCFF, 0xFFFFFFCC, 0xFFEECCFF,
+                                           0xFFCCFFFF, 0xFF999999, 0xFFFF0000, 0xFF00FF00, 0xFF6666FF, 0xFF000000};
+    return colorIndex >= 0 && colorIndex < 12 ? table[colorIndex] : table[0];
+}
+
+void fmuiTreeViewJobsModel::headerClick(int column, Qt::SortOrder order)
+{
+    if (JobList.SetSortID(column, order)) CreateJobTree(false);
+}
+
+void fmuiTreeViewJobsModel::QHeaderView_sortIndicatorChanged(int column, Qt::SortOrder order)
+{
+    if (JobList.SetSortID(column, order)) CreateJobTree(false);
+}
+
+void fmuiTreeViewJobsModel::tableViewSelectionChanged() { JobList.CreateSelectionList(); }
+
+void fmuiTreeViewJobsModel::ClearSelectionAll(bool all, QString reason)
+{
+    fmuiTreeViewModel::ClearSelectionAll(all, reason);
+    if (!all) return;
+    {
+        QReadLocker lock(&JobList.LockJobs);
+        for (int i = 0; i < fmJ::_JobList::MaxJobs; ++i) {
+            _jobsHistoryDB_Runtime* job = JobList.Queue ? JobList.Queue[i] : nullptr;
+            if (!job) continue;
+            if (JobList.IsCopy)
+                job->HistorySelected = 0;
+            else
+                job->Selected = 0;
+        }
+    }
+    if (JobList.IsCopy || !App.ClientList) return;
+    const int n = App.ClientList->count();
+    for (int i = 0; i < n; ++i)
+        if (fmC::_Client* c = App.ClientList->at(i)) c->Selected = 0;
+}
+
+void fmuiTreeViewJobsModel::ClearCompleteTree()
+{
+    QWriteLocker lock(&NodeLock);
+    addDeleteLater(Root);
+    Root = new fmuiTreeViewJobsNode(fmuiTreeViewNode::Root, QString(), 0, nullptr, nullptr, 0, 0, 0,
+                                    JobList.IsCopy);
+}
+
+// ---- rebuild -----------------------------------------------------------------------------------
+
+fmuiTreeViewJobsModel::ChildIndex& fmuiTreeViewJobsModel::indexOf(fmuiTreeViewJobsNode* node)
+{
+    auto it = BuildIndex.find(node);
+    if (it != BuildIndex.end()) return it->second;
+    ChildIndex& idx = BuildIndex[node];
+    for (fmuiTreeViewNode* c : node->Children) {
+        auto* child = static_cast<fmuiTreeViewJobsNode*>(c);
+        if (!child || !child->data()) continue;
+        idx.ByJobGroup[child->data()->JobID >> 8].append(child);
+        if (child->NodeType == fmuiTreeViewNode::FirstLevel) idx.FirstLevelByName[child->data()->Name].append(child);
+    }
+    return idx;
+}
+
+void fmuiTreeViewJobsModel::appendChild(fmuiTreeViewJobsNode* node, fmuiTreeViewJobsNode* child)
+{
+    node->Children.append(child);
+    auto it = BuildIndex.find(node);
+    if (it == BuildIndex.end()) return; // built from Children when first asked
+    it->second.ByJobGroup[child->data()->JobID >> 8].append(child);
+    if (child->NodeType == fmuiTreeViewNode::FirstLevel)
+        it->second.FirstLevelByName[child->data()->Name].append(child);
+}
+
+bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, _jobsHistoryDB_Runtime* job,
+                                         fmuiTreeViewJobsNode** outGroupNode, int sortedID)
+{
+    using N = fmuiTreeViewNode;
+    fmuiTreeViewJobsNodeData* nd = node->data();
+    if (!nd || !job) return true;
+    const unsigned long long jobID = job->JobID;
+    const QString key = keyOf(job);
+
+    // 1. An existing first-level group of the same key.
+    if (level == 0 && GroupFirstLevel) {
+        const auto& byName = indexOf(node).FirstLevelByName;
+        auto it = byName.constFind(key);
+        if (it != byName.constEnd()) {
+            for (fmuiTreeViewJobsNode* child : *it) {
+                if (child->NodeType != N::FirstLevel || !child->data() || child->data()->Name != key) continue;
+                if (child->Children.isEmpty()) {
+                    // Written into the parent, not the child found; of no effect for the root.
+                    nd->JobID = jobID;
+                    nd->Job = job;
+                }
+                return AddJobtoNode(child, 1, job, outGroupNode, sortedID);
+            }
+        }
+    }
+
+    // 2. A second-level group of the same submission.
+    if (GroupSubmissions && ((level == 0 && !GroupFirstLevel) || (level == 1 && GroupFirstLevel))) {
+        const auto& byGroup = indexOf(node).ByJobGroup;
+        auto it = byGroup.constFind(jobID >> 8);
+        if (it != byGroup.constEnd()) {
+            for (fmuiTreeViewJobsNode* c : *it) {
+                fmuiTreeViewJobsNodeData* cd = c->data();
+                if (!cd || (cd->JobID >> 8) != (jobID >> 8)) continue;
+                if (!(within(sortedID, cd) || !cd->Job || !GroupAdjacentOnly)) continue;
+                if (c->NodeType == N::SecondLevel) return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID);
+                if (c->NodeType != N::EndNode) continue;
+                if (cd->JobID == jobID) return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID);
+                auto* end = new fmuiTreeViewJobsNode(N::EndNode, cd->Name, cd->JobID, cd->Job, c, level + 2,
+                                                     cd->FirstSortedID, cd->LastSortedID, JobList.IsCopy);
+                appendChild(c, end);
+                c->NodeType = N::SecondLevel;
+                return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID);
+            }
+        }
+    }
+
+    // 3. A new first-level group.
+    if (level == 0 && GroupFirstLevel) {
+        auto* group = new fmuiTreeViewJobsNode(N::FirstLevel, key, jobID, job, node, 1, sortedID, sortedID,
+                                               JobList.IsCopy);
+        appendChild(node, group);
+        node = group;
+        nd = group->data();
+        level = 1;
+    }
+
+    if (level != 0 || GroupFirstLevel) {
+        if (!node->Children.isEmpty()) {
+            // 4.
+            if (!nd->Job) {
+                nd->FirstSortedID = sortedID;
+                nd->LastSortedID = sortedID;
+                nd->Job = job;
+            }
+        } else {
+            // 5.
+            nd->JobID = jobID;
+            nd->Job = job;
+            nd->FirstSortedID = sortedID;
+            nd->LastSortedID = sortedID;
+            nd->Name = key;
+            if (node->NodeType == N::SecondLevel || node->NodeType == N::EndNode) {
+                node->NodeType = N::EndNode;
+                if (outGroupNode) *outGroupNode = static_cast<fmuiTreeViewJobsNode*>(node->Parent);
+                return true;
+            }
+        }
+    }
+
+    // 6. Widen the range.
+    if (within(sortedID, nd) || !GroupAdjacentOnly) {
+        if (sortedID <= nd->LastSortedID)
+            nd->FirstSortedID = sortedID;
+        else
+            nd->LastSortedID = sortedID;
+    }
+
+    // 7. The job's own end node from the last rebuild.
+    const auto& byGroup = indexOf(node).ByJobGroup;
+    auto it = byGroup.constFind(jobID >> 8);
+    if (it != byGroup.constEnd()) {
+        for (fmuiTreeViewJobsNode* c : *it) {
+            fmuiTreeViewJobsNodeData* cd = c->data();
+            if (c->NodeType != N::EndNode || !cd || cd->JobID != jobID) continue;
+            cd->Name = key;
+            cd->FirstSortedID = sortedID;
+            cd->LastSortedID = sortedID;
+            cd->Job = job;
+            c->NodeType = N::EndNode;
+            if (outGroupNode) *outGroupNode = node;
+            return true;
+        }
+    }
+
+    // 8. A new end node.
+    auto* end = new fmuiTreeViewJobsNode(N::EndNode, key, jobID, job, node, level + 1, sortedID, sortedID,
+                                         JobList.IsCopy);
+    if (outGroupNode) *outGroupNode = node;
+    appendChild(node, end);
+    return true;
+}
+
+void fmuiTreeViewJobsModel::SortNodeChildren(fmuiTreeViewJobsNode* node, int left, int right)
+{
+    if (!node) return;
+    auto key = [node](int i) {
+        const auto* c = static_cast<const fmuiTreeViewJobsNode*>(node->Children[i]);
+        return c && c->data() ? c->data()->FirstSortedID : 0;
+    };
+    left = std::max(left, 0);
+    right = std::min(right, int(node->Children.size()) - 1);
+    while (left < right) {
+        const int pivot = key((left + right) / 2);
+        int i = left, j = right;
+        while (i <= j) {
+            while (key(i) < pivot) ++i;
+            while (key(j) > pivot) --j;
+            if (i <= j) {
+                node->Children.swapItemsAt(i, j);
+                ++i;
+                --j;
+            }
+        }
+        // The smaller part by recursion keeps the depth logarithmic; the parts are disjoint, so
+        // the order of handling them does not change the result.
+        if (j - left < right - i) {
+            if (left < j) SortNodeChildren(node, left, j);
+            left = i;
+        } else {
+            if (i < right) SortNodeChildren(node, i, right);
+            right = j;
+        }
+    }
+}
+
+// Steps 4 and 5 of the rebuild for the children of `parent`. With `firstLevel` (the root's own
+// children) a first-level group with one child stays a group.
+void fmuiTreeViewJobsModel::pruneChildren(fmuiTreeViewJobsNode* parent, bool firstLevel)
+{
+    using N = fmuiTreeViewNode;
+    for (int r = 0; r < parent->Children.size(); ++r) {
+        auto* c = static_cast<fmuiTreeViewJobsNode*>(parent->Children[r]);
+        fmuiTreeViewJobsNodeData* cd = c ? c->data() : nullptr;
+        if (!cd) {
+            deleteChildrenNr(parent, r--);
+            continue;
+        }
+        if (!firstLevel) {
+            for (int g = c->Children.size() - 1; g >= 0; --g) {
+                auto* gc = static_cast<fmuiTreeViewJobsNode*>(c->Children[g]);
+                if (!gc || !gc->data() || !gc->data()->Job) deleteChildrenNr(c, g);
+            }
+        }
+        const bool isEnd = c->NodeType == N::EndNode;
+        if ((isEnd && !cd->Job) || (!isEnd && c->Children.isEmpty())) {
+            deleteChildrenNr(parent, r--);
+            continue;
+        }
+        if (isEnd) continue;
+        auto* first = static_cast<fmuiTreeViewJobsNode*>(c->Children[0]);
+        fmuiTreeViewJobsNodeData* fd = first ? first->data() : nullptr;
+        if (c->Children.size() == 1 && fd) {
+            cd->Job = fd->Job;
+            if (firstLevel && c->NodeType == N::FirstLevel) continue;
+            cd->Name = fd->Name;
+            cd->JobID = fd->JobID;
+            cd->FirstSortedID = fd->FirstSortedID;
+            cd->LastSortedID = fd->LastSortedID;
+            c->NodeType = N::EndNode;
+            deleteChildrenNr(c, 0);
+        } else if (!cd->Job && fd) {
+            cd->Job = fd->Job;
+        }
+    }
+}
+
+void fmuiTreeViewJobsModel::remapPersistentIndexes()
+{
+    // Rows moved while the tree was rebuilt in place: point the view's persistent indexes at the
+    // new rows of their nodes; those of nodes that left the tree become invalid.
+    const QModelIndexList old = persistentIndexList();
+    if (old.isEmpty()) return;
+    QModelIndexList now;
+    now.reserve(old.size());
+    for (const QModelIndex& i : old) {
+        auto* node = static_cast<fmuiTreeViewNode*>(i.internalPointer());
+        bool attached = node != nullptr;
+        int row = -1;
+        for (fmuiTreeViewNode* n = node; attached && n != Root; n = n->Parent) {
+            const int r = n->Parent ? rowOf(n) : -1;
+            if (r < 0) attached = false;
+            if (n == node) row = r;
+        }
+        now.append(attached ? createIndex(row, i.column(), node) : QModelIndex());
+    }
+    changePersistentIndexList(old, now);
+}
+
+void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
+{
+    QMutexLocker treeLock(&TreeMutex);
+    if (reset)
+        beginResetModel();
+    else
+        emit layoutAboutToBeChanged();
+    {
+        QWriteLocker nodeLock(&NodeLock);
+        executeDeleteLater();
+
+        // Mark: a node that meets its job again keeps its place and IsExpanded.
+        for (fmuiTreeViewNode* t : Root->Children) {
+            if (!t) continue;
+            if (auto* d = static_cast<fmuiTreeViewJobsNode*>(t)->data()) d->Job = nullptr;
+            for (fmuiTreeViewNode* c : t->Children) {
+                if (!c) continue;
+                if (auto* d = static_cast<fmuiTreeViewJobsNode*>(c)->data()) d->Job = nullptr;
+                for (fmuiTreeViewNode* g : c->Children)
+                    if (g)
+                        if (auto* d = static_cast<fmuiTreeViewJobsNode*>(g)->data()) d->Job = nullptr;
+            }
+        }
+
+        BuildIndex.clear();
+        fmuiTreeViewJobsNode* scratch = nullptr;
+        const int sorted = std::clamp(JobList.SortedCount, 0, fmJ::_JobList::MaxJobs);
+        for (int i = 0; i < sorted; ++i)
+            if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i)) AddJobtoNode(jobsRoot(), 0, job, &scratch, i);
+        BuildIndex.clear();
+
+        for (int t = 0; t < Root->Children.size(); ++t)
+            if (auto* tn = static_cast<fmuiTreeViewJobsNode*>(Root->Children[t])) pruneChildren(tn, false);
+        pruneChildren(jobsRoot(), true);
+
+        auto sortAll = [this](fmuiTreeViewNode* n) {
+            if (n && !n->Children.isEmpty())
+                SortNodeChildren(static_cast<fmuiTreeViewJobsNode*>(n), 0, int(n->Children.size()) - 1);
+        };
+        if (GroupFirstLevel) {
+            for (fmuiTreeViewNode* t : Root->Children) {
+                if (!t) continue;
+                for (fmuiTreeViewNode* c : t->Children) sortAll(c);
+                sortAll(t);
+            }
+        } else {
+            sortAll(Root);
+            for (fmuiTreeViewNode* t : Root->Children) sortAll(t);
+        }
+        if (!reset) remapPersistentIndexes();
+    }
+    if (reset) {
+        endResetModel();
+        restoreExpanded();
+    } else {
+        emit layoutChanged();
+    }
+    if (Footer) Footer->pleaseUpdate();
+
+    // The views finish against the old shells while selection changes are still shut out.
+    QThread::msleep(50);
+    QCoreApplication::processEvents();
+    QThread::msleep(50);
+}
+
+// ---- footer ------------------------------------------------------------------------------------
+
+fmuiTreeViewJobsModelFooter::fmuiTreeViewJobsModelFooter(fmJ::_JobList& list, __FM& app, fmTreeView*& view,
+                                                         QObject* parent)
+    : QAbstractItemModel(parent), JobList(list), App(app), View(view), Cost(cfgFloat(app, "cfgCost")),
+      CostDisplay(cfgText(app, "cfgCostDisplay"))
+{
+}
+
+QModelIndex fmuiTreeViewJobsModelFooter::index(int, int, const QModelIndex&) const { return QModelIndex(); }
+QModelIndex fmuiTreeViewJobsModelFooter::parent(const QModelIndex&) const { return QModelIndex(); }
+int fmuiTreeViewJobsModelFooter::rowCount(const QModelIndex&) const { return 0; }
+int fmuiTreeViewJobsModelFooter::columnCount(const QModelIndex&) const { return fmuiTreeViewJobsModel::ColumnCount; }
+QVariant fmuiTreeViewJobsModelFooter::data(const QModelIndex&, int) const { return QVariant(); }
+
+void fmuiTreeViewJobsModelFooter::pleaseUpdate()
+{
+    SumsValid = false;
+    emit headerDataChanged(Qt::Horizontal, 0, fmuiTreeViewJobsModel::ColumnCount - 1);
+}
+
+const fmuiTreeViewJobsModelFooter::Totals& fmuiTreeViewJobsModelFooter::totals() const
+{
+    // Also recomputed when the sorted list changed its length behind our back.
+    if (SumsValid && Sums.Sorted == JobList.SortedCount) return Sums;
+    Totals s;
+    QReadLocker lock(&JobList.LockJobs);
+    const int n = std::clamp(JobList.SortedCount, 0, fmJ::_JobList::MaxJobs);
+    s.Sorted = JobList.SortedCount;
+    for (int i = 0; i < n; ++i) {
+        const _jobsHistoryDB_Runtime* job = JobList.Sorted[i];
+        if (!job || !(JobList.IsCopy ? job->HistorySelected : job->Selected)) continue;
+        ++s.Selected;
+        s.Frames += job->TotalFrames;
+        const uint32_t ft = job->AverageFrameTime;
+        if (ft > 0) {
+            s.FrameTimeSum += ft;
+            ++s.FrameTimeCount;
+        }
+        s.PS += double(job->TotalPS);
+        s.GhzHours += double(job->TotalGhzHours);
+    }
+    Sums = s;
+    SumsValid = true;
+    return Sums;
+}
+
+QVariant fmuiTreeViewJobsModelFooter::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return QVariant();
+    switch (section) {
+    case 8: {
+        const Totals& t = totals();
+        return QStringLiteral(" %1 / %2 jobs selected").arg(t.Selected).arg(t.Sorted);
+    }
+    case 11:
+        return QStringLiteral(" %1 ").arg(totals().Frames);
+    case 15: {
+        const Totals& t = totals();
+        return fmSec2ms(t.FrameTimeCount > 0 ? t.FrameTimeSum / t.FrameTimeCount : 0);
+    }
+    case 25:
+        return QStringLiteral(" %1 ").arg(totals().PS / 1000.0, 0, 'f', 3);
+    case 26:
+        return QStringLiteral(" %1 ").arg(totals().GhzHours, 0, 'f', 3);
+    case 27:
+        return QStringLiteral("%1 %2").arg(totals().GhzHours * double(Cost), 0, 'f', 2).arg(CostDisplay);
+    default:
+        return QVariant();
+    }
+}
+
+// ---- wiring ------------------------------------------------------------------------------------
+
+void initJobTree(fmTreeView*& view, fmuiTreeViewJobsModel*& model, fmuiTreeViewSelectionModel*& selection,
+                 __FM& app, fmJ::_JobList& list, QObject* parent, const bool& flag)
+{
+    if (!view || !view->Tree) return;
+    view->Tree->setTextElideMode(Qt::ElideLeft);
+
+    model = new fmuiTreeViewJobsModel(view, list, app, parent, flag);
+    model->GroupFirstLevel = true;
+    model->GroupByUser = true;
+    model->GroupSubmissions = false;
+    view->Tree->setModel(model);
+
+    auto* footer = new fmuiTreeViewJobsModelFooter(list, app, view, parent);
+    model->Footer = footer;
+    if (view->Footer) view->Footer->setModel(footer);
+
+    selection = new fmuiTreeViewSelectionModel(model, app, parent);
+    view->setSelectionModel(selection);
+
+    QObject::connect(selection, &fmuiTreeViewSelectionModel::SelectionUpdated, footer,
+                     &fmuiTreeViewJobsModelFooter::pleaseUpdate);
+    QObject::connect(selection, &fmuiTreeViewSelectionModel::SelectionUpdated, model,
+                     &fmuiTreeViewJobsModel::tableViewSelectionChanged);
+    QHeaderView* header = view->Tree->header();
+    QObject::connect(header, &QHeaderView::sortIndicatorChanged, model,
+                     &fmuiTreeViewJobsModel::QHeaderView_sortIndicatorChanged);
+
+    header->moveSection(header->visualIndex(19), 1);
+    header->moveSection(header->visualIndex(22), 13);
+    header->setStretchLastSection(false);
+    if (view->Footer) view->Footer->setStretchLastSection(false);
+
+    view->hideColumn(19);
+    if (model->GroupFirstLevel) view->hideColumn(model->GroupByUser ? 1 : 2);
+
+    static constexpr int widths[fmuiTreeViewJobsModel::ColumnCount] = {
+        125, 65, 85, 75, 30, 15, 15, 15, 350, 75, 75, 80, 100, 50, 50, 45, 20, 75, 25, 20, 80, 80, 45, 30, 35, 55, 40, 45};
+    for (int c = 0; c < fmuiTreeViewJobsModel::ColumnCount; ++c) view->setColumnWidth(c, widths[c]);
+    for (int c : {6, 7, 12, 14, 17, 22, 23}) view->hideColumn(c);
+
+    view->syncFooter();
+}

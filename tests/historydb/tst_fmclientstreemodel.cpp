@@ -1,0 +1,406 @@
+#include "app/fm.h"
+#include "farm/fmclientgroups.h"
+#include "farm/fmclientlist.h"
+#include "historydb/fmclientstreemodel.h"
+#include "jobs/fmjobhistory.h"
+#include "jobs/fmjoblist.h"
+#include "widgets/fmtreeview.h"
+#include "widgets/fmtreeviewtypes.h"
+
+#include <QBrush>
+#include <QHeaderView>
+#include <QtTest>
+
+#include <memory>
+
+using namespace fmC;
+
+class tst_fmClientsTreeModel : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void treeShape_data();
+    void treeShape();
+    void oneGroupExpandedAndGroupsKept();
+    void endText_data();
+    void endText();
+    void statusColors_data();
+    void statusColors();
+    void endBars_data();
+    void endBars();
+    void groupAssignmentBar_data();
+    void groupAssignmentBar();
+    void footer_data();
+    void footer();
+    void damagedIndexes();
+
+private:
+    _ClientList& list() { return *FM.ClientList; }
+    // A client named `name`, status 1, 8 cores, 8 GB, nothing selected.
+    _Client& addClient(const QString& name, int status = 1);
+    // A group holding the given client numbers.
+    void addGroup(const QString& name, const QList<int>& clients);
+    QModelIndex endIndex(fmuiTreeViewClientsModel& m, int client, int col);
+    fmTreeView* NoView = nullptr;
+};
+
+void tst_fmClientsTreeModel::initTestCase()
+{
+    if (!FM.ClientList || !FM.ClientGroups) FM.createFarmTables();
+    QVERIFY(FM.ClientList && FM.ClientGroups);
+}
+
+void tst_fmClientsTreeModel::init()
+{
+    for (_Client& c : list().Clients)
+        c.clear();
+    list().clear();
+    list().SortID = 1;
+    list().SortOrder = Qt::AscendingOrder;
+    list().ShowLinux = true;
+    FM.ClientGroups->clear();
+}
+
+_Client& tst_fmClientsTreeModel::addClient(const QString& name, int status)
+{
+    _Client& c = list().Clients[list().addClient()];
+    c.Status.Name.set(name);
+    c.Status.Thread[0].Status = static_cast<signed char>(status);
+    c.Hardware.Cores = 8;
+    c.Hardware.Memory = 8192;
+    c.Hardware.MHz = 2400;
+    c.Hardware.Speed = 1.5f;
+    c.Hardware.OS = 1;
+    list().sort();
+    list().filter();
+    return c;
+}
+
+void tst_fmClientsTreeModel::addGroup(const QString& name, const QList<int>& clients)
+{
+    _ClientGroup* g = FM.ClientGroups->addGroup(name);
+    QVERIFY(g);
+    for (int c : clients)
+        g->Place[c].Assigned = true;
+}
+
+QModelIndex tst_fmClientsTreeModel::endIndex(fmuiTreeViewClientsModel& m, int client, int col)
+{
+    if (m.rowCount() == 0) addGroup(QStringLiteral("G"), {client});
+    if (m.rowCount() == 0) m.CreateClientTree();
+    const QModelIndex group = m.index(0, 0);
+    for (int r = 0; r < m.rowCount(group); ++r) {
+        const QModelIndex i = m.index(r, col, group);
+        auto* node = static_cast<fmuiTreeViewClientsNode*>(m.nodeFromIndex(i));
+        if (node && node->data() && node->data()->Index == static_cast<unsigned long long>(client)) return i;
+    }
+    return QModelIndex();
+}
+
+// Catches end nodes in the wrong group, out of sort order, or for clients the filter hides.
+void tst_fmClientsTreeModel::treeShape_data()
+{
+    QTest::addColumn<int>("groups");
+    QTest::addColumn<bool>("descending");
+    QTest::addColumn<bool>("hideLinux");
+    QTest::addColumn<QString>("expected"); // groups by "|", clients by ","
+    QTest::newRow("no groups") << 0 << false << false << QString();
+    QTest::newRow("two groups") << 2 << false << false << QStringLiteral("G0:a,c|G1:b,c,d");
+    QTest::newRow("descending list number") << 2 << true << false << QStringLiteral("G0:c,a|G1:d,c,b");
+    QTest::newRow("filtered client") << 2 << false << true << QStringLiteral("G0:a|G1:b,d");
+}
+
+void tst_fmClientsTreeModel::treeShape()
+{
+    QFETCH(int, groups);
+    QFETCH(bool, descending);
+    QFETCH(bool, hideLinux);
+    QFETCH(QString, expected);
+    for (const char* n : {"a", "b", "c", "d"})
+        addClient(QString::fromLatin1(n));
+    list().Clients[2].Hardware.OS = 2;
+    if (groups > 0) addGroup(QStringLiteral("G0"), {0, 2});
+    if (groups > 1) addGroup(QStringLiteral("G1"), {1, 2, 3});
+    list().ShowLinux = !hideLinux;
+    list().SetSortID(1, descending ? Qt::DescendingOrder : Qt::AscendingOrder, nullptr);
+    list().filter();
+
+    fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    QSignalSpy footer(&m, &fmuiTreeViewModel::updateFooter);
+    m.CreateClientTree();
+    m.CreateClientTree(); // a rebuild gives the same tree
+    QStringList shape;
+    for (int g = 0; g < m.rowCount(); ++g) {
+        const QModelIndex gi = m.index(g, 0);
+        QStringList names;
+        for (int r = 0; r < m.rowCount(gi); ++r)
+            names << m.data(m.index(r, 0, gi)).toString();
+        shape << m.data(gi).toString() + QLatin1Char(':') + names.join(QLatin1Char(','));
+    }
+    QCOMPARE(shape.join(QLatin1Char('|')), expected);
+    QCOMPARE(footer.count(), 2);
+}
+
+// Catches a rebuild that recreates group nodes (losing the user's expanded state) and a single
+// group that is not opened.
+void tst_fmClientsTreeModel::oneGroupExpandedAndGroupsKept()
+{
+    addClient(QStringLiteral("a"));
+    addClient(QStringLiteral("b"));
+    addGroup(QStringLiteral("G0"), {0, 1});
+    fmTreeView widget;
+    fmTreeView* view = &widget;
+    fmuiTreeViewClientsModel* m = nullptr;
+    const bool flag = false, showTime = true;
+    initClientTree(view, m, FM, nullptr, &widget, false, false, flag, showTime);
+    QVERIFY(m);
+    m->CreateClientTree();
+    QVERIFY(widget.Tree->isExpanded(m->index(0, 0)));
+    QVERIFY(widget.isColumnHidden(3));
+    QCOMPARE(widget.Tree->header()->visualIndex(1), 0);
+
+    fmuiTreeViewNode* group = m->Root->Children.value(0);
+    addGroup(QStringLiteral("G1"), {1});
+    m->CreateClientTree();
+    QCOMPARE(m->Root->Children.value(0), group);
+    QCOMPARE(m->rowCount(), 2);
+    QCOMPARE(m->rowCount(m->index(1, 0)), 1);
+}
+
+// Catches wrong thresholds and number forms in the client row's texts.
+void tst_fmClientsTreeModel::endText_data()
+{
+    QTest::addColumn<int>("col");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("cpu");
+    QTest::addColumn<int>("cores");
+    QTest::addColumn<int>("userTime");
+    QTest::addColumn<int>("temperature");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("user 180 min") << 7 << 1 << 0 << 8 << 180 << 0 << "bob";
+    QTest::newRow("user 181 min") << 7 << 1 << 0 << 8 << 181 << 0 << "bob (3.0h)";
+    QTest::newRow("user 1441 min") << 7 << 1 << 0 << 8 << 1441 << 0 << "bob (1.0d)";
+    QTest::newRow("user 28800 min") << 7 << 1 << 0 << 8 << 28800 << 0 << "bob (20.0d)";
+    QTest::newRow("user 28801 min") << 7 << 1 << 0 << 8 << 28801 << 0 << "bob (20d+)";
+    QTest::newRow("cpu 8 cores") << 4 << 3 << 128 << 8 << 0 << 0 << "4.0/ 8";
+    QTest::newRow("cpu 9 cores") << 4 << 3 << 253 << 9 << 0 << 0 << "8.9/ 9";
+    QTest::newRow("cpu 16 cores") << 4 << 3 << 128 << 16 << 0 << 0 << "8/16";
+    QTest::newRow("cpu no value") << 4 << 3 << 254 << 16 << 0 << 0 << "16";
+    QTest::newRow("cpu zero") << 4 << 3 << 0 << 8 << 0 << 0 << "8";
+    QTest::newRow("avail at status 0") << 5 << 0 << 0 << 8 << 0 << 0 << "";
+    QTest::newRow("avail rendering") << 5 << 3 << 0 << 8 << 0 << 0 << "3.0";
+    QTest::newRow("temperature") << 9 << 1 << 0 << 8 << 0 << 45 << QStringLiteral("45\u00B0C");
+    QTest::newRow("no temperature") << 9 << 1 << 0 << 8 << 0 << -3 << "";
+    QTest::newRow("memory") << 10 << 1 << 0 << 8 << 0 << 0 << "8";
+    QTest::newRow("speed") << 12 << 1 << 0 << 8 << 0 << 0 << "2400 / 1.5";
+}
+
+void tst_fmClientsTreeModel::endText()
+{
+    QFETCH(int, col);
+    QFETCH(int, status);
+    QFETCH(int, cpu);
+    QFETCH(int, cores);
+    QFETCH(int, userTime);
+    QFETCH(int, temperature);
+    QFETCH(QString, expected);
+    _Client& c = addClient(QStringLiteral("a"), status);
+    c.Status.Thread[0].CPUUsage = uint8_t(cpu);
+    c.Hardware.Cores = uint8_t(cores);
+    c.Status.UserName.set(QStringLiteral("bob"));
+    c.Status.UserTime = int16_t(userTime);
+    c.Status.Temperature = static_cast<signed char>(temperature);
+    c.Status.AvailableMemory = 3072;
+    fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    QCOMPARE(m.data(endIndex(m, 0, col)).toString(), expected);
+}
+
+// Catches a wrong entry in the status colour table (text when not selected, background when).
+void tst_fmClientsTreeModel::statusColors_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<uint>("text");
+    QTest::addColumn<uint>("selectedBackground");
+    QTest::newRow("off") << 0 << 0xFFAAAAAAu << 0xFFAAAAAAu;
+    QTest::newRow("idle") << 1 << 0xFF000000u << 0xFF000000u;
+    for (int s : {2, 7, 12, 13, 15, 26, 27})
+        QTest::addRow("disabled %d", s) << s << 0xFFDD8822u << 0xFFDD8822u;
+    for (int s : {3, 5, 8})
+        QTest::addRow("rendering %d", s) << s << 0xFF88BB00u << 0xFF00DD00u;
+    for (int s : {6, 10, 11})
+        QTest::addRow("failed %d", s) << s << 0xFFFF0000u << 0xFFFF0000u;
+    QTest::newRow("unknown 28") << 28 << 0xFF000000u << 0xFF000000u;
+}
+
+void tst_fmClientsTreeModel::statusColors()
+{
+    QFETCH(int, status);
+    QFETCH(uint, text);
+    QFETCH(uint, selectedBackground);
+    _Client& c = addClient(QStringLiteral("a"), status);
+    fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    const QModelIndex i = endIndex(m, 0, 0);
+    QCOMPARE(m.data(i, Qt::ForegroundRole).value<QBrush>().color().rgba(), text);
+    QCOMPARE(m.data(i, Qt::BackgroundRole).value<QBrush>().color().rgba(), 0xFFFAFAFAu);
+    c.Selected = 1;
+    QCOMPARE(m.data(i, Qt::BackgroundRole).value<QBrush>().color().rgba(), selectedBackground);
+    QCOMPARE(m.data(i, Qt::ForegroundRole).value<QBrush>().color().rgba(), 0xFFFFFFFFu);
+}
+
+// Catches bars drawn for an idle machine, wrong percent arithmetic and damaged values that
+// escape 0..100.
+void tst_fmClientsTreeModel::endBars_data()
+{
+    QTest::addColumn<int>("col");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("cpu");
+    QTest::addColumn<int>("threadMemory");
+    QTest::addColumn<int>("available");
+    QTest::addColumn<int>("memory");
+    QTest::addColumn<QList<qulonglong>>("values"); // empty: no bars
+    QTest::newRow("cpu at status 0") << 4 << 0 << 255 << 0 << 0 << 8192 << QList<qulonglong>();
+    QTest::newRow("memory at status 0") << 5 << 0 << 0 << 2048 << 2048 << 8192 << QList<qulonglong>();
+    QTest::newRow("cpu full") << 4 << 3 << 253 << 0 << 0 << 8192 << QList<qulonglong>{99, 0};
+    QTest::newRow("cpu half") << 4 << 3 << 128 << 0 << 0 << 8192 << QList<qulonglong>{50, 0};
+    QTest::newRow("cpu one") << 4 << 3 << 1 << 0 << 0 << 8192 << QList<qulonglong>{0, 0};
+    QTest::newRow("memory quarters") << 5 << 3 << 0 << 2048 << 4096 << 8192 << QList<qulonglong>{25, 25};
+    QTest::newRow("memory damaged") << 5 << 3 << 0 << 90000 << -5 << 0 << QList<qulonglong>{100, 0};
+}
+
+void tst_fmClientsTreeModel::endBars()
+{
+    QFETCH(int, col);
+    QFETCH(int, status);
+    QFETCH(int, cpu);
+    QFETCH(int, threadMemory);
+    QFETCH(int, available);
+    QFETCH(int, memory);
+    QFETCH(QList<qulonglong>, values);
+    _Client& c = addClient(QStringLiteral("a"), status);
+    c.Status.Thread[0].CPUUsage = uint8_t(cpu);
+    c.Status.Thread[0].ThreadMemory = threadMemory;
+    c.Status.AvailableMemory = available;
+    c.Hardware.Memory = memory;
+    fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    const QVariant v = m.data(endIndex(m, 0, col), fmtvRole::BGbars);
+    QCOMPARE(v.isValid(), !values.isEmpty());
+    if (values.isEmpty()) {
+        QVERIFY(m.data(endIndex(m, 0, 0), Qt::BackgroundRole).value<QBrush>().color().rgba() == 0xFFFAFAFAu);
+        return;
+    }
+    const fmtvBGbars bars = v.value<fmtvBGbars>();
+    QCOMPARE(bars.Mode, 3);
+    QCOMPARE(QList<qulonglong>({bars.Values[0], bars.Values[1]}), values);
+    QVERIFY(bars.Name.endsWith(QLatin1String(" a")));
+}
+
+// Catches the rounding rules of the group bar (a non-zero share never shows 0, an incomplete one
+// never 100), the cap of 42 jobs, and the render time sum that must skip negative frame counts.
+void tst_fmClientsTreeModel::groupAssignmentBar_data()
+{
+    QTest::addColumn<int>("clients");
+    QTest::addColumn<int>("worked");
+    QTest::addColumn<int>("jobs");
+    QTest::addColumn<int>("items");
+    QTest::addColumn<int>("percent");
+    QTest::newRow("none") << 3 << 0 << 1 << 1 << 0;
+    QTest::newRow("all") << 3 << 3 << 1 << 1 << 100;
+    QTest::newRow("half") << 4 << 2 << 2 << 2 << 50;
+    QTest::newRow("tiny share shows 1") << 300 << 1 << 1 << 1 << 1;
+    QTest::newRow("almost all shows 99") << 300 << 299 << 1 << 1 << 99;
+    QTest::newRow("capped at 42 jobs") << 2 << 1 << 50 << 42 << 50;
+}
+
+void tst_fmClientsTreeModel::groupAssignmentBar()
+{
+    QFETCH(int, clients);
+    QFETCH(int, worked);
+    QFETCH(int, jobs);
+    QFETCH(int, items);
+    QFETCH(int, percent);
+    QList<int> members;
+    for (int i = 0; i < clients; ++i) {
+        addClient(QStringLiteral("c%1").arg(i));
+        members << i;
+    }
+    addGroup(QStringLiteral("G"), members);
+    auto jobList = std::make_unique<fmJ::_JobList>(FM);
+    for (int j = 0; j < jobs; ++j) {
+        fmJ::_jobsHistoryDB_Runtime* job = jobList->GetNewJob();
+        QVERIFY(job);
+        job->Selected = 1;
+        job->AverageFrameTime = 30;
+        for (int k = 0; k < worked; ++k)
+            job->ClientStats[k].FramesDone = 10;
+        job->ClientStats[clients - 1].FramesDone = worked < clients ? -7 : 10;
+    }
+    jobList->CreateSelectionList();
+    fmuiTreeViewClientsModel m(NoView, FM, jobList.get(), nullptr, false, false);
+    m.CreateClientTree();
+    const fmtvBGbars bars = m.data(m.index(0, 1), fmtvRole::BGbars).value<fmtvBGbars>();
+    QCOMPARE(bars.Mode, 1);
+    QCOMPARE(bars.Count, items);
+    QCOMPARE(bars.Values[0], qulonglong(percent));
+    QCOMPARE(bars.Values[1], 0xFF00CC00ull);
+    // Client 0 worked on every job (when anyone did): 10 frames x 30 s each.
+    const QString time = m.data(endIndex(m, 0, 2)).toString();
+    QCOMPARE(time, worked ? fmSec2hms(300 * jobs) : QString());
+    const fmtvBGbars own = m.data(endIndex(m, 0, 1), fmtvRole::BGbars).value<fmtvBGbars>();
+    QCOMPARE(own.Values[0], qulonglong(worked ? 100 : 0));
+    // The last client's negative frame counts add no time.
+    QCOMPARE(m.data(endIndex(m, clients - 1, 2)).toString().isEmpty(), worked < clients);
+}
+
+// Catches wrong status classes in the footer counts (status 0 nowhere, 28 and above free) and
+// totals over unselected clients.
+void tst_fmClientsTreeModel::footer_data()
+{
+    QTest::addColumn<QList<int>>("statuses");
+    QTest::addColumn<QList<int>>("selected");
+    QTest::addColumn<QStringList>("expected"); // columns 0, 2, 10, 11, 12
+    QTest::newRow("none selected") << QList<int>{0, 1, 3, 2, 28} << QList<int>{}
+                                   << QStringList{"0 / 5 selected", "1 render  1 disabled  2 free", "", "",
+                                                  ""};
+    QTest::newRow("classes") << QList<int>{6, 9, 14, 23, 17, 24, 25, 100, -1} << QList<int>{0, 1}
+                             << QStringList{"2 / 9 selected", "4 render  3 disabled  2 free", "8.0", "16",
+                                            "4800 / 3.0"};
+}
+
+void tst_fmClientsTreeModel::footer()
+{
+    QFETCH(QList<int>, statuses);
+    QFETCH(QList<int>, selected);
+    QFETCH(QStringList, expected);
+    for (int i = 0; i < statuses.size(); ++i)
+        addClient(QStringLiteral("c%1").arg(i), statuses[i]);
+    for (int i : selected)
+        list().Clients[i].Selected = 1;
+    fmuiTreeViewClientsModelFooter f(FM, NoView, nullptr);
+    const int cols[] = {0, 2, 10, 11, 12};
+    for (int k = 0; k < 5; ++k)
+        QCOMPARE(f.headerData(cols[k], Qt::Horizontal).toString(), expected[k]);
+}
+
+// Catches reads past the tables from nodes whose numbers a damaged record made too large.
+void tst_fmClientsTreeModel::damagedIndexes()
+{
+    addClient(QStringLiteral("a"));
+    addGroup(QStringLiteral("G"), {0});
+    fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    m.CreateClientTree();
+    auto* group = static_cast<fmuiTreeViewClientsNode*>(m.Root->Children.value(0));
+    auto* end = static_cast<fmuiTreeViewClientsNode*>(group->Children.value(0));
+    group->data()->Index = 30;
+    end->data()->Index = 750;
+    for (int role : {int(Qt::DisplayRole), int(Qt::BackgroundRole), fmtvRole::BGbars}) {
+        QVERIFY(!m.data(m.index(0, 0), role).isValid());
+        QVERIFY(!m.data(m.index(0, 0, m.index(0, 0)), role).isValid());
+    }
+    end->SetDataIsSelected(true, FM);
+    QVERIFY(!end->GetDataIsSelected(FM));
+}
+
+QTEST_MAIN(tst_fmClientsTreeModel)
+#include "tst_fmclientstreemodel.moc"

@@ -1,0 +1,220 @@
+#include "app/fm.h"
+#include "widgets/fmstyle.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QLinearGradient>
+#include <QPixmap>
+#include <QTest>
+
+namespace {
+
+QPalette paletteOf(const QString& theme)
+{
+    if (theme == QLatin1String("dark")) return fmStyle::standardPaletteDark();
+    if (theme == QLatin1String("girly")) return fmStyle::standardPaletteGirly();
+    if (theme == QLatin1String("eastern")) return fmStyle::standardPaletteEastern();
+    return fmStyle::standardPaletteLight();
+}
+
+} // namespace
+
+class tst_fmstyle : public QObject
+{
+    Q_OBJECT
+private slots:
+    void palettes_data();
+    void palettes();
+    void themePrecedence_data();
+    void themePrecedence();
+    void fontSizes_data();
+    void fontSizes();
+    void metrics_data();
+    void metrics();
+    void brushes_data();
+    void brushes();
+    void widgetFonts();
+    void installFromChoices();
+};
+
+// Catches a mistyped colour, a role in the wrong group, or dark/girly not starting from light.
+void tst_fmstyle::palettes_data()
+{
+    QTest::addColumn<QString>("theme");
+    QTest::addColumn<int>("group");
+    QTest::addColumn<int>("role");
+    QTest::addColumn<QRgb>("color");
+    const int A = QPalette::Active, I = QPalette::Inactive, D = QPalette::Disabled;
+    QTest::newRow("light base active") << "light" << A << int(QPalette::Base) << 0xFFF0F0F3u;
+    QTest::newRow("light window text inactive") << "light" << I << int(QPalette::WindowText) << 0xFF000000u;
+    QTest::newRow("light alternate base") << "light" << A << int(QPalette::AlternateBase) << 0xFF333333u;
+    QTest::newRow("light highlight disabled") << "light" << D << int(QPalette::Highlight) << 0xFF567594u;
+    QTest::newRow("dark base inactive") << "dark" << I << int(QPalette::Base) << 0xFF969696u;
+    QTest::newRow("dark window text disabled") << "dark" << D << int(QPalette::WindowText) << 0xFF2C2C2Cu;
+    QTest::newRow("dark keeps light highlight") << "dark" << A << int(QPalette::Highlight) << 0xFF678DB2u;
+    QTest::newRow("dark keeps light bright text") << "dark" << A << int(QPalette::BrightText) << 0xFFFFFFFFu;
+    QTest::newRow("girly window") << "girly" << A << int(QPalette::Window) << 0xFFA73F61u;
+    QTest::newRow("girly shadow disabled") << "girly" << D << int(QPalette::Shadow) << 0xFF6A6864u;
+    QTest::newRow("girly keeps light link") << "girly" << A << int(QPalette::Link) << 0xFF0000EEu;
+    QTest::newRow("eastern text") << "eastern" << A << int(QPalette::Text) << 0xFF000066u;
+    QTest::newRow("eastern button inactive") << "eastern" << I << int(QPalette::Button) << 0xFF4848FFu;
+    QTest::newRow("eastern alternate base disabled")
+        << "eastern" << D << int(QPalette::AlternateBase) << 0xFFFFFFFFu;
+}
+
+void tst_fmstyle::palettes()
+{
+    QFETCH(QString, theme);
+    QFETCH(int, group);
+    QFETCH(int, role);
+    QFETCH(QRgb, color);
+    const QBrush brush = paletteOf(theme).brush(QPalette::ColorGroup(group), QPalette::ColorRole(role));
+    QCOMPARE(brush.style(), Qt::SolidPattern);
+    QCOMPARE(brush.color().rgba(), color);
+}
+
+// Catches a wrong theme order, DarkUI() missing girly, and the application palette left unset.
+void tst_fmstyle::themePrecedence_data()
+{
+    QTest::addColumn<bool>("dark");
+    QTest::addColumn<bool>("easter");
+    QTest::addColumn<bool>("girly");
+    QTest::addColumn<QRgb>("window");
+    QTest::addColumn<bool>("darkUI");
+    QTest::newRow("all: dark wins") << true << true << true << 0xFF666666u << true;
+    QTest::newRow("eastern over girly") << false << true << true << 0xFFA2FFA2u << true;
+    QTest::newRow("girly") << false << false << true << 0xFFA73F61u << true;
+    QTest::newRow("eastern alone") << false << true << false << 0xFFA2FFA2u << false;
+    QTest::newRow("light") << false << false << false << 0xFFD6D6D6u << false;
+}
+
+void tst_fmstyle::themePrecedence()
+{
+    QFETCH(bool, dark);
+    QFETCH(bool, easter);
+    QFETCH(bool, girly);
+    QFETCH(QRgb, window);
+    QFETCH(bool, darkUI);
+    fmStyle style(dark, easter, girly);
+    QCOMPARE(style.standardPalette().color(QPalette::Active, QPalette::Window).rgba(), window);
+    QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), window);
+    QCOMPARE(fmStyle::DarkUI(), darkUI);
+    QCOMPARE(fmStyle::RedTextColor(), darkUI ? QStringLiteral("#FF7777") : QStringLiteral("#FF0000"));
+    QCOMPARE(fmStyle::PinkTextColor(), darkUI ? QStringLiteral("#CC77FF") : QStringLiteral("#CC00FF"));
+}
+
+// Catches font sizes below 4 getting through.
+void tst_fmstyle::fontSizes_data()
+{
+    QTest::addColumn<int>("given");
+    QTest::addColumn<int>("kept");
+    QTest::newRow("2 gives 4") << 2 << 4;
+    QTest::newRow("negative") << -7 << 4;
+    QTest::newRow("4") << 4 << 4;
+    QTest::newRow("11") << 11 << 11;
+}
+
+void tst_fmstyle::fontSizes()
+{
+    QFETCH(int, given);
+    QFETCH(int, kept);
+    fmStyle::setFontSizeSmall(given);
+    fmStyle::setFontSizeDefault(given);
+    QCOMPARE(fmStyle::fontSizeSmall(), kept);
+    QCOMPARE(fmStyle::fontSizeDefault(), kept);
+}
+
+// Catches a metric override lost or falling through to Fusion's value.
+void tst_fmstyle::metrics_data()
+{
+    QTest::addColumn<int>("metric");
+    QTest::addColumn<int>("value");
+    QTest::newRow("button margin") << int(QStyle::PM_ButtonMargin) << 0;
+    QTest::newRow("frame width") << int(QStyle::PM_DefaultFrameWidth) << 1;
+    QTest::newRow("scroll bar") << int(QStyle::PM_ScrollBarExtent) << 13;
+    QTest::newRow("dock separator") << int(QStyle::PM_DockWidgetSeparatorExtent) << 3;
+    QTest::newRow("splitter") << int(QStyle::PM_SplitterWidth) << 2;
+    QTest::newRow("metric 78") << 78 << 3;
+}
+
+void tst_fmstyle::metrics()
+{
+    QFETCH(int, metric);
+    QFETCH(int, value);
+    fmStyle style(false, false, false);
+    QCOMPARE(style.pixelMetric(QStyle::PixelMetric(metric)), value);
+}
+
+// Catches a brush helper that leaves a colour, texture or gradient unchanged or goes the wrong way.
+void tst_fmstyle::brushes_data()
+{
+    QTest::addColumn<int>("kind"); // 0 solid, 1 texture, 2 gradient
+    QTest::newRow("solid") << 0;
+    QTest::newRow("texture") << 1;
+    QTest::newRow("gradient") << 2;
+}
+
+void tst_fmstyle::brushes()
+{
+    QFETCH(int, kind);
+    const QColor grey(128, 128, 128);
+    QBrush brush(grey);
+    if (kind == 1) {
+        QPixmap texture(4, 4);
+        texture.fill(grey);
+        brush = QBrush(texture);
+    } else if (kind == 2) {
+        QLinearGradient gradient(0, 0, 10, 0);
+        gradient.setColorAt(0, grey);
+        gradient.setColorAt(1, grey);
+        brush = QBrush(gradient);
+    }
+    const auto colorOf = [kind](const QBrush& b) {
+        if (kind == 1) return b.texture().toImage().pixelColor(2, 2);
+        if (kind == 2) return b.gradient()->stops().first().second;
+        return b.color();
+    };
+    const QBrush dark = fmBrushDark(brush, 150);
+    const QBrush light = fmBrushLight(brush, 150);
+    QCOMPARE(dark.style(), brush.style());
+    QCOMPARE(colorOf(dark).rgba(), grey.darker(150).rgba());
+    QCOMPARE(colorOf(light).rgba(), grey.lighter(150).rgba());
+}
+
+// Catches a widget font keeping bold, italic, underline or strike-out.
+void tst_fmstyle::widgetFonts()
+{
+    QLabel label;
+    QFont font = label.font();
+    font.setBold(true);
+    font.setItalic(true);
+    font.setUnderline(true);
+    font.setStrikeOut(true);
+    label.setFont(font);
+    fmStyle::setFontSizeSmall(6);
+    fmStyle::setFontSizeDefault(9);
+    fmStyle::setFMFontSmaller(&label);
+    QCOMPARE(label.font().pointSize(), 6);
+    QCOMPARE(label.font().weight(), QFont::Normal);
+    QVERIFY(!label.font().italic() && !label.font().underline() && !label.font().strikeOut());
+    fmStyle::setFMFontDefault(&label);
+    QCOMPARE(label.font().pointSize(), 9);
+    fmStyle::setFMFontDefault(nullptr); // no widget: nothing happens
+}
+
+// Catches the start-up choices not reaching the installed style.
+void tst_fmstyle::installFromChoices()
+{
+    fmStyleChoices choices;
+    choices.Girly = true;
+    choices.FontSmallSet = true;
+    choices.FontSizeSmall = 3;
+    fmInstallStyle(choices);
+    QVERIFY(qobject_cast<fmStyle*>(QApplication::style()));
+    QVERIFY(fmStyle::IsGirlyUI && !fmStyle::IsDarkUI);
+    QCOMPARE(fmStyle::fontSizeSmall(), 4);
+    QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), 0xFFA73F61u);
+}
+
+QTEST_MAIN(tst_fmstyle)
+#include "tst_fmstyle.moc"
