@@ -130,7 +130,7 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         QMainWindow::timerEvent(event);
         return;
     }
-    if (PleaseUpdateViews) {
+    if (PleaseUpdateViews && !rebuildRunning()) {
         app.WriteLog(11, 0, QStringLiteral("PleaseUpdateViews"), QStringLiteral("timerEvent"));
         PleaseUpdateViews = false;
         if (clientsModel) clientsModel->CreateClientTree();
@@ -139,6 +139,19 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         uiUpdateLogPage(false);
     }
     timerCounter = timerCounter >= timerCounterMax ? 0 : timerCounter + 1;
+}
+
+bool fmHistorydb::rebuildRunning()
+{
+    // A tree rebuild pumps events at its end while it holds its model's mutex; a tick that comes
+    // in then would wait on that mutex for ever. The update waits for the next tick instead.
+    for (fmuiTreeViewModel* model : {static_cast<fmuiTreeViewModel*>(jobsModel),
+                                     static_cast<fmuiTreeViewModel*>(clientsModel)}) {
+        if (!model) continue;
+        if (!model->TreeMutex.tryLock()) return true;
+        model->TreeMutex.unlock();
+    }
+    return false;
 }
 
 void fmHistorydb::closeEvent(QCloseEvent* event)

@@ -154,6 +154,8 @@ private:
     // Adds each new name of the loaded jobs to the user and application combos, in order of
     // first appearance; the sets mirror the combos' texts so that a load stays linear.
     void addComboNames();
+    // True while the jobs or clients tree is in the middle of a rebuild.
+    bool rebuildRunning();
     // Fills "Job Table Columns" and sets the checks of the client column actions.
     void buildColumnMenus();
     void flipJobColumn(int column);

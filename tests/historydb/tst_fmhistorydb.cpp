@@ -4,6 +4,7 @@
 
 #include "app/fm.h"
 #include "foundation/fmfile.h"
+#include "historydb/fmjobstreemodel.h"
 #include "historydb/fmhistorydb.h"
 #include "jobs/fmjobid.h"
 #include "jobs/fmjoblist.h"
@@ -123,6 +124,8 @@ private slots:
     void ask4Save();
     // Catches a filter that applies while typing rather than on Return.
     void filterOnReturn();
+    // Catches a timer tick that waits for ever on a tree that is in the middle of a rebuild.
+    void tickDuringRebuild();
     // Catches a window taller than the screen allows or off centre.
     void fitToScreen_data();
     void fitToScreen();
@@ -349,6 +352,22 @@ void tst_fmhistorydb::filterOnReturn()
     QCOMPARE(f.Jobs->SortedCount, 6);
     QTest::keyClick(w.ui.Show_EditIncludes, Qt::Key_Return);
     QCOMPARE(f.Jobs->SortedCount, 1); // job 3 alone has layer3; the blanks were trimmed
+}
+
+void tst_fmhistorydb::tickDuringRebuild()
+{
+    WindowFixture f;
+    f.writeDb("Alpha.db61", 3);
+    fmHistorydb& w = f.open();
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    QVERIFY(w.jobsModel);
+    w.jobsModel->TreeMutex.lock(); // as a rebuild that pumps events holds it
+    w.PleaseUpdateViews = true;
+    QTest::qWait(150);
+    QVERIFY(w.PleaseUpdateViews); // deferred, not lost
+    w.jobsModel->TreeMutex.unlock();
+    QTRY_VERIFY(!w.PleaseUpdateViews);
 }
 
 void tst_fmhistorydb::fitToScreen_data()
