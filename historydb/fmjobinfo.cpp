@@ -26,8 +26,7 @@ uint64_t absDiff(int64_t a, int64_t b)
 }
 
 // Same length and the same units: case matters here, unlike fmString::compare.
-template <int N>
-bool sameText(const fmString<N>& a, const fmString<N>& b)
+template <int N> bool sameText(const fmString<N>& a, const fmString<N>& b)
 {
     const int n = a.len();
     return n == b.len() && std::memcmp(a.Data, b.Data, size_t(n) * sizeof(a.Data[0])) == 0;
@@ -35,8 +34,7 @@ bool sameText(const fmString<N>& a, const fmString<N>& b)
 
 // The first `prefix.len()` units of `other` equal those of `prefix`; else the index of the first
 // unit that differs or that `other` lacks.
-template <int N>
-int firstDifference(const fmString<N>& prefix, const fmString<N>& other, int limit)
+template <int N> int firstDifference(const fmString<N>& prefix, const fmString<N>& other, int limit)
 {
     const int n = std::min(prefix.len(), limit);
     const int m = std::min(n, other.len());
@@ -58,8 +56,7 @@ public:
     const _jobsHistoryDB_Runtime& first() const { return *Jobs[0]; }
 
     // True when at least two jobs are selected and one of them differs from the first by `differs`.
-    template <class Differs>
-    bool anyDiffers(Differs differs) const
+    template <class Differs> bool anyDiffers(Differs differs) const
     {
         if (Count < 2) return false;
         const _jobsHistoryDB_Runtime& j = first();
@@ -69,8 +66,7 @@ public:
     }
 
     // `text` of the first job, red when the jobs don't share it.
-    template <class Differs>
-    QString value(const QString& text, Differs differs) const
+    template <class Differs> QString value(const QString& text, Differs differs) const
     {
         return anyDiffers(differs) ? fmJobInfoRed(text) : text;
     }
@@ -83,10 +79,14 @@ private:
 QString sceneOSText(uint8_t os)
 {
     switch (os) {
-    case 1: return QStringLiteral("Scene created on: Windows");
-    case 2: return QStringLiteral("Scene created on: Linux");
-    case 3: return QStringLiteral("Scene created on: Mac");
-    default: return QStringLiteral("Scene created on: unknown");
+    case 1:
+        return QStringLiteral("Scene created on: Windows");
+    case 2:
+        return QStringLiteral("Scene created on: Linux");
+    case 3:
+        return QStringLiteral("Scene created on: Mac");
+    default:
+        return QStringLiteral("Scene created on: unknown");
     }
 }
 
@@ -97,7 +97,8 @@ QString g6(double v)
 
 QString outputText(const _jobsHistoryDB_Runtime& j)
 {
-    return j.ImageDir.toQString() + j.ImageFileName.toQString() + QLatin1Char('#') + j.ImageExtension.toQString();
+    return j.ImageDir.toQString() + j.ImageFileName.toQString() + QLatin1Char('#') +
+           j.ImageExtension.toQString();
 }
 
 } // namespace
@@ -125,8 +126,10 @@ int fmJobInfoOutputSplit(const _jobsHistoryDB_Runtime* const* jobs, int count)
     for (int i = 1; i < count; ++i) {
         const _jobsHistoryDB_Runtime* o = jobs[i];
         if (!o) continue;
-        if (firstDifference(j.ImageFileName, o->ImageFileName, j.ImageFileName.len()) < j.ImageFileName.len() ||
-            firstDifference(j.ImageExtension, o->ImageExtension, j.ImageExtension.len()) < j.ImageExtension.len())
+        if (firstDifference(j.ImageFileName, o->ImageFileName, j.ImageFileName.len()) <
+                j.ImageFileName.len() ||
+            firstDifference(j.ImageExtension, o->ImageExtension, j.ImageExtension.len()) <
+                j.ImageExtension.len())
             return dirLen;
     }
     return int(outputText(j).size());
@@ -148,7 +151,8 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
         if (jobs[i]) ids.append(fmJ::ID2str(jobs[i]->JobID));
     t.ID = ids.join(QStringLiteral(", "));
 
-    t.Camera = sel.value(j.Camera.toQString(), [](auto& a, auto& b) { return !sameText(a.Camera, b.Camera); });
+    t.Camera =
+        sel.value(j.Camera.toQString(), [](auto& a, auto& b) { return !sameText(a.Camera, b.Camera); });
     t.Layer = sel.value(j.Layer.toQString(), [](auto& a, auto& b) { return !sameText(a.Layer, b.Layer); });
 
     const fmTime_t send = j.DateSend;
@@ -170,13 +174,15 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
                               [](auto& a, auto& b) { return !sameText(a.CustomSeQName, b.CustomSeQName); });
     t.CustomShot = sel.value(j.CustomSHotName.toQString(),
                              [](auto& a, auto& b) { return !sameText(a.CustomSHotName, b.CustomSHotName); });
-    t.CustomVersion = sel.value(j.CustomVersionName.toQString(),
-                                [](auto& a, auto& b) { return !sameText(a.CustomVersionName, b.CustomVersionName); });
-    t.SoftName = sel.value(j.Software.toQString(), [](auto& a, auto& b) { return !sameText(a.Software, b.Software); });
+    t.CustomVersion = sel.value(j.CustomVersionName.toQString(), [](auto& a, auto& b) {
+        return !sameText(a.CustomVersionName, b.CustomVersionName);
+    });
+    t.SoftName =
+        sel.value(j.Software.toQString(), [](auto& a, auto& b) { return !sameText(a.Software, b.Software); });
     t.SoftRenderer =
         sel.value(j.Renderer.toQString(), [](auto& a, auto& b) { return !sameText(a.Renderer, b.Renderer); });
-    t.SoftRenderType =
-        sel.value(j.RenderType.toQString(), [](auto& a, auto& b) { return !sameText(a.RenderType, b.RenderType); });
+    t.SoftRenderType = sel.value(j.RenderType.toQString(),
+                                 [](auto& a, auto& b) { return !sameText(a.RenderType, b.RenderType); });
     t.SoftVersion = sel.value(QStringLiteral("%1.").arg(int(j.Version)),
                               [](auto& a, auto& b) { return a.Version != b.Version; });
     t.SoftVersionMinor = sel.value(fmJ::getVersionMinorDisplay(j.VersionMinor),
@@ -187,28 +193,33 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
     const int split = fmJobInfoOutputSplit(jobs, count);
     if (split >= 0) {
         const QString text = outputText(j);
-        if (split > 0) t.Output1a = text.left(split);
-        else t.KeepOutput1a = true;
+        if (split > 0)
+            t.Output1a = text.left(split);
+        else
+            t.KeepOutput1a = true;
         t.Output1b = text.mid(split);
     }
 
     const double seqStart = j.SeqStart, seqEnd = j.SeqEnd, seqStep = j.SeqStep;
-    t.FrameRangeStart = sel.value(g6(seqStart), [](auto& a, auto& b) { return double(a.SeqStart) != double(b.SeqStart); });
-    t.FrameRangeEnd =
-        sel.value(QStringLiteral("- ") + g6(seqEnd), [](auto& a, auto& b) { return double(a.SeqEnd) != double(b.SeqEnd); });
+    t.FrameRangeStart =
+        sel.value(g6(seqStart), [](auto& a, auto& b) { return double(a.SeqStart) != double(b.SeqStart); });
+    t.FrameRangeEnd = sel.value(QStringLiteral("- ") + g6(seqEnd),
+                                [](auto& a, auto& b) { return double(a.SeqEnd) != double(b.SeqEnd); });
     if (sel.anyDiffers([](auto& a, auto& b) { return double(a.SeqStep) != double(b.SeqStep); }))
         t.FrameRangeStep = fmJobInfoRed(QStringLiteral(", ") + g6(seqStep));
     else if (seqStep != 1.0)
         t.FrameRangeStep = QStringLiteral(", ") + g6(seqStep);
 
     const float avClients = j.AverageClients;
-    t.AvClients = sel.value(QString::number(double(avClients), 'f', 1),
-                            [](auto& a, auto& b) { return float(a.AverageClients) != float(b.AverageClients); });
-    t.Send = sel.value(QString::number(j.FramesSend), [](auto& a, auto& b) { return a.FramesSend != b.FramesSend; });
-    t.Aborted =
-        sel.value(QString::number(j.FramesAborted), [](auto& a, auto& b) { return a.FramesAborted != b.FramesAborted; });
-    t.Crashed =
-        sel.value(QString::number(j.FramesCrashed), [](auto& a, auto& b) { return a.FramesCrashed != b.FramesCrashed; });
+    t.AvClients = sel.value(QString::number(double(avClients), 'f', 1), [](auto& a, auto& b) {
+        return float(a.AverageClients) != float(b.AverageClients);
+    });
+    t.Send = sel.value(QString::number(j.FramesSend),
+                       [](auto& a, auto& b) { return a.FramesSend != b.FramesSend; });
+    t.Aborted = sel.value(QString::number(j.FramesAborted),
+                          [](auto& a, auto& b) { return a.FramesAborted != b.FramesAborted; });
+    t.Crashed = sel.value(QString::number(j.FramesCrashed),
+                          [](auto& a, auto& b) { return a.FramesCrashed != b.FramesCrashed; });
 
     // The stored frame time is unsigned; it is read as signed, so a damaged huge value counts as
     // "none" (0 or below) rather than as a time of decades.
@@ -222,8 +233,8 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
     return t;
 }
 
-fmJobInfoImage fmJobInfoImageFor(const _jobsHistoryDB_Runtime* const* jobs, int count, const QString& historyFolder,
-                                 const QString& project)
+fmJobInfoImage fmJobInfoImageFor(const _jobsHistoryDB_Runtime* const* jobs, int count,
+                                 const QString& historyFolder, const QString& project)
 {
     fmJobInfoImage img;
     if (!jobs || count < 1 || !jobs[0]) return img;
@@ -232,8 +243,8 @@ fmJobInfoImage fmJobInfoImageFor(const _jobsHistoryDB_Runtime* const* jobs, int 
         img.Text = QStringLiteral("(multiple jobs selected)");
         return img;
     }
-    const QString path = historyFolder + project + QLatin1Char('/') + fmJ::ID2strFull(jobs[0]->JobID) +
-                         QStringLiteral(".jpg");
+    const QString path =
+        historyFolder + project + QLatin1Char('/') + fmJ::ID2strFull(jobs[0]->JobID) + QStringLiteral(".jpg");
     if (!fmFileExists(path)) {
         img.Text = QStringLiteral("N/A");
         return img;

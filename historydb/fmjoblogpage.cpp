@@ -24,9 +24,10 @@ quint32 segmentKey(int16_t who, uint16_t firstFrame)
 
 QStringList fmJobLogHeaders()
 {
-    return {QStringLiteral("Date"),    QStringLiteral("Status"), QStringLiteral("Fr. Missing"),
-            QStringLiteral("# of Clients"), QStringLiteral("Machine"), QStringLiteral("User"),
-            QStringLiteral("Message"), QStringLiteral("Segment length, time taken")};
+    return {QStringLiteral("Date"),        QStringLiteral("Status"),
+            QStringLiteral("Fr. Missing"), QStringLiteral("# of Clients"),
+            QStringLiteral("Machine"),     QStringLiteral("User"),
+            QStringLiteral("Message"),     QStringLiteral("Segment length, time taken")};
 }
 
 QStringList fmJobErrorHeaders()
@@ -42,9 +43,9 @@ QString fmJobLogSegmentText(uint16_t firstFrame, uint16_t lastFrame, uint8_t ste
     if (step == 0) return QString();
     const int length = (int(lastFrame) - int(firstFrame)) / int(step) + 1;
     // Times of damaged entries may lie further apart than an int holds.
-    const long long taken = std::clamp<long long>(static_cast<long long>(returnTime) - sendTime,
-                                                  std::numeric_limits<int>::min() + 1,
-                                                  std::numeric_limits<int>::max());
+    const long long taken =
+        std::clamp<long long>(static_cast<long long>(returnTime) - sendTime,
+                              std::numeric_limits<int>::min() + 1, std::numeric_limits<int>::max());
     return QStringLiteral("%1   %2").arg(length).arg(fmSec2hms(int(taken)));
 }
 
@@ -75,7 +76,8 @@ QList<fmJobLogRow> fmJobLogRows(const fmJ::_jobsHistoryDB& job, __FM& app)
             const auto found = lastSent.constFind(key);
             if (found != lastSent.constEnd()) {
                 const fmJ::_Log sent = job.Log[found.value()].toNew();
-                row.Cells[7] = fmJobLogSegmentText(log.Param1, log.Param2, log.Param3, log.Time.t, sent.Time.t);
+                row.Cells[7] =
+                    fmJobLogSegmentText(log.Param1, log.Param2, log.Param3, log.Time.t, sent.Time.t);
             }
         } else if (log.Message == MessageSegmentSent) {
             lastSent.insert(key, i);

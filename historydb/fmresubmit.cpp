@@ -5,8 +5,7 @@
 
 namespace {
 
-template <int N>
-QString text(const fmString<N>& s)
+template <int N> QString text(const fmString<N>& s)
 {
     return s.toQString().left(fmResubmitMaxText);
 }
@@ -33,10 +32,17 @@ QStringList fmResubmitArguments(const fmJ::_jobsHistoryDB& job)
     // An unknown operating system leaves the option without value; the next option follows it.
     args << QStringLiteral("-SceneOS");
     switch (job.SceneOS) {
-    case 1: args << QStringLiteral("win"); break;
-    case 2: args << QStringLiteral("lx"); break;
-    case 3: args << QStringLiteral("mac"); break;
-    default: break;
+    case 1:
+        args << QStringLiteral("win");
+        break;
+    case 2:
+        args << QStringLiteral("lx");
+        break;
+    case 3:
+        args << QStringLiteral("mac");
+        break;
+    default:
+        break;
     }
 
     addIfSet(args, "-SceneDatabaseDir", text(job.SceneDatabaseDir));
@@ -55,7 +61,8 @@ QStringList fmResubmitArguments(const fmJ::_jobsHistoryDB& job)
     if (single != 0) args << QStringLiteral("-ImageSingleOutputFile");
     args << QString(QChar(char16_t(single)));
 
-    const double seqStart = job.SeqStart, seqEnd = job.SeqEnd, seqStep = job.SeqStep, offset = job.SeqFileOffset;
+    const double seqStart = job.SeqStart, seqEnd = job.SeqEnd, seqStep = job.SeqStep,
+                 offset = job.SeqFileOffset;
     args << QStringLiteral("-SeqStart") << number(seqStart);
     args << QStringLiteral("-SeqEnd") << number(seqEnd);
     args << QStringLiteral("-SeqStep") << number(seqStep);

@@ -7,7 +7,7 @@
 namespace fmJ {
 struct _jobsHistoryDB;
 struct _jobsHistoryDB_Runtime;
-}
+} // namespace fmJ
 
 // Longest text value handed to the submitter; longer values are cut.
 constexpr int fmResubmitMaxText = 500;

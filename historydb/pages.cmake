@@ -7,3 +7,6 @@ target_sources(fmcore PRIVATE
   historydb/fmresubmit.h
   historydb/fmresubmit.cpp
 )
+target_sources(fmwindow PRIVATE
+  historydb/fmhistorydb_pages.cpp
+)

@@ -2,3 +2,4 @@
 fm_add_test(NAME tst_fmjobinfo SOURCES historydb/tst_fmjobinfo.cpp)
 fm_add_test(NAME tst_fmresubmit SOURCES historydb/tst_fmresubmit.cpp)
 fm_add_test(NAME tst_fmjoblogpage SOURCES historydb/tst_fmjoblogpage.cpp)
+fm_add_test(NAME tst_fmhistorydb_pages SOURCES historydb/tst_fmhistorydb_pages.cpp LIBS fmjoblisttestsupport WINDOW)
