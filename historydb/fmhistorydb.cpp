@@ -108,6 +108,10 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
 fmHistorydb::~fmHistorydb()
 {
     if (TimerId) killTimer(TimerId);
+    // The widgets go after this part of the window: their last signals (a dock hidden on the way
+    // out) must not reach the window's slots any more.
+    const QList<QObject*> children = findChildren<QObject*>();
+    for (QObject* child : children) child->disconnect(this);
     QSettings settings;
     settings.beginGroup(QStringLiteral("fmHistorydb"));
     settings.setValue(QStringLiteral("lastExportDirectory"), lastExportDirectory);
