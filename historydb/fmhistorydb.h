@@ -44,7 +44,7 @@ public:
     int timerCounter = 0;   // 0 to timerCounterMax and round again; nothing reads it
     int timerCounterMax = 20;
     bool PleaseUpdateViews = true;
-    int logPage = 0;                 // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
+    int logPage = 0; // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
     unsigned long long logJobID = 0; // written, never compared
     bool expandJobsOnce = true;
     QString currentUser;
