@@ -108,6 +108,11 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
 fmHistorydb::~fmHistorydb()
 {
     if (TimerId) killTimer(TimerId);
+    // The widgets go after this part of the window: their last signals (a dock hidden on the way
+    // out) must not reach the window's slots any more.
+    const QList<QObject*> children = findChildren<QObject*>();
+    for (QObject* child : children)
+        child->disconnect(this);
     QSettings settings;
     settings.beginGroup(QStringLiteral("fmHistorydb"));
     settings.setValue(QStringLiteral("lastExportDirectory"), lastExportDirectory);
@@ -130,7 +135,7 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         QMainWindow::timerEvent(event);
         return;
     }
-    if (PleaseUpdateViews) {
+    if (PleaseUpdateViews && !rebuildRunning()) {
         app.WriteLog(11, 0, QStringLiteral("PleaseUpdateViews"), QStringLiteral("timerEvent"));
         PleaseUpdateViews = false;
         if (clientsModel) clientsModel->CreateClientTree();
@@ -139,6 +144,19 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         uiUpdateLogPage(false);
     }
     timerCounter = timerCounter >= timerCounterMax ? 0 : timerCounter + 1;
+}
+
+bool fmHistorydb::rebuildRunning()
+{
+    // A tree rebuild pumps events at its end while it holds its model's mutex; a tick that comes
+    // in then would wait on that mutex for ever. The update waits for the next tick instead.
+    for (fmuiTreeViewModel* model :
+         {static_cast<fmuiTreeViewModel*>(jobsModel), static_cast<fmuiTreeViewModel*>(clientsModel)}) {
+        if (!model) continue;
+        if (!model->TreeMutex.tryLock()) return true;
+        model->TreeMutex.unlock();
+    }
+    return false;
 }
 
 void fmHistorydb::closeEvent(QCloseEvent* event)
@@ -261,7 +279,8 @@ void fmHistorydb::uiUpdateJobTable()
     expandJobsOnce = false;
     if (!jobsModel->GroupFirstLevel) return;
     const int groups = jobsModel->rowCount(QModelIndex());
-    for (int row = 0; row < groups; ++row) ui.treeJobs->setExpanded(jobsModel->index(row, 0), true);
+    for (int row = 0; row < groups; ++row)
+        ui.treeJobs->setExpanded(jobsModel->index(row, 0), true);
 }
 
 void fmHistorydb::uiUpdateClientTable()

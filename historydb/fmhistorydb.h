@@ -44,7 +44,7 @@ public:
     int timerCounter = 0;   // 0 to timerCounterMax and round again; nothing reads it
     int timerCounterMax = 20;
     bool PleaseUpdateViews = true;
-    int logPage = 0;                 // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
+    int logPage = 0; // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
     unsigned long long logJobID = 0; // written, never compared
     bool expandJobsOnce = true;
     QString currentUser;
@@ -154,6 +154,8 @@ private:
     // Adds each new name of the loaded jobs to the user and application combos, in order of
     // first appearance; the sets mirror the combos' texts so that a load stays linear.
     void addComboNames();
+    // True while the jobs or clients tree is in the middle of a rebuild.
+    bool rebuildRunning();
     // Fills "Job Table Columns" and sets the checks of the client column actions.
     void buildColumnMenus();
     void flipJobColumn(int column);

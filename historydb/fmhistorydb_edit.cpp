@@ -4,9 +4,9 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
+#include "foundation/fmfile.h"
 #include "jobs/fmjobid.h"
 #include "jobs/fmjoblist.h"
-#include "foundation/fmfile.h"
 #include "widgets/fmmessagebox.h"
 
 #include <algorithm>
@@ -23,10 +23,12 @@ void fmHistorydb::on_CommandJob_Button_Delete_clicked()
         fmJ::_jobsHistoryDB_Runtime* job = jobs.Selection[size_t(i)];
         if (!job || !jobs.isValidJob(job)) continue;
         const unsigned long long id = job->JobID;
-        const QString image =
-            historyFolder + table.currentProject + QLatin1Char('/') + fmJ::ID2strFull(id) + QStringLiteral(".jpg");
+        const QString image = historyFolder + table.currentProject + QLatin1Char('/') + fmJ::ID2strFull(id) +
+                              QStringLiteral(".jpg");
         if (!fmDeleteFile(image).isEmpty())
-            app.WriteLog(2, 0, QStringLiteral("Unable to delete FOI image file; '") + image + QStringLiteral("'; ") + image,
+            app.WriteLog(2, 0,
+                         QStringLiteral("Unable to delete FOI image file; '") + image +
+                             QStringLiteral("'; ") + image,
                          QStringLiteral("on_CommandJob_Button_Delete_clicked"));
         table.dbChanged = true;
         jobs.DeleteJob(job);
@@ -53,8 +55,8 @@ bool fmHistorydb::ask4Save()
 {
     if (!table.dbChanged || table.currentProject.isEmpty()) return true;
     bool cancelled = false;
-    if (fmMessageBox::Question(this, QStringLiteral("Would you like to save your changes?"), QStringLiteral("Yes"), 0,
-                               QStringLiteral("No"), &cancelled)) {
+    if (fmMessageBox::Question(this, QStringLiteral("Would you like to save your changes?"),
+                               QStringLiteral("Yes"), 0, QStringLiteral("No"), &cancelled)) {
         on_actionSave_Changes_into_db_triggered();
         return true;
     }

@@ -70,7 +70,8 @@ bool fmHistorydb::uiLayoutLoadShared(QSettings& settings)
     if (!geometry.isValid()) return false;
     restoreGeometry(geometry.toByteArray());
     restoreState(settings.value(QStringLiteral("state")).toByteArray(), 0);
-    ui.treeJobs->Tree->header()->restoreState(settings.value(QStringLiteral("JobTreeHeaderState")).toByteArray());
+    ui.treeJobs->Tree->header()->restoreState(
+        settings.value(QStringLiteral("JobTreeHeaderState")).toByteArray());
     ui.treeClients->Tree->header()->restoreState(
         settings.value(QStringLiteral("ClientTreeHeaderState")).toByteArray());
     ui.treeLog->header()->restoreState(settings.value(QStringLiteral("LogTreeHeaderState")).toByteArray());
@@ -151,7 +152,8 @@ void fmHistorydb::buildColumnMenus()
                                                                     {ui.actionClientTableMemoryUsage, 4},
                                                                     {ui.actionClientTableOS, 5},
                                                                     {ui.actionClientTableUser, 6}}};
-    for (const auto& [action, column] : clientColumns) action->setChecked(!ui.treeClients->isColumnHidden(column));
+    for (const auto& [action, column] : clientColumns)
+        action->setChecked(!ui.treeClients->isColumnHidden(column));
 }
 
 void fmHistorydb::flipJobColumn(int column)

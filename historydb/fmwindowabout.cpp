@@ -33,8 +33,9 @@ fmWindowAbout::fmWindowAbout(const QString& path, QWidget* parent) : QDialog(par
     if (picture.load(path + QStringLiteral("SplashScreen.png"))) Picture->setPixmap(picture);
     Picture->setAlignment(Qt::AlignCenter);
 
-    Copyright = textLabel(this, QStringLiteral("fmHistorydb, a render farm history browser.\n"
-                                               "Copyright (c) the fmHistorydb team. All rights reserved."),
+    Copyright = textLabel(this,
+                          QStringLiteral("fmHistorydb, a render farm history browser.\n"
+                                         "Copyright (c) the fmHistorydb team. All rights reserved."),
                           8, true);
     Credits = textLabel(this, QStringLiteral("The fmHistorydb team (design, programming, icons)"), 8, false);
     Support = textLabel(this, QStringLiteral("Built with the support of the studios that run it."), 8, false);
@@ -42,16 +43,18 @@ fmWindowAbout::fmWindowAbout(const QString& path, QWidget* parent) : QDialog(par
                        QStringLiteral("Thanks to everyone who reported a fault or asked for a feature,\n"
                                       "and to all users of the farm."),
                        8, false);
-    Trademarks = textLabel(this,
-                           QStringLiteral("Qt is a trademark of The Qt Company Ltd. zlib (c) Jean-loup Gailly and "
-                                          "Mark Adler. All other product names are trademarks of their owners."),
-                           6, false, true);
+    Trademarks =
+        textLabel(this,
+                  QStringLiteral("Qt is a trademark of The Qt Company Ltd. zlib (c) Jean-loup Gailly and "
+                                 "Mark Adler. All other product names are trademarks of their owners."),
+                  6, false, true);
     Underscore = textLabel(this, QStringLiteral("_"), 8, true);
     close = new QPushButton(QStringLiteral("close"), this);
     connect(close, &QPushButton::clicked, this, &QWidget::close);
 
     layout->addWidget(Picture, 0, Qt::AlignCenter);
-    for (QLabel* label : {Copyright, Credits, Support, Thanks, Trademarks, Underscore}) layout->addWidget(label);
+    for (QLabel* label : {Copyright, Credits, Support, Thanks, Trademarks, Underscore})
+        layout->addWidget(label);
     layout->addWidget(close, 0, Qt::AlignHCenter);
 
     setWindowTitle(QStringLiteral("About"));

@@ -5,6 +5,7 @@
 #include "app/fm.h"
 #include "foundation/fmfile.h"
 #include "historydb/fmhistorydb.h"
+#include "historydb/fmjobstreemodel.h"
 #include "jobs/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
@@ -46,7 +47,8 @@ struct WindowFixture
     void writeDb(const QString& relPath, int count, int firstJob = 0) const
     {
         QByteArray bytes;
-        for (int n = 0; n < count; ++n) bytes += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
+        for (int n = 0; n < count; ++n)
+            bytes += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
         QDir().mkpath(QFileInfo(History + relPath).path());
         QVERIFY(jlfix::writeFile(History + relPath, bytes));
     }
@@ -62,7 +64,8 @@ struct WindowFixture
 QStringList comboTexts(const QComboBox* combo)
 {
     QStringList out;
-    for (int i = 0; i < combo->count(); ++i) out << combo->itemText(i);
+    for (int i = 0; i < combo->count(); ++i)
+        out << combo->itemText(i);
     return out;
 }
 
@@ -123,6 +126,8 @@ private slots:
     void ask4Save();
     // Catches a filter that applies while typing rather than on Return.
     void filterOnReturn();
+    // Catches a timer tick that waits for ever on a tree that is in the middle of a rebuild.
+    void tickDuringRebuild();
     // Catches a window taller than the screen allows or off centre.
     void fitToScreen_data();
     void fitToScreen();
@@ -153,7 +158,8 @@ void tst_fmhistorydb::projectCombo_data()
     QTest::newRow("empty folder") << QStringList{} << QStringList{};
     QTest::newRow("one") << QStringList{"Car.db61"} << QStringList{"Car"};
     QTest::newRow("grouped and sub folder")
-        << QStringList{"Boat.db", "Car.db61", "__2010/car.db", "archive/Ship.db"} << QStringList{"Boat", "Car"};
+        << QStringList{"Boat.db", "Car.db61", "__2010/car.db", "archive/Ship.db"}
+        << QStringList{"Boat", "Car"};
 }
 
 void tst_fmhistorydb::projectCombo()
@@ -161,7 +167,8 @@ void tst_fmhistorydb::projectCombo()
     QFETCH(QStringList, files);
     QFETCH(QStringList, names);
     WindowFixture f;
-    for (const QString& file : files) f.writeDb(file, 2);
+    for (const QString& file : files)
+        f.writeDb(file, 2);
     fmHistorydb& w = f.open();
     const QStringList texts = comboTexts(w.ui.Show_ComboProject);
     QCOMPARE(texts.size(), names.size() + 1);
@@ -171,7 +178,8 @@ void tst_fmhistorydb::projectCombo()
         QVERIFY2(texts[i + 1].endsWith(QStringLiteral("   ") + names[i]), qPrintable(texts[i + 1]));
         QVERIFY2(texts[i + 1].contains(QLatin1Char('~')), qPrintable(texts[i + 1]));
         // Files written just now: black.
-        QCOMPARE(w.ui.Show_ComboProject->itemData(i + 1, Qt::ForegroundRole).value<QColor>(), QColor(0, 0, 0));
+        QCOMPARE(w.ui.Show_ComboProject->itemData(i + 1, Qt::ForegroundRole).value<QColor>(),
+                 QColor(0, 0, 0));
     }
     QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("- - -"));
 }
@@ -204,7 +212,8 @@ void tst_fmhistorydb::pickProjects()
     f.writeDb("Beta.db", 2, 13);
     f.writeDb("Beta.db61", 1, 20);
     fmHistorydb& w = f.open();
-    for (int entry : picks) w.ui.Show_ComboProject->setCurrentIndex(entry);
+    for (int entry : picks)
+        w.ui.Show_ComboProject->setCurrentIndex(entry);
     QCOMPARE(w.ui.label_ProjNrScenes->text(), label);
     QCOMPARE(comboTexts(w.ui.Show_ComboUser), users);
     QCOMPARE(comboTexts(w.ui.Show_ComboApp), apps);
@@ -239,7 +248,8 @@ void tst_fmhistorydb::missingFileWarns()
     w.PleaseUpdateViews = false;
     BoxAnswer answer([](fmMessageBox* b) { return b->Button1; });
     w.ui.Show_ComboProject->setCurrentIndex(2);
-    QCOMPARE(answer.Seen.trimmed(), QStringLiteral("Unable to find project database!\n'") + f.History + "Beta.db61'");
+    QCOMPARE(answer.Seen.trimmed(),
+             QStringLiteral("Unable to find project database!\n'") + f.History + "Beta.db61'");
     QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
     QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("2 jobs"));
     QCOMPARE(f.Jobs->JobCount, 2); // the first file of B was loaded
@@ -249,7 +259,7 @@ void tst_fmhistorydb::missingFileWarns()
 void tst_fmhistorydb::deleteJobs_data()
 {
     QTest::addColumn<QList<int>>("selected"); // queue positions
-    QTest::addColumn<QString>("image"); // what stands at each image path: "file", "none", "folder"
+    QTest::addColumn<QString>("image");       // what stands at each image path: "file", "none", "folder"
     QTest::newRow("no selection") << QList<int>{} << "file";
     QTest::newRow("one with image") << QList<int>{1} << "file";
     QTest::newRow("two without image") << QList<int>{0, 3} << "none";
@@ -282,14 +292,17 @@ void tst_fmhistorydb::deleteJobs()
 
     QCOMPARE(f.Jobs->JobCount, 5 - int(selected.size()));
     QCOMPARE(w.table.dbChanged, !selected.isEmpty());
-    for (unsigned long long id : ids) QVERIFY(!f.Jobs->GetJobByJobID(id));
+    for (unsigned long long id : ids)
+        QVERIFY(!f.Jobs->GetJobByJobID(id));
     if (image != QLatin1String("folder"))
-        for (const QString& path : images) QVERIFY(!QFile::exists(path));
+        for (const QString& path : images)
+            QVERIFY(!QFile::exists(path));
     // A failed deletion is logged with the path twice; the job goes all the same.
     const QStringList failures = log.matching("Unable to delete FOI image file");
     QCOMPARE(failures.size(), image == QLatin1String("folder") ? int(selected.size()) : 0);
     if (!failures.isEmpty())
-        QVERIFY(failures.first().endsWith("Unable to delete FOI image file; '" + images[0] + "'; " + images[0]));
+        QVERIFY(
+            failures.first().endsWith("Unable to delete FOI image file; '" + images[0] + "'; " + images[0]));
     if (selected.isEmpty()) return;
     // The table was scanned again: every project shows an estimate, the combo is on "-- none --",
     // and the current project and the label stay.
@@ -324,7 +337,8 @@ void tst_fmhistorydb::ask4Save()
     w.table.dbChanged = changed;
     BoxAnswer box([answer](fmMessageBox* b) { return byName(b, answer); });
     QCOMPARE(w.ask4Save(), result);
-    QCOMPARE(box.Seen.trimmed(), answer.isEmpty() ? QString() : QStringLiteral("Would you like to save your changes?"));
+    QCOMPARE(box.Seen.trimmed(),
+             answer.isEmpty() ? QString() : QStringLiteral("Would you like to save your changes?"));
     QCOMPARE(QFile::exists(f.History + "Alpha.db61"), saved);
     // Closing asks the same question and stays open on cancel.
     if (answer == QLatin1String("cancel")) {
@@ -351,6 +365,22 @@ void tst_fmhistorydb::filterOnReturn()
     QCOMPARE(f.Jobs->SortedCount, 1); // job 3 alone has layer3; the blanks were trimmed
 }
 
+void tst_fmhistorydb::tickDuringRebuild()
+{
+    WindowFixture f;
+    f.writeDb("Alpha.db61", 3);
+    fmHistorydb& w = f.open();
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    QVERIFY(w.jobsModel);
+    w.jobsModel->TreeMutex.lock(); // as a rebuild that pumps events holds it
+    w.PleaseUpdateViews = true;
+    QTest::qWait(150);
+    QVERIFY(w.PleaseUpdateViews); // deferred, not lost
+    w.jobsModel->TreeMutex.unlock();
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+}
+
 void tst_fmhistorydb::fitToScreen_data()
 {
     QTest::addColumn<QRect>("frame");
@@ -358,7 +388,8 @@ void tst_fmhistorydb::fitToScreen_data()
     QTest::addColumn<QRect>("expected");
     QTest::newRow("768 high") << QRect(0, 0, 1200, 854) << QRect(0, 0, 1366, 768) << QRect(83, 25, 1200, 718);
     QTest::newRow("fits") << QRect(5, 5, 1200, 854) << QRect(0, 0, 1920, 1080) << QRect(360, 113, 1200, 854);
-    QTest::newRow("exactly 50 spare") << QRect(0, 0, 800, 700) << QRect(0, 0, 800, 750) << QRect(0, 25, 800, 700);
+    QTest::newRow("exactly 50 spare")
+        << QRect(0, 0, 800, 700) << QRect(0, 0, 800, 750) << QRect(0, 25, 800, 700);
     QTest::newRow("left screen") << QRect(0, 0, 1200, 854) << QRect(-1280, 24, 1280, 1000)
                                  << QRect(-1240, 97, 1200, 854);
 }
@@ -390,12 +421,18 @@ void tst_fmhistorydb::dockActions_data()
 {
     QTest::addColumn<QString>("dock");
     QTest::addColumn<QString>("action");
-    QTest::newRow("filter") << "dockWidget_Filter" << "actioShowDockFilter";
-    QTest::newRow("commands") << "dockWidget_Commands" << "actionShowDockCommands";
-    QTest::newRow("clients") << "dockWidget_Clients" << "actionShowDockClients";
-    QTest::newRow("job info") << "dockWidget_JobInfo" << "actionShowDockJobInfo";
-    QTest::newRow("job log") << "dockWidget_JobLog" << "actionShowDockJobLog";
-    QTest::newRow("status drives filter") << "dockWidget_Status" << "actioShowDockFilter";
+    QTest::newRow("filter") << "dockWidget_Filter"
+                            << "actioShowDockFilter";
+    QTest::newRow("commands") << "dockWidget_Commands"
+                              << "actionShowDockCommands";
+    QTest::newRow("clients") << "dockWidget_Clients"
+                             << "actionShowDockClients";
+    QTest::newRow("job info") << "dockWidget_JobInfo"
+                              << "actionShowDockJobInfo";
+    QTest::newRow("job log") << "dockWidget_JobLog"
+                             << "actionShowDockJobLog";
+    QTest::newRow("status drives filter") << "dockWidget_Status"
+                                          << "actioShowDockFilter";
 }
 
 void tst_fmhistorydb::dockActions()
