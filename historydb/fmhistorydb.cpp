@@ -3,6 +3,7 @@
 #include "app/fm.h"
 #include "app/fmglobal.h"
 #include "farm/fmusers.h"
+#include "foundation/fmprocess.h"
 #include "historydb/fmclientstreemodel.h"
 #include "historydb/fmjobstreemodel.h"
 #include "historydb/fmlogtreemodel.h"
@@ -144,6 +145,9 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         uiUpdateLogPage(false);
     }
     timerCounter = timerCounter >= timerCounterMax ? 0 : timerCounter + 1;
+    // About once a second: reap submitters started by "Re-submit job" that have ended since, so
+    // that none stays behind as a zombie until the next re-submit.
+    if (timerCounter == 0) fmStartProcess_checkallChildren();
 }
 
 bool fmHistorydb::rebuildRunning()
