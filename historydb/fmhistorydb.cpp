@@ -17,6 +17,7 @@
 #include <QCloseEvent>
 #include <QColor>
 #include <QHeaderView>
+#include <QPalette>
 #include <QScreen>
 #include <QSettings>
 #include <QTimerEvent>
@@ -27,6 +28,15 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     ui.setupUi(this);
     fmStyle::setFMFontDefault(this);
     ui.Status_LabelError->hide();
+    // The themes' AlternateBase is a dark text colour (0xFF333333 in the light theme), which would
+    // turn every second row of the log table black behind black text. The table's alternate rows
+    // take a shade of its own Base colour instead.
+    {
+        QPalette palette = ui.JobLog_Table->palette();
+        for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+            palette.setColor(group, QPalette::AlternateBase, palette.color(group, QPalette::Base).darker(106));
+        ui.JobLog_Table->setPalette(palette);
+    }
 
     // Dock changes and right-clicks reach slots that do nothing: there is no context menu.
     for (QDockWidget* dock : {ui.dockWidget_JobInfo, ui.dockWidget_Filter, ui.dockWidget_Clients,
