@@ -25,6 +25,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <thread>
 
 namespace fmJ {
 
@@ -74,6 +75,56 @@ struct InflateTarget
     unsigned char Tail[_JobList::ReadLimit - sizeof(_jobsHistoryDB)];
 };
 static_assert(sizeof(InflateTarget) == _JobList::ReadLimit);
+
+// Frames read ahead of their processing; each has its own input and output buffer.
+constexpr int ReadAhead = 32;
+
+struct PendingFrame
+{
+    uint16_t ID = 0;
+    uint32_t StoredSize = 0; // uncompressed size the header gives
+    uint32_t Expected = 0;   // size of the record layout the identifier names
+    qint64 Body = 0;         // compressed bytes really read
+    bool Inflate = false;    // a frame that is to be inflated
+    unsigned char* Compressed = nullptr;
+    unsigned char* Target = nullptr; // ReadLimit bytes
+    int Z = Z_OK;
+    uLongf OutLen = 0;
+};
+
+// Why a run of frames ended before it was full.
+enum class FrameEnd { None, EndOfFile, ReadError, FormatError, BufferTooSmall };
+
+// Only the bytes really read are handed to zlib: a frame cut short fails to inflate.
+void inflateFrame(PendingFrame& f)
+{
+    f.OutLen = f.ID == 0x0A04 ? uLongf(_JobList::ReadLimit) : uLongf(f.Expected);
+    f.Z = uncompress(f.Target, &f.OutLen, f.Compressed, uLong(f.Body));
+}
+
+// Inflates the frames of a run, every second one on a helper thread. Without a thread (the system
+// refuses one) the caller's thread does all of them.
+void inflateFrames(PendingFrame* frames, int count)
+{
+    auto work = [frames, count](int first) {
+        for (int i = first; i < count; i += 2)
+            if (frames[i].Inflate) inflateFrame(frames[i]);
+    };
+    std::thread helper;
+    if (count > 1) {
+        try {
+            helper = std::thread(work, 1);
+        } catch (...) {
+        }
+    }
+    if (helper.joinable()) {
+        work(0);
+        helper.join();
+    } else {
+        for (int i = 0; i < count; ++i)
+            if (frames[i].Inflate) inflateFrame(frames[i]);
+    }
+}
 
 // An old layout copied out of the inflated bytes and upgraded.
 template <class Old>
@@ -132,12 +183,12 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
     }
 
     const uLong bufferSize = compressBound(ReadLimit);
-    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[bufferSize]);
-    std::unique_ptr<InflateTarget> target(new (std::nothrow) InflateTarget);
-    if (!buffer || !target) {
+    std::unique_ptr<unsigned char[]> buffers(new (std::nothrow) unsigned char[bufferSize * ReadAhead]);
+    std::unique_ptr<InflateTarget[]> targets(new (std::nothrow) InflateTarget[ReadAhead]);
+    if (!buffers || !targets) {
         App->WriteLog(0, 0,
                       QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
-                          .arg(double(bufferSize + sizeof(InflateTarget)) / 1048576.0, 0, 'f', 1),
+                          .arg(double((bufferSize + sizeof(InflateTarget)) * ReadAhead) / 1048576.0, 0, 'f', 1),
                       where);
         return false;
     }
@@ -152,7 +203,6 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
     // Every job added or dropped below would rebuild the view; one rebuild at the end suffices.
     ViewUpdateBatch batch(*this);
 
-    unsigned char* targetBytes = reinterpret_cast<unsigned char*>(target.get());
     std::unique_ptr<_jobsHistoryDB> upgraded;
     std::unique_ptr<_OLD61__jobsHistoryDB> old61;
     std::unique_ptr<_OLD62_jobsHistoryDB> old62;
@@ -166,99 +216,131 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
         ++failed;
     };
 
+    // The file is read in runs of up to ReadAhead frames. A run is read in file order, its frames
+    // are inflated on two threads (zlib is most of a load's time), and then taken into the list
+    // one by one in file order: the jobs, their order, the failures and the messages are those of
+    // reading and inflating one frame after the other.
+    PendingFrame frames[ReadAhead];
     for (;;) {
+        int count = 0;
+        FrameEnd end = FrameEnd::None;
+        QString readError;
+        while (count < ReadAhead) {
+            const qint64 got = file.read(reinterpret_cast<char*>(header), FrameHeaderSize);
+            if (got == 0) {
+                end = FrameEnd::EndOfFile;
+                break;
+            }
+            if (got < 0) {
+                end = FrameEnd::ReadError;
+                readError = file.errorString();
+                break;
+            }
+            if (!magicMatches(header)) {
+                end = FrameEnd::FormatError;
+                break;
+            }
+            PendingFrame& f = frames[count];
+            const uint32_t compressedSize = getU32(header + HdrCompressed);
+            f.StoredSize = getU32(header + HdrUncompressed);
+            f.ID = getU16(header + HdrID);
+            if (compressedSize >= bufferSize) {
+                end = FrameEnd::BufferTooSmall;
+                break;
+            }
+            f.Compressed = buffers.get() + bufferSize * size_t(count);
+            f.Target = reinterpret_cast<unsigned char*>(&targets[count]);
+            f.Body = file.read(reinterpret_cast<char*>(f.Compressed), qint64(compressedSize));
+            if (f.Body < 1) {
+                end = FrameEnd::ReadError;
+                readError = file.errorString();
+                break;
+            }
+            f.Expected = SizeNow;
+            if (f.ID == 0x0A02)
+                f.Expected = Size61;
+            else if (f.ID == 0x0A03)
+                f.Expected = f.StoredSize == Size627 ? Size627 : Size62;
+            f.Inflate = f.ID >= 0x0A02 && f.ID <= 0x0A04 && f.StoredSize == f.Expected;
+            ++count;
+        }
+
+        inflateFrames(frames, count);
+
+        for (int i = 0; i < count; ++i) {
+            if (PerJobViewUpdate) batch.flush();
+            const PendingFrame& f = frames[i];
+            if (f.ID < 0x0A02 || f.ID > 0x0A04) continue;
+            if (f.StoredSize != f.Expected) {
+                firstFailure(QStringLiteral("{ALL} Error reading job #%1; Data size does not match. file:%2 intern:%3")
+                                 .arg(JobCount)
+                                 .arg(f.StoredSize)
+                                 .arg(f.Expected));
+                continue;
+            }
+
+            _jobsHistoryDB_Runtime* job = GetNewJob(nullptr, 0);
+            if (!job) return false;
+
+            if (f.Z != Z_OK) {
+                int code = f.Z;
+                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; ").arg(JobCount) +
+                             fmConvertZLibError(code));
+                DeleteJob(job);
+                continue;
+            }
+            if (f.OutLen != f.Expected) {
+                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
+                                 .arg(JobCount));
+                DeleteJob(job);
+                continue;
+            }
+
+            const _jobsHistoryDB* rec = reinterpret_cast<const _jobsHistoryDB*>(f.Target);
+            if (f.ID != 0x0A04) {
+                if (!upgraded) upgraded.reset(new (std::nothrow) _jobsHistoryDB);
+                bool ok = upgraded != nullptr;
+                if (ok && f.ID == 0x0A02)
+                    ok = upgradeFrom(f.Target, old61, *upgraded);
+                else if (ok && f.Expected == Size627)
+                    ok = upgradeFrom(f.Target, old627, *upgraded);
+                else if (ok)
+                    ok = upgradeFrom(f.Target, old62, *upgraded);
+                if (!ok) return false;
+                rec = upgraded.get();
+            }
+
+            const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
+                                   !std::isnan(rec->SeqEnd) && !std::isnan(rec->SeqFileOffset) &&
+                                   rec->ImageFileName.Data[0] < 256;
+            if (!plausible) {
+                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error!").arg(JobCount));
+                DeleteJob(job);
+                continue;
+            }
+            // Records of an older submitter layout may carry small identifiers.
+            if (rec->JobID <= 999 && rec->SubmitterStructVersion >= 7) {
+                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error job ID!").arg(JobCount));
+                DeleteJob(job);
+                continue;
+            }
+            // Kept so: such a record stays in the list as the empty job GetNewJob gave.
+            if (rec->Software.Length > 500) continue;
+
+            job->fromJobSave(rec, *App);
+        }
+
+        if (end == FrameEnd::None) continue;
         if (PerJobViewUpdate) batch.flush();
-
-        const qint64 got = file.read(reinterpret_cast<char*>(header), FrameHeaderSize);
-        if (got == 0) break;
-        if (got < 0) {
-            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(),
+        if (end == FrameEnd::EndOfFile) break;
+        if (end == FrameEnd::ReadError)
+            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to read '") + path + QStringLiteral("' !; ") + readError,
                           where);
-            return false;
-        }
-        if (!magicMatches(header)) {
+        else if (end == FrameEnd::FormatError)
             App->WriteLog(1, 0, QStringLiteral("{ALL} jobs.db format error!"), where);
-            return false;
-        }
-        const uint32_t compressedSize = getU32(header + HdrCompressed);
-        const uint32_t storedSize = getU32(header + HdrUncompressed);
-        const uint16_t id = getU16(header + HdrID);
-        if (compressedSize >= bufferSize) {
+        else
             App->WriteLog(1, 0, QStringLiteral("{ALL} Job read buffer too small!"), where);
-            return false;
-        }
-        const qint64 body = file.read(reinterpret_cast<char*>(buffer.get()), qint64(compressedSize));
-        if (body < 1) {
-            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(),
-                          where);
-            return false;
-        }
-        if (id < 0x0A02 || id > 0x0A04) continue;
-
-        uint32_t expected = SizeNow;
-        if (id == 0x0A02)
-            expected = Size61;
-        else if (id == 0x0A03)
-            expected = storedSize == Size627 ? Size627 : Size62;
-        if (storedSize != expected) {
-            firstFailure(QStringLiteral("{ALL} Error reading job #%1; Data size does not match. file:%2 intern:%3")
-                             .arg(JobCount)
-                             .arg(storedSize)
-                             .arg(expected));
-            continue;
-        }
-
-        _jobsHistoryDB_Runtime* job = GetNewJob(nullptr, 0);
-        if (!job) return false;
-
-        // Only the bytes really read are handed to zlib: a frame cut short fails to inflate.
-        uLongf outLen = id == 0x0A04 ? uLongf(ReadLimit) : uLongf(expected);
-        const int z = uncompress(targetBytes, &outLen, buffer.get(), uLong(body));
-        if (z != Z_OK) {
-            int code = z;
-            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; ").arg(JobCount) + fmConvertZLibError(code));
-            DeleteJob(job);
-            continue;
-        }
-        if (outLen != expected) {
-            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
-                             .arg(JobCount));
-            DeleteJob(job);
-            continue;
-        }
-
-        const _jobsHistoryDB* rec = &target->Now;
-        if (id != 0x0A04) {
-            if (!upgraded) upgraded.reset(new (std::nothrow) _jobsHistoryDB);
-            bool ok = upgraded != nullptr;
-            if (ok && id == 0x0A02)
-                ok = upgradeFrom(targetBytes, old61, *upgraded);
-            else if (ok && expected == Size627)
-                ok = upgradeFrom(targetBytes, old627, *upgraded);
-            else if (ok)
-                ok = upgradeFrom(targetBytes, old62, *upgraded);
-            if (!ok) return false;
-            rec = upgraded.get();
-        }
-
-        const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
-                               !std::isnan(rec->SeqEnd) && !std::isnan(rec->SeqFileOffset) &&
-                               rec->ImageFileName.Data[0] < 256;
-        if (!plausible) {
-            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error!").arg(JobCount));
-            DeleteJob(job);
-            continue;
-        }
-        // Records of an older submitter layout may carry small identifiers.
-        if (rec->JobID <= 999 && rec->SubmitterStructVersion >= 7) {
-            firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error job ID!").arg(JobCount));
-            DeleteJob(job);
-            continue;
-        }
-        // Kept so: such a record stays in the list as the empty job GetNewJob gave.
-        if (rec->Software.Length > 500) continue;
-
-        job->fromJobSave(rec, *App);
+        return false;
     }
 
     file.close();
