@@ -62,6 +62,10 @@ private slots:
     // Catches a frame of one layout or one kind of damage that is not read, skipped or reported
     // as the format says, and a detailed message for more than the first failure.
     void loadMixedFile();
+    // Catches frames lost, reordered or reported out of turn where a long file is read ahead in
+    // runs (damage on both sides of a run's edge, an end of the file inside a run).
+    void loadAcrossRuns_data();
+    void loadAcrossRuns();
     // Catches wrong handling of files that fail as a whole.
     void loadFileFailures_data();
     void loadFileFailures();
@@ -143,6 +147,57 @@ void tst_fmjoblist::loadMixedFile()
         QStringLiteral("4|8|{ALL} 6 jobs loaded"),
     };
     QCOMPARE(log.Lines, expected);
+}
+
+void tst_fmjoblist::loadAcrossRuns_data()
+{
+    QTest::addColumn<int>("frames");
+    QTest::addColumn<QList<int>>("damaged");
+    QTest::addColumn<bool>("badMagicAtEnd");
+    QTest::newRow("no damage") << 70 << QList<int>{} << false;
+    QTest::newRow("edges of runs") << 70 << QList<int>{31, 32, 63, 64} << false;
+    QTest::newRow("first and last") << 65 << QList<int>{0, 64} << false;
+    QTest::newRow("format error after a run") << 64 << QList<int>{40} << true;
+}
+
+void tst_fmjoblist::loadAcrossRuns()
+{
+    QFETCH(int, frames);
+    QFETCH(QList<int>, damaged);
+    QFETCH(bool, badMagicAtEnd);
+    QByteArray f;
+    QList<unsigned long long> ids;
+    for (int n = 0; n < frames; ++n) {
+        if (damaged.contains(n)) {
+            f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false); // does not inflate
+            continue;
+        }
+        auto r = makeRecord(100 + n);
+        f += frameOf(*r);
+        ids.append(r->JobID);
+    }
+    if (badMagicAtEnd) {
+        QByteArray bad = frameOf(*makeRecord(1));
+        bad[3] = 'q';
+        f += bad;
+    }
+    const QString p = path(QStringLiteral("runs.db"));
+    QVERIFY(jlfix::writeFile(p, f));
+    auto l = newList();
+    jlfix::LogCapture log(0, 2);
+    QCOMPARE(l->LoadFileJobs(p), !badMagicAtEnd);
+    QCOMPARE(l->JobCount, int(ids.size()));
+    for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->JobID, ids[i]);
+    QStringList expected;
+    if (!damaged.isEmpty())
+        // The number is the job count with the record of the failing frame already taken.
+        expected << QStringLiteral("1|0|{ALL} Error decompressing job #%1; ").arg(damaged.first() + 1);
+    if (badMagicAtEnd)
+        expected << QStringLiteral("1|0|{ALL} jobs.db format error!");
+    else if (!damaged.isEmpty())
+        expected << QStringLiteral("2|0|{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(damaged.size());
+    QCOMPARE(log.Lines.size(), expected.size());
+    for (int i = 0; i < expected.size(); ++i) QVERIFY2(log.Lines[i].startsWith(expected[i]), qPrintable(log.Lines[i]));
 }
 
 void tst_fmjoblist::loadFileFailures_data()
