@@ -183,15 +183,12 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
     }
 
     const uLong bufferSize = compressBound(ReadLimit);
-    std::unique_ptr<unsigned char[]> buffers(new (std::nothrow) unsigned char[bufferSize * ReadAhead]);
-    std::unique_ptr<InflateTarget[]> targets(new (std::nothrow) InflateTarget[ReadAhead]);
-    if (!buffers || !targets) {
-        App->WriteLog(0, 0,
-                      QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
-                          .arg(double((bufferSize + sizeof(InflateTarget)) * ReadAhead) / 1048576.0, 0, 'f', 1),
-                      where);
-        return false;
-    }
+    // The compressed bytes of a frame and, behind them (at a 16-byte boundary), its inflated record.
+    const size_t targetOffset = (size_t(bufferSize) + 15) & ~size_t(15);
+    const size_t slotSize = targetOffset + sizeof(InflateTarget);
+    // One slot per frame of a run, made when a run first needs it: a file of a few frames takes
+    // a few slots, not a whole run's.
+    std::unique_ptr<unsigned char[]> slotMemory[ReadAhead];
 
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -226,6 +223,17 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
         FrameEnd end = FrameEnd::None;
         QString readError;
         while (count < ReadAhead) {
+            if (!slotMemory[count]) {
+                slotMemory[count].reset(new (std::nothrow) unsigned char[slotSize]);
+                if (!slotMemory[count] && count > 0) break; // a shorter run; the next one goes on
+                if (!slotMemory[count]) {
+                    App->WriteLog(0, 0,
+                                  QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
+                                      .arg(double(slotSize) / 1048576.0, 0, 'f', 1),
+                                  where);
+                    return false;
+                }
+            }
             const qint64 got = file.read(reinterpret_cast<char*>(header), FrameHeaderSize);
             if (got == 0) {
                 end = FrameEnd::EndOfFile;
@@ -248,8 +256,8 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
                 end = FrameEnd::BufferTooSmall;
                 break;
             }
-            f.Compressed = buffers.get() + bufferSize * size_t(count);
-            f.Target = reinterpret_cast<unsigned char*>(&targets[count]);
+            f.Compressed = slotMemory[count].get();
+            f.Target = slotMemory[count].get() + targetOffset;
             f.Body = file.read(reinterpret_cast<char*>(f.Compressed), qint64(compressedSize));
             if (f.Body < 1) {
                 end = FrameEnd::ReadError;
