@@ -2,7 +2,7 @@
 
 #include "farm/fmcmd.h"
 
-#include "app/fmlogfile.h"
+#include "foundation/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmfile.h"

@@ -1,7 +1,8 @@
 #pragma once
 // The one global application object FM: owns configuration, paths, logs, clients, users.
 
-#include "app/fmsdk.h"
+#include "foundation/fmsdk.h"
+#include "foundation/fmstylechoices.h"
 
 #include <QObject>
 
@@ -16,19 +17,6 @@ class _ClientGroupList;
 class _fmgUserSettingsList;
 struct _FMCommands;
 
-// What the user and the configuration chose for the application's style: read in SetupCfg from
-// "UIcolor", "FontLx", "FontLxSmall" and the theme options of the command line, then handed to
-// the window side, which builds and installs the style.
-struct fmStyleChoices
-{
-    bool Dark = false;
-    bool Easter = false;
-    bool Girly = false;       // the third palette
-    bool FontDefaultSet = false;
-    int FontSizeDefault = 0;  // point size, when set
-    bool FontSmallSet = false;
-    int FontSizeSmall = 0;
-};
 using fmInstallStyleFn = void (*)(const fmStyleChoices&);
 
 // Shows a start-up text on the splash screen; installed by the window program.
@@ -94,9 +82,9 @@ public:
     // User table (defined with the user code).
     bool LoadFileUserSettings();
     bool SaveFileUserSettings();
-    QString getUserName(const int& id, bool byUniqueID);
-    // Name of the client with that index in the client table; empty when there is none.
-    QString getClientName(const int& index) const;
+    QString getUserName(const int& id, bool byUniqueID) override;
+    QString getClientName(const int& index) const override;
+    const fmC::_ClientList* clientTable() const override { return ClientList; }
 
     // Carries out a remote command that `client` sent (defined with the remote commands).
     void executeFMCommand(const _FMCommands& command, const short& client);
@@ -115,3 +103,14 @@ private:
 
 // Defined once per program (the window program, the console program, each test).
 extern __FM FM;
+
+// Carries out a command received from `client` (the body of __FM::executeFMCommand).
+void fmExecuteFMCommand(__FM& fm, const _FMCommands& command, const short& client);
+
+// The client table of the application object behind an __FMSDK reference (the widgets' selection
+// model hands it over as its interface type); null when the object is not an __FM.
+inline fmC::_ClientList* fmClientTable(__FMSDK& sdk)
+{
+    auto* fm = dynamic_cast<__FM*>(&sdk);
+    return fm ? fm->ClientList : nullptr;
+}

@@ -1,6 +1,6 @@
-#include "app/fmsdk.h"
+#include "foundation/fmsdk.h"
 
-#include "app/fmlogfile.h"
+#include "foundation/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmtextcodec.h"
@@ -14,7 +14,8 @@
 #include <pwd.h>
 #include <unistd.h>
 
-fmLogMessageBoxFn __FMSDK::MessageBoxHook = nullptr;
+
+static_assert(_fmgConfig::LogLevels == __FMSDK::kLogLevels, "logging reads the table's switches");
 
 namespace {
 
@@ -24,38 +25,12 @@ constexpr int32_t kErrorLogMax = 3145728;
 
 const char* const kStartupLine =
     "#################STARTUP#################################################################";
-const char* const kShutdownLine =
-    "##################SHUTDOWN#########################################################";
 
 QString argAt(char** argv, int i) { return fromXmlString(QString::fromLocal8Bit(argv[i])); }
 
 bool same(const QString& a, const char* b) { return a.compare(QLatin1String(b), Qt::CaseInsensitive) == 0; }
 
 } // namespace
-
-QString fm_AppType_asString(int type)
-{
-    static const char* const names[] = {"None",    "Server",  "Client",      "Submitter", "Control",
-                                        "PostScript", "Test", "LogFile",     "ClientWatch", "Config",
-                                        "Viewer",  "Installer", "HistoryDB", "Script"};
-    if (type < 0 || type > 13) return QStringLiteral("unknown");
-    return QLatin1String(names[type]);
-}
-
-QString fmOS2String(int os, bool shortForm)
-{
-    static const char* const names[] = {"All/Unknown", "Windows", "Linux", "Mac"};
-    static const char* const shortNames[] = {"all", "win", "lx", "mac"};
-    if (os < 0 || os > 3) return QString();
-    return QLatin1String(shortForm ? shortNames[os] : names[os]);
-}
-
-QString thisOS2String_short(bool with64)
-{
-    QString s = fmOS2String(fmThisOS, true);
-    if (with64) s += QLatin1String("64");
-    return s;
-}
 
 __FMSDK::__FMSDK(bool consoleApp, fm_AppType type, const QString& appName, bool noUILog)
 {
@@ -80,34 +55,11 @@ __FMSDK::__FMSDK(bool consoleApp, fm_AppType type, const QString& appName, bool 
     Log = new fmLogfile(type == fm_AppType_Server ? kServerLogMax : kMainLogMax, 60);
     LogError = new fmLogfile(kErrorLogMax, 0);
     cfg = new _fmgConfig;
+    CfgDeleter = [](_fmgConfig* table) { delete table; };
+    LogLevels = cfg->LogLevel;
     NoLogFile = !(type == fm_AppType_Server || type == fm_AppType_Client);
     NoUILog = noUILog;
     WriteLog(3, fmLog_FileOnly, QLatin1String(kStartupLine), QString());
-}
-
-__FMSDK::~__FMSDK()
-{
-    exitFMSDK(true);
-}
-
-void __FMSDK::exitFMSDK(bool)
-{
-    if (!Log && !cfg) return;
-    WriteLog(10, fmLog_NoMessageBox, QStringLiteral("FM app closed"), QStringLiteral("FMSDK"));
-    WriteLog(3, fmLog_FileOnly, QLatin1String(kShutdownLine), QString());
-    if (Log) Log->flush();
-    NoLogFile = true;
-    delete Log;
-    Log = nullptr;
-    delete LogError;
-    LogError = nullptr;
-    delete cfg;
-    cfg = nullptr;
-}
-
-bool __FMSDK::logLevelOn(int level) const
-{
-    return cfg && level >= 0 && level < 25 && cfg->LogLevel[level];
 }
 
 bool __FMSDK::SetupCfgSDK(int& argc, char** argv)

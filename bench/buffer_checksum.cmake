@@ -1,2 +1,2 @@
 add_executable(fmbench_buffer bench_buffer.cpp)
-target_link_libraries(fmbench_buffer PRIVATE fmcore)
+target_link_libraries(fmbench_buffer PRIVATE fmbrowser)

@@ -1,7 +1,7 @@
 #include "farm/fmclient.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 #include "farm/fmclientlog.h"
 
 #include <cmath>
@@ -11,7 +11,7 @@ namespace fmC {
 
 FarmLogTap farmLogTap = nullptr;
 
-void farmLog(__FM& fm, int level, int flags, const QString& text, const QString& where)
+void farmLog(__FMSDK& fm, int level, int flags, const QString& text, const QString& where)
 {
     if (farmLogTap) farmLogTap(level, text, where);
     // Information lines of the client and user files go to the log only: a box at every load
@@ -31,7 +31,7 @@ int _ClientStatus2SortID(const signed char& status)
 
 void _ClientStatusThread::clear() { std::memset(static_cast<void*>(this), 0, sizeof(*this)); }
 
-void _ClientStatusThread::setJobID(__FM& app, const int& thread, const unsigned long long& id,
+void _ClientStatusThread::setJobID(__FMSDK& app, const int& thread, const unsigned long long& id,
                                    const QString& reason, bool logAlways, const bool& log)
 {
     if (JobID == id) return;
@@ -48,7 +48,7 @@ _ClientStatusBasic::_ClientStatusBasic()
 {
 }
 
-void _ClientStatusBasic::setVersion(__FM&) { Version.clear(); }
+void _ClientStatusBasic::setVersion(__FMSDK&) { Version.clear(); }
 
 void _ClientStatus::clear()
 {

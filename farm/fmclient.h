@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <type_traits>
 
-class __FM;
+class __FMSDK;
 class QSettings;
 namespace fmJ {
 struct _JobRuntimeClient;
@@ -70,7 +70,7 @@ struct _ClientStatusThread
 
     _ClientStatusThread() { clear(); }
     void clear();
-    void setJobID(__FM& app, const int& thread, const unsigned long long& id, const QString& reason,
+    void setJobID(__FMSDK& app, const int& thread, const unsigned long long& id, const QString& reason,
                   bool logAlways, const bool& log);
     // The text of this thread's state, as the client table shows it.
     QString clientStatusAsStringSingle(fmJ::_JobRuntimeClient* job = nullptr) const;
@@ -88,7 +88,7 @@ struct _ClientStatusBasic
     fmString<25> Name;
 
     _ClientStatusBasic();
-    void setVersion(__FM& app); // clears the version fields
+    void setVersion(__FMSDK& app); // clears the version fields
 };
 
 struct _ClientStatus
@@ -190,5 +190,8 @@ static_assert(std::is_trivially_copyable_v<_ClientStatusThread>);
 static_assert(std::is_trivially_copyable_v<_ClientStatus>);
 static_assert(std::is_trivially_copyable_v<_ClientHardware>);
 static_assert(std::is_trivially_copyable_v<_Client>);
+
+// A value of an INI file as text. A value with commas comes back from QSettings as a list: joined again.
+QString fmcIniText(QSettings& file, const QString& key);
 
 } // namespace fmC

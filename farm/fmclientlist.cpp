@@ -1,6 +1,6 @@
 #include "farm/fmclientlist.h"
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 
 #include <algorithm>
 #include <cstring>
@@ -74,7 +74,7 @@ FM_CLIENT_SORT(byInfo, compareText(a.CustomInfo, b.CustomInfo))
 
 #undef FM_CLIENT_SORT
 
-_ClientList::_ClientList(__FM& app) : App(app)
+_ClientList::_ClientList(__FMSDK& app) : App(app)
 {
     sort(nullptr);
     filter();

@@ -6,7 +6,7 @@
 
 #include <Qt>
 
-class __FM;
+class __FMSDK;
 namespace fmJ {
 class _JobList;
 }
@@ -32,7 +32,7 @@ void fmQuicksortClient_2_byInfo(short* index, _Client* clients, const int& count
 class _ClientList
 {
 public:
-    explicit _ClientList(__FM& app);
+    explicit _ClientList(__FMSDK& app);
     _ClientList(const _ClientList&) = delete;
     _ClientList& operator=(const _ClientList&) = delete;
 
@@ -50,7 +50,7 @@ public:
     _Client* SortedPointers[MaxClients] = {}; // not owned: into Clients
     int16_t SortedIndex[MaxClients] = {};
     _Client Clients[MaxClients];
-    __FM& App;
+    __FMSDK& App;
     fmTime_t LastFileTime; // modification time of clients.ini at the last load or save
 
     // listB is taken as bools; flag is stored as FilterFlag != 0. Always true.
@@ -74,6 +74,7 @@ public:
     int findClient(const fmString<25>& name, short start = 0) const;
 
     _Client* at(int number) { return number >= 0 && number < count() ? &Clients[number] : nullptr; }
+    const _Client* at(int number) const { return number >= 0 && number < count() ? &Clients[number] : nullptr; }
     int count() const { return Count < 0 ? 0 : (Count > MaxClients ? MaxClients : Count); }
     int shownCount() const { return ShownCount < 0 ? 0 : (ShownCount > count() ? count() : ShownCount); }
 

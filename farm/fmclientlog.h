@@ -4,13 +4,13 @@
 
 #include <QString>
 
-class __FM;
+class __FMSDK;
 
 namespace fmC {
 
 using FarmLogTap = void (*)(int level, const QString& text, const QString& where);
 extern FarmLogTap farmLogTap; // null in the programs
 
-void farmLog(__FM& fm, int level, int flags, const QString& text, const QString& where);
+void farmLog(__FMSDK& fm, int level, int flags, const QString& text, const QString& where);
 
 } // namespace fmC

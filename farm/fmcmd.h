@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 
-class __FM;
 
 // Command codes (32-bit), as they travel between the tools.
 enum _fmFMCommand : int32_t {
@@ -68,5 +67,3 @@ struct _fmcmdHooks
 };
 _fmcmdHooks& fmcmdHooks();
 
-// Carries out a command received from `client` (the body of __FM::executeFMCommand).
-void fmExecuteFMCommand(__FM& fm, const _FMCommands& command, const short& client);

@@ -1,6 +1,6 @@
 #include "farm/fmgconfig.h"
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 
 #include <cmath>
 #include <cstring>
@@ -409,7 +409,7 @@ bool _fmgConfig::removeParam(const char* name)
     return true;
 }
 
-void _fmgConfig::checkAfterLoad(__FM&)
+void _fmgConfig::checkAfterLoad(__FMSDK&)
 {
     const _fmgCfg_param* major = param("ConfigVersionMajor");
     const _fmgCfg_param* minor = param("ConfigVersionMinor");
@@ -450,7 +450,7 @@ void _fmgConfig::checkAfterLoad(__FM&)
     }
 }
 
-void _fmgConfig::checkBeforeSave(__FM&)
+void _fmgConfig::checkBeforeSave(__FMSDK&)
 {
     if (_fmgCfg_param* p = param("ConfigVersionMajor")) p->setI(7);
     if (_fmgCfg_param* p = param("ConfigVersionMinor")) p->setI(0);

@@ -2,7 +2,7 @@
 // The typed table of the farm's global settings (globalconfig.ini) and its four numbered lists.
 // The table lives only in memory; the file is a QSettings INI file (see fm_cfgfile.cpp).
 
-#include "app/fmglobal.h"
+#include "foundation/fmglobal.h"
 #include "foundation/fmstring.h"
 #include "foundation/fmtime.h"
 
@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-class __FM;
+class __FMSDK;
 
 // Kind of a parameter, stored in _fmgCfg_param::Type.
 enum _fmgCfg_type : uint8_t {
@@ -126,9 +126,9 @@ public:
     bool removeParam(const char* name);
 
     // Upgrade of files from older versions, and defaults for texts that must not stay empty.
-    void checkAfterLoad(__FM& fm);
+    void checkAfterLoad(__FMSDK& fm);
     // Stamps the table with the version that writes it (7.0).
-    void checkBeforeSave(__FM& fm);
+    void checkBeforeSave(__FMSDK& fm);
 
     // The text forms of the lists in globalconfig.ini.
     static QString uncMapToText(const _fmgUNCMap& map);
@@ -148,3 +148,8 @@ private:
     static constexpr int IndexSize = 512;
     int16_t Index[IndexSize];
 };
+
+class __FMSDK;
+// The setters' lookup in sdk's table: an unknown name fails silently, a wrong type is logged at
+// level 1 with `where`. Null on failure.
+_fmgCfg_param* fmgCfgLookupSet(__FMSDK& sdk, const fmString8_evenSize<100>& name, uint8_t type, const char* where);

@@ -1,6 +1,6 @@
 #include "farm/fmusers.h"
 
-#include "app/fmsdk.h"
+#include "foundation/fmsdk.h"
 #include "foundation/fmchecksum.h"
 #include "foundation/fmcrypt.h"
 

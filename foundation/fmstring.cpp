@@ -1,6 +1,6 @@
 #include "foundation/fmstring.h"
 
-#include "app/fmglobal.h"
+#include "foundation/fmglobal.h"
 
 #include <cmath>
 #include <cstdio>

@@ -208,18 +208,20 @@ fmuiTreeViewClientsNode::~fmuiTreeViewClientsNode()
 
 // Only a client row has a record with a selected flag: a group's Index is a group number, and
 // reading it as a client number would touch an unrelated client.
-void fmuiTreeViewClientsNode::SetDataIsSelected(bool selected, __FM& app) const
+void fmuiTreeViewClientsNode::SetDataIsSelected(bool selected, __FMSDK& sdk) const
 {
+    fmC::_ClientList* clients = fmClientTable(sdk);
     const fmuiTreeViewClientsNodeData* d = data();
-    if (!d || NodeType != EndNode || d->Index >= MaxClients || !app.ClientList) return;
-    app.ClientList->Clients[d->Index].Selected = selected ? 1 : 0;
+    if (!d || NodeType != EndNode || d->Index >= MaxClients || !clients) return;
+    clients->Clients[d->Index].Selected = selected ? 1 : 0;
 }
 
-bool fmuiTreeViewClientsNode::GetDataIsSelected(__FM& app) const
+bool fmuiTreeViewClientsNode::GetDataIsSelected(__FMSDK& sdk) const
 {
+    fmC::_ClientList* clients = fmClientTable(sdk);
     const fmuiTreeViewClientsNodeData* d = data();
-    if (!d || NodeType != EndNode || d->Index >= MaxClients || !app.ClientList) return false;
-    return app.ClientList->Clients[d->Index].Selected != 0;
+    if (!d || NodeType != EndNode || d->Index >= MaxClients || !clients) return false;
+    return clients->Clients[d->Index].Selected != 0;
 }
 
 void fmuiTreeViewClientsNode::deleteDataNode()

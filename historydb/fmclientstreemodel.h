@@ -30,8 +30,8 @@ public:
                             fmuiTreeViewClientsNode* parent, const int& level);
     ~fmuiTreeViewClientsNode() override;
 
-    void SetDataIsSelected(bool selected, __FM& app) const override;
-    bool GetDataIsSelected(__FM& app) const override;
+    void SetDataIsSelected(bool selected, __FMSDK& app) const override;
+    bool GetDataIsSelected(__FMSDK& app) const override;
     void deleteDataNode() override;
 
     fmuiTreeViewClientsNodeData* data() const { return static_cast<fmuiTreeViewClientsNodeData*>(Data); }

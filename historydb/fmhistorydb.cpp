@@ -1,7 +1,7 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
-#include "app/fmglobal.h"
+#include "foundation/fmglobal.h"
 #include "farm/fmusers.h"
 #include "foundation/fmprocess.h"
 #include "historydb/fmclientstreemodel.h"

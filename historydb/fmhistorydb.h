@@ -3,7 +3,7 @@
 // jobs, clients and log models, and is the only place where a user's action becomes a call on the
 // job list. Slots only raise PleaseUpdateViews; a 50 ms timer does all redrawing.
 
-#include "historydb/fmprojecttable.h"
+#include "browser/fmprojecttable.h"
 #include "ui_fmhistorydb.h"
 
 #include <QItemSelection>

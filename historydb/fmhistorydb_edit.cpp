@@ -5,7 +5,7 @@
 
 #include "app/fm.h"
 #include "foundation/fmfile.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 

@@ -6,10 +6,10 @@
 #include "app/fm.h"
 #include "foundation/fmfile.h"
 #include "foundation/fmprocess.h"
-#include "historydb/fmjobinfo.h"
-#include "historydb/fmjoblogpage.h"
+#include "browser/fmjobinfo.h"
+#include "browser/fmjoblogpage.h"
 #include "historydb/fmlogtreemodel.h"
-#include "historydb/fmresubmit.h"
+#include "browser/fmresubmit.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 

@@ -81,8 +81,9 @@ fmuiTreeViewJobsNode::~fmuiTreeViewJobsNode()
     Children.clear();
 }
 
-void fmuiTreeViewJobsNode::SetDataIsSelected(bool selected, __FM& app) const
+void fmuiTreeViewJobsNode::SetDataIsSelected(bool selected, __FMSDK& sdk) const
 {
+    fmC::_ClientList* clients = fmClientTable(sdk);
     const fmuiTreeViewJobsNodeData* d = data();
     if (!d || !d->Job) return;
     if (d->ListIsCopy) {
@@ -91,16 +92,16 @@ void fmuiTreeViewJobsNode::SetDataIsSelected(bool selected, __FM& app) const
     }
     d->Job->Selected = selected ? 1 : 0;
     // A selected job lights up the clients that render it.
-    if (!app.ClientList) return;
+    if (!clients) return;
     const unsigned long long id = d->Job->JobID;
-    const int n = app.ClientList->count();
+    const int n = clients->count();
     for (int i = 0; i < n; ++i) {
-        fmC::_Client* c = app.ClientList->at(i);
+        fmC::_Client* c = clients->at(i);
         if (c && c->Status.Thread[0].JobID == id) c->Selected = selected ? 1 : 0;
     }
 }
 
-bool fmuiTreeViewJobsNode::GetDataIsSelected(__FM&) const
+bool fmuiTreeViewJobsNode::GetDataIsSelected(__FMSDK&) const
 {
     const fmuiTreeViewJobsNodeData* d = data();
     if (!d || !d->Job) return false;

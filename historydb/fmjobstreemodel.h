@@ -36,8 +36,8 @@ public:
                          const int& lastSortedID, const bool& listIsCopy);
     ~fmuiTreeViewJobsNode() override; // destroys the record and all children
 
-    void SetDataIsSelected(bool selected, __FM& app) const override;
-    bool GetDataIsSelected(__FM& app) const override;
+    void SetDataIsSelected(bool selected, __FMSDK& app) const override;
+    bool GetDataIsSelected(__FMSDK& app) const override;
     void deleteDataNode() override;
 
     fmuiTreeViewJobsNodeData* data() const { return static_cast<fmuiTreeViewJobsNodeData*>(Data); }

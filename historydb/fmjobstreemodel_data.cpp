@@ -3,8 +3,10 @@
 
 #include "historydb/fmjobstreemodel.h"
 
+#include "app/fm.h"
+
 #include "foundation/fmtime.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmtreeviewtypes.h"
 

@@ -18,10 +18,10 @@
 // without its 8-byte alignment, which the offsets don't give): use `.t`, or convert
 // (fmTime_t t = job.InfoChanged;) before calling fmTime_t's functions.
 
-#include "app/fmglobal.h"
+#include "foundation/fmglobal.h"
 #include "foundation/fmstring.h"
 #include "foundation/fmtime.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 
 #include <QString>
 #include <QStringList>
@@ -29,7 +29,7 @@
 #include <cstdint>
 #include <type_traits>
 
-class __FM;
+class __FMSDK;
 class __FMSDK;
 namespace fmRA {
 class _RenderApp;
@@ -328,7 +328,7 @@ struct _JobSubmitter : public _JobBasics
 
     // Defined with the naming code.
     void ConvertPathsToOS_submit(__FMSDK& sdk, _fmOS target, bool log);
-    void setSSV(const __FM& fm);
+    void setSSV(const __FMSDK& fm);
     void setRandomColor();
     QString jobFilesFolderName_Resolved(const __FMSDK& sdk) const;
     // Defined with the status and log texts.

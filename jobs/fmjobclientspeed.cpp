@@ -1,14 +1,14 @@
-// Client speeds for the GHz-hours estimate of history records, read from FM's client table.
+// Client speeds for the GHz-hours estimate of history records, read from the application's client table.
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 #include "farm/fmclientlist.h"
 #include "jobs/fmjobhistory.h"
 
 namespace fmJ {
 
-int fmJobClientSpeeds(const __FM& fm, _ClientSpeed* out, int max)
+int fmJobClientSpeeds(const __FMSDK& fm, _ClientSpeed* out, int max)
 {
-    const fmC::_ClientList* list = fm.ClientList;
+    const fmC::_ClientList* list = fm.clientTable();
     if (!list || !out || max <= 0) return 0;
     int n = list->count();
     if (n > max) n = max;

@@ -3,7 +3,7 @@
 
 #include "jobs/fmjoblist.h"
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 
 #include <QFile>
 
@@ -40,7 +40,7 @@ void add(QString& line, const QString& value)
     line += QLatin1Char(';');
 }
 
-QString costDisplay(__FM& app)
+QString costDisplay(__FMSDK& app)
 {
     const fmString<100>* s = app.cfgGetS("cfgCostDisplay");
     return s ? s->toQString() : QString();
@@ -61,7 +61,7 @@ QString _JobList::toCSVString(QString text)
     return text;
 }
 
-QString _JobList::csvHeader(__FM& app)
+QString _JobList::csvHeader(__FMSDK& app)
 {
     return QStringLiteral("SceneName;SceneDatabaseDir;Camera;Layer;Channel;Software;Renderer;Version;SeqStart;SeqEnd;"
                           "SeqStep;TotalFrames;ImageDir;ImageFilename;ImageExtension;UserName;CustomSeQName;"
@@ -70,7 +70,7 @@ QString _JobList::csvHeader(__FM& app)
            costDisplay(app) + QStringLiteral(";\r\n");
 }
 
-QString _JobList::csvLine(const _jobsHistoryDB_Runtime& job, __FM& app)
+QString _JobList::csvLine(const _jobsHistoryDB_Runtime& job, __FMSDK& app)
 {
     QString line;
     line.reserve(1024);

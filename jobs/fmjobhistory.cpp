@@ -394,7 +394,7 @@ void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, const _Cl
     TotalGhzHours = float(int64_t(ps)) * average / 60.0f / 60.0f;
 }
 
-void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, __FM& fm)
+void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, __FMSDK& fm)
 {
     _ClientSpeed speeds[JobClients_Max];
     const int n = fmJobClientSpeeds(fm, speeds, JobClients_Max);

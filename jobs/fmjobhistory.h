@@ -9,7 +9,7 @@
 
 #include "jobs/fmjob.h"
 
-class __FM;
+class __FMSDK;
 
 namespace fmJ {
 
@@ -483,7 +483,7 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
 
     // Fills this from a stored record: copy, lower-cased keys, and TotalGhzHours estimated from
     // the client table of `fm` when the record has none.
-    void fromJobSave(const _jobsHistoryDB* stored, __FM& fm);
+    void fromJobSave(const _jobsHistoryDB* stored, __FMSDK& fm);
     // The same with the client speeds given by index (speeds[k] belongs to client index k).
     void fromJobSave(const _jobsHistoryDB* stored, const _ClientSpeed* speeds, int clientCount);
 
@@ -495,7 +495,7 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
 
 // Speeds of the clients of FM's client table by client index, at most `max` of them; returns the
 // number written. Wired to fmC::_ClientList (FM.ClientList): `Speed` and `Cores` of each client.
-int fmJobClientSpeeds(const __FM& fm, _ClientSpeed* out, int max);
+int fmJobClientSpeeds(const __FMSDK& fm, _ClientSpeed* out, int max);
 
 } // namespace fmJ
 

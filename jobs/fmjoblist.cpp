@@ -1,6 +1,6 @@
 #include "jobs/fmjoblist.h"
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 #include "jobs/fmjoblist_p.h"
 
 #include <QReadLocker>
@@ -22,7 +22,7 @@ static_assert(sizeof(_JobList::FrameMagic) == 45);
 static_assert(std::is_trivially_copyable_v<_jobsHistoryDB_Runtime>);
 static_assert(std::is_trivially_destructible_v<_jobsHistoryDB_Runtime>);
 
-_JobList::_JobList(__FM& app, _JobList* copyOf)
+_JobList::_JobList(__FMSDK& app, _JobList* copyOf)
     : CustomActiveSorted(new _jobsHistoryDB_Runtime*[MaxJobs]()),
       MoveJobs(new _JobCommandSend[MaxMoveJobs]),
       Queue(new _jobsHistoryDB_Runtime*[MaxJobs]()),

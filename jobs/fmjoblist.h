@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <memory>
 
-class __FM;
+class __FMSDK;
 
 namespace fmJ {
 
@@ -34,7 +34,7 @@ public:
     static constexpr int ReadLimit = 65460;   // output limit of one current-format frame
     static const char FrameMagic[45];         // 44 characters and the terminating 0
 
-    _JobList(__FM& app, _JobList* copyOf = nullptr);
+    _JobList(__FMSDK& app, _JobList* copyOf = nullptr);
     ~_JobList();
     _JobList(const _JobList&) = delete;
     _JobList& operator=(const _JobList&) = delete;
@@ -44,7 +44,7 @@ public:
     QReadWriteLock LockSelection; // taken by listCustomActive_BuildEnd
 
     int Allocated = 0;
-    __FM* App = nullptr; // not owned
+    __FMSDK* App = nullptr; // not owned
     int JobCount = 0;
     int SortedCount = 0;
     int SelectedCount = 0;
@@ -108,8 +108,8 @@ public:
     bool exportAsCSV(const QString& path, _jobsHistoryDB_Runtime* job, QFile* file, const bool& allJobs,
                      const bool& append);
     static QString toCSVString(QString text);
-    static QString csvHeader(__FM& app);
-    static QString csvLine(const _jobsHistoryDB_Runtime& job, __FM& app);
+    static QString csvHeader(__FMSDK& app);
+    static QString csvLine(const _jobsHistoryDB_Runtime& job, __FMSDK& app);
 
     // Test and benchmark hook: when true, LoadFileJobs rebuilds the view after every job it adds
     // or drops, as a list without batching would. The final view is the same either way.

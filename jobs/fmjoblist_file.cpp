@@ -10,8 +10,8 @@
 
 #include "jobs/fmjoblist.h"
 
-#include "app/fm.h"
-#include "app/fmlogfile.h"
+#include "foundation/fmsdk.h"
+#include "foundation/fmlogfile.h"
 #include "foundation/fmdatabuffer.h"
 #include "foundation/fmfile.h"
 #include "jobs/fmjoblist_p.h"

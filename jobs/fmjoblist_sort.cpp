@@ -10,7 +10,7 @@
 
 #include "jobs/fmjoblist.h"
 
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist_p.h"
 
 #include <QWriteLocker>

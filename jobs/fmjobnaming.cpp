@@ -1,7 +1,7 @@
 #include "jobs/fmjobnaming.h"
 
-#include "app/fm.h"
-#include "app/fmpaths.h"
+#include "foundation/fmsdk.h"
+#include "farm/fmpathmap.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmrandom.h"
 #include "jobs/fmjob.h"
@@ -142,13 +142,13 @@ bool matchesTable(const QString& path, const _fmgOSConversion* rows, int count, 
     return false;
 }
 
-QString cfgText(const __FM& fm, const char* key)
+QString cfgText(const __FMSDK& fm, const char* key)
 {
     const fmString<100>* v = fm.cfgGetS(key);
     return v ? v->toQString() : QString();
 }
 
-int cfgInt(const __FM& fm, const char* key, int fallback)
+int cfgInt(const __FMSDK& fm, const char* key, int fallback)
 {
     const short* v = fm.cfgGetI(key);
     return v ? *v : fallback;
@@ -357,7 +357,7 @@ void GetSSV(QString text, fmString<25>& scene, fmString<25>& shot, fmString<25>&
     }
 }
 
-void _JobSubmitter::setSSV(const __FM& fm)
+void _JobSubmitter::setSSV(const __FMSDK& fm)
 {
     const int bySetting = cfgInt(fm, "jGetSSVbySetting", 1);
     if (bySetting == 0) return;

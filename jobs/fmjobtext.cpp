@@ -1,9 +1,9 @@
 #include "jobs/fmjobtext.h"
 
-#include "app/fm.h"
+#include "foundation/fmsdk.h"
 #include "farm/fmclient.h"
 #include "farm/fmclientlist.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 
 #include <QStringList>
 #include <cmath>
@@ -236,7 +236,7 @@ fmString<50> Log2Str(const _Log& log, _JobSend* job)
     return fmString<50>(t);
 }
 
-fmString<50> Log2Username(const _Log& log, __FM& app)
+fmString<50> Log2Username(const _Log& log, __FMSDK& app)
 {
     switch (log.Message) {
     case 2: case 3: case 4: case 5: case 6: case 7: case 8: case 9: case 10: case 11:
@@ -266,7 +266,7 @@ uint32_t LogColorID(const _LogMessage& message)
     }
 }
 
-fmString<25> Who2Str(int who, __FM& app)
+fmString<25> Who2Str(int who, __FMSDK& app)
 {
     switch (who) {
     case -1: return fmString<25>("*fmServer*");
@@ -277,8 +277,9 @@ fmString<25> Who2Str(int who, __FM& app)
     case -6: return fmString<25>("-jobAuth-");
     default: break;
     }
-    if (app.ClientList && who >= 0 && who < app.ClientList->count()) {
-        const fmC::_Client* c = app.ClientList->at(who);
+    const fmC::_ClientList* clients = app.clientTable();
+    if (clients && who >= 0 && who < clients->count()) {
+        const fmC::_Client* c = clients->at(who);
         if (c) return fmString<25>(c->Status.Name.toQString());
     }
     return fmString<25>(QStringLiteral("unknown #") + QString::number(who));

@@ -8,7 +8,7 @@
 #include <QString>
 #include <cstdint>
 
-class __FM;
+class __FMSDK;
 
 namespace fmJ {
 
@@ -25,10 +25,10 @@ fmString<50> Log2StrID(const _LogMessage& message);
 // The detailed text of a log entry. With a job, frame indices become frame numbers.
 fmString<50> Log2Str(const _Log& log, _JobSend* job);
 // "<n> <user name>" for the messages that a user gave, "-" for all others.
-fmString<50> Log2Username(const _Log& log, __FM& app);
+fmString<50> Log2Username(const _Log& log, __FMSDK& app);
 // ARGB colour of a message in the log page.
 uint32_t LogColorID(const _LogMessage& message);
 // Client name for a client index, or the name of another program for the negative codes.
-fmString<25> Who2Str(int who, __FM& app);
+fmString<25> Who2Str(int who, __FMSDK& app);
 
 } // namespace fmJ

@@ -1,6 +1,6 @@
 #include "widgets/fmmessagebox.h"
 
-#include "app/fmsdk.h"
+#include "foundation/fmsdk.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,6 +1,6 @@
 #include "widgets/fmstyle.h"
 
-#include "app/fm.h"
+#include "foundation/fmstylechoices.h"
 
 #include <QApplication>
 #include <QFont>

@@ -257,7 +257,7 @@ void fmuiTreeViewModel::collapsed(const QModelIndex& index)
 
 // ---- fmuiTreeViewSelectionModel ----
 
-fmuiTreeViewSelectionModel::fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FM& app, QObject* parent)
+fmuiTreeViewSelectionModel::fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FMSDK& app, QObject* parent)
     : QItemSelectionModel(model, parent), Model(model), App(app)
 {
     if (Model) Model->ClearSelectionAll(true, QStringLiteral("init"));

@@ -15,7 +15,7 @@
 #include <QSet>
 #include <QString>
 
-class __FM;
+class __FMSDK;
 class fmTreeView;
 
 class fmuiTreeViewNode
@@ -34,8 +34,8 @@ public:
     fmuiTreeViewNode& operator=(const fmuiTreeViewNode&) = delete;
 
     // Writes or reads the selected flag of the record behind the node.
-    virtual void SetDataIsSelected(bool selected, __FM& app) const = 0;
-    virtual bool GetDataIsSelected(__FM& app) const = 0;
+    virtual void SetDataIsSelected(bool selected, __FMSDK& app) const = 0;
+    virtual bool GetDataIsSelected(__FMSDK& app) const = 0;
     // Destroys the data record and sets Data to null.
     virtual void deleteDataNode() = 0;
 
@@ -116,7 +116,7 @@ class fmuiTreeViewSelectionModel : public QItemSelectionModel
 {
     Q_OBJECT
 public:
-    fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FM& app, QObject* parent = nullptr);
+    fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FMSDK& app, QObject* parent = nullptr);
 
     void select(const QModelIndex& index, QItemSelectionModel::SelectionFlags flags) override;
     void select(const QItemSelection& selection, QItemSelectionModel::SelectionFlags flags) override;
@@ -124,7 +124,7 @@ public:
     QModelIndexList selectedIndexes() const;
 
     fmuiTreeViewModel* Model;
-    __FM& App;
+    __FMSDK& App;
 
 signals:
     void SelectionUpdated(int column);

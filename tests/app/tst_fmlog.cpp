@@ -1,6 +1,6 @@
-#include "app/fmlogfile.h"
+#include "foundation/fmlogfile.h"
 #include "app/fm.h"
-#include "app/fmsdk.h"
+#include "foundation/fmsdk.h"
 #include "farm/fmgconfig.h"
 #include "fmtestroot.h"
 

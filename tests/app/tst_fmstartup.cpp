@@ -1,5 +1,5 @@
 #include "app/fm.h"
-#include "app/fmlogfile.h"
+#include "foundation/fmlogfile.h"
 #include "farm/fmgconfig.h"
 #include "fmtestroot.h"
 

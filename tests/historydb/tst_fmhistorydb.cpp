@@ -6,7 +6,7 @@
 #include "foundation/fmfile.h"
 #include "historydb/fmhistorydb.h"
 #include "historydb/fmjobstreemodel.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 #include "widgets/fmtreeview.h"

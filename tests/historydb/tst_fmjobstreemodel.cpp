@@ -3,7 +3,7 @@
 #include "app/fm.h"
 #include "foundation/fmtime.h"
 #include "historydb/fmjobstreemodel.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewtypes.h"

@@ -3,7 +3,7 @@
 
 #include "joblist_fixtures.h"
 
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 
 #include <QTemporaryDir>

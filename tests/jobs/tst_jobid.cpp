@@ -1,5 +1,5 @@
 #include "jobs/fmjob.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 
 #include <QTest>
 

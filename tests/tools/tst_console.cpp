@@ -2,7 +2,7 @@
 // here, and the demo root generator called directly.
 
 #include "app/fm.h"
-#include "historydb/fmprojecttable.h"
+#include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
 #include "jobs/fmjobtext.h"
 #include "tools/console/demoroot.h"

@@ -1,4 +1,4 @@
-#include "app/fmsdk.h"
+#include "foundation/fmsdk.h"
 #include "widgets/fmdialogs.h"
 #include "widgets/fmmessagebox.h"
 

@@ -36,11 +36,11 @@ public:
         qDeleteAll(Children);
     }
     Rec* rec() const { return static_cast<Rec*>(Data); }
-    void SetDataIsSelected(bool s, __FM&) const override
+    void SetDataIsSelected(bool s, __FMSDK&) const override
     {
         if (rec()) rec()->Selected = s;
     }
-    bool GetDataIsSelected(__FM&) const override { return rec() && rec()->Selected; }
+    bool GetDataIsSelected(__FMSDK&) const override { return rec() && rec()->Selected; }
     void deleteDataNode() override
     {
         delete rec();

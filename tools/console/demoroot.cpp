@@ -15,7 +15,7 @@
 #include "farm/fmusers.h"
 #include "jobs/fmjob.h"
 #include "jobs/fmjobhistory.h"
-#include "jobs/fmjobid.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 
 #include <QDateTime>

@@ -9,7 +9,7 @@
 // 2 bad arguments, 100 start-up failed (no root, no configuration, no clients).
 
 #include "app/fm.h"
-#include "historydb/fmprojecttable.h"
+#include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/demoroot.h"
 

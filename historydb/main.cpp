@@ -1,0 +1,91 @@
+// fmHistorydb: the history database browser of the render farm.
+#include "app/fm.h"
+#include "jobs/fmjoblist.h"
+#include "foundation/fmprocess.h"
+#include "historydb/fmhistorydb.h"
+#include "widgets/fmmessagebox.h"
+#include "widgets/fmstyle.h"
+
+#include <QApplication>
+#include <QPixmap>
+#include <QSplashScreen>
+
+__FM FM(false, fm_AppType_HistoryDB, "fmHistorydb", false);
+
+namespace {
+
+QSplashScreen* g_splash = nullptr; // not owned; the splash while it is up
+fmLogMessageBoxFn g_showBox = nullptr;
+
+// The splash stays on top of other windows: a box under it would count down unseen.
+bool showLogBox(bool critical, const QString& text, const QString& button, int seconds, bool courier)
+{
+    if (g_splash && g_splash->isVisible()) g_splash->hide();
+    return g_showBox ? g_showBox(critical, text, button, seconds, courier) : false;
+}
+
+void showSplashMessage(QSplashScreen* splash, const QString& text)
+{
+    if (splash) splash->showMessage(text, Qt::AlignRight | Qt::AlignBottom, Qt::white);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    auto* app = new QApplication(argc, argv);
+    Q_INIT_RESOURCE(fmUI);
+    qInstallMessageHandler(FMMessageOutput);
+    // The window side's hooks of the core: log lines below level 10 raise fmMessageBox, start-up
+    // texts reach the splash. The style hook (__FM::InstallStyleHook) is set here by fmStyle.
+    fmInstallLogMessageBox();
+    g_showBox = __FMSDK::MessageBoxHook;
+    __FMSDK::MessageBoxHook = showLogBox;
+    __FM::SplashMessageHook = showSplashMessage;
+    __FM::InstallStyleHook = fmInstallStyle;
+
+    // One instance per machine: a second start ends at once, without a word.
+    if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr)) {
+        delete app;
+        return 0;
+    }
+
+    // Found this early only for the splash image; SetupCfg searches again from scratch.
+    static_cast<__FM&>(FM).pathsGetRootFromAppPath(argc, argv);
+
+    auto* splash = new QSplashScreen(QPixmap());
+    g_splash = splash;
+    QPixmap image;
+    if (!FM.SubPath.isEmpty()) image.load(FM.SubPath.toQString() + QStringLiteral("SplashScreen.png"));
+    splash->setPixmap(image);
+    splash->show();
+    showSplashMessage(splash, QStringLiteral("%1  v %2")
+                                  .arg(QStringLiteral("Loading files..."), -60)
+                                  .arg(QLatin1String(fmVersion)));
+
+    if (!FM.SetupCfg(argc, argv, false, nullptr)) {
+        g_splash = nullptr;
+        delete splash;
+        __FMSDK::MessageBoxHook = nullptr;
+        delete app;
+        return 100;
+    }
+
+    auto* jobList = new fmJ::_JobList(FM, nullptr);
+
+    FM.WriteLog(10, 0, QStringLiteral("Creating main_window"), QStringLiteral("main"));
+    auto* window = new fmHistorydb(FM, *jobList, nullptr, Qt::WindowFlags());
+    FM.WriteLog(10, 0, QStringLiteral("Show main_window"), QStringLiteral("main"));
+    window->show();
+
+    splash->close();
+    g_splash = nullptr;
+    const int result = app->exec();
+
+    delete window;
+    delete jobList;
+    delete splash;
+    __FMSDK::MessageBoxHook = nullptr;
+    delete app;
+    return result;
+}

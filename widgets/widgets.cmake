@@ -1,6 +1,0 @@
-target_sources(fmui PRIVATE
-  widgets/fmmessagebox.h
-  widgets/fmmessagebox.cpp
-  widgets/fmdialogs.h
-  widgets/fmdialogs.cpp
-)
