@@ -251,6 +251,7 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
                 return false;
             }
         }
+        ApplyCommandlineLogLevels(); // the command line's log options win over the file's flags
         WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - globalconfig: ") + stage.restartAndString(),
                  QStringLiteral("FM,SetupCfg"));
     }

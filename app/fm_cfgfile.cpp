@@ -158,12 +158,17 @@ bool __FM::LoadFileCfg()
     }
     for (int i = 0; i < _fmgConfig::OSConversionCount; ++i)
         _fmgConfig::osConversionFromText(variantText(ini.value(QStringLiteral("OSConversion/") + listKey("Path", i))), cfg->OSConversion[i]);
+    // A missing flag keeps its value, as every other parameter does.
     for (int i = 0; i < _fmgConfig::LogLevels; ++i) {
-        cfg->LogLevel[i] = ini.value(QStringLiteral("Interaction/") + listKey("LogLevel", i), false).toBool();
-        cfg->LogLevelUI[i] = ini.value(QStringLiteral("Interaction/") + listKey("LogLevelUI", i), false).toBool();
+        const QString key = QStringLiteral("Interaction/") + listKey("LogLevel", i);
+        cfg->LogLevel[i] = ini.value(key, cfg->LogLevel[i]).toBool();
+        const QString keyUI = QStringLiteral("Interaction/") + listKey("LogLevelUI", i);
+        cfg->LogLevelUI[i] = ini.value(keyUI, cfg->LogLevelUI[i]).toBool();
     }
-    for (int i = 0; i < _fmgConfig::EmailLogLevels; ++i)
-        cfg->EmailLogLevel[i] = ini.value(QStringLiteral("Email/") + listKey("LogLevel", i), false).toBool();
+    for (int i = 0; i < _fmgConfig::EmailLogLevels; ++i) {
+        const QString key = QStringLiteral("Email/") + listKey("LogLevel", i);
+        cfg->EmailLogLevel[i] = ini.value(key, cfg->EmailLogLevel[i]).toBool();
+    }
 
     if (ini.status() != QSettings::NoError) {
         logStatus(*this, ini.status(), "Unable to read globalconfig.ini!", where);

@@ -38,6 +38,7 @@ void fmExecuteFMCommand(__FM& fm, const _FMCommands& command, const short& clien
         timer.start();
         if (fm.cfg) {
             fm.LoadFileCfg();
+            fm.ApplyCommandlineLogLevels();
             fm.WriteLog(3, 8, QStringLiteral("fmCommand '%1' Global     done (%2)").arg(name, elapsedText(timer)), where);
         }
         if (fm.ClientList) {

@@ -112,35 +112,49 @@ bool __FMSDK::SetupCfgSDK(int& argc, char** argv)
     return true;
 }
 
+namespace {
+
+// The levels that a log option switches on, for the log file and the user alike; none for other
+// arguments. "-debug" turns on all but 24, 20, 12 and 11.
+void switchLogLevels(_fmgConfig& cfg, const QString& a)
+{
+    auto on = [&cfg](int level) { cfg.LogLevel[level] = cfg.LogLevelUI[level] = true; };
+    if (same(a, "-debugNetwork")) {
+        on(12);
+    } else if (same(a, "-debugThreads")) {
+        on(15);
+    } else if (same(a, "-debugMain")) {
+        on(10);
+    } else if (same(a, "-debugJobs")) {
+        on(13);
+        on(22);
+    } else if (same(a, "-debug")) {
+        for (int l = 0; l < _fmgConfig::LogLevels; ++l)
+            on(l);
+        for (int l : {24, 20, 12, 11})
+            cfg.LogLevel[l] = cfg.LogLevelUI[l] = false;
+    }
+}
+
+bool isLogFileOption(const QString& a)
+{
+    for (const char* o :
+         {"-debugNetwork", "-debugThreads", "-debugMain", "-debugJobs", "-debug", "-useLogfile"})
+        if (same(a, o)) return true;
+    return false;
+}
+
+} // namespace
+
 void __FMSDK::CheckCommandlineParameter()
 {
-    auto levelOn = [this](int level) {
-        cfg->LogLevel[level] = true;
-        cfg->LogLevelUI[level] = true;
-    };
     for (int i = 1; i < ArgC && cfg; ++i) {
         const QString a = argAt(ArgV, i);
-        if (same(a, "-LogFlushAll")) {
+        switchLogLevels(*cfg, a);
+        if (isLogFileOption(a)) {
+            NoLogFile = false;
+        } else if (same(a, "-LogFlushAll")) {
             Log->FlushInterval = 0;
-        } else if (same(a, "-debugNetwork")) {
-            NoLogFile = false;
-            levelOn(12);
-        } else if (same(a, "-debugThreads")) {
-            NoLogFile = false;
-            levelOn(15);
-        } else if (same(a, "-debugMain")) {
-            NoLogFile = false;
-            levelOn(10);
-        } else if (same(a, "-debugJobs")) {
-            NoLogFile = false;
-            levelOn(13);
-            levelOn(22);
-        } else if (same(a, "-debug")) {
-            NoLogFile = false;
-            for (int l = 0; l < 25; ++l) levelOn(l);
-            for (int l : {24, 20, 12, 11}) cfg->LogLevel[l] = cfg->LogLevelUI[l] = false;
-        } else if (same(a, "-useLogfile")) {
-            NoLogFile = false;
         } else if (same(a, "-allowNoServiceMapping")) {
             AllowNoServiceMapping = true;
         } else if (same(a, "-service")) {
@@ -158,6 +172,18 @@ void __FMSDK::CheckCommandlineParameter()
     for (int i = 0; i < ArgC; ++i)
         WriteLog(10, 0, QStringLiteral("     params: '") + argAt(ArgV, i) + QStringLiteral("' "),
                  QStringLiteral("CheckCommandlineParameter"));
+}
+
+void __FMSDK::ApplyCommandlineLogLevels()
+{
+    // The same walk as CheckCommandlineParameter: the two options with a value skip it.
+    for (int i = 1; i < ArgC && cfg; ++i) {
+        const QString a = argAt(ArgV, i);
+        if ((same(a, "-LocalDataFolder") || same(a, "-ThreadCheckFolder")) && i + 1 < ArgC)
+            ++i;
+        else
+            switchLogLevels(*cfg, a);
+    }
 }
 
 bool __FMSDK::AppInit()
@@ -250,7 +276,9 @@ QString __FMSDK::getReleaseDate()
     if (!file.exists() || !file.open(QIODevice::ReadOnly | QIODevice::Text))
         return QStringLiteral("Version info file is missing");
     file.readLine(4096);
-    const QString second = QString::fromLocal8Bit(file.readLine(4096)).trimmed();
+    // The line as it stands: blanks kept, only its line end dropped.
+    QByteArray second = file.readLine(4096);
+    if (second.endsWith('\n')) second.chop(1);
     if (second.isEmpty()) return QStringLiteral("Unable to read version info file");
-    return second;
+    return QString::fromLocal8Bit(second);
 }

@@ -247,6 +247,9 @@ void _ClientList::removeClient(short number, bool resort)
     Count = int16_t(n - 1);
     ++ChangeCount;
     if (resort) {
+        // The moved clients close the gap in the farm's order too.
+        for (int i = number; i < n - 1; ++i)
+            --Clients[i].ListNo;
         sort(nullptr);
         filter();
     }

@@ -69,6 +69,8 @@ public:
 
     void clear() { Count = 0; }
     int addClient(); // the new number, -1 at 750 clients
+    // Moves the later records one place forward; with resort their ListNo drops by one and the
+    // list is sorted and filtered again.
     void removeClient(short number, bool resort);
     // Number of the client of that name (case-insensitive) from start on; -1 when none.
     int findClient(const fmString<25>& name, short start = 0) const;

@@ -61,19 +61,24 @@ bool Rmpg4(char* buf, const int& bufSize, int outSize, unsigned short* length)
     const unsigned crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(buf), unsigned(n));
     w[0] = static_cast<unsigned char>(n);
     std::memcpy(w + 1, buf, size_t(n));
-    // Filler behind the text, so that the length is not visible.
+    // Filler behind the text, so that the length is not visible. It runs on to the end of the
+    // whole buffer: bytes m to bufSize - 1 are filler too (byte 360 of a user record, behind its
+    // 50 scrambled password bytes, is one of them).
     unsigned s = crc + 5;
-    for (int i = n + 1; i < m; ++i) {
+    auto filler = [&s, n] {
         s = (s + unsigned(n + 1) * 15 + 13) % 68;
-        w[i] = static_cast<unsigned char>(fmLetters[s]);
-    }
+        return fmLetters[s];
+    };
+    for (int i = n + 1; i < m; ++i)
+        w[i] = static_cast<unsigned char>(filler());
     for (int i = n + 1; i >= 0; --i) w[i] ^= w[i + 1];
 
     int placeOf[kMaxScrambled];
     makeWalk(N, placeOf);
     std::memcpy(buf, "fmCB", 4);
     for (int i = 0; i < N; ++i) buf[4 + i] = static_cast<char>(w[placeOf[i]]);
-    if (m < bufSize) buf[m] = 0;
+    for (int i = m; i < bufSize; ++i)
+        buf[i] = filler();
     if (length) *length = static_cast<unsigned short>(m);
     return true;
 }

@@ -4,8 +4,10 @@
 
 namespace fmCrypt {
 
-// Scrambles buf in place to m = min(outSize, bufSize) bytes: "fmCB" and m - 4 scattered bytes
-// (terminated when bufSize > m). The text is *length bytes, or strlen(buf) when length is null.
+// Scrambles buf in place to m = min(outSize, bufSize) bytes: "fmCB" and m - 4 scattered bytes;
+// bytes m to bufSize - 1 get filler letters, so the result is not terminated when bufSize > m:
+// restore it with the length that this call returns. The text is *length bytes, or strlen(buf)
+// when length is null.
 // Fails, leaving buf untouched, when the text is over m - 8 or 250 bytes, or m is over 250
 // (a longer result could not be restored). On success *length (if given) is set to m.
 bool Rmpg4(char* buf, const int& bufSize, int outSize, unsigned short* length);

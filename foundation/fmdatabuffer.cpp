@@ -21,18 +21,18 @@ QByteArray localName(const fmDataBufferPath& path)
     return QFile::encodeName(path.toQString());
 }
 
-// Size of a regular file, or -1 when there is none.
+// Size of a regular file, or -1 when there is none. A folder counts as missing, as it does for
+// fmFileExists: loading one gives "File does not exists".
 int64_t fileSize(const QByteArray& name)
 {
     struct stat st;
-    if (name.isEmpty() || ::stat(name.constData(), &st) != 0) return -1;
+    if (name.isEmpty() || ::stat(name.constData(), &st) != 0 || S_ISDIR(st.st_mode)) return -1;
     return int64_t(st.st_size);
 }
 
 bool fileExists(const QByteArray& name)
 {
-    struct stat st;
-    return !name.isEmpty() && ::stat(name.constData(), &st) == 0;
+    return fileSize(name) >= 0;
 }
 
 void put32(unsigned char* p, uint32_t v)
@@ -284,7 +284,9 @@ bool _FM_DataBuffer::decompressTo(_FM_DataBuffer& dst, const int* offset)
         Error = dst.Error;
         return false;
     }
-    const int r = decompressToB(dst.Data, dst.Capacity, offset);
+    // A given offset becomes the stored one: the chunk reader and later calls start from it.
+    if (offset) DataOffset = *offset;
+    const int r = decompressToB(dst.Data, dst.Capacity, nullptr);
     dst.DataSize = r;
     dst.IsCompressed = 0;
     return r > 0;
@@ -543,11 +545,13 @@ bool _FM_DataBuffer::LoadFromFileCompressed(const fmDataBufferPath& path, bool r
         gzclose(gz);
         return false;
     };
+    // A short read reports what gzerror says, Z_OK (0) included: a stream that ends cleanly inside
+    // the magic or the header fails with Error 0.
     char m[kMagicSize];
-    if (gzReadAll(gz, m, kMagicSize) != kMagicSize) return fail(gzFailCode(gz));
+    if (gzReadAll(gz, m, kMagicSize) != kMagicSize) return fail(gzEndCode(gz));
     if (std::memcmp(m, kMagicCompressed, kMagicSize) != 0) return fail(fmDB_WrongHeader);
     unsigned char h[kHeaderSize];
-    if (gzReadAll(gz, reinterpret_cast<char*>(h), kHeaderSize) != kHeaderSize) return fail(gzFailCode(gz));
+    if (gzReadAll(gz, reinterpret_cast<char*>(h), kHeaderSize) != kHeaderSize) return fail(gzEndCode(gz));
     headerFromBytes(h);
     DataSize = 0;
     UncompressedSize = 0;

@@ -102,7 +102,8 @@ public:
 
     // zlib. compressFrom* leave the first offset bytes of the block to the caller; DataSize is the
     // compressed length without them. decompressTo* uncompress DataSize bytes from DataOffset (or
-    // *offset) and check the size against UncompressedSize.
+    // *offset) and check the size against UncompressedSize; decompressTo keeps a given *offset as
+    // DataOffset, decompressToB leaves DataOffset alone.
     bool compressFrom(const _FM_DataBuffer& src, const int& offset = 0);
     bool compressFromB(const char* p, const int& n, const int& offset = 0);
     bool decompressTo(_FM_DataBuffer& dst, const int* offset = nullptr);

@@ -1,6 +1,7 @@
 #include "foundation/fmprocess.h"
 
 #include <QFile>
+#include <QProcess>
 
 #include <cerrno>
 #include <csignal>
@@ -8,10 +9,8 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/select.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -33,7 +32,8 @@ fmString8_UnevenSize<25> upperName(const fmString8_UnevenSize<25>& in, int cut)
     fmString8_UnevenSize<25> out;
     const int n = std::min(in.len(), cut);
     char buf[26];
-    for (int i = 0; i < n; ++i) buf[i] = upperAscii(in.Data[i]);
+    for (int i = 0; i < n; ++i)
+        buf[i] = upperAscii(in.Data[i]);
     buf[n] = 0;
     out.set(buf);
     return out;
@@ -83,8 +83,10 @@ struct ArgVector
     {
         Store.reserve(size_t(args.size()) + 1);
         Store.push_back(QFile::encodeName(exe.toQString()));
-        for (const QString& a : args) Store.push_back(a.toLocal8Bit());
-        for (QByteArray& b : Store) Ptrs.push_back(b.data());
+        for (const QString& a : args)
+            Store.push_back(a.toLocal8Bit());
+        for (QByteArray& b : Store)
+            Ptrs.push_back(b.data());
         Ptrs.push_back(nullptr);
     }
 };
@@ -93,76 +95,46 @@ QStringList toQStringList(const fmStringList& l)
 {
     QStringList out;
     out.reserve(l.count());
-    for (int i = 0; i < l.count(); ++i) out.append(l.at(i).toQString());
+    for (int i = 0; i < l.count(); ++i)
+        out.append(l.at(i).toQString());
     return out;
 }
 
-// Only async-signal-safe calls from here on: the parent may have other threads.
-void childWrite(const char* s)
+// The rights of a file as ls shows them ("-rwxr-x---"), or "(missing) " when there is none.
+QByteArray modeText(const QByteArray& path)
 {
-    if (!s) return;
-    size_t n = std::strlen(s);
-    while (n > 0) {
-        const ssize_t w = ::write(STDOUT_FILENO, s, n);
-        if (w <= 0) return;
-        s += w;
-        n -= size_t(w);
-    }
-}
-
-[[noreturn]] void childExec(char* const* argv)
-{
-    ::execvp(argv[0], argv);
-    const int e = errno;
-    childWrite("Failed to start new process (execvp) ");
-#ifdef __GLIBC__
-    childWrite(::strerrordesc_np(e));
-#else
-    (void)e;
-    childWrite("error");
-#endif
-    childWrite("\n");
-    // The rights of the executable as ls shows them, then its path.
-    char mode[11] = "----------";
     struct stat st;
-    if (::stat(argv[0], &st) == 0) {
-        if (S_ISDIR(st.st_mode)) mode[0] = 'd';
-        const char* rwx = "rwxrwxrwx";
-        for (int i = 0; i < 9; ++i)
-            if (st.st_mode & (1u << (8 - i))) mode[i + 1] = rwx[i];
-    } else {
-        std::memcpy(mode, "(missing) ", 11);
-    }
-    childWrite("Executable access rights: ");
-    childWrite(mode);
-    childWrite(" ");
-    childWrite(argv[0]);
-    childWrite("\n");
-    ::_exit(127);
+    if (::stat(path.constData(), &st) != 0) return QByteArrayLiteral("(missing) ");
+    QByteArray mode("----------");
+    if (S_ISDIR(st.st_mode)) mode[0] = 'd';
+    const char* rwx = "rwxrwxrwx";
+    for (int i = 0; i < 9; ++i)
+        if (st.st_mode & (1u << (8 - i))) mode[i + 1] = rwx[i];
+    return mode;
 }
 
-// Forks and execs. outFd/errFd: descriptors for the child's standard output and error, or -1 to keep.
-long long forkExec(const fmString<250>& exe, const QStringList& args, int outFd, int errFd, int closeFd)
+// A start that failed leaves the farm's usual two lines where the program's output would have
+// gone: appended to the log file, else on standard output.
+void reportStartFailure(const QString& exe, const QString& logFile, const QString& reason)
 {
-    if (exe.isEmpty()) return -1;
-    ArgVector av(exe, args);
-    const pid_t pid = ::fork();
-    if (pid < 0) return -1;
-    if (pid == 0) {
-        if (closeFd >= 0) ::close(closeFd);
-        if (outFd >= 0) ::dup2(outFd, STDOUT_FILENO);
-        if (errFd >= 0) ::dup2(errFd, STDERR_FILENO);
-        if (outFd > STDERR_FILENO) ::close(outFd);
-        if (errFd > STDERR_FILENO && errFd != outFd) ::close(errFd);
-        childExec(av.Ptrs.data());
+    const QByteArray path = QFile::encodeName(exe);
+    const QByteArray text = "Failed to start new process (execvp) " + reason.toLocal8Bit() +
+                            "\nExecutable access rights: " + modeText(path) + ' ' + path + '\n';
+    if (logFile.isEmpty()) {
+        std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
+        std::fflush(stdout);
+        return;
     }
-    return (long long)pid;
+    QFile log(logFile);
+    if (log.open(QIODevice::WriteOnly | QIODevice::Append)) log.write(text);
 }
 
-int openLog(const fmString<250>& logFile)
+// Why exec would fail: the system's word on the file when it can't be run, else QProcess's.
+QString startFailureReason(const QString& exe, const QProcess& process)
 {
-    if (logFile.isEmpty()) return -1;
-    return ::open(QFile::encodeName(logFile.toQString()).constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (::access(QFile::encodeName(exe).constData(), X_OK) != 0)
+        return QString::fromLocal8Bit(std::strerror(errno));
+    return process.errorString();
 }
 
 } // namespace
@@ -200,7 +172,8 @@ void _fmProcessList::collectAllProcesses()
         if (!readStat(s, name, 25, &ppid)) continue;
         _fmProcessEntry& en = Entries[Count];
         std::memset(static_cast<void*>(&en), 0, sizeof(en));
-        for (char* p = name; *p; ++p) *p = upperAscii(*p);
+        for (char* p = name; *p; ++p)
+            *p = upperAscii(*p);
         en.Name.set(name);
         en.PID = int32_t(std::strtol(s, nullptr, 10));
         en.ParentPID = int32_t(ppid);
@@ -294,10 +267,23 @@ bool ourProcessAlreadyExists(fmString8_UnevenSize<25> name, bool exactFirst, boo
 
 long long fmStartProcess(fmString<250> exe, const QStringList& args, const fmString<250>& logFile)
 {
-    const int log = openLog(logFile);
-    const long long pid = forkExec(exe, args, log, log, -1);
-    if (log >= 0) ::close(log);
-    return pid;
+    if (exe.isEmpty()) return -1;
+    const QString program = exe.toQString();
+    const QString log = logFile.toQString();
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(args);
+    if (!log.isEmpty()) {
+        process.setStandardOutputFile(log, QIODevice::Append);
+        process.setStandardErrorFile(log, QIODevice::Append);
+    }
+    // Detached: the program is not our child, so nothing is left to collect when it ends.
+    qint64 pid = 0;
+    if (!process.startDetached(&pid)) {
+        reportStartFailure(program, log, startFailureReason(program, process));
+        return -1;
+    }
+    return pid > 0 ? (long long)pid : -1;
 }
 
 long long fmStartProcess(fmString<250> exe, const fmStringList& args, const fmString<250>& logFile)
@@ -322,21 +308,21 @@ long long fmStartProcess_pipe(_processPipe& pp, fmString<250> exe, const QString
                               const fmString<250>& logFile)
 {
     pp.close();
-    int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0) return -1;
-    const int log = openLog(logFile);
-    const long long pid = forkExec(exe, args, fds[1], log >= 0 ? log : fds[1], fds[0]);
-    if (log >= 0) ::close(log);
-    ::close(fds[1]);
-    if (pid < 0) {
-        ::close(fds[0]);
-        return -1;
-    }
-    pp.FD = fds[0];
-    pp.PID = pid;
+    if (exe.isEmpty()) return -1;
+    auto process = std::make_unique<QProcess>();
+    process->setProgram(exe.toQString());
+    process->setArguments(args);
+    if (logFile.isEmpty())
+        process->setProcessChannelMode(QProcess::MergedChannels);
+    else
+        process->setStandardErrorFile(logFile.toQString(), QIODevice::Append);
+    process->start(QIODevice::ReadOnly);
+    if (!process->waitForStarted()) return -1;
+    pp.Process = std::move(process);
+    pp.PID = pp.Process->processId();
     pp.Filled = 0;
     pp.EndOfData = false;
-    return pid;
+    return pp.PID;
 }
 
 long long fmStartProcess_pipe(_processPipe& pp, fmString<250> exe, const fmStringList& args,
@@ -345,13 +331,9 @@ long long fmStartProcess_pipe(_processPipe& pp, fmString<250> exe, const fmStrin
     return fmStartProcess_pipe(pp, exe, toQStringList(args), logFile);
 }
 
-void fmStartProcess_checkallChildren()
-{
-    while (::waitpid(-1, nullptr, WNOHANG | WUNTRACED) > 0) {
-    }
-}
-
 // ---- pipe --------------------------------------------------------------------------------------
+
+_processPipe::_processPipe() = default;
 
 _processPipe::~_processPipe()
 {
@@ -360,37 +342,32 @@ _processPipe::~_processPipe()
 
 void _processPipe::close()
 {
-    if (FD >= 0) ::close(FD);
-    FD = -1;
-    if (PID > 0) ::waitpid(pid_t(PID), nullptr, WNOHANG);
+    if (!Process) return;
+    if (Process->state() != QProcess::NotRunning) {
+        Process->kill();
+        Process->waitForFinished();
+    }
+    Process.reset();
 }
 
 int _processPipe::readPipe(const int& waitMs)
 {
-    if (FD < 0 || EndOfData) return -1;
+    if (!Process || EndOfData) return -1;
     Filled = std::clamp(Filled, 0, BufferSize);
     // Room for the line feed that may be added at the end.
     const int room = BufferSize - Filled - 1;
     if (room <= 0) return 0;
-    fd_set set;
-    FD_ZERO(&set);
-    FD_SET(FD, &set);
-    const int ms = std::max(0, waitMs);
-    struct timeval tv;
-    tv.tv_sec = ms / 1000;
-    tv.tv_usec = (ms % 1000) * 1000;
-    const int r = ::select(FD + 1, &set, nullptr, nullptr, &tv);
-    if (r < 0) return errno == EINTR ? 0 : -1;
-    if (r == 0) return 0;
-    const ssize_t n = ::read(FD, Buffer + Filled, size_t(room));
-    if (n < 0) return errno == EINTR || errno == EAGAIN ? 0 : -1;
-    if (n == 0) {
-        EndOfData = true;
-        if (Filled > 0 && Buffer[Filled - 1] != '\n') Buffer[Filled++] = '\n';
-        return -1;
+    if (Process->bytesAvailable() <= 0 && Process->state() != QProcess::NotRunning)
+        Process->waitForReadyRead(std::max(0, waitMs));
+    const qint64 n = Process->read(Buffer + Filled, room);
+    if (n > 0) {
+        Filled += int(n);
+        return int(n);
     }
-    Filled += int(n);
-    return int(n);
+    if (n == 0 && Process->state() != QProcess::NotRunning) return 0;
+    EndOfData = true;
+    if (Filled > 0 && Buffer[Filled - 1] != '\n') Buffer[Filled++] = '\n';
+    return -1;
 }
 
 void _processPipe::readout(char* out, const int& max, int& n)

@@ -8,6 +8,9 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <memory>
+
+class QProcess;
 
 // One process as the kernel names it. Name is the kernel's short name (at most 15 characters),
 // upper-cased. The processor times are left for the tools that measure load; they stay 0 here.
@@ -59,49 +62,52 @@ private:
 
 // True if another process of this name runs. See the start-up use: ourProcessAlreadyExists("fmHistorydb",
 // false, false, nullptr) refuses a second instance.
-bool ourProcessAlreadyExists(fmString8_UnevenSize<25> name, bool exactFirst, bool withConsole, long long* pid = nullptr);
+bool ourProcessAlreadyExists(fmString8_UnevenSize<25> name, bool exactFirst, bool withConsole,
+                             long long* pid = nullptr);
 
 // The reading end of a started process's output.
 struct _processPipe
 {
     static constexpr int BufferSize = 51200;
 
-    int FD = -1;     // owned, -1 when closed
-    int Filled = 0;  // bytes in Buffer
+    std::unique_ptr<QProcess> Process; // owned; null when closed
+    int Filled = 0;                    // bytes in Buffer
     long long PID = 0;
     bool EndOfData = false;
     char Buffer[BufferSize];
 
-    _processPipe() = default;
+    _processPipe();
     ~_processPipe();
     _processPipe(const _processPipe&) = delete;
     _processPipe& operator=(const _processPipe&) = delete;
 
     // Waits up to waitMs for output and appends what came to Buffer (as much as fits). At the end
     // of the output a line feed is added when the last line has none. Returns the bytes added,
-    // 0 on time-out or a full buffer, -1 at the end of the output or on error.
+    // 0 on time-out or a full buffer, -1 at the end of the output (the process has ended) or when
+    // closed.
     int readPipe(const int& waitMs);
     // Hands over up to max bytes from the start of Buffer; n gets the count. The rest moves up.
     void readout(char* out, const int& max, int& n);
-    // Closes the reading end and collects the process if it has ended.
+    // Closes the reading end; a process that still runs is killed and collected.
     void close();
 };
 
-// Starts exe with the arguments, not waiting for it. With a log file the child's standard output
-// and standard error are appended to it. Returns the child's id, or -1 if fork failed.
+// Starts exe with the arguments through QProcess, detached: it is not our child and runs on when
+// we end, and nothing has to collect it. With a log file the program's standard output and
+// standard error are appended to it. Returns its id, or -1 if it could not be started; then the
+// lines "Failed to start new process (execvp) <reason>" and "Executable access rights: <mode>
+// <path>" go to the log file (standard output without one).
 long long fmStartProcess(fmString<250> exe, const fmStringList& args, const fmString<250>& logFile);
 long long fmStartProcess(fmString<250> exe, const QStringList& args, const fmString<250>& logFile);
 // execvp in place of the running process; returns only on failure (false).
 bool fmStartProcessNoFork(fmString<250> exe, const fmStringList& args);
 bool fmStartProcessNoFork(fmString<250> exe, const QStringList& args);
-// As fmStartProcess, with standard output in the pipe; standard error goes to the log file if one
-// is given, else into the pipe as well. Returns the child's id, or -1.
+// Starts exe as our child with standard output in the pipe; standard error goes to the log file
+// if one is given, else into the pipe as well. Returns the child's id, or -1.
 long long fmStartProcess_pipe(_processPipe& pipe, fmString<250> exe, const fmStringList& args,
                               const fmString<250>& logFile);
 long long fmStartProcess_pipe(_processPipe& pipe, fmString<250> exe, const QStringList& args,
                               const fmString<250>& logFile);
-// Collects ended children without waiting, so that none stays behind as a zombie.
-void fmStartProcess_checkallChildren();
 
 // usleep in portions below one second. Nothing for ms < 1.
 void fmSleep(int ms);

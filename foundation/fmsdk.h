@@ -151,6 +151,10 @@ public:
     // Start-up.
     bool SetupCfgSDK(int& argc, char** argv);
     void CheckCommandlineParameter();
+    // The log levels that the command line's options switch on ("-debug", "-debugMain", ...),
+    // set again after globalconfig.ini is read so that the file's flags don't override them.
+    // Only the levels: whether there is a log file stays as start-up chose it.
+    void ApplyCommandlineLogLevels();
     bool AppInit();
     void SetAppSystemInfos();
     QString getHostName();

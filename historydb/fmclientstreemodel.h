@@ -37,6 +37,18 @@ public:
     fmuiTreeViewClientsNodeData* data() const { return static_cast<fmuiTreeViewClientsNodeData*>(Data); }
 };
 
+// What the cells say about the selected jobs is derived from each job's history record and the
+// client's own record, as follows (client k is number k of the client table):
+// - "Assigned": client k worked on a job when the job's ClientStats[k].FramesDone is above 0; 0 or
+//   a damaged negative count means it did not. Column 1 of a client is the share of the selected
+//   jobs it worked on; column 1 of a group, per job, the share of the group's clients that did.
+// - "Render time" (column 2): the record keeps frames per client, not seconds, so a client's time
+//   on a job is FramesDone x the job's AverageFrameTime (seconds), summed over the selected jobs
+//   it worked on; counts of 0 and below add nothing.
+// - CPU bar (column 4): the thread's share is its CPUUsage value (0..255) as a percent, truncated
+//   (value / 2.55 + 1.275) - 1; the machine's load is the sum of the valid values (1..253) of all
+//   threads in use, capped at 255, taken as a percent the same way; the second bar is the
+//   machine's percent less the thread's, never below 0.
 class fmuiTreeViewClientsModel : public fmuiTreeViewModel
 {
     Q_OBJECT

@@ -1,9 +1,8 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
-#include "foundation/fmglobal.h"
 #include "farm/fmusers.h"
-#include "foundation/fmprocess.h"
+#include "foundation/fmglobal.h"
 #include "historydb/fmclientstreemodel.h"
 #include "historydb/fmjobstreemodel.h"
 #include "historydb/fmlogtreemodel.h"
@@ -108,8 +107,9 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     table.dbChanged = false;
     QSettings settings;
     settings.beginGroup(QStringLiteral("fmHistorydb"));
-    lastExportDirectory =
-        settings.value(QStringLiteral("lastExportDirectory"), app.RootPath.toQString()).toString();
+    // A stored empty text counts as none: the export dialogs then start at the root.
+    lastExportDirectory = settings.value(QStringLiteral("lastExportDirectory")).toString();
+    if (lastExportDirectory.isEmpty()) lastExportDirectory = app.RootPath.toQString();
     settings.endGroup();
     table.avJobSize = 0.0f;
     table.currentProjectID = -1;
@@ -155,9 +155,6 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         uiUpdateLogPage(false);
     }
     timerCounter = timerCounter >= timerCounterMax ? 0 : timerCounter + 1;
-    // About once a second: reap submitters started by "Re-submit job" that have ended since, so
-    // that none stays behind as a zombie until the next re-submit.
-    if (timerCounter == 0) fmStartProcess_checkallChildren();
 }
 
 bool fmHistorydb::rebuildRunning()

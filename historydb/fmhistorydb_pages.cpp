@@ -279,7 +279,6 @@ void fmHistorydb::on_actionRe_submit_job_triggered()
 {
     const QStringList args = fmResubmitSelectionArguments(jobs.Selection.get(), selectedCount(jobs));
     if (args.isEmpty()) return;
-    // Submitters started before and ended since are collected here, so none stays a zombie.
-    fmStartProcess_checkallChildren();
+    // Detached: the submitter is not the window's child, so nothing has to collect it.
     fmStartProcess(fmString<250>(fmResubmitExecutable(app.BinPath.toQString())), args, fmString<250>());
 }

@@ -231,10 +231,9 @@ void _JobSend::fromMinInfo(const _JobMinInfo* info, const bool& markUpdate, cons
     JobID = info->JobID;
     UserName = info->UserName;
     CompanyProjectName = info->CompanyProjectName;
-    // The minimal record's only other text is the one at 170; it names the job's application on
-    // the server side and its sequence part, so it goes to both places.
+    // The minimal record's only other text, the one at 170, fills Software; the job's own
+    // CustomSeQName is not among the fields set here and stays as it was.
     Software = info->CustomSeQName;
-    CustomSeQName = info->CustomSeQName;
     JobFlags = uint8_t(info->JobFlags & 0xFF);
     ServerOnly = (info->Bits & 2) ? 1 : 0;
     Disabled = (info->Bits & 4) ? 1 : 0;

@@ -1,6 +1,5 @@
 #include "jobs/fmjobhistory.h"
 
-#include <cctype>
 #include <cstring>
 
 // Byte offsets of fields in the derived job layers: well defined here (one non-virtual
@@ -342,16 +341,27 @@ _jobsHistoryDB_Runtime::_jobsHistoryDB_Runtime()
     QueueID = -1;
 }
 
+char16_t fmFilterLower(char16_t unit)
+{
+    const char32_t lower = QChar::toLower(char32_t(unit));
+    return lower <= 0xFFFF ? char16_t(lower) : unit;
+}
+
+QString fmFilterLower(const QString& text)
+{
+    QString out = text;
+    for (QChar& c : out)
+        c = QChar(fmFilterLower(c.unicode()));
+    return out;
+}
+
 namespace {
-// By the C library's tolower on the code value; units above 255 stay (tolower's domain ends there).
 template <int N>
 void lowerInPlace(fmString<N>& s)
 {
     const int n = s.len();
-    for (int i = 0; i < n; ++i) {
-        const uint16_t u = s.Data[i];
-        if (u < 256) s.Data[i] = uint16_t(std::tolower(int(u)));
-    }
+    for (int i = 0; i < n; ++i)
+        s.Data[i] = uint16_t(fmFilterLower(char16_t(s.Data[i])));
 }
 } // namespace
 

@@ -474,8 +474,8 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
     int32_t QueueID;                   // position in the job list; -1: slot not in use
     uint8_t HistorySelected;           // selection flag when the job list is a copy
     uint8_t Reserved37985;
-    fmString<25> UserNameLower;        // UserName lower-cased, for filtering
-    fmString<25> CompanyProjectLower;  // CompanyProjectName cut to 25, lower-cased
+    fmString<25> UserNameLower;       // UserName by fmFilterLower, for filtering
+    fmString<25> CompanyProjectLower; // CompanyProjectName cut to 25, by fmFilterLower
     uint8_t Reserved38098[6];
 
     _jobsHistoryDB_Runtime();
@@ -492,6 +492,12 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
 };
 
 #pragma pack(pop)
+
+// The one lower-casing of the user and project filters, for the stored keys and the filter text
+// alike: each UTF-16 unit by Unicode's simple mapping, one unit to one unit, whatever the process
+// locale. So every name taken from the jobs finds them again, letters beyond ASCII included.
+char16_t fmFilterLower(char16_t unit);
+QString fmFilterLower(const QString& text);
 
 // Speeds of the clients of FM's client table by client index, at most `max` of them; returns the
 // number written. Wired to fmC::_ClientList (FM.ClientList): `Speed` and `Cores` of each client.

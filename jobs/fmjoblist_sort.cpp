@@ -307,8 +307,9 @@ void _JobList::filter()
     if (FilterUser.isEmpty() && FilterProject.isEmpty() && FilterApp.isEmpty() && FilterText.isEmpty() &&
         FilterFlag1 && FilterFlag2 && FilterFlag3 && FilterFlag4 && FilterFlag5)
         return;
-    const QString user = FilterUser.left(25).toLower();
-    const QString project = FilterProject.left(50).toLower();
+    // Lowered as the stored keys are, so that a name taken from the jobs finds them.
+    const QString user = fmFilterLower(FilterUser.left(25));
+    const QString project = fmFilterLower(FilterProject.left(50));
     const fmFoldedNeedle text(FilterText);
 
     auto passes = [&](const _jobsHistoryDB_Runtime& r) {

@@ -244,7 +244,9 @@ int fmStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const Q
         return 3;
     case PM_SplitterWidth:
         return 2;
-    case PM_LayoutBottomMargin:
+    // The old toolkit's metric 78, PM_DockWidgetTitleBarButtonMargin by name (Qt 6 gives the
+    // number 78 to PM_LayoutBottomMargin, which keeps Fusion's value here).
+    case PM_DockWidgetTitleBarButtonMargin:
         return 3;
     default:
         return QProxyStyle::pixelMetric(metric, option, widget);

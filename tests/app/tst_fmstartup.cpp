@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSettings>
 #include <QTest>
 
 namespace {
@@ -67,6 +68,8 @@ private slots:
     void structureGuard();
     void debugLogFile();
     void noLogFileWithoutDebug();
+    void logLevelsAfterConfig_data();
+    void logLevelsAfterConfig();
     void styleChoices_data();
     void styleChoices();
 };
@@ -171,12 +174,13 @@ void tst_fmstartup::versionAndTitle()
     fm.ArgV = nullptr;
 }
 
-// The release date is the version file's second line, with its two failure texts.
+// The release date is the version file's second line as it stands, with its two failure texts.
 void tst_fmstartup::releaseDate_data()
 {
     QTest::addColumn<QByteArray>("file"); // "-" = no file
     QTest::addColumn<QString>("text");
     QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
+    QTest::newRow("blanks kept") << QByteArray(" 7.0.10\r\n  Nov 2026 \r\nmore\n") << "  Nov 2026 ";
     QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
     QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
 }
@@ -270,6 +274,51 @@ void tst_fmstartup::noLogFileWithoutDebug()
     QVERIFY(QDir(root.path() + QStringLiteral("sub/log")).exists());
     const QStringList files = QDir(root.path() + QStringLiteral("sub/log")).entryList(QDir::Files);
     QVERIFY2(files.isEmpty(), qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
+}
+
+// Catches log flags that a globalconfig.ini without them turns off, and a file whose flags undo
+// the command line's log options.
+void tst_fmstartup::logLevelsAfterConfig_data()
+{
+    QTest::addColumn<QStringList>("keys"); // "Interaction/..." keys the file holds; none else there
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QList<int>>("levelsOn");
+    QTest::addColumn<QList<int>>("levelsOff");
+    QTest::newRow("no flags in the file")
+        << QStringList{} << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10};
+    QTest::newRow("file turns a level off")
+        << QStringList{"LogLevel03=false"} << QStringList{} << QList<int>{0, 1, 3} << QList<int>{2};
+    QTest::newRow("debugMain, no flags")
+        << QStringList{} << QStringList{"-debugMain"} << QList<int>{0, 2, 10} << QList<int>{11};
+    QTest::newRow("debug wins over the file")
+        << QStringList{"LogLevel03=false", "LogLevel11=false", "LogLevel14=false"} << QStringList{"-debug"}
+        << QList<int>{2, 10, 13} << QList<int>{11, 12};
+}
+
+void tst_fmstartup::logLevelsAfterConfig()
+{
+    QFETCH(QStringList, keys);
+    QFETCH(QStringList, args);
+    QFETCH(QList<int>, levelsOn);
+    QFETCH(QList<int>, levelsOff);
+    fmTestRoot root;
+    QVERIFY(writeGlobalConfig(root));
+    {
+        QSettings ini(root.path() + QStringLiteral("sub/cfg_global/globalconfig.ini"), QSettings::IniFormat);
+        ini.remove(QStringLiteral("Interaction"));
+        for (const QString& k : keys)
+            ini.setValue(QStringLiteral("Interaction/") + k.section('=', 0, 0), k.section('=', 1) == "true");
+    }
+    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+    fmTestArgs a(withRoot(root, args));
+    fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads globalconfig.ini, ends at the client tables
+    QVERIFY(fm.cfg->LastFileTime.t != 0);
+    for (int l : levelsOn)
+        QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
+    for (int l : levelsOff)
+        QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
+    fm.ArgC = 0;
+    fm.ArgV = nullptr;
 }
 
 // The style choices from the configuration and the theme options reach the window side.

@@ -236,7 +236,8 @@ void tst_fmClientList::filterEmptyList()
     QVERIFY(list->FilterFlag);
 }
 
-// Catches a removal that leaves a gap or a stale record, and a find that is case-sensitive.
+// Catches a removal that leaves a gap, a stale record or stale list numbers, and a find that is
+// case-sensitive.
 void tst_fmClientList::addRemoveFind()
 {
     addFive();
@@ -250,9 +251,18 @@ void tst_fmClientList::addRemoveFind()
     QCOMPARE(list->findClient(fmString<25>("alpha")), -1);
     QCOMPARE(list->findClient(fmString<25>("echo")), 1);
     QCOMPARE(names(), (QStringList{"delta", "echo", "charlie", "Bravo"}));
-    list->removeClient(9, true); // out of range: nothing
+    auto listNos = [this] {
+        QList<int> r;
+        for (int i = 0; i < list->Count; ++i)
+            r << list->Clients[i].ListNo;
+        return r;
+    };
+    QCOMPARE(listNos(), (QList<int>{0, 1, 2, 3})); // with resort the later numbers close the gap
+    list->removeClient(9, true);                   // out of range: nothing
     list->removeClient(-1, true);
     QCOMPARE(int(list->Count), 4);
+    list->removeClient(0, false);
+    QCOMPARE(listNos(), (QList<int>{1, 2, 3})); // without, they stay
 }
 
 // Catches an addition past the fixed array.

@@ -138,6 +138,9 @@ private slots:
     void dockActions();
     // Catches a local layout that is not restored, and a missing fallback to the "reset" group.
     void layoutPersistence();
+    // Catches an empty remembered export folder that is used instead of the root.
+    void exportFolder_data();
+    void exportFolder();
 };
 
 void tst_fmhistorydb::initTestCase()
@@ -484,6 +487,25 @@ void tst_fmhistorydb::layoutPersistence()
     QCOMPARE(f.open().ui.treeJobs->columnWidth(0), 222);
     QSettings farm(FM.CfgGlobalPath.toQString() + "historydb_ui.ini", QSettings::IniFormat);
     QVERIFY(farm.childGroups().contains(fmHistorydb::screensGroupName()));
+}
+
+void tst_fmhistorydb::exportFolder_data()
+{
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QString>("expected"); // "root" for the root path
+    QTest::newRow("none") << QVariant() << "root";
+    QTest::newRow("empty") << QVariant(QString()) << "root";
+    QTest::newRow("remembered") << QVariant(QStringLiteral("/srv/out/")) << "/srv/out/";
+}
+
+void tst_fmhistorydb::exportFolder()
+{
+    QFETCH(QVariant, stored);
+    QFETCH(QString, expected);
+    WindowFixture f;
+    QSettings().remove("fmHistorydb/lastExportDirectory");
+    if (stored.isValid()) QSettings().setValue("fmHistorydb/lastExportDirectory", stored);
+    QCOMPARE(f.open().lastExportDirectory, expected == "root" ? f.Root : expected);
 }
 
 QTEST_MAIN(tst_fmhistorydb)

@@ -245,7 +245,7 @@ void tst_jobrecords::structVersion()
     QCOMPARE(job->isRightStructVersion(), result);
 }
 
-// A minimal record must set its fields and, when asked, the placeholder texts.
+// A minimal record must set its fields, only those, and, when asked, the placeholder texts.
 void tst_jobrecords::fromMinInfo()
 {
     _JobMinInfo info;
@@ -277,10 +277,12 @@ void tst_jobrecords::fromMinInfo()
     // Without clearing and marking: other fields stay, no flags from a zero byte.
     auto kept = std::make_unique<_JobSend>();
     kept->Camera = "cam";
+    kept->CustomSeQName = "seq";
     kept->Priority = 99;
     info.Bits = 0;
     kept->fromMinInfo(&info, false, false);
     QCOMPARE(kept->Camera.toQString(), QStringLiteral("cam"));
+    QCOMPARE(kept->CustomSeQName.toQString(), QStringLiteral("seq")); // not a field of the list
     QCOMPARE(int(kept->Priority), 99);
     QCOMPARE(int(kept->Status), 0);
     QCOMPARE(int(kept->ServerOnly), 0);
