@@ -70,7 +70,7 @@ private slots:
     void uncMaps();
     void osConversion_data();
     void osConversion();
-    void logSwitchesMissingAreOff();
+    void logSwitchesMissingKeepDefaults();
     void hostileFiles_data();
     void hostileFiles();
     void missingFile();
@@ -327,18 +327,19 @@ void tst_fmgconfig::osConversion()
     QCOMPARE(s.value(QStringLiteral("OSConversion/Path60")).toString(), written);
 }
 
-// A file without the switches must leave them off; present switches must land in their own array.
-void tst_fmgconfig::logSwitchesMissingAreOff()
+// A file without the switches must leave their defaults (0 to 4 on, 0 and 1 for mail); present
+// switches must land in their own array.
+void tst_fmgconfig::logSwitchesMissingKeepDefaults()
 {
     Farm f;
-    f.writeIni("[Interaction]\nLogLevel11=true\nLogLevelUI03=true\n[Email]\nLogLevel20=true\n");
+    f.writeIni("[Interaction]\nLogLevel11=true\nLogLevelUI03=false\n[Email]\nLogLevel20=true\n");
     QVERIFY(f.load());
     const _fmgConfig& c = *f.fm->cfg;
     for (int i = 0; i < 25; ++i) {
-        QCOMPARE(c.LogLevel[i], i == 10);
-        QCOMPARE(c.LogLevelUI[i], i == 2);
+        QCOMPARE(c.LogLevel[i], i <= 4 || i == 10);
+        QCOMPARE(c.LogLevelUI[i], i <= 4 && i != 2);
     }
-    for (int i = 0; i < 20; ++i) QCOMPARE(c.EmailLogLevel[i], i == 19);
+    for (int i = 0; i < 20; ++i) QCOMPARE(c.EmailLogLevel[i], i < 2 || i == 19);
 }
 
 void tst_fmgconfig::hostileFiles_data()

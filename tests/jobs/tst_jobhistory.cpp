@@ -500,7 +500,7 @@ void tst_jobhistory::runtimeKeys()
     h->TotalGhzHours = 1.0f;
     auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
     rt->fromJobSave(h.get(), nullptr, 0);
-    QCOMPARE(rt->UserNameLower.toQString(), QStringLiteral("anna \u00C4rger"));
+    QCOMPARE(rt->UserNameLower.toQString(), QStringLiteral("anna \u00E4rger"));
     QCOMPARE(rt->CompanyProjectLower.toQString(), QStringLiteral("the big project of thirty"));
     QCOMPARE(int(rt->CompanyProjectLower.Data[25]), 0);
     QCOMPARE(rt->CompanyProjectName.toQString(), QStringLiteral("The BIG Project Of Thirty Chars"));
