@@ -339,7 +339,8 @@ void tst_fmgconfig::logSwitchesMissingKeepDefaults()
         QCOMPARE(c.LogLevel[i], i <= 4 || i == 10);
         QCOMPARE(c.LogLevelUI[i], i <= 4 && i != 2);
     }
-    for (int i = 0; i < 20; ++i) QCOMPARE(c.EmailLogLevel[i], i < 2 || i == 19);
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(c.EmailLogLevel[i], i < 2 || i == 19);
 }
 
 void tst_fmgconfig::hostileFiles_data()
