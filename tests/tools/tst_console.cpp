@@ -290,8 +290,13 @@ void tst_console::arguments_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("text"); // expected in standard output or error
     const QString root = QStringLiteral("<A>");
-    QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("Usage:");
-    QTest::newRow("help after command") << QStringList{QStringLiteral("export"), QStringLiteral("-h")} << 0 << QStringLiteral("demo-root DIR");
+    QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("usage:");
+    QTest::newRow("help after command") << QStringList{QStringLiteral("export"), QStringLiteral("-h")} << 0
+                                        << QStringLiteral("export --all -o FILE");
+    QTest::newRow("help of a command") << QStringList{QStringLiteral("help"), QStringLiteral("check")} << 0
+                                       << QStringLiteral("EXIT STATUS\n    0    every file");
+    QTest::newRow("help of no command") << QStringList{QStringLiteral("help"), QStringLiteral("nope")} << 2
+                                        << QStringLiteral("Unknown command 'nope'");
     QTest::newRow("nothing") << QStringList{} << 2 << QStringLiteral("No command given");
     QTest::newRow("unknown command") << QStringList{QStringLiteral("frobnicate")} << 2 << QStringLiteral("Unknown command 'frobnicate'");
     QTest::newRow("unknown option") << QStringList{QStringLiteral("projects"), QStringLiteral("--frobnicate")} << 2
