@@ -21,6 +21,12 @@ const fmConsoleOption kCommon[] = {
     {.Name = "--help", .Alias = "-h", .Help = "Print this page and exit."},
 };
 
+// The common options that a command takes: -fmRoot only where there is a root to find.
+std::span<const fmConsoleOption> commonOptions(const fmConsoleCommand& c)
+{
+    return c.NeedsRoot ? std::span(kCommon) : std::span(kCommon).subspan(1);
+}
+
 QString indent(const char* text, int width)
 {
     const QString pad(width, QLatin1Char(' '));
@@ -55,7 +61,7 @@ QString commandPage(const fmConsoleCommand& c)
                     .arg(c.NeedsRoot ? QStringLiteral("[-fmRoot ROOT] ") : QString(), form);
     page += QStringLiteral("\nDESCRIPTION\n") + indent(c.Description, 4);
     page += QStringLiteral("\nOPTIONS\n") + optionLines(c.Options);
-    page += optionLines(c.NeedsRoot ? std::span(kCommon) : std::span(kCommon).subspan(1));
+    page += optionLines(commonOptions(c));
     page += QStringLiteral("\nEXIT STATUS\n") + indent(c.ExitStatus, 4);
     page += QStringLiteral("\nEXAMPLE\n") + indent(c.Example, 4);
     return page;
@@ -102,7 +108,7 @@ int run(const fmConsoleArgs& args)
     } else if (args.has("--options") && c) {
         for (const fmConsoleOption& o : c->Options)
             fmConsolePrint(QLatin1String(o.Name) + QLatin1Char('\n'));
-        for (const fmConsoleOption& o : kCommon)
+        for (const fmConsoleOption& o : commonOptions(*c))
             fmConsolePrint(QLatin1String(o.Name) + QLatin1Char('\n'));
     } else {
         fmConsolePrint(c ? commandPage(*c) : overview());
