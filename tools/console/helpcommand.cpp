@@ -15,7 +15,7 @@ const fmConsoleOption kOptions[] = {
 const fmConsoleOption kCommon[] = {
     {.Name = "-fmRoot",
      .Value = "ROOT",
-     .Help = "The farm root; without it, the root that holds the program in ROOT/bin/lx/."},
+     .Help = "The farm root (default: the root that holds the program in ROOT/bin/lx/)."},
     {.Name = "--verbose", .Help = "Also print the start-up's information lines."},
     {.Name = "-debug", .Help = "Switch on all debug log levels (and print them)."},
     {.Name = "--help", .Alias = "-h", .Help = "Print this page and exit."},
@@ -80,9 +80,20 @@ QString overview()
         "Commands:\n");
     for (const fmConsoleCommand* c : fmConsoleCommands())
         text += QStringLiteral("   %1%2\n").arg(QLatin1String(c->Name), -12).arg(QLatin1String(c->Summary));
+    text += QStringLiteral("\nOptions of every command:\n");
+    for (const fmConsoleOption& o : kCommon) {
+        const QString head =
+            o.Alias
+                ? QStringLiteral("%1, %2").arg(QLatin1String(o.Alias), QLatin1String(o.Name))
+                : QLatin1String(o.Name) + (o.Value ? QLatin1Char(' ') + QLatin1String(o.Value) : QString());
+        text += QStringLiteral("   %1%2\n").arg(head, -15).arg(QLatin1String(o.Help));
+    }
     text += QStringLiteral(
         "\nExit status: 0 done, 1 a file failed, 2 bad arguments, 3 a database could not be\n"
         "reached, 100 start-up failed (no root, no configuration).\n"
+        "\n"
+        "Example:\n"
+        "   fmHistorydbconsole -fmRoot /mnt/farm export --all -o costs.csv\n"
         "\n"
         "'fmHistorydbconsole help COMMAND' shows a command's options, exit status and an example.\n");
     return text;
