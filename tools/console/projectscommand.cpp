@@ -29,7 +29,7 @@ QString check(fmConsoleArgs& args)
         return QStringLiteral("Unexpected argument '%1'").arg(args.Positional.first());
     if (args.has("--json") && args.has("--names"))
         return QStringLiteral("projects takes either --json or --names");
-    args.DataOnStdout = args.has("--json");
+    args.DataOnStdout = args.has("--json") || args.has("--names"); // log lines go to standard error
     return QString();
 }
 
