@@ -4,9 +4,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 secs=${1:-60}
+launcher=()
+if command -v ccache >/dev/null 2>&1; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
 cmake -S . -B build-fuzz -G Ninja -DFM_FUZZ=ON -DFM_WERROR=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_CXX_COMPILER=clang++-14
-cmake --build build-fuzz -j "$(nproc)"
+  -DCMAKE_CXX_COMPILER=clang++-14 "${launcher[@]}"
+cmake --build build-fuzz -j "$(nproc)" --target fuzzers
 mkdir -p build-fuzz/corpus
 status=0
 for t in build-fuzz/fuzz/fuzz_*; do

@@ -5,7 +5,7 @@
 set -eu
 ROOT=${1:-$(cd "$(dirname "$0")/.." && pwd)}
 RES=$ROOT/resources
-mkdir -p "$RES/Logos" "$RES/color_IDs" "$RES/JobTable" "$RES/menuAppIcons" "$RES/Buttons"
+mkdir -p "$RES/Logos" "$RES/color_IDs" "$RES/JobTable" "$RES/menuAppIcons" "$RES/Buttons" "$RES/appicon"
 
 # Small, reproducible files: no time stamps, no text chunks. $out names the file.
 png() { convert "$@" -strip -define png:exclude-chunks=date,time,tEXt,zTXt "PNG32:$out"; }
@@ -136,6 +136,21 @@ png -size 120x40 gradient:'#5f7faf'-'#2f4f7f' -rotate 90
 out=$RES/Logos/PleaseWait.bmp
 bmp -size 160x40 xc:'#f4f4f4' -fill '#2f4f7f' -draw 'rectangle 0,0 159,3' -draw 'rectangle 0,36 159,39' \
     -fill '#5f7faf' -draw 'circle 60,20 60,14' -draw 'circle 80,20 80,14' -draw 'circle 100,20 100,14'
+
+# The desktop icon of an installed fmHistorydb (not compiled in): the logo's blue tile with three
+# job rows, their orange progress bars, and a clock for the history. 256 pixels, scaled down.
+out=$RES/appicon/fmhistorydb-256.png
+png -size 256x256 xc:none -fill '#2f4f7f' -draw 'roundrectangle 8,8 247,247 40,40' \
+    -fill '#dde6f4' -draw 'roundrectangle 36,52 220,84 8,8' -draw 'roundrectangle 36,104 220,136 8,8' \
+    -draw 'roundrectangle 36,156 150,188 8,8' \
+    -fill '#f0a020' -draw 'roundrectangle 36,52 196,84 8,8' -draw 'roundrectangle 36,104 128,136 8,8' \
+    -draw 'roundrectangle 36,156 84,188 8,8' \
+    -fill white -stroke '#2f4f7f' -strokewidth 8 -draw 'circle 184,184 184,136' \
+    -stroke '#2f4f7f' -strokewidth 9 -draw 'line 184,184 184,154' -draw 'line 184,184 206,196'
+for size in 128 48; do
+    out=$RES/appicon/fmhistorydb-$size.png
+    png "$RES/appicon/fmhistorydb-256.png" -resize ${size}x$size
+done
 
 # The resource file: one <qresource> per prefix, files in name order.
 {

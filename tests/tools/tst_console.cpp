@@ -114,6 +114,8 @@ private slots:
     void splashIsValidPng();
     void arguments_data();
     void arguments();
+    void helpPages_data();
+    void helpPages();
     void startupPassesWithoutWarnings();
     void projectsText();
     void projectsJson();
@@ -290,8 +292,13 @@ void tst_console::arguments_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("text"); // expected in standard output or error
     const QString root = QStringLiteral("<A>");
-    QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("Usage:");
-    QTest::newRow("help after command") << QStringList{QStringLiteral("export"), QStringLiteral("-h")} << 0 << QStringLiteral("demo-root DIR");
+    QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("usage:");
+    QTest::newRow("help after command") << QStringList{QStringLiteral("export"), QStringLiteral("-h")} << 0
+                                        << QStringLiteral("export --all -o FILE");
+    QTest::newRow("help of a command") << QStringList{QStringLiteral("help"), QStringLiteral("check")} << 0
+                                       << QStringLiteral("EXIT STATUS\n    0    every file");
+    QTest::newRow("help of no command") << QStringList{QStringLiteral("help"), QStringLiteral("nope")} << 2
+                                        << QStringLiteral("Unknown command 'nope'");
     QTest::newRow("nothing") << QStringList{} << 2 << QStringLiteral("No command given");
     QTest::newRow("unknown command") << QStringList{QStringLiteral("frobnicate")} << 2 << QStringLiteral("Unknown command 'frobnicate'");
     QTest::newRow("unknown option") << QStringList{QStringLiteral("projects"), QStringLiteral("--frobnicate")} << 2
@@ -354,6 +361,36 @@ void tst_console::arguments()
     QVERIFY2((r.Out + r.Err).contains(text), qPrintable(r.Out + r.Err));
     QVERIFY(!QFileInfo::exists(Tmp.filePath(QStringLiteral("x"))));
     QVERIFY(!QFileInfo::exists(Tmp.filePath(QStringLiteral("x_debug"))));
+}
+
+void tst_console::helpPages_data()
+{
+    QTest::addColumn<QString>("command");
+    const Run r = runConsole({QStringLiteral("help"), QStringLiteral("--commands")});
+    QCOMPARE(r.Code, 0);
+    for (const QString& name : r.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+// Catches a command missing from the overview or the completion lists, a page without one of its
+// sections, and an option that the command takes but its page does not explain.
+void tst_console::helpPages()
+{
+    QFETCH(QString, command);
+    const Run overview = runConsole({QStringLiteral("--help")});
+    QVERIFY2(overview.Out.contains(QStringLiteral("\n   ") + command + QLatin1Char(' ')), qPrintable(overview.Out));
+    const Run page = runConsole({QStringLiteral("help"), command});
+    QCOMPARE(page.Code, 0);
+    for (const char* section : {"NAME\n", "SYNOPSIS\n", "DESCRIPTION\n", "OPTIONS\n", "EXIT STATUS\n", "EXAMPLE\n"})
+        QVERIFY2(page.Out.contains(QLatin1String(section)), section);
+    const Run options = runConsole({QStringLiteral("help"), QStringLiteral("--options"), command});
+    QCOMPARE(options.Code, 0);
+    // Each option heads a line of its own: "    --name VALUE" or "    -o, --name VALUE".
+    for (const QString& option : options.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QRegularExpression head(QStringLiteral("^    (-\\w, )?%1( |$)").arg(QRegularExpression::escape(option)),
+                                      QRegularExpression::MultilineOption);
+        QVERIFY2(head.match(page.Out).hasMatch(), qPrintable(option));
+    }
 }
 
 // Catches a demo root that the start-up warns about: configuration, clients, groups, users.

@@ -13,9 +13,9 @@ class __FM;
 
 struct fmDemoRootOptions
 {
-    QString Dir;          // the root to create; made if missing
-    int Projects = 6;     // 1..40
-    int Jobs = 0;         // jobs of the first (largest) project; 0: the default mix
+    QString Dir;      // the root to create; made if missing
+    int Projects = 6; // 1..40
+    int Jobs = 0;     // jobs of the first (largest) project; 0: the default mix
     uint64_t Seed = 1;
     QString ExecutableDir; // folder whose fmHistorydb and fmHistorydbconsole are copied; empty: none
 };
@@ -39,7 +39,8 @@ struct fmDemoRootReport
     int totalJobs() const
     {
         int n = 0;
-        for (const fmDemoProjectReport& p : Projects) n += p.Jobs;
+        for (const fmDemoProjectReport& p : Projects)
+            n += p.Jobs;
         return n;
     }
 };
