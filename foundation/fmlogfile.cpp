@@ -1,6 +1,7 @@
 #include "foundation/fmlogfile.h"
 
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "foundation/fmprocess.h"
 
 #include <QDir>
@@ -140,7 +141,7 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
             }
             return false;
         }
-        fmSetFileRights_ReadWriteAll(path.toLocal8Bit().constData());
+        fmSetFileRights_ReadWriteAll(fmPathToBytes(path).constData());
     } else {
         if (size > MaxFileSize && AllowTrim) trimLogFile(path, size);
         opened = file.open(QIODevice::Append);
@@ -169,8 +170,8 @@ void fmLogfile::trimLogFile(const QString& path, qint64 size)
     if (keep <= 0) return;
     QByteArray tail;
     {
-        QFile in(path);
-        if (!in.open(QIODevice::ReadOnly)) return;
+        QFile in;
+        if (!fmOpenRegularFile(in, path, fmFileCap::LogFile, nullptr)) return;
         if (!in.seek(size - keep)) return;
         tail = in.read(keep);
         if (tail.size() != keep) return;
@@ -205,5 +206,5 @@ void writeToLogFile(const fmString8_evenSize<250>& file, fmString8_evenSize<1000
     f.write(text.Data, text.len());
     if (appendNewline) f.write("\n", 1);
     f.close();
-    if (!existed && setRights) fmSetFileRights_ReadWriteAll(path.toLocal8Bit().constData());
+    if (!existed && setRights) fmSetFileRights_ReadWriteAll(fmPathToBytes(path).constData());
 }

@@ -10,6 +10,7 @@
 
 #include "app/fm.h"
 #include "browser/fmprojecttable.h"
+#include "foundation/fmfileread.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/demoroot.h"
 
@@ -243,7 +244,7 @@ int runProjects(const Command& cmd)
         for (int i = 0; i < table->nrOfProjects; ++i) {
             QString message;
             const auto r = table->loadProjectJobs(i, *list, message);
-            if (r == fmProjectTable::LoadFileMissing) FM.WriteLog(2, 0, message, QStringLiteral("console,projects"));
+            if (!message.isEmpty()) FM.WriteLog(2, 0, message, QStringLiteral("console,projects"));
             if (r != fmProjectTable::LoadDone) result = ExitFailed;
         }
     }
@@ -257,10 +258,10 @@ int runProjects(const Command& cmd)
         const _projectInfo& p = table->projects[size_t(i)];
         QJsonArray files;
         for (const _projectInfo_files& f : p.Files)
-            files.append(QJsonObject{{QStringLiteral("path"), f.FileName},
+            files.append(QJsonObject{{QStringLiteral("path"), fmPathForDisplay(f.FileName)},
                                      {QStringLiteral("size"), double(f.Size)},
                                      {QStringLiteral("time"), isoTime(f.Time)}});
-        projects.append(QJsonObject{{QStringLiteral("name"), p.Name},
+        projects.append(QJsonObject{{QStringLiteral("name"), fmPathForDisplay(p.Name)},
                                     {QStringLiteral("files"), files},
                                     {QStringLiteral("first"), isoTime(p.DateFirst)},
                                     {QStringLiteral("last"), isoTime(p.DateLast)},
@@ -295,7 +296,10 @@ int runExport(const Command& cmd)
     } else {
         // Project names match without regard to case, as the table groups them.
         for (int i = 0; i < table->nrOfProjects && indexes.isEmpty(); ++i)
-            if (table->projects[size_t(i)].Name.compare(cmd.Project, Qt::CaseInsensitive) == 0) indexes.append(i);
+            if (table->projects[size_t(i)].Name.compare(cmd.Project, Qt::CaseInsensitive) == 0 ||
+                fmPathForDisplay(table->projects[size_t(i)].Name).compare(cmd.Project, Qt::CaseInsensitive) ==
+                    0)
+                indexes.append(i);
         if (indexes.isEmpty()) {
             printErr(QStringLiteral("Unknown project '%1'; 'fmHistorydbconsole projects' lists them.\n").arg(cmd.Project));
             return ExitUsage;
