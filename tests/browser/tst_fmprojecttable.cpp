@@ -185,16 +185,10 @@ void tst_fmprojecttable::loadProject()
 void tst_fmprojecttable::databaseKinds_data()
 {
     QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("message"); // behind the file's name; empty: loaded
-    QTest::newRow("non-UTF-8 name") << "latin1"
-                                    << "";
-    QTest::newRow("empty") << "empty"
-                           << "Project database is empty!";
-    QTest::newRow("FIFO") << "fifo"
-                          << "Unable to open project database!|Is a FIFO, not a regular file";
-    QTest::newRow("device link")
-        << "device"
-        << "Unable to open project database!|Is a character device, not a regular file";
+    QTest::addColumn<QString>("message"); // %1 the file's name as shown; empty: loaded
+    QTest::newRow("non-UTF-8 name") << "latin1" << "";
+    QTest::newRow("empty") << "empty" << "Project database is empty!\n'%1'";
+    QTest::newRow("FIFO") << "fifo" << "Unable to open project database!\n'%1'\nIs a FIFO, not a regular file";
 }
 
 void tst_fmprojecttable::databaseKinds()
@@ -209,21 +203,15 @@ void tst_fmprojecttable::databaseKinds()
     if (kind == "empty") QVERIFY(jlfix::writeFile(made, ""));
     if (QFile::exists(made)) QVERIFY(::rename(QFile::encodeName(made).constData(), p.constData()) == 0);
     if (kind == "fifo") QVERIFY(::mkfifo(p.constData(), 0600) == 0);
-    if (kind == "device") QVERIFY(::symlink("/dev/zero", p.constData()) == 0);
     fmProjectTable t(FM);
     t.loadProjectList(d.path() + "/");
     QCOMPARE(t.nrOfProjects, 1);
-    QCOMPARE(fmPathForDisplay(t.projects[0].Name), QString::fromUtf8("Proj\uFFFDkt"));
-    QVERIFY(fmProjectTable::comboText(t.projects[0]).endsWith(QString::fromUtf8("Proj\uFFFDkt")));
+    QVERIFY(fmProjectTable::comboText(t.projects[0]).endsWith(QString::fromUtf8("   Proj\uFFFDkt")));
     fmJ::_JobList list(FM, nullptr);
     QString msg;
     const auto r = t.loadProjectJobs(0, list, msg);
     QCOMPARE(r, message.isEmpty() ? fmProjectTable::LoadDone : fmProjectTable::LoadFileMissing);
-    const QStringList parts = message.split('|');
-    const QString shown = QStringLiteral("'") + fmPathForDisplay(path) + QLatin1Char('\'');
-    QCOMPARE(msg, message.isEmpty()
-                      ? QString()
-                      : parts.value(0) + "\n" + shown + (parts.size() > 1 ? "\n" + parts[1] : QString()));
+    QCOMPARE(msg, message.isEmpty() ? QString() : message.arg(fmPathForDisplay(path)));
     QCOMPARE(list.JobCount, message.isEmpty() ? 2 : 0);
     QVERIFY(fmDeleteFile(path).isEmpty()); // QTemporaryDir can't remove a name that is no UTF-8
 }
