@@ -211,6 +211,27 @@ bool fmOpenRegularFile(QFile& file, const QString& path, qint64 maxBytes, QStrin
     return true;
 }
 
+bool fmOpenForAppend(QFile& file, const QString& path)
+{
+    if (file.isOpen()) file.close();
+    const int fd = ::open(fmPathToBytes(path).constData(),
+                          O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (fd < 0) return false;
+    struct stat st;
+    int e = 0;
+    if (::fstat(fd, &st) != 0)
+        e = errno;
+    else if (!S_ISREG(st.st_mode))
+        e = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+    else if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0)
+        e = errno;
+    if (e == 0 && file.open(fd, QIODevice::WriteOnly | QIODevice::Append, QFileDevice::AutoCloseHandle))
+        return true;
+    ::close(fd);
+    errno = e != 0 ? e : EIO;
+    return false;
+}
+
 bool fmReadRegularFile(const QString& path, qint64 maxBytes, QByteArray& out, QString* reason)
 {
     out.clear();

@@ -42,6 +42,11 @@ bool fmOpenRegularFile(QFile& file, const QString& path, qint64 maxBytes, QStrin
 // is refused as well. out is empty after a failure.
 bool fmReadRegularFile(const QString& path, qint64 maxBytes, QByteArray& out, QString* reason);
 
+// Opens (or creates, mode 0666 before umask) a file to append to, without blocking: a FIFO or a
+// device in the place of a log file fails at once instead of stalling the writer. On failure errno
+// tells why (EINVAL for a file that is no regular file).
+bool fmOpenForAppend(QFile& file, const QString& path);
+
 // The reason of a file too large: "File too large (<size> bytes, at most <max>)".
 QString fmFileTooLargeText(qint64 size, qint64 maxBytes);
 

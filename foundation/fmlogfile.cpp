@@ -126,10 +126,10 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
     const bool exists = fmFileExists(path, nullptr, &size);
     if (updateTime) LastFlush.SetCurrentTime();
 
-    QFile file(path);
+    QFile file; // opened without blocking: a FIFO in the log's place must not stall the program
     bool opened = false;
     if (!exists) {
-        opened = file.open(QIODevice::Append);
+        opened = fmOpenForAppend(file, path);
         const int err = errno;
         if (!opened) {
             if (LastError.t == 0 && reportErrors) {
@@ -144,7 +144,7 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
         fmSetFileRights_ReadWriteAll(fmPathToBytes(path).constData());
     } else {
         if (size > MaxFileSize && AllowTrim) trimLogFile(path, size);
-        opened = file.open(QIODevice::Append);
+        opened = fmOpenForAppend(file, path);
         const int err = errno;
         if (!opened) {
             if (LastError.t == 0 && reportErrors) {
@@ -201,8 +201,8 @@ void writeToLogFile(const fmString8_evenSize<250>& file, fmString8_evenSize<1000
     if (file.isEmpty()) return;
     const QString path = file.toQString();
     const bool existed = QFileInfo::exists(path);
-    QFile f(path);
-    if (!f.open(QIODevice::Append)) return;
+    QFile f;
+    if (!fmOpenForAppend(f, path)) return;
     f.write(text.Data, text.len());
     if (appendNewline) f.write("\n", 1);
     f.close();
