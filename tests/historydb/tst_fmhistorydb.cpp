@@ -19,6 +19,8 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 #include <functional>
 #include <memory>
 
@@ -484,6 +486,13 @@ void tst_fmhistorydb::layoutPersistence()
     QCOMPARE(f.open().ui.treeJobs->columnWidth(0), 222);
     QSettings farm(FM.CfgGlobalPath.toQString() + "historydb_ui.ini", QSettings::IniFormat);
     QVERIFY(farm.childGroups().contains(fmHistorydb::screensGroupName()));
+    // A FIFO in the place of the farm's layout file blocks neither a start, a save nor a reset.
+    const QByteArray fifo = QFile::encodeName(farm.fileName());
+    QVERIFY(QFile::remove(farm.fileName()) && ::mkfifo(fifo.constData(), 0600) == 0);
+    QSettings().remove("fmHistorydb");
+    f.open().on_actionLayoutSaveGlobal_triggered();
+    f.Window->on_actionReset_Layout_triggered();
+    QVERIFY(QFile::remove(farm.fileName()));
 }
 
 QTEST_MAIN(tst_fmhistorydb)
