@@ -14,18 +14,20 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static QTemporaryDir* dir = [] {
-        auto* d = new QTemporaryDir;
-        FM.CfgGlobalPath.set(d->path() + QStringLiteral("/"));
+    // Removed at exit with the files in it.
+    static QTemporaryDir dir;
+    static const bool ready = [] {
+        FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
         FM.createFarmTables();
         fmFileLocker::setSleepFunction([](int) {});
-        return d;
+        return true;
     }();
+    (void)ready;
     // The first byte chooses the file; the rest is its content.
     const bool groups = size > 0 && (data[0] & 1);
     const QByteArray bytes(reinterpret_cast<const char*>(data) + (size > 0 ? 1 : 0),
                            qsizetype(size > 0 ? size - 1 : 0));
-    QFile f(dir->path() + (groups ? QStringLiteral("/clientgroups.ini") : QStringLiteral("/clients.ini")));
+    QFile f(dir.path() + (groups ? QStringLiteral("/clientgroups.ini") : QStringLiteral("/clients.ini")));
     if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size()) std::abort();
     f.close();
     if (groups) {

@@ -12,12 +12,14 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static QTemporaryDir* dir = [] {
-        auto* d = new QTemporaryDir;
-        FM.CfgGlobalPath.set(d->path() + QStringLiteral("/"));
-        return d;
+    // Removed at exit with the files in it.
+    static QTemporaryDir dir;
+    static const bool ready = [] {
+        FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
+        return true;
     }();
-    QFile f(dir->path() + QStringLiteral("/globalconfig.ini"));
+    (void)ready;
+    QFile f(dir.path() + QStringLiteral("/globalconfig.ini"));
     if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
         f.write(reinterpret_cast<const char*>(data), qint64(size)) != qint64(size))
         std::abort();
