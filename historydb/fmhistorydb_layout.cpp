@@ -31,7 +31,8 @@ bool copyGlobalLayout(__FM& app, fmPrivateCopy& copy)
     QString why;
     if (copy.copyFrom(globalLayoutFile(app), fmFileCap::ConfigIni, true, &why)) return true;
     app.WriteLog(2, fmLog_NoMessageBox,
-                 QStringLiteral("Unable to read '") + fmPathForDisplay(globalLayoutFile(app)) + QStringLiteral("': ") + why,
+                 QStringLiteral("Unable to read '") + fmPathForDisplay(globalLayoutFile(app)) +
+                     QStringLiteral("': ") + why,
                  QStringLiteral("fmHistorydb,layout"));
     return false;
 }

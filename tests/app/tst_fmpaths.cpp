@@ -183,7 +183,8 @@ void tst_fmpaths::relink()
     line.replace("%T", t.toLocal8Bit());
     QVERIFY(first.writeFile(QLatin1String(fmRelinkFile), line));
     const QByteArray relink = QFile::encodeName(first.path() + QLatin1String(fmRelinkFile));
-    if (line == "<fifo>") QVERIFY(::unlink(relink.constData()) == 0 && ::mkfifo(relink.constData(), 0600) == 0);
+    if (line == "<fifo>")
+        QVERIFY(::unlink(relink.constData()) == 0 && ::mkfifo(relink.constData(), 0600) == 0);
     RootSearch s;
     QCOMPARE(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), first.path()}, QString()), found);
     if (found) {

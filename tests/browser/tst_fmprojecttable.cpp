@@ -186,9 +186,12 @@ void tst_fmprojecttable::databaseKinds_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("message"); // %1 the file's name as shown; empty: loaded
-    QTest::newRow("non-UTF-8 name") << "latin1" << "";
-    QTest::newRow("empty") << "empty" << "Project database is empty!\n'%1'";
-    QTest::newRow("FIFO") << "fifo" << "Unable to open project database!\n'%1'\nIs a FIFO, not a regular file";
+    QTest::newRow("non-UTF-8 name") << "latin1"
+                                    << "";
+    QTest::newRow("empty") << "empty"
+                           << "Project database is empty!\n'%1'";
+    QTest::newRow("FIFO") << "fifo"
+                          << "Unable to open project database!\n'%1'\nIs a FIFO, not a regular file";
 }
 
 void tst_fmprojecttable::databaseKinds()

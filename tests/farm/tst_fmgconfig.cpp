@@ -398,13 +398,15 @@ void tst_fmgconfig::missingFile()
     QVERIFY(f.fm->has(0, QStringLiteral("Unable to read '%1': Is a directory").arg(f.iniPath())));
     QVERIFY(QDir().rmdir(f.iniPath()) && ::mkfifo(QFile::encodeName(f.iniPath()).constData(), 0600) == 0);
     QVERIFY(!f.load());
-    QVERIFY(f.fm->has(0, QStringLiteral("Unable to read '%1': Is a FIFO, not a regular file").arg(f.iniPath())));
+    QVERIFY(
+        f.fm->has(0, QStringLiteral("Unable to read '%1': Is a FIFO, not a regular file").arg(f.iniPath())));
     QVERIFY(QFile::remove(f.iniPath()));
     f.writeIni("");
     QVERIFY(::truncate(QFile::encodeName(f.iniPath()).constData(), 1LL << 30) == 0);
     QVERIFY(!f.load());
-    QVERIFY(f.fm->has(0, QStringLiteral("Unable to read '%1': File too large (1073741824 bytes, at most 16777216)")
-                             .arg(f.iniPath())));
+    QVERIFY(f.fm->has(
+        0, QStringLiteral("Unable to read '%1': File too large (1073741824 bytes, at most 16777216)")
+               .arg(f.iniPath())));
 }
 
 // A reload that reads the file again although its time did not change, or skips a newer one.

@@ -7,9 +7,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <sys/stat.h>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 
 static QStringList tapped;
 static void tap(int, const QString& text, const QString&) { tapped << text; }
@@ -222,8 +222,10 @@ void tst_fmUsers::wrongSize()
     QFETCH(int, size);
     QFETCH(QString, message);
     QFile::remove(path7());
-    if (size >= 0) writeFile(path7(), QByteArray(size, '\0'));
-    else QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
+    if (size >= 0)
+        writeFile(path7(), QByteArray(size, '\0'));
+    else
+        QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
     users().LastFileTime.t = 0;
     QVERIFY(!FM.LoadFileUserSettings());
     QCOMPARE(tapped.last(), (size < 0 ? "Unable to open '" : "") + path7() + message);

@@ -250,8 +250,8 @@ void tst_fmhistorydb::missingFileWarns()
     w.PleaseUpdateViews = false;
     BoxAnswer answer([](fmMessageBox* b) { return b->Button1; });
     w.ui.Show_ComboProject->setCurrentIndex(2);
-    QCOMPARE(answer.Seen.trimmed(),
-             QStringLiteral("Unable to find project database!\n'") + f.History + "Beta.db61'\nNo such file or directory");
+    QCOMPARE(answer.Seen.trimmed(), QStringLiteral("Unable to find project database!\n'") + f.History +
+                                        "Beta.db61'\nNo such file or directory");
     QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
     QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("2 jobs"));
     QCOMPARE(f.Jobs->JobCount, 2); // the first file of B was loaded
@@ -303,8 +303,8 @@ void tst_fmhistorydb::deleteJobs()
     const QStringList failures = log.matching("Unable to delete FOI image file");
     QCOMPARE(failures.size(), image == QLatin1String("folder") ? int(selected.size()) : 0);
     if (!failures.isEmpty())
-        QVERIFY(
-            failures.first().endsWith("Unable to delete FOI image file; '" + images[0] + "'; Unable to delete file, Is a directory"));
+        QVERIFY(failures.first().endsWith("Unable to delete FOI image file; '" + images[0] +
+                                          "'; Unable to delete file, Is a directory"));
     if (selected.isEmpty()) return;
     // The table was scanned again: every project shows an estimate, the combo is on "-- none --",
     // and the current project and the label stay.
