@@ -1,6 +1,7 @@
 // globalconfig.ini: loading and saving the configuration table, and its setters.
 #include "app/fm.h"
 #include "farm/fmgconfig.h"
+#include "foundation/fmfileread.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -13,10 +14,6 @@
 #include <cstring>
 
 namespace {
-
-// A globalconfig.ini is some ten kilobytes; anything near this size is not one, and parsing it
-// would only cost memory and time.
-constexpr qint64 kMaxCfgFileBytes = 16 * 1024 * 1024;
 
 const QString kCfgFileName = QStringLiteral("globalconfig.ini");
 
@@ -100,20 +97,24 @@ bool __FM::LoadFileCfg()
     WriteLog(10, 0, path + QStringLiteral("   loading..."), QLatin1String(where));
     if (!cfg) return false;
 
-    const int64_t mtime = fileTime(path);
-    if (mtime == 0 && !QFileInfo(path).isFile()) {
+    if (!fmPathExists(path)) {
         WriteLog(0, 0, QStringLiteral("globalconfig.ini not found!"), QLatin1String(where));
         return false;
     }
+    const int64_t mtime = fileTime(path);
     // Unchanged since the last read (0: never read, whatever the file's time).
-    if (cfg->LastFileTime.t != 0 && cfg->LastFileTime.t >= mtime) return true;
+    if (cfg->LastFileTime.t != 0 && mtime != 0 && cfg->LastFileTime.t >= mtime) return true;
 
-    if (QFileInfo(path).size() > kMaxCfgFileBytes) {
-        WriteLog(0, 0, QStringLiteral("globalconfig.ini has wrong file format, file broken!"), QLatin1String(where));
+    // QSettings reads a private copy: on the root it would block on a FIFO and read without a cap.
+    fmPrivateCopy copy;
+    QString why;
+    if (!copy.copyFrom(path, fmFileCap::ConfigIni, false, &why)) {
+        WriteLog(0, 0,
+                 QStringLiteral("Unable to read '") + fmPathForDisplay(path) + QStringLiteral("': ") + why,
+                 QLatin1String(where));
         return false;
     }
-
-    QSettings ini(path, QSettings::IniFormat);
+    QSettings ini(copy.fileName(), QSettings::IniFormat);
     if (ini.status() != QSettings::NoError) {
         logStatus(*this, ini.status(), "Unable to read globalconfig.ini! ", where);
         return false;

@@ -1,15 +1,18 @@
 // clients.ini and clientgroups.ini, and the farm tables owned by FM.
 //
 // clients.ini lives on the shared root and is read and written by every tool of the farm. QSettings
-// never works on the share: the file is copied to a local temporary file under the file lock, the
-// settings work there, and a save copies the result back while it still holds the lock.
+// never works on the share: the file is copied to a private temporary file of this process under
+// the file lock, the settings work there, and a save writes the result back while it still holds
+// the lock.
 #include "app/fm.h"
 #include "farm/fmclientlog.h"
 #include "farm/fmclient.h"
 #include "farm/fmclientgroups.h"
 #include "farm/fmclientlist.h"
 #include "farm/fmusers.h"
+#include "foundation/fmfile.h"
 #include "foundation/fmfilelock.h"
+#include "foundation/fmfileread.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -17,14 +20,13 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QSettings>
-#include <QThread>
 #include <cmath>
 #include <memory>
 
 using namespace fmC;
 
-static const QString TempClientsPath = QStringLiteral("/tmp/clients.ini");
 static const char* const ReservedClientName = "nemo"; // never written: the name is reserved
 
 void __FM::createFarmTables()
@@ -57,50 +59,44 @@ static QString lockOwner(const __FM& fm) { return fm.App.MachineName.toQString()
 // Applications that may create clients.ini when it is missing.
 static bool mayCreateClients(fm_AppType t) { return t == fm_AppType_Server || t == fm_AppType_Config; }
 
-// Copies src over dst block by block. Reports through the log; false on any failure.
-static bool copyBlocks(__FM& fm, const QString& src, const QString& dst, const QString& where)
+// Writes the bytes of the private copy over the shared file: beside it, flushed, renamed over it, so
+// that a failed write leaves the old file. Reports through the log; false on any failure.
+static bool writeBack(__FM& fm, fmPrivateCopy& copy, const QString& path, const QString& where)
 {
-    QFile in(src), out(dst);
-    if (!in.open(QIODevice::ReadOnly)) {
-        farmLog(fm, 1, 0, QStringLiteral("Unknown error while opening ") + src + QStringLiteral("! ") + in.errorString(),
-                    where);
-        return false;
-    }
-    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        farmLog(fm, 1, 0, QStringLiteral("Unknown error while opening ") + dst + QStringLiteral("! ") + out.errorString(),
-                    where);
-        return false;
-    }
-    constexpr qint64 block = 1 << 20;
-    QByteArray buf;
-    int n = 0;
-    for (;; ++n) {
-        buf = in.read(block);
-        if (buf.isEmpty()) break;
-        if (out.write(buf) != buf.size()) {
-            farmLog(fm, 1, 0, QStringLiteral("Failure to write block ") + QString::number(n) + QStringLiteral("  ") +
-                                  out.errorString(), where);
-            return false;
-        }
-    }
-    out.close();
-    if (QFileInfo(dst).size() != in.size()) {
-        farmLog(fm, 1, 0, QStringLiteral("Failure to read block ") + QString::number(n) + QStringLiteral("  ") + in.errorString(),
+    QByteArray bytes;
+    QString why;
+    if (!copy.readBack(bytes, &why)) {
+        farmLog(fm, 1, 0,
+                QStringLiteral("Unknown error while opening ") + copy.fileName() + QStringLiteral("! ") + why,
                 where);
         return false;
     }
+    QSaveFile out(path);
+    if (!out.open(QIODevice::WriteOnly)) {
+        farmLog(fm, 1, 0,
+                QStringLiteral("Unknown error while opening ") + path + QStringLiteral("! ") +
+                    out.errorString(),
+                where);
+        return false;
+    }
+    if (out.write(bytes) != bytes.size() || !out.commit()) {
+        farmLog(fm, 1, 0, QStringLiteral("Failure to write block 0  ") + out.errorString(), where);
+        return false;
+    }
+    // Every tool of the farm, under whatever user, must be able to write it again.
+    fmSetFileRights_ReadWriteAll(fmPathToBytes(path).constData());
     return true;
 }
 
-// A fresh temporary copy of clients.ini; an empty one when the shared file is missing.
-static bool makeTempCopy(__FM& fm, const QString& path, const QString& where)
+// The private copy of clients.ini; an empty one when the shared file is missing. A file that is
+// no regular file, or too large, is reported with its name and the system's reason.
+static bool takeCopy(__FM& fm, fmPrivateCopy& copy, const QString& path, const QString& where)
 {
-    QFile::remove(TempClientsPath);
-    if (!QFile::exists(path)) {
-        QFile f(TempClientsPath);
-        return f.open(QIODevice::WriteOnly);
-    }
-    return copyBlocks(fm, path, TempClientsPath, where);
+    QString why;
+    if (copy.copyFrom(path, fmFileCap::ConfigIni, true, &why)) return true;
+    farmLog(fm, 1, 0,
+            QStringLiteral("Unable to read '") + fmPathForDisplay(path) + QStringLiteral("': ") + why, where);
+    return false;
 }
 
 static bool readStatusOk(__FM& fm, const QSettings& s, const QString& name, const QString& where)
@@ -133,9 +129,12 @@ static bool writeStatusOk(__FM& fm, const QSettings& s, const QString& name, con
     return false;
 }
 
-// Takes (server) or waits for (others) the lock and makes the temporary copy. With mustLock a lock
-// that is not got ends the load; else the load goes on with the message of a single load.
-static bool lockAndCopy(__FM& fm, const QString& path, int timeoutMs, bool single, const QString& where)
+// Takes (server) or waits for (others) the lock and makes the private copy. A server that does not
+// get the lock ends a load of all clients; every other program waits as long as isFree allows and
+// then reads all the same, as does a single load: a lock left by a crashed server must not stop
+// every start for 3 hours, and a server's save replaces the file whole by a rename.
+static bool lockAndCopy(__FM& fm, fmPrivateCopy& copy, const QString& path, int timeoutMs, bool single,
+                        const QString& where)
 {
     fmFileLocker locker(path);
     int waited = 0;
@@ -145,14 +144,17 @@ static bool lockAndCopy(__FM& fm, const QString& path, int timeoutMs, bool singl
         farmLog(fm, 3, 0, QStringLiteral("clients.ini lock took ") + QString::number(waited) + QStringLiteral("ms"),
                     QStringLiteral("FM,LoadFileClient"));
     if (!got) {
-        if (waited < 0) farmLog(fm, 1, 0, QStringLiteral("You do not have the rights to lock ") + path + QLatin1Char('!'), where);
-        if (!single) {
+        if (waited < 0)
+            farmLog(fm, 1, 0, QStringLiteral("You do not have the rights to lock ") + path + QLatin1Char('!'),
+                    where);
+        if (server && !single) {
             if (waited >= 0) farmLog(fm, 1, 0, path + QStringLiteral(" is locked!"), where);
             return false;
         }
-        farmLog(fm, 2, 0, path + QStringLiteral(" is locked! Trying to continue load client config."), where);
+        farmLog(fm, 2, fmLog_NoMessageBox,
+                path + QStringLiteral(" is locked! Trying to continue load client config."), where);
     }
-    const bool copied = makeTempCopy(fm, path, where);
+    const bool copied = takeCopy(fm, copy, path, where);
     locker.unlock();
     return copied;
 }
@@ -174,9 +176,10 @@ bool __FM::LoadFileClientsAll(bool force, QString)
     const int64_t time = fileTime(path);
     if (time <= ClientList->LastFileTime.t && !force) return true;
 
-    if (!lockAndCopy(*this, path, 6000, false, where)) return false;
+    fmPrivateCopy copy;
+    if (!lockAndCopy(*this, copy, path, 6000, false, where)) return false;
 
-    QSettings file(TempClientsPath, QSettings::IniFormat);
+    QSettings file(copy.fileName(), QSettings::IniFormat);
     if (!readStatusOk(*this, file, QStringLiteral("clients.ini"), where)) return false;
 
     const QStringList names = file.childGroups();
@@ -213,8 +216,9 @@ bool __FM::LoadFileClient(fmC::_Client& client, bool onlyListNo)
         farmLog(*this, 1, 0, path + QStringLiteral(" is missing!"), where);
         return false;
     }
-    if (!lockAndCopy(*this, path, 30000, true, where)) return false;
-    QSettings file(TempClientsPath, QSettings::IniFormat);
+    fmPrivateCopy copy;
+    if (!lockAndCopy(*this, copy, path, 30000, true, where)) return false;
+    QSettings file(copy.fileName(), QSettings::IniFormat);
     if (!readStatusOk(*this, file, QStringLiteral("clients.ini"), where)) return false;
 
     // Machine names are compared without regard to case; the section may be spelt otherwise.
@@ -254,7 +258,7 @@ static bool saveClients(__FM& fm, _Client* one)
     for (int i = 0; QFile::exists(sortFlag); ++i) {
         if (i >= 90) return false;
         farmLog(fm, 3, 0, QStringLiteral("Waiting for fmServer client sort..."), where);
-        QThread::msleep(2000);
+        fmFileLocker::pause(2000);
     }
 
     fmFileLocker locker(path);
@@ -273,15 +277,14 @@ static bool saveClients(__FM& fm, _Client* one)
         farmLog(fm, 3, 0, QStringLiteral("clients.ini save lock took ") + QString::number(waited) + QStringLiteral("ms"),
                     where);
 
-    if (!makeTempCopy(fm, path, where)) return false;
+    fmPrivateCopy copy;
+    if (!takeCopy(fm, copy, path, where)) return false;
     farmLog(fm, 10, 0, QStringLiteral("     localCopy"), where);
-    QFile::setPermissions(TempClientsPath, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
-                                               QFileDevice::WriteGroup | QFileDevice::ReadOther |
-                                               QFileDevice::WriteOther);
-    farmLog(fm, 10, 0, QStringLiteral("     fmSetFileRights_ReadWriteAll done"), where);
 
     {
-        QSettings file(TempClientsPath, QSettings::IniFormat);
+        QSettings file(copy.fileName(), QSettings::IniFormat);
+        // In place: the private copy keeps its name and its rights.
+        file.setAtomicSyncRequired(false);
         if (!file.isWritable()) {
             farmLog(fm, 1, 0, path + QStringLiteral(" is read-only!"), where);
             return false;
@@ -303,10 +306,10 @@ static bool saveClients(__FM& fm, _Client* one)
         if (!writeStatusOk(fm, file, QStringLiteral("clients.ini"), where)) return false;
     }
 
-    if (!copyBlocks(fm, TempClientsPath, path, where)) return false;
+    if (!writeBack(fm, copy, path, where)) return false;
     locker.unlock();
     if (fm.ClientList) fm.ClientList->LastFileTime.t = fileTime(path);
-    QThread::msleep(250);
+    fmFileLocker::pause(250);
 
     const double secs = double(total.elapsed()) / 1000.0;
     const double mb = double(QFileInfo(path).size()) / (1024.0 * 1024.0);
@@ -337,8 +340,16 @@ bool __FM::LoadFileClientGroups()
         farmLog(*this, 1, 0, QStringLiteral("ClientGroups data not allocated!"), where);
         return false;
     }
-    QSettings file(path, QSettings::IniFormat);
-    if (!readStatusOk(*this, file, QStringLiteral("clientgroups.ini"), where)) {
+    // A missing file is no group at all; one that can't be read is reported like a broken one.
+    fmPrivateCopy copy;
+    QString why;
+    const bool copied = copy.copyFrom(path, fmFileCap::ConfigIni, true, &why);
+    if (!copied)
+        farmLog(*this, 1, 0,
+                QStringLiteral("Unable to read '") + fmPathForDisplay(path) + QStringLiteral("': ") + why,
+                where);
+    QSettings file(copy.fileName(), QSettings::IniFormat);
+    if (!copied || !readStatusOk(*this, file, QStringLiteral("clientgroups.ini"), where)) {
         ClientGroups->clear();
         ClientGroups->addGroupAll();
         return false;

@@ -3,6 +3,8 @@
 #include "app/fm.h"
 #include "farm/fmclientlog.h"
 #include "farm/fmusers.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -37,19 +39,23 @@ bool __FM::LoadFileUserSettings()
     if (time <= UserSettings->LastFileTime.t) return true;
 
     const qint64 want = old ? Users60FileSize : UsersFileSize;
-    QFile file(path);
-    if (file.size() != want) {
-        farmLog(*this, 1, 0, old ? QStringLiteral("users.dat has wrong file size!") : path + QStringLiteral(" has wrong file size!"),
-                 where);
+    const QString wrongSize = old ? QStringLiteral("users.dat has wrong file size!")
+                                  : path + QStringLiteral(" has wrong file size!");
+    // Read without blocking and never more than the table's size: a FIFO, a device or a file of
+    // any other size never reaches the table.
+    QByteArray bytes;
+    QString why;
+    if (!fmReadRegularFile(path, want, bytes, &why)) {
+        long long size = 0;
+        if (fmFileExists(path, nullptr, &size) && size > want)
+            farmLog(*this, 1, 0, wrongSize, where);
+        else
+            farmLog(*this, 1, 0, QStringLiteral("Unable to open '") + path + QStringLiteral("' !; ") + why,
+                    where);
         return false;
     }
-    if (!file.open(QIODevice::ReadOnly)) {
-        farmLog(*this, 1, 0, QStringLiteral("Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(), where);
-        return false;
-    }
-    const QByteArray bytes = file.read(want + 1);
     if (bytes.size() != want) {
-        farmLog(*this, 1, 0, QStringLiteral("Unable to read '") + path + QStringLiteral("' !; ") + file.errorString(), where);
+        farmLog(*this, 1, 0, wrongSize, where);
         return false;
     }
     const auto r = old ? UserSettings->loadFromBytes60(bytes.constData(), bytes.size())

@@ -4,6 +4,8 @@
 #include "foundation/fmsdk.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
+#include "foundation/fmsdk.h"
 #include "foundation/fmtextcodec.h"
 
 #include <QDir>
@@ -146,9 +148,16 @@ bool __FMSDK::pathsGetRootFromFolder(int argc, char** argv, const QString& appFo
     if (!QFileInfo::exists(relink)) relink.replace(QLatin1String("_debug"), QLatin1String("_release"));
     if (QFileInfo::exists(relink)) {
         RootPath.clear();
-        QFile file(relink);
-        if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return false;
-        const QString line = QString::fromLocal8Bit(file.readLine(4096)).trimmed();
+        QByteArray text;
+        QString why;
+        if (!fmReadRegularFile(relink, fmFileCap::SmallText, text, &why)) {
+            WriteLog(1, fmLog_NoMessageBox,
+                     QStringLiteral("Unable to read '") + fmPathForDisplay(relink) + QStringLiteral("': ") +
+                         why,
+                     QStringLiteral("FM,pathsGetRootFromAppPath"));
+            return false;
+        }
+        const QString line = QString::fromLocal8Bit(text.split('\n').first().left(4095)).trimmed();
         const qsizetype eq = line.indexOf(QLatin1Char('='));
         if (line.startsWith(QLatin1String("Root"), Qt::CaseInsensitive) && eq >= 0) {
             QString root = line.mid(eq + 1).trimmed();

@@ -3,6 +3,8 @@
 #include "foundation/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
+#include "foundation/fmfileread.h"
+#include "foundation/fmlogfile.h"
 #include "foundation/fmtextcodec.h"
 
 #include <QFile>
@@ -84,11 +86,22 @@ bool __FMSDK::SetupCfgSDK(int& argc, char** argv)
     }
 
     // A missing version file is no error: the version text stays empty.
-    QFile version(SubPath.toQString() + QLatin1String("version.info"));
-    if (version.exists() && version.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        QByteArray first = version.readLine(51).left(50);
-        if (first.endsWith('\n')) first.chop(1);
-        VersionText = QString::fromLatin1(first);
+    const QString versionFile = SubPath.toQString() + QLatin1String("version.info");
+    if (fmPathExists(versionFile)) {
+        QByteArray text;
+        QString why;
+        if (fmReadRegularFile(versionFile, fmFileCap::SmallText, text, &why)) {
+            QByteArray first = text.left(text.indexOf('\n') + 1).left(50);
+            if (first.isEmpty()) first = text.left(50);
+            if (first.endsWith('\n')) first.chop(1);
+            if (first.endsWith('\r')) first.chop(1);
+            VersionText = QString::fromLatin1(first);
+        } else {
+            WriteLog(2, fmLog_NoMessageBox,
+                     QStringLiteral("Unable to read '") + fmPathForDisplay(versionFile) +
+                         QStringLiteral("': ") + why,
+                     QStringLiteral("FM,SetupCfg"));
+        }
     }
 
     CheckCommandlineParameter();
@@ -272,13 +285,14 @@ QString __FMSDK::getHostName()
 
 QString __FMSDK::getReleaseDate()
 {
-    QFile file(SubPath.toQString() + QLatin1String("version.info"));
-    if (!file.exists() || !file.open(QIODevice::ReadOnly | QIODevice::Text))
+    QByteArray text;
+    if (!fmReadRegularFile(SubPath.toQString() + QLatin1String("version.info"), fmFileCap::SmallText, text,
+                           nullptr))
         return QStringLiteral("Version info file is missing");
-    file.readLine(4096);
     // The line as it stands: blanks kept, only its line end dropped.
-    QByteArray second = file.readLine(4096);
-    if (second.endsWith('\n')) second.chop(1);
+    const QList<QByteArray> lines = text.split('\n');
+    QByteArray second = lines.size() > 1 ? lines.at(1).left(4096) : QByteArray();
+    if (second.endsWith('\r')) second.chop(1);
     if (second.isEmpty()) return QStringLiteral("Unable to read version info file");
     return QString::fromLocal8Bit(second);
 }

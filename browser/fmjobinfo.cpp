@@ -1,6 +1,8 @@
 #include "browser/fmjobinfo.h"
 
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
+#include "foundation/fmjobid.h"
 #include "jobs/fmjobhistory.h"
 #include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
@@ -245,8 +247,14 @@ fmJobInfoImage fmJobInfoImageFor(const _jobsHistoryDB_Runtime* const* jobs, int 
     }
     const QString path =
         historyFolder + project + QLatin1Char('/') + fmJ::ID2strFull(jobs[0]->JobID) + QStringLiteral(".jpg");
-    if (!fmFileExists(path)) {
+    if (!fmPathExists(path)) {
         img.Text = QStringLiteral("N/A");
+        return img;
+    }
+    QString why;
+    if (!fmReadRegularFile(path, fmFileCap::Image, img.Bytes, &why)) {
+        img.Text =
+            QStringLiteral("Unable to read '%1': %2").arg(fmPathForDisplay(GetFileName(path, '/')), why);
         return img;
     }
     img.What = fmJobInfoImage::ShowPixmap;

@@ -37,11 +37,12 @@ struct fmJobInfoImage
     enum Kind {
         KeepImage,  // nothing selected: the last image stays
         ShowText,   // Text replaces the image
-        ShowPixmap, // load the picture at Path
+        ShowPixmap, // show the picture in Bytes, read from Path
     };
     Kind What = KeepImage;
     QString Text;
     QString Path;
+    QByteArray Bytes; // the file's content, read without blocking and within the cap of an image
 };
 
 // The red wrapping of a value that the selected jobs do not share.

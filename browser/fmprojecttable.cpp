@@ -2,11 +2,16 @@
 
 #include "app/fm.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "jobs/fmjoblist.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
 
 void _projectInfo::clear()
 {
@@ -16,6 +21,23 @@ void _projectInfo::clear()
 }
 
 fmProjectTable::fmProjectTable(__FM& app) : App(app) {}
+
+QString fmProjectTable::databaseProblem(const QString& path)
+{
+    // What failed, the file's name and the system's reason: a missing file, a refused one (a FIFO,
+    // a device, a folder) and an empty one each say so.
+    const QString name = QStringLiteral("\n'") + fmPathForDisplay(path) + QLatin1Char('\'');
+    struct stat st;
+    if (::stat(fmPathToBytes(path).constData(), &st) != 0)
+        return QStringLiteral("Unable to find project database!") + name + QStringLiteral("\n") +
+               QString::fromLocal8Bit(std::strerror(errno));
+    QString why;
+    const int fd = fmOpenRegularFile(path, fmFileCap::Database, &why);
+    if (fd < 0) return QStringLiteral("Unable to open project database!") + name + QStringLiteral("\n") + why;
+    ::close(fd);
+    if (st.st_size == 0) return QStringLiteral("Project database is empty!") + name;
+    return QString();
+}
 
 void fmProjectTable::loadProjectList()
 {
@@ -121,13 +143,14 @@ fmProjectTable::LoadResult fmProjectTable::loadProjectJobs(int index, fmJ::_JobL
     list.deleteAll();
     dbChanged = false;
     for (const _projectInfo_files& f : p.Files) {
-        long long size = 0;
-        if (!fmFileExists(f.FileName, nullptr, &size) || size == 0) {
-            message = QStringLiteral("Unable to find project database!\n'") + f.FileName + QLatin1Char('\'');
-            return LoadFileMissing;
-        }
+        message = databaseProblem(f.FileName);
+        if (!message.isEmpty()) return LoadFileMissing;
         // The jobs of the project's files add up, with no test for a job that stands in two.
-        if (!list.LoadFileJobs(f.FileName)) return LoadFileFailed;
+        if (!list.LoadFileJobs(f.FileName)) {
+            message = QStringLiteral("Unable to load project database!\n'") + fmPathForDisplay(f.FileName) +
+                      QLatin1Char('\'');
+            return LoadFileFailed;
+        }
     }
     p.Opened = true;
     p.Loaded = true;
@@ -158,8 +181,9 @@ QString fmProjectTable::comboText(const _projectInfo& project)
     // Counts of up to four digits line up: two blanks for each digit short of four.
     const qsizetype padN = 2 * (4 - count.size());
     const QString pad = padN > 0 ? QString(padN, QLatin1Char(' ')) : QString();
-    if (project.Loaded) return QStringLiteral(".%1   %2%3   %4").arg(month, pad, count, project.Name);
-    return QStringLiteral(".%1 %2~%3   %4").arg(month, pad, count, project.Name);
+    const QString name = fmPathForDisplay(project.Name);
+    if (project.Loaded) return QStringLiteral(".%1   %2%3   %4").arg(month, pad, count, name);
+    return QStringLiteral(".%1 %2~%3   %4").arg(month, pad, count, name);
 }
 
 int fmProjectTable::comboGrey(const _projectInfo& project, const fmTime_t& now)

@@ -68,17 +68,22 @@ public:
 
     // Outcome of loadProjectJobs.
     enum LoadResult {
-        LoadDone = 0,      // every file loaded; the entry is Loaded with an exact count
-        LoadFileMissing,   // a file is missing or empty: show `message`; earlier files' jobs stay
-        LoadFileFailed,    // LoadFileJobs returned false (it logged why); nothing to show
-        LoadBadIndex,      // no such project
+        LoadDone = 0,    // every file loaded; the entry is Loaded with an exact count
+        LoadFileMissing, // a file is missing, refused or empty: show `message`; earlier files' jobs stay
+        LoadFileFailed,  // LoadFileJobs returned false (it logged why); `message` names the file
+        LoadBadIndex,    // no such project
     };
     // Empties the list and loads the project's files in order, then sets the exact count, the
     // current project, the date range from its jobs and the new average. The caller asks to
     // save first, and afterwards updates the filter combos and the views.
     LoadResult loadProjectJobs(int index, fmJ::_JobList& list, QString& message);
 
-    // The text of a project's entry in the project combo:
+    // Why a database file of a project can't be loaded, for the user: missing (with the system's
+    // reason), refused (not a regular file, too large), or empty; each names the file. Empty when
+    // the file can be loaded.
+    static QString databaseProblem(const QString& path);
+
+    // The text of a project's entry in the project combo (names that are no UTF-8 shown with U+FFFD):
     // ".MM.YY   <pad><count>   <name>" when loaded, ".MM.YY <pad>~<count>   <name>" for an estimate.
     static QString comboText(const _projectInfo& project);
     // The grey of an entry by the age of DateLast: 0 (black) to 150.

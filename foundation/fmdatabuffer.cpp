@@ -1,6 +1,7 @@
 #include "foundation/fmdatabuffer.h"
 
 #include "foundation/fmchecksum.h"
+#include "foundation/fmfileread.h"
 
 #include <QFile>
 #include <QString>
@@ -18,7 +19,7 @@ constexpr int kReadStep = 1048576; // growth step of the compressed loader
 // Local file name of a path field: its Latin-1 text in the file system's encoding.
 QByteArray localName(const fmDataBufferPath& path)
 {
-    return QFile::encodeName(path.toQString());
+    return fmPathToBytes(path.toQString());
 }
 
 // Size of a regular file, or -1 when there is none. A folder counts as missing, as it does for

@@ -1,5 +1,7 @@
 #include "foundation/fmfile.h"
 
+#include "foundation/fmfileread.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -18,7 +20,7 @@ namespace {
 
 QByteArray enc(const QString& s)
 {
-    return QFile::encodeName(s);
+    return fmPathToBytes(s);
 }
 
 QString errText(int e)
@@ -203,7 +205,7 @@ QString fmDeleteFile(const QString& path)
 
 QString fmDeleteFile(const char* path)
 {
-    return fmDeleteFile(QFile::decodeName(path ? path : ""));
+    return fmDeleteFile(fmPathFromBytes(QByteArray(path ? path : "")));
 }
 
 bool fmDeleteFolder(const QString& path)
@@ -454,7 +456,9 @@ bool fmSetFolderRights_ReadWriteAll(const char* path, bool withFiles)
     if (!path || !*path) return false;
     bool ok = ::chmod(path, 0777) == 0;
     if (withFiles)
-        ok = forEntries(QFile::decodeName(path), [](const QByteArray& p) { return ::chmod(p.constData(), 0777) == 0; }) && ok;
+        ok = forEntries(fmPathFromBytes(QByteArray(path)),
+                        [](const QByteArray& p) { return ::chmod(p.constData(), 0777) == 0; }) &&
+             ok;
     return ok;
 }
 bool fmSetFolderRights_ReadWriteAll(const fmString<250>& path, bool withFiles)
@@ -494,7 +498,9 @@ bool fmSetFolderRights_ReadWriteUser(const char* path, const char* user, bool wi
     };
     bool ok = one(path);
     if (withFiles)
-        ok = forEntries(QFile::decodeName(path), [&](const QByteArray& p) { return one(p.constData()); }) && ok;
+        ok = forEntries(fmPathFromBytes(QByteArray(path)),
+                        [&](const QByteArray& p) { return one(p.constData()); }) &&
+             ok;
     return ok;
 }
 bool fmSetFolderRights_ReadWriteUser(const fmString<250>& path, const fmString<250>& user, bool withFiles)
@@ -558,7 +564,7 @@ bool fmDirListing::init(QString folder, const bool& sorted, const bool& withDirs
     if (Sorted) {
         while ((Entry = ::readdir(Dir)) != nullptr) {
             CacheEntry c;
-            c.Name = QFile::decodeName(Entry->d_name);
+            c.Name = fmPathFromBytes(QByteArray(Entry->d_name));
             if (!passes(c.Name)) continue;
             c.Kind = Entry->d_type == DT_DIR ? 2 : (Entry->d_type == DT_UNKNOWN || Entry->d_type == DT_LNK ? 0 : 1);
             Cache.push_back(std::move(c));
@@ -630,7 +636,7 @@ bool fmDirListing::nextFile()
                 return false;
             }
             Current = CacheEntry();
-            Current.Name = QFile::decodeName(Entry->d_name);
+            Current.Name = fmPathFromBytes(QByteArray(Entry->d_name));
             if (!passes(Current.Name)) continue;
             Current.Kind = Entry->d_type == DT_DIR ? 2 : (Entry->d_type == DT_UNKNOWN || Entry->d_type == DT_LNK ? 0 : 1);
         }

@@ -1,9 +1,9 @@
 #include "foundation/fmfilelock.h"
 
+#include "foundation/fmfileread.h"
 #include "foundation/fmtime.h"
 
-#include <QFile>
-
+#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <sys/stat.h>
@@ -13,8 +13,15 @@ namespace {
 
 QByteArray lockPath(const fmString8_evenSize<250>* name)
 {
-    return QFile::encodeName(name->toQString());
+    return fmPathToBytes(name->toQString());
 }
+
+void realSleep(int ms)
+{
+    if (ms > 0) ::usleep(useconds_t(ms) * 1000);
+}
+
+std::atomic<fmFileLocker::SleepFn> sleepFn{realSleep};
 
 // 0 no lock file, 1 a lock file (not a folder), 2 a folder of that name. mtime for a lock file.
 int lockState(const QByteArray& path, time_t* mtime)
@@ -46,6 +53,21 @@ QString fmFileLocker::lockFileName() const
     return LockFileName->toQString();
 }
 
+void fmFileLocker::setSleepFunction(SleepFn fn)
+{
+    sleepFn = fn ? fn : realSleep;
+}
+
+void fmFileLocker::pause(int ms)
+{
+    sleepFn.load()(ms);
+}
+
+bool fmFileLocker::isStale(long long mtime, long long now)
+{
+    return now - mtime > StaleSeconds || mtime - now > FutureSeconds;
+}
+
 bool fmFileLocker::isFree(const int& timeoutMs, int* waitedMs)
 {
     return lock(timeoutMs, QString(), waitedMs, true);
@@ -62,15 +84,15 @@ bool fmFileLocker::lock(const int& timeoutMs, const QString& owner, int* waitedM
     const int tries = std::max(1, timeoutMs / WaitStepMs);
     for (int i = 0;; ++i) {
         if (i < tries && lockState(path, nullptr) != 0) {
-            ::usleep(WaitStepMs * 1000);
+            pause(WaitStepMs);
             continue;
         }
         if (waitedMs) *waitedMs = i * WaitStepMs;
         if (i >= tries) {
-            // The wait is over. A lock file untouched for 3 hours belongs to a process that died.
+            // The wait is over. A lock file untouched for 3 hours belongs to a process that died;
+            // one from the future would block for as long as the clocks differ.
             time_t mtime = 0;
-            if (lockState(path, &mtime) == 1 && (long long)(::time(nullptr) - mtime) > StaleSeconds)
-                ::unlink(path.constData());
+            if (lockState(path, &mtime) == 1 && isStale(mtime, ::time(nullptr))) ::unlink(path.constData());
             if (lockState(path, nullptr) == 1) return false;
         }
         if (testOnly) return true;
@@ -99,7 +121,7 @@ bool fmFileLocker::lock(const int& timeoutMs, const QString& owner, int* waitedM
         // Somebody else was quicker. After the last try, or with a folder of the lock's name
         // (which fails the creation for ever), that is the end.
         if (i >= tries) return false;
-        ::usleep(WaitStepMs * 1000);
+        pause(WaitStepMs);
     }
 }
 

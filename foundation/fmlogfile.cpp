@@ -1,6 +1,7 @@
 #include "foundation/fmlogfile.h"
 
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "foundation/fmprocess.h"
 
 #include <QDir>
@@ -125,10 +126,10 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
     const bool exists = fmFileExists(path, nullptr, &size);
     if (updateTime) LastFlush.SetCurrentTime();
 
-    QFile file(path);
+    QFile file; // opened without blocking: a FIFO in the log's place must not stall the program
     bool opened = false;
     if (!exists) {
-        opened = file.open(QIODevice::Append);
+        opened = fmOpenForAppend(file, path);
         const int err = errno;
         if (!opened) {
             if (LastError.t == 0 && reportErrors) {
@@ -140,10 +141,10 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
             }
             return false;
         }
-        fmSetFileRights_ReadWriteAll(path.toLocal8Bit().constData());
+        fmSetFileRights_ReadWriteAll(fmPathToBytes(path).constData());
     } else {
         if (size > MaxFileSize && AllowTrim) trimLogFile(path, size);
-        opened = file.open(QIODevice::Append);
+        opened = fmOpenForAppend(file, path);
         const int err = errno;
         if (!opened) {
             if (LastError.t == 0 && reportErrors) {
@@ -169,8 +170,8 @@ void fmLogfile::trimLogFile(const QString& path, qint64 size)
     if (keep <= 0) return;
     QByteArray tail;
     {
-        QFile in(path);
-        if (!in.open(QIODevice::ReadOnly)) return;
+        QFile in;
+        if (!fmOpenRegularFile(in, path, fmFileCap::LogFile, nullptr)) return;
         if (!in.seek(size - keep)) return;
         tail = in.read(keep);
         if (tail.size() != keep) return;
@@ -200,10 +201,10 @@ void writeToLogFile(const fmString8_evenSize<250>& file, fmString8_evenSize<1000
     if (file.isEmpty()) return;
     const QString path = file.toQString();
     const bool existed = QFileInfo::exists(path);
-    QFile f(path);
-    if (!f.open(QIODevice::Append)) return;
+    QFile f;
+    if (!fmOpenForAppend(f, path)) return;
     f.write(text.Data, text.len());
     if (appendNewline) f.write("\n", 1);
     f.close();
-    if (!existed && setRights) fmSetFileRights_ReadWriteAll(path.toLocal8Bit().constData());
+    if (!existed && setRights) fmSetFileRights_ReadWriteAll(fmPathToBytes(path).constData());
 }

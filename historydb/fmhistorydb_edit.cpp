@@ -5,6 +5,7 @@
 
 #include "app/fm.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
@@ -25,10 +26,11 @@ void fmHistorydb::on_CommandJob_Button_Delete_clicked()
         const unsigned long long id = job->JobID;
         const QString image = historyFolder + table.currentProject + QLatin1Char('/') + fmJ::ID2strFull(id) +
                               QStringLiteral(".jpg");
-        if (!fmDeleteFile(image).isEmpty())
+        const QString why = fmDeleteFile(image);
+        if (!why.isEmpty())
             app.WriteLog(2, 0,
-                         QStringLiteral("Unable to delete FOI image file; '") + image +
-                             QStringLiteral("'; ") + image,
+                         QStringLiteral("Unable to delete FOI image file; '") + fmPathForDisplay(image) +
+                             QStringLiteral("'; ") + why,
                          QStringLiteral("on_CommandJob_Button_Delete_clicked"));
         table.dbChanged = true;
         jobs.DeleteJob(job);

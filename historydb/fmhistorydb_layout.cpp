@@ -4,11 +4,13 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
+#include "foundation/fmfileread.h"
 #include "widgets/fmtreeview.h"
 
 #include <QAction>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QSaveFile>
 #include <QScreen>
 #include <QSettings>
 
@@ -19,6 +21,20 @@ namespace {
 QString globalLayoutFile(__FM& app)
 {
     return app.CfgGlobalPath.toQString() + QStringLiteral("historydb_ui.ini");
+}
+
+// historydb_ui.ini lies on the root: QSettings works on a private copy of it, so that a FIFO or a
+// huge file in its place can neither block the window nor fill the memory. A missing file is an
+// empty one; a refused one is logged with its reason.
+bool copyGlobalLayout(__FM& app, fmPrivateCopy& copy)
+{
+    QString why;
+    if (copy.copyFrom(globalLayoutFile(app), fmFileCap::ConfigIni, true, &why)) return true;
+    app.WriteLog(2, fmLog_NoMessageBox,
+                 QStringLiteral("Unable to read '") + fmPathForDisplay(globalLayoutFile(app)) +
+                     QStringLiteral("': ") + why,
+                 QStringLiteral("fmHistorydb,layout"));
+    return false;
 }
 
 struct JobColumnEntry
@@ -100,7 +116,9 @@ bool fmHistorydb::uiLayoutLoadLocal()
 
 bool fmHistorydb::uiLayoutLoadGlobal()
 {
-    QSettings settings(globalLayoutFile(app), QSettings::IniFormat);
+    fmPrivateCopy copy;
+    if (!copyGlobalLayout(app, copy)) return false;
+    QSettings settings(copy.fileName(), QSettings::IniFormat);
     settings.beginGroup(screensGroupName());
     const bool done = uiLayoutLoadShared(settings);
     settings.endGroup();
@@ -117,16 +135,33 @@ void fmHistorydb::on_actionLayoutSaveLocal_triggered()
 
 void fmHistorydb::on_actionLayoutSaveGlobal_triggered()
 {
-    QSettings settings(globalLayoutFile(app), QSettings::IniFormat);
-    settings.beginGroup(screensGroupName());
-    uiLayoutSaveShared(settings);
-    settings.endGroup();
+    fmPrivateCopy copy;
+    if (!copyGlobalLayout(app, copy)) return;
+    {
+        QSettings settings(copy.fileName(), QSettings::IniFormat);
+        settings.setAtomicSyncRequired(false); // the private copy keeps its name
+        settings.beginGroup(screensGroupName());
+        uiLayoutSaveShared(settings);
+        settings.endGroup();
+    }
+    // Written beside the shared file and renamed over it: a failed write leaves the old one.
+    QByteArray bytes;
+    QString why;
+    QSaveFile out(globalLayoutFile(app));
+    if (!copy.readBack(bytes, &why) || !out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() ||
+        !out.commit())
+        app.WriteLog(2, fmLog_NoMessageBox,
+                     QStringLiteral("Unable to write '") + fmPathForDisplay(globalLayoutFile(app)) +
+                         QStringLiteral("': ") + (why.isEmpty() ? out.errorString() : why),
+                     QStringLiteral("fmHistorydb,layout"));
 }
 
 void fmHistorydb::on_actionReset_Layout_triggered()
 {
     // The farm's "reset" group first, then "Global"; failing both the present layout stands.
-    QSettings settings(globalLayoutFile(app), QSettings::IniFormat);
+    fmPrivateCopy copy;
+    if (!copyGlobalLayout(app, copy)) return;
+    QSettings settings(copy.fileName(), QSettings::IniFormat);
     settings.beginGroup(QStringLiteral("reset"));
     const bool done = uiLayoutLoadShared(settings);
     settings.endGroup();

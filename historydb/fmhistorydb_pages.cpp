@@ -5,6 +5,7 @@
 
 #include "app/fm.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "foundation/fmprocess.h"
 #include "browser/fmjobinfo.h"
 #include "browser/fmjoblogpage.h"
@@ -127,8 +128,11 @@ void fmHistorydb::uiUpdateJobInfoPage()
     ui.JobInfo_LabelFOI->clear();
     if (img.What == fmJobInfoImage::ShowText)
         ui.JobInfo_LabelFOI->setText(img.Text);
-    else
-        ui.JobInfo_LabelFOI->setPixmap(QPixmap(img.Path)); // an unreadable file gives an empty pixmap
+    else {
+        QPixmap picture; // a file that is no image gives an empty pixmap
+        picture.loadFromData(img.Bytes);
+        ui.JobInfo_LabelFOI->setPixmap(picture);
+    }
 }
 
 void fmHistorydb::uiUpdateLogPage(bool unused)
@@ -234,8 +238,9 @@ void fmHistorydb::on_actionExport_as_csv_Excel_triggered()
         fmMessageBox::Warning(this, QStringLiteral("No Job selected"), QStringLiteral("Ok"), 45);
         return;
     }
-    const QString suggestion = lastExportDirectory + table.currentProject + QLatin1Char('_') +
-                               fmTime_t(true).asStringFileNameDate() + QStringLiteral(".csv");
+    const QString suggestion = lastExportDirectory + fmPathForDisplay(table.currentProject) +
+                               QLatin1Char('_') + fmTime_t(true).asStringFileNameDate() +
+                               QStringLiteral(".csv");
     const QString path =
         QFileDialog::getSaveFileName(this, tr("Export Job(s) as csv"), suggestion, tr("Xml Files (*.csv)"));
     if (path.isEmpty()) return;
@@ -262,9 +267,11 @@ void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
     // Each load replaces the job list; the last project stays loaded afterwards.
     const int count = std::clamp(table.nrOfProjects, 0, fmProjectTable::MaxProjects);
     for (int i = 0; i < count; ++i) {
-        splash.showMessage(
-            QStringLiteral("%1/%2 %3 ...").arg(i + 1).arg(count).arg(table.projects[size_t(i)].Name),
-            Qt::AlignLeft | Qt::AlignBottom, Qt::black);
+        splash.showMessage(QStringLiteral("%1/%2 %3 ...")
+                               .arg(i + 1)
+                               .arg(count)
+                               .arg(fmPathForDisplay(table.projects[size_t(i)].Name)),
+                           Qt::AlignLeft | Qt::AlignBottom, Qt::black);
         QCoreApplication::processEvents();
         loadProject(i);
         if (!jobs.exportAsCSV(path, nullptr, nullptr, true, i > 0))

@@ -1,7 +1,8 @@
 // fmHistorydb: the history database browser of the render farm.
 #include "app/fm.h"
+#include "foundation/fmfileread.h"
+#include "foundation/fminstance.h"
 #include "jobs/fmjoblist.h"
-#include "foundation/fmprocess.h"
 #include "historydb/fmhistorydb.h"
 #include "widgets/fmmessagebox.h"
 #include "widgets/fmstyle.h"
@@ -9,6 +10,8 @@
 #include <QApplication>
 #include <QPixmap>
 #include <QSplashScreen>
+
+#include <cstdio>
 
 __FM FM(false, fm_AppType_HistoryDB, "fmHistorydb", false);
 
@@ -29,6 +32,23 @@ void showSplashMessage(QSplashScreen* splash, const QString& text)
     if (splash) splash->showMessage(text, Qt::AlignRight | Qt::AlignBottom, Qt::white);
 }
 
+// The splash image of the root, read without blocking and within the cap of an image. A missing one
+// leaves the splash empty, as does one that is refused, which is logged with its reason.
+QPixmap loadSplashImage(const QString& path)
+{
+    QPixmap image;
+    if (!fmPathExists(path)) return image;
+    QByteArray bytes;
+    QString why;
+    if (fmReadRegularFile(path, fmFileCap::Image, bytes, &why))
+        image.loadFromData(bytes);
+    else
+        FM.WriteLog(2, fmLog_NoMessageBox,
+                    QStringLiteral("Unable to read '") + fmPathForDisplay(path) + QStringLiteral("': ") + why,
+                    QStringLiteral("main"));
+    return image;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -44,8 +64,10 @@ int main(int argc, char** argv)
     __FM::SplashMessageHook = showSplashMessage;
     __FM::InstallStyleHook = fmInstallStyle;
 
-    // One instance per machine: a second start ends at once, without a word.
-    if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr)) {
+    // One instance per user and login session; other users of the workstation start their own.
+    if (const long long other = fmOtherInstanceInSession(QStringLiteral("fmHistorydb"))) {
+        std::fprintf(stderr, "fmHistorydb is already running for this user in this session (process %lld).\n",
+                     other);
         delete app;
         return 0;
     }
@@ -56,7 +78,8 @@ int main(int argc, char** argv)
     auto* splash = new QSplashScreen(QPixmap());
     g_splash = splash;
     QPixmap image;
-    if (!FM.SubPath.isEmpty()) image.load(FM.SubPath.toQString() + QStringLiteral("SplashScreen.png"));
+    if (!FM.SubPath.isEmpty())
+        image = loadSplashImage(FM.SubPath.toQString() + QStringLiteral("SplashScreen.png"));
     splash->setPixmap(image);
     splash->show();
     showSplashMessage(splash, QStringLiteral("%1  v %2")

@@ -14,6 +14,9 @@
 #include "foundation/fmlogfile.h"
 #include "foundation/fmdatabuffer.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
+#include "foundation/fmlogfile.h"
+#include "foundation/fmsdk.h"
 #include "jobs/fmjoblist_p.h"
 
 #include <QFile>
@@ -190,9 +193,12 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
     // a few slots, not a whole run's.
     std::unique_ptr<unsigned char[]> slotMemory[ReadAhead];
 
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        App->WriteLog(0, 0, QStringLiteral("{ALL} Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(),
+    QFile file;
+    QString why;
+    if (!fmOpenRegularFile(file, path, fmFileCap::Database, &why)) {
+        App->WriteLog(0, 0,
+                      QStringLiteral("{ALL} Unable to open '") + fmPathForDisplay(path) +
+                          QStringLiteral("' !; ") + why,
                       where);
         return false;
     }

@@ -3,18 +3,32 @@
 #include "farm/fmclientgroups.h"
 #include "farm/fmclientlist.h"
 #include "farm/fmclientlog.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmfilelock.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <atomic>
+#include <functional>
 #include <memory>
-#include <thread>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace fmC;
 
 static QStringList tapped;
-static void tap(int, const QString& text, const QString&) { tapped << text; }
+static void tap(int, const QString& text, const QString&)
+{
+    tapped << text;
+}
+// The lock waits are counted, not slept; atPause plays the other program at a given time.
+static int paused = 0;
+static std::function<void(int)> atPause;
+static void countPause(int ms)
+{
+    paused += ms;
+    if (atPause) atPause(paused);
+}
 
 class tst_fmClientFiles : public QObject
 {
@@ -33,7 +47,10 @@ private slots:
     void nemoNeverWritten();
     void singleSaveAndLoad();
     void missingFile();
-    void heldLockFailsLoad();
+    void heldLock_data();
+    void heldLock();
+    void refusedFiles_data();
+    void refusedFiles();
     void lockReleasedDuringSave();
     void heldLockAbortsSave();
     void waitsForServerSort();
@@ -47,6 +64,7 @@ private:
     QString clientsIni() const { return dir.path() + QStringLiteral("/clients.ini"); }
     QString lockFile() const { return clientsIni() + QStringLiteral("_lock.txt"); }
     QString groupsIni() const { return dir.path() + QStringLiteral("/clientgroups.ini"); }
+    QString tempDir() const { return dir.path() + QStringLiteral("/tmp"); }
     _ClientList& list() { return *FM.ClientList; }
     void writeText(const QString& path, const QByteArray& text);
     _Client& addNamed(const QString& name);
@@ -56,6 +74,12 @@ void tst_fmClientFiles::initTestCase()
 {
     QVERIFY(dir.isValid());
     FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
+    // The private copies go here; a link planted under the old fixed name must stay untouched.
+    QVERIFY(QDir().mkpath(tempDir()));
+    qputenv("TMPDIR", QFile::encodeName(tempDir()));
+    writeText(dir.path() + QStringLiteral("/victim"), "victim");
+    QVERIFY(QFile::link(dir.path() + QStringLiteral("/victim"), tempDir() + QStringLiteral("/clients.ini")));
+    fmFileLocker::setSleepFunction(countPause);
     FM.createFarmTables();
     QVERIFY(FM.ClientList && FM.ClientGroups && FM.UserSettings);
     farmLogTap = tap;
@@ -69,11 +93,19 @@ void tst_fmClientFiles::init()
     list().LastFileTime.t = 0;
     FM.ClientGroups->clear();
     tapped.clear();
+    paused = 0;
+    atPause = nullptr;
+    FM.AppType = fm_AppType_Test;
 }
 
 void tst_fmClientFiles::cleanupTestCase()
 {
     farmLogTap = nullptr;
+    fmFileLocker::setSleepFunction(nullptr);
+    QFile victim(dir.path() + QStringLiteral("/victim"));
+    QVERIFY(victim.open(QIODevice::ReadOnly));
+    QCOMPARE(victim.readAll(), QByteArray("victim"));
+    QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"clients.ini"});
     FM.deleteFarmTables();
     QVERIFY(!FM.ClientList && !FM.ClientGroups && !FM.UserSettings);
 }
@@ -137,7 +169,7 @@ void tst_fmClientFiles::roundTrip750()
     }
     QVERIFY(FM.SaveFileClientsAll(QString()));
     QVERIFY(!QFile::exists(lockFile()));
-    QVERIFY(QFile::exists(QStringLiteral("/tmp/clients.ini")));
+    QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"clients.ini"});
     {
         QSettings s(clientsIni(), QSettings::IniFormat);
         const QStringList groups = s.childGroups();
@@ -367,22 +399,77 @@ void tst_fmClientFiles::missingFile()
     QCOMPARE(list().count(), 1);
 }
 
-// Catches a load that ignores a lock held by another program; the list stays as it was.
-void tst_fmClientFiles::heldLockFailsLoad()
+// Catches a server that loads under another program's lock, a program that fails start-up for a
+// lock left behind, and a lock from the future (clocks out of step) that blocks for good.
+void tst_fmClientFiles::heldLock_data()
 {
+    QTest::addColumn<bool>("server");
+    QTest::addColumn<int>("ageSeconds");
+    QTest::addColumn<bool>("loaded");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("other program, held")
+        << false << 0 << true << " is locked! Trying to continue load client config.";
+    QTest::newRow("server, held") << true << 0 << false << " is locked!";
+    QTest::newRow("server, 1 h ahead") << true << -3600 << true << "";
+    QTest::newRow("other program, 1 day ahead") << false << -86400 << true << "";
+}
+
+void tst_fmClientFiles::heldLock()
+{
+    QFETCH(bool, server);
+    QFETCH(int, ageSeconds);
+    QFETCH(bool, loaded);
+    QFETCH(QString, message);
     writeText(clientsIni(), "[a]\nlistNo=1\n");
     writeText(lockFile(), "\n File locked by: Other fmServer\n");
+    fmTime_t t;
+    t.SetCurrentTime(-ageSeconds);
+    fmSetFileTime(lockFile(), &t);
     addNamed(QStringLiteral("before"));
-    QVERIFY(!FM.LoadFileClientsAll(true, QString()));
-    QCOMPARE(tapped.last(), clientsIni() + QStringLiteral(" is locked!"));
-    QCOMPARE(list().count(), 1);
-    QVERIFY(QFile::exists(lockFile())); // somebody else's lock is never removed
-    // A single load goes on in spite of the lock.
+    if (server) FM.AppType = fm_AppType_Server;
+    QCOMPARE(FM.LoadFileClientsAll(true, QString()), loaded);
+    QCOMPARE(list().count(), loaded ? 2 : 1);
+    QCOMPARE(paused, 6000); // the whole wait, in no time
+    QCOMPARE(tapped.contains(clientsIni() + message), !message.isEmpty());
+    QCOMPARE(QFile::exists(lockFile()), ageSeconds == 0); // somebody else's fresh lock stays
     std::unique_ptr<_Client> c(new _Client);
     c->Status.Name.set("a");
-    QVERIFY(FM.LoadFileClient(*c, true));
+    QCOMPARE(FM.LoadFileClient(*c, true), true); // a single load goes on in spite of the lock
     QCOMPARE(c->ListNo, 1);
-    QVERIFY(tapped.contains(clientsIni() + QStringLiteral(" is locked! Trying to continue load client config.")));
+}
+
+// Catches a clients.ini or clientgroups.ini that blocks the load (a FIFO) or fills the memory (a
+// huge file), and a message without the file's name and the reason. Other kinds: tst_fmfileread.
+void tst_fmClientFiles::refusedFiles_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("FIFO") << "fifo"
+                          << "Is a FIFO, not a regular file";
+    QTest::newRow("oversized") << "big"
+                               << "File too large (16777217 bytes, at most 16777216)";
+}
+
+void tst_fmClientFiles::refusedFiles()
+{
+    QFETCH(QString, kind);
+    QFETCH(QString, reason);
+    for (const QString& path : {clientsIni(), groupsIni()}) {
+        const QByteArray p = QFile::encodeName(path);
+        QFile::remove(path);
+        if (kind == "fifo") QVERIFY(::mkfifo(p.constData(), 0600) == 0);
+        if (kind == "big") {
+            writeText(path, "");
+            QVERIFY(::truncate(p.constData(), (16 << 20) + 1) == 0);
+        }
+    }
+    addNamed(QStringLiteral("before"));
+    QVERIFY(!FM.LoadFileClientsAll(true, QString()));
+    QCOMPARE(tapped.last(), QStringLiteral("Unable to read '%1': %2").arg(clientsIni(), reason));
+    QCOMPARE(list().count(), 1);
+    QVERIFY(!FM.LoadFileClientGroups());
+    QVERIFY(tapped.contains(QStringLiteral("Unable to read '%1': %2").arg(groupsIni(), reason)));
+    QCOMPARE(int(FM.ClientGroups->Count), 1); // "ALL" only
 }
 
 // Catches a save that writes while another program holds the lock.
@@ -390,19 +477,17 @@ void tst_fmClientFiles::lockReleasedDuringSave()
 {
     writeText(clientsIni(), "[a]\nlistNo=1\n");
     writeText(lockFile(), "held");
-    std::atomic<bool> released{false};
-    std::thread other([&] {
-        QThread::msleep(1200);
+    bool released = false;
+    atPause = [&](int ms) {
+        if (ms < 1200 || released) return;
         // The other program checks that the file was not written while it held the lock.
         QSettings s(clientsIni(), QSettings::IniFormat);
-        if (s.childGroups() == QStringList{QStringLiteral("a")}) released = true;
+        released = s.childGroups() == QStringList{QStringLiteral("a")};
         QFile::remove(lockFile());
-    });
+    };
     std::unique_ptr<_Client> c(new _Client);
     c->Status.Name.set("b");
-    const bool ok = FM.SaveFileClient(*c);
-    other.join();
-    QVERIFY(ok);
+    QVERIFY(FM.SaveFileClient(*c));
     QVERIFY(released);
     QVERIFY(!tapped.filter(QStringLiteral("clients.ini save lock took ")).isEmpty());
     QSettings s(clientsIni(), QSettings::IniFormat);
@@ -427,15 +512,10 @@ void tst_fmClientFiles::waitsForServerSort()
 {
     const QString flag = dir.path() + QStringLiteral("/_newclientsort.cfg");
     writeText(flag, "");
-    std::thread server([&] {
-        QThread::msleep(500);
-        QFile::remove(flag);
-    });
+    atPause = [&](int) { QFile::remove(flag); };
     std::unique_ptr<_Client> c(new _Client);
     c->Status.Name.set("b");
-    const bool ok = FM.SaveFileClient(*c);
-    server.join();
-    QVERIFY(ok);
+    QVERIFY(FM.SaveFileClient(*c));
     QVERIFY(tapped.contains(QStringLiteral("Waiting for fmServer client sort...")));
 }
 

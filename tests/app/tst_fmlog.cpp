@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 namespace {
 
 QByteArray readAll(const QString& path)
@@ -354,6 +356,11 @@ void tst_fmlog::missingFolderStatedOnce()
     QCOMPARE(lines[1], QByteArray("back"));
     QVERIFY(lines[2].endsWith(" LOGFILE ERROR: Logfile is working again."));
     QVERIFY(!readAll(log.FileName.toQString()).contains("lost"));
+    // A FIFO in the log's place (nobody reading it) fails at once instead of stalling the program.
+    QVERIFY(QFile::remove(log.FileName.toQString()));
+    QVERIFY(::mkfifo(QFile::encodeName(log.FileName.toQString()).constData(), 0600) == 0);
+    log.addLog(QStringLiteral("not into a FIFO"));
+    QVERIFY(log.LastError.t != 0);
 }
 
 // The fixed-string forms give the same line, cut at 250 units.

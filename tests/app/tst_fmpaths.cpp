@@ -7,6 +7,9 @@
 #include <QFileInfo>
 #include <QTest>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 // Search a root with a given executable folder, on a fresh object so no state carries over.
 struct RootSearch
 {
@@ -166,6 +169,7 @@ void tst_fmpaths::relink_data()
     QTest::newRow("target is no root") << QByteArray("Root=/nonexistent/place") << false;
     QTest::newRow("no key") << QByteArray("%T") << false;
     QTest::newRow("empty") << QByteArray("") << false;
+    QTest::newRow("a FIFO, not blocking the start") << QByteArray("<fifo>") << false;
 }
 
 void tst_fmpaths::relink()
@@ -178,6 +182,9 @@ void tst_fmpaths::relink()
     t.chop(1);
     line.replace("%T", t.toLocal8Bit());
     QVERIFY(first.writeFile(QLatin1String(fmRelinkFile), line));
+    const QByteArray relink = QFile::encodeName(first.path() + QLatin1String(fmRelinkFile));
+    if (line == "<fifo>")
+        QVERIFY(::unlink(relink.constData()) == 0 && ::mkfifo(relink.constData(), 0600) == 0);
     RootSearch s;
     QCOMPARE(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), first.path()}, QString()), found);
     if (found) {

@@ -9,6 +9,9 @@
 #include <QSettings>
 #include <QTest>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 QByteArray readAll(const QString& path)
@@ -176,12 +179,13 @@ void tst_fmstartup::versionAndTitle()
 // The release date is the version file's second line as it stands, with its two failure texts.
 void tst_fmstartup::releaseDate_data()
 {
-    QTest::addColumn<QByteArray>("file"); // "-" = no file
+    QTest::addColumn<QByteArray>("file"); // "-" = no file, "|" = a FIFO
     QTest::addColumn<QString>("text");
     QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
     QTest::newRow("blanks kept") << QByteArray(" 7.0.10\r\n  Nov 2026 \r\nmore\n") << "  Nov 2026 ";
     QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
     QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
+    QTest::newRow("a FIFO, not blocking") << QByteArray("|") << "Version info file is missing";
 }
 
 void tst_fmstartup::releaseDate()
@@ -190,6 +194,8 @@ void tst_fmstartup::releaseDate()
     QFETCH(QString, text);
     fmTestRoot root;
     if (file != "-") QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), file));
+    const QByteArray path = QFile::encodeName(root.path() + QStringLiteral("sub/version.info"));
+    if (file == "|") QVERIFY(::unlink(path.constData()) == 0 && ::mkfifo(path.constData(), 0600) == 0);
     __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
     fm.SubPath = root.path() + QStringLiteral("sub/");
     QCOMPARE(fm.getReleaseDate(), text);

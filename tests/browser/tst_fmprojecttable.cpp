@@ -3,6 +3,8 @@
 #include "joblist_fixtures.h"
 
 #include "browser/fmprojecttable.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "jobs/fmjoblist.h"
 
 #include <QDir>
@@ -10,6 +12,8 @@
 #include <QtTest>
 
 #include <cmath>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -48,6 +52,10 @@ private slots:
     // Catches a project load that does not add up its files, or that changes the current project
     // when a file is missing.
     void loadProject();
+    // Catches a project file of a name that is no UTF-8 that is not listed, shown or loaded, and a
+    // file that blocks the load (a FIFO) or gives a message without what failed.
+    void databaseKinds_data();
+    void databaseKinds();
     // Catches combo text with the wrong padding, marker or order.
     void comboText_data();
     void comboText();
@@ -161,7 +169,8 @@ void tst_fmprojecttable::loadProject()
     QCOMPARE(t.loadProjectJobs(1, list, msg), fmProjectTable::LoadDone);
     QCOMPARE(t.currentProject, QStringLiteral("Other"));
     QCOMPARE(t.loadProjectJobs(0, list, msg), fmProjectTable::LoadFileMissing);
-    QCOMPARE(msg, QStringLiteral("Unable to find project database!\n'") + root + QStringLiteral("Car.db61'"));
+    QCOMPARE(msg, QStringLiteral("Unable to find project database!\n'") + root +
+                      QStringLiteral("Car.db61'\nNo such file or directory"));
     QCOMPARE(list.JobCount, 3);
     QCOMPARE(t.currentProject, QStringLiteral("Other"));
     QCOMPARE(t.currentProjectID, 1);
@@ -170,7 +179,44 @@ void tst_fmprojecttable::loadProject()
     // A damaged file: LoadFileJobs reports, the table says only that it failed.
     QVERIFY(jlfix::writeFile(root + "Car.db61", QByteArray(70, 'x')));
     QCOMPARE(t.loadProjectJobs(0, list, msg), fmProjectTable::LoadFileFailed);
-    QVERIFY(msg.isEmpty());
+    QCOMPARE(msg, QStringLiteral("Unable to load project database!\n'") + root + QStringLiteral("Car.db61'"));
+}
+
+void tst_fmprojecttable::databaseKinds_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("message"); // %1 the file's name as shown; empty: loaded
+    QTest::newRow("non-UTF-8 name") << "latin1"
+                                    << "";
+    QTest::newRow("empty") << "empty"
+                           << "Project database is empty!\n'%1'";
+    QTest::newRow("FIFO") << "fifo"
+                          << "Unable to open project database!\n'%1'\nIs a FIFO, not a regular file";
+}
+
+void tst_fmprojecttable::databaseKinds()
+{
+    QFETCH(QString, kind);
+    QFETCH(QString, message);
+    QTemporaryDir d;
+    const QString path = fmPathFromBytes(QFile::encodeName(d.path()) + "/Proj\xe9kt.db");
+    const QByteArray p = fmPathToBytes(path);
+    const QString made = d.path() + "/made"; // written under a UTF-8 name, then given the other
+    if (kind == "latin1") makeDb(made, 2);
+    if (kind == "empty") QVERIFY(jlfix::writeFile(made, ""));
+    if (QFile::exists(made)) QVERIFY(::rename(QFile::encodeName(made).constData(), p.constData()) == 0);
+    if (kind == "fifo") QVERIFY(::mkfifo(p.constData(), 0600) == 0);
+    fmProjectTable t(FM);
+    t.loadProjectList(d.path() + "/");
+    QCOMPARE(t.nrOfProjects, 1);
+    QVERIFY(fmProjectTable::comboText(t.projects[0]).endsWith(QString::fromUtf8("   Proj\uFFFDkt")));
+    fmJ::_JobList list(FM, nullptr);
+    QString msg;
+    const auto r = t.loadProjectJobs(0, list, msg);
+    QCOMPARE(r, message.isEmpty() ? fmProjectTable::LoadDone : fmProjectTable::LoadFileMissing);
+    QCOMPARE(msg, message.isEmpty() ? QString() : message.arg(fmPathForDisplay(path)));
+    QCOMPARE(list.JobCount, message.isEmpty() ? 2 : 0);
+    QVERIFY(fmDeleteFile(path).isEmpty()); // QTemporaryDir can't remove a name that is no UTF-8
 }
 
 void tst_fmprojecttable::comboText_data()

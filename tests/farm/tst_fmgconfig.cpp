@@ -8,6 +8,8 @@
 
 #include <cmath>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -381,7 +383,8 @@ void tst_fmgconfig::hostileFiles()
     }
 }
 
-// A missing file that is not reported, or that spoils the time of the last good read.
+// A missing file that is not reported, or that spoils the time of the last good read; a file
+// that blocks the load or is not refused with its reason.
 void tst_fmgconfig::missingFile()
 {
     Farm f;
@@ -390,9 +393,22 @@ void tst_fmgconfig::missingFile()
     QVERIFY(f.fm->has(0, QStringLiteral("globalconfig.ini not found!"), QStringLiteral("FM,LoadFileCfg")));
     QVERIFY(f.fm->has(10, f.iniPath() + QStringLiteral("   loading..."), QStringLiteral("FM,LoadFileCfg")));
     QCOMPARE(f.fm->cfg->LastFileTime.t, int64_t(12345));
-    // A folder of that name is no file either.
+    // A folder of that name is no file either. A FIFO would block the start for good, a huge file
+    // fill the memory: all are refused at once, with the file's name and the reason.
     QVERIFY(QDir(f.dir.path()).mkdir(QStringLiteral("globalconfig.ini")));
-    QVERIFY(!f.fm->LoadFileCfg());
+    QVERIFY(!f.load());
+    QVERIFY(f.fm->has(0, QStringLiteral("Unable to read '%1': Is a directory").arg(f.iniPath())));
+    QVERIFY(QDir().rmdir(f.iniPath()) && ::mkfifo(QFile::encodeName(f.iniPath()).constData(), 0600) == 0);
+    QVERIFY(!f.load());
+    QVERIFY(
+        f.fm->has(0, QStringLiteral("Unable to read '%1': Is a FIFO, not a regular file").arg(f.iniPath())));
+    QVERIFY(QFile::remove(f.iniPath()));
+    f.writeIni("");
+    QVERIFY(::truncate(QFile::encodeName(f.iniPath()).constData(), 1LL << 30) == 0);
+    QVERIFY(!f.load());
+    QVERIFY(f.fm->has(
+        0, QStringLiteral("Unable to read '%1': File too large (1073741824 bytes, at most 16777216)")
+               .arg(f.iniPath())));
 }
 
 // A reload that reads the file again although its time did not change, or skips a newer one.

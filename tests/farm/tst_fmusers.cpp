@@ -6,8 +6,10 @@
 
 #include <QTemporaryDir>
 #include <QtTest>
+
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 
 static QStringList tapped;
 static void tap(int, const QString& text, const QString&) { tapped << text; }
@@ -206,21 +208,29 @@ void tst_fmUsers::oneChangedByte()
 
 void tst_fmUsers::wrongSize_data()
 {
-    QTest::addColumn<int>("size");
-    QTest::newRow("one short") << 211593;
-    QTest::newRow("one long") << 211595;
-    QTest::newRow("empty") << 0;
+    QTest::addColumn<int>("size"); // -1: a FIFO
+    QTest::addColumn<QString>("message");
+    QTest::newRow("one short") << 211593 << " has wrong file size!";
+    QTest::newRow("one long") << 211595 << " has wrong file size!";
+    QTest::newRow("empty") << 0 << " has wrong file size!";
+    QTest::newRow("FIFO") << -1 << "' !; Is a FIFO, not a regular file";
 }
 
-// Catches a reader that accepts a file of another size.
+// Catches a reader that accepts a file of another size, or blocks on a FIFO.
 void tst_fmUsers::wrongSize()
 {
     QFETCH(int, size);
-    writeFile(path7(), QByteArray(size, '\0'));
+    QFETCH(QString, message);
+    QFile::remove(path7());
+    if (size >= 0)
+        writeFile(path7(), QByteArray(size, '\0'));
+    else
+        QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
     users().LastFileTime.t = 0;
     QVERIFY(!FM.LoadFileUserSettings());
-    QCOMPARE(tapped.last(), path7() + QStringLiteral(" has wrong file size!"));
+    QCOMPARE(tapped.last(), (size < 0 ? "Unable to open '" : "") + path7() + message);
     QVERIFY(!users().ValidData);
+    QFile::remove(path7());
 }
 
 // Catches counts and lengths from a file used without a bound.

@@ -63,6 +63,8 @@ private slots:
         QTest::newRow("fresh") << 0 << false;
         QTest::newRow("two hours") << 7200 << false;
         QTest::newRow("four hours") << 4 * 3600 << true;
+        QTest::newRow("one minute ahead") << -60 << false;
+        QTest::newRow("one hour ahead") << -3600 << true; // would block for an hour otherwise
     }
     void foreignLock()
     {
@@ -77,8 +79,15 @@ private slots:
         fmSetFileTime(lockName, &t);
         fmFileLocker l(file);
         int waited = 0;
-        QCOMPARE(l.lock(500, "me", &waited, false), taken);
+        // The waits are counted, not slept.
+        static int pauses;
+        pauses = 0;
+        fmFileLocker::setSleepFunction([](int ms) { pauses += ms; });
+        const bool got = l.lock(500, "me", &waited, false);
+        fmFileLocker::setSleepFunction(nullptr);
+        QCOMPARE(got, taken);
         QCOMPARE(waited, 500); // two waits of 250 ms
+        QCOMPARE(pauses, 500);
         if (taken) {
             QVERIFY(readFile(lockName).contains("File locked by: me"));
         } else {

@@ -1,3 +1,4 @@
+#include "foundation/fminstance.h"
 #include "foundation/fmprocess.h"
 
 #include <QFile>
@@ -222,6 +223,47 @@ private slots:
         QCOMPARE(fmLastOSError8(-1).toQString(), QString::fromLocal8Bit(std::strerror(EACCES)));
         fmSleep(0);
         fmSleep(-3);
+    }
+
+    // Catches a second instance refused for another user of the machine or for the same user in
+    // another login session, and one let through in the same session.
+    void instanceInSession_data()
+    {
+        QTest::addColumn<QString>("childSession");
+        QTest::addColumn<int>("childUser"); // -1: the same user
+        QTest::addColumn<bool>("found");
+        QTest::newRow("same user and session") << "s1" << -1 << true;
+        QTest::newRow("another session") << "s2" << -1 << false;
+        QTest::newRow("another user") << "s1" << 65534 << false;
+    }
+    void instanceInSession()
+    {
+        QFETCH(QString, childSession);
+        QFETCH(int, childUser);
+        QFETCH(bool, found);
+        if (fmLoginSessionOf(0).startsWith("audit:") && childSession != "s1")
+            QSKIP("an audited login session can't be left by a child");
+        if (childUser >= 0 && ::geteuid() != 0) QSKIP("needs root to start a process of another user");
+        QTemporaryDir tmp;
+        ::chmod(QFile::encodeName(tmp.path()).constData(), 0755); // the other user runs from here
+        QVERIFY(QFile::link(QStringLiteral("/bin/sleep"), tmp.filePath("fmInstTest")));
+        qputenv("XDG_SESSION_ID", "s1");
+        QProcess child;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_SESSION_ID", childSession);
+        child.setProcessEnvironment(env);
+        if (childUser >= 0)
+            child.setChildProcessModifier([childUser] {
+                if (::setgid(gid_t(childUser)) != 0 || ::setuid(uid_t(childUser)) != 0) ::_exit(126);
+            });
+        child.start(tmp.filePath("fmInstTest"), {"30"});
+        QVERIFY(child.waitForStarted());
+        const long long other = fmOtherInstanceInSession(QStringLiteral("FMINSTTEST"));
+        const long long pid = child.processId();
+        child.kill();
+        child.waitForFinished();
+        qunsetenv("XDG_SESSION_ID");
+        QCOMPARE(other, found ? pid : 0);
     }
 };
 

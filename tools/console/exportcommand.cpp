@@ -2,6 +2,7 @@
 // the window's export writes for the same jobs.
 
 #include "app/fm.h"
+#include "foundation/fmfileread.h"
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/consolecommand.h"
@@ -56,7 +57,9 @@ QList<int> chosenProjects(const fmConsoleArgs& args, const fmProjectTable& table
     // Project names match without regard to case, as the table groups them.
     const QString name = args.value("--project");
     for (int i = 0; i < table.nrOfProjects && indexes.isEmpty(); ++i)
-        if (table.projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0) indexes.append(i);
+        if (table.projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0 ||
+            fmPathForDisplay(table.projects[size_t(i)].Name).compare(name, Qt::CaseInsensitive) == 0)
+            indexes.append(i);
     if (indexes.isEmpty()) {
         fmConsolePrintErr(
             QStringLiteral("Unknown project '%1'; 'fmHistorydbconsole projects' lists them.\n").arg(name));

@@ -1,6 +1,7 @@
 // "projects": the project table as the window's project list shows it, as text or JSON.
 
 #include "app/fm.h"
+#include "foundation/fmfileread.h"
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/consolecommand.h"
@@ -40,10 +41,10 @@ QJsonArray projectsJson(const fmProjectTable& table)
         const _projectInfo& p = table.projects[size_t(i)];
         QJsonArray files;
         for (const _projectInfo_files& f : p.Files)
-            files.append(QJsonObject{{QStringLiteral("path"), f.FileName},
+            files.append(QJsonObject{{QStringLiteral("path"), fmPathForDisplay(f.FileName)},
                                      {QStringLiteral("size"), double(f.Size)},
                                      {QStringLiteral("time"), fmConsoleIsoTime(f.Time)}});
-        projects.append(QJsonObject{{QStringLiteral("name"), p.Name},
+        projects.append(QJsonObject{{QStringLiteral("name"), fmPathForDisplay(p.Name)},
                                     {QStringLiteral("files"), files},
                                     {QStringLiteral("first"), fmConsoleIsoTime(p.DateFirst)},
                                     {QStringLiteral("last"), fmConsoleIsoTime(p.DateLast)},
@@ -63,8 +64,7 @@ int run(const fmConsoleArgs& args)
         for (int i = 0; i < table->nrOfProjects; ++i) {
             QString message;
             const auto r = table->loadProjectJobs(i, *list, message);
-            if (r == fmProjectTable::LoadFileMissing)
-                FM.WriteLog(2, 0, message, QStringLiteral("console,projects"));
+            if (!message.isEmpty()) FM.WriteLog(2, 0, message, QStringLiteral("console,projects"));
             if (r != fmProjectTable::LoadDone) result = fmExitFailed;
         }
     }
