@@ -476,7 +476,8 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
     uint8_t Reserved37985;
     fmString<25> UserNameLower;        // UserName lower-cased, for filtering
     fmString<25> CompanyProjectLower;  // CompanyProjectName cut to 25, lower-cased
-    uint8_t Reserved38098[6];
+    uint16_t SourceFile;               // 1 + index of the file in _JobList::Sources; 0: none
+    uint8_t Reserved38100[4];
 
     _jobsHistoryDB_Runtime();
     using _jobsHistoryDB::operator=;

@@ -160,6 +160,7 @@ void _JobList::deleteAll()
     JobCount = 0;
     CustomActiveCount = 0;
     CustomActiveSortedCount = 0;
+    Sources.clear();
     viewChanged();
 }
 

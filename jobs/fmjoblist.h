@@ -12,11 +12,16 @@
 #include "jobs/fmjobhistory.h"
 
 #include <QFile>
+#include <QHash>
+#include <QList>
+#include <QPair>
 #include <QReadWriteLock>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 class __FMSDK;
 
@@ -29,8 +34,9 @@ public:
     static constexpr int AllocBlock = 25;     // records allocated at a time
     static constexpr int MaxMoveJobs = 20;    // move commands waiting at most
     static constexpr int FrameHeaderSize = 64;
-    static constexpr uint16_t FrameID = 0x0A04;
-    static constexpr uint16_t FrameVersion = 3;
+    static constexpr uint16_t FrameID = JobHistory_StructID;
+    static constexpr uint16_t FrameVersion = JobHistory_StructVersion;
+    static constexpr int SaveLockWaitMs = 30000; // a save waits this long for a file's lock
     static constexpr int ReadLimit = 65460;   // output limit of one current-format frame
     static const char FrameMagic[45];         // 44 characters and the terminating 0
 
@@ -88,7 +94,36 @@ public:
 
     // Database file.
     bool LoadFileJobs(const QString& path = QString());
+    // Writes every job of the list to `path` through a temporary file beside it, flushed and then
+    // renamed over it; `backup` keeps the former file as ".bak30". On failure the former file
+    // stays as it was and LastSaveError says why, naming the file.
     bool SaveFileJobs(bool backup, const QString& path, bool logIt, const QString& logPrefix);
+
+    // What the last LoadFileJobs found, whatever the farm's log levels let through.
+    struct LoadReport
+    {
+        bool Read = true; // false when the file as a whole failed
+        int Loaded = 0;   // jobs it added
+        int Failed = 0;   // frames of a known identifier that could not be taken
+        int Skipped = 0;  // frames of an unknown identifier
+        QList<QPair<int, QString>> Messages; // level and text of each message of levels 0 to 2
+    };
+    LoadReport LastLoad;
+    QString LastSaveError;
+
+    // The files the jobs were loaded from, in load order, each with the JobIDs it held then (a
+    // job's SourceFile is its index here + 1). deleteAll empties it.
+    struct SourceFile
+    {
+        QString Path;
+        QList<unsigned long long> JobIDs;
+    };
+    QList<SourceFile> Sources;
+    // Rewrites each source file that lost a job since its load, in its own place: under the
+    // farm's lock file for it, what is on disk now (jobs added since stay) less the deleted jobs
+    // by JobID. False when a file could not be locked, read or written; it then stays as it was
+    // and `messages` says why, naming it.
+    bool SaveSources(QStringList& messages, int lockWaitMs = SaveLockWaitMs);
 
     // View: filter and sort (callers of sort() and filter() hold LockJobs for writing).
     void SetFilter(const QString& user, const QString& project, const QString& app, const QString& text,
@@ -114,9 +149,16 @@ public:
     // Test and benchmark hook: when true, LoadFileJobs rebuilds the view after every job it adds
     // or drops, as a list without batching would. The final view is the same either way.
     void setPerJobViewUpdate(bool on) { PerJobViewUpdate = on; }
+    bool perJobViewUpdate() const { return PerJobViewUpdate; }
+
+    // Writes the records as frames through a temporary file renamed over `path` (none: the file
+    // is deleted). An empty text, or why not, naming the file.
+    static QString writeJobFile(const QString& path, const std::vector<const _jobsHistoryDB*>& records, bool backup);
 
 private:
     friend class ViewUpdateBatch;
+    QHash<unsigned long long, int> deletedFromSource(int index) const;
+    bool saveSource(int index, QStringList& messages, int lockWaitMs);
     bool allocateBlock();
     void freeAll();
     void viewChanged(); // sort and filter now, or later when a batch is open
