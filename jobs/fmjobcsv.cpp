@@ -129,7 +129,7 @@ bool _JobList::exportAsCSV(const QString& path, _jobsHistoryDB_Runtime* job, QFi
         }
     }
     if (!job) {
-        const int n = allJobs ? std::clamp(JobCount, 0, MaxJobs) : std::clamp(SelectedCount, 0, MaxJobs);
+        const int n = allJobs ? std::clamp(JobCount, 0, Capacity) : std::clamp(SelectedCount, 0, Capacity);
         _jobsHistoryDB_Runtime** list = allJobs ? Queue.get() : Selection.get();
         for (int i = 0; i < n; ++i) {
             if (!list[i]) continue;

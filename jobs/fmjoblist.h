@@ -30,7 +30,7 @@ namespace fmJ {
 class _JobList
 {
 public:
-    static constexpr int MaxJobs = 15000;     // records at most
+    static constexpr int MaxJobs = 15000;     // places the arrays have at first; they grow beyond
     static constexpr int AllocBlock = 25;     // records allocated at a time
     static constexpr int MaxMoveJobs = 20;    // move commands waiting at most
     static constexpr int FrameHeaderSize = 64;
@@ -50,13 +50,14 @@ public:
     QReadWriteLock LockSelection; // taken by listCustomActive_BuildEnd
 
     int Allocated = 0;
+    int Capacity = MaxJobs; // places of Queue, Sorted, Selection, CustomActive and CustomActiveSorted
     __FMSDK* App = nullptr; // not owned
     int JobCount = 0;
     int SortedCount = 0;
     int SelectedCount = 0;
     int CustomActiveCount = 0;
     int CustomActiveSortedCount = 0;
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActiveSorted; // MaxJobs entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActiveSorted; // Capacity entries, not owning
 
     QString FilterUser, FilterProject, FilterApp, FilterText;
     bool FilterFlag1 = true, FilterFlag2 = true, FilterFlag3 = true, FilterFlag4 = true,
@@ -67,11 +68,11 @@ public:
     int MoveJobsCount = 0;
     std::unique_ptr<_JobCommandSend[]> MoveJobs; // MaxMoveJobs entries
 
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Queue; // MaxJobs entries, owning unless IsCopy
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Queue; // Capacity entries, owning unless IsCopy
     fmTime_t TimeLoaded, TimeChanged, TimeSaved;
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Sorted;       // MaxJobs entries, not owning
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Selection;    // MaxJobs entries, not owning
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActive; // MaxJobs entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Sorted;       // Capacity entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Selection;    // Capacity entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActive; // Capacity entries, not owning
     bool IsCopy = false;
 
     // Path of a machine-local "jobs.db" that replaces the shared one; while set, SaveFileJobs
@@ -160,6 +161,7 @@ private:
     QHash<unsigned long long, int> deletedFromSource(int index) const;
     bool saveSource(int index, QStringList& messages, int lockWaitMs);
     bool allocateBlock();
+    bool grow();
     void freeAll();
     void viewChanged(); // sort and filter now, or later when a batch is open
     int ViewBatchDepth = 0;

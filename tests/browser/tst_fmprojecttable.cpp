@@ -41,10 +41,10 @@ private slots:
     void scanGroupsFiles();
     // Catches estimates that leave out the seeds or round the wrong way.
     void estimates();
-    // Catches a table that grows beyond its 1451 entries or takes later files of known projects.
-    void tableMargin();
-    // Catches a rescan that forgets the files a former scan left (kept on purpose).
-    void rescanAppends();
+    // Catches a table that silently stops at 1451 projects or drops later files of known ones.
+    void noProjectLimit();
+    // Catches a rescan that appends the files it finds behind the former list (loads twice).
+    void rescanReplaces();
     // Catches a project load that does not add up its files, or that changes the current project
     // when a file is missing.
     void loadProject();
@@ -103,17 +103,17 @@ void tst_fmprojecttable::estimates()
     QCOMPARE(t.projects[2].NrOfJobs, 1000LL); // exact counts stay
 }
 
-void tst_fmprojecttable::tableMargin()
+void tst_fmprojecttable::noProjectLimit()
 {
     fmProjectTable t(FM);
     fmTime_t time;
-    for (int i = 0; i < 1460; ++i) t.addProjectFile(QStringLiteral("/h/p%1.db").arg(i), time, 10);
-    QCOMPARE(t.nrOfProjects, 1451);
-    t.addProjectFile("/h/p0.db61", time, 10); // a known project, yet dropped
-    QCOMPARE(t.projects[0].Files.size(), 1);
+    for (int i = 0; i < 1600; ++i) t.addProjectFile(QStringLiteral("/h/proj%1.db").arg(i), time, 10);
+    QCOMPARE(t.nrOfProjects, 1600);
+    t.addProjectFile("/h/proj0.db61", time, 10); // a known project gets its second file
+    QCOMPARE(t.projects[0].Files.size(), 2);
 }
 
-void tst_fmprojecttable::rescanAppends()
+void tst_fmprojecttable::rescanReplaces()
 {
     QTemporaryDir d;
     const QString root = d.path() + QStringLiteral("/");
@@ -126,7 +126,7 @@ void tst_fmprojecttable::rescanAppends()
     QCOMPARE(t.projects[0].Files.size(), 2);
     t.projects[0].Loaded = true;
     t.loadProjectList(root);
-    QCOMPARE(t.projects[0].Files.size(), 4);
+    QCOMPARE(t.projects[0].Files.size(), 2);
     QVERIFY(!t.projects[0].Loaded);
     QCOMPARE(t.projects[0].NrOfJobs, 0LL);
 }

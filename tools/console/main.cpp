@@ -11,6 +11,7 @@
 #include "app/fm.h"
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
+#include "tools/console/consoleedit.h"
 #include "tools/console/demoroot.h"
 
 #include <QCoreApplication>
@@ -422,6 +423,7 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     qInstallMessageHandler(FMMessageOutput);
+    if (const int r = fmConsoleEditCommand(FM, argc, argv, isFamilyValueOption); r >= 0) return r;
 
     Command cmd;
     const QString why = parseArgs(QCoreApplication::arguments(), cmd);
