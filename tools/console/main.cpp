@@ -20,7 +20,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 
 #include <cstdio>
 #include <memory>
@@ -325,17 +324,20 @@ int runExport(const Command& cmd)
         }
         jobs += list->JobCount;
     }
-    if (toStdout) out.flush();
-    else if (Sink.Verbose)
+    if (toStdout && !out.flush()) {
+        printErr(QStringLiteral("Unable to write to standard output; %1\n").arg(out.errorString()));
+        return ExitFailed;
+    }
+    if (!toStdout && Sink.Verbose)
         printOut(QStringLiteral("%1 jobs of %2 project(s) written to '%3'\n").arg(jobs).arg(indexes.size()).arg(path));
     return result;
 }
 
 int runCheck(const Command& cmd)
 {
-    static const QRegularExpression failedLine(QStringLiteral("^\\{ALL\\} (\\d+) Jobs in jobs\\.db could not be loaded"));
+    // Counts and messages come from the loader's own report: the farm's log levels do not hide them.
     int result = ExitOk;
-    long long totalJobs = 0, totalFailed = 0, unreadable = 0;
+    long long totalJobs = 0, totalFailed = 0, totalSkipped = 0, unreadable = 0;
     auto list = std::make_unique<fmJ::_JobList>(FM);
     for (const QString& name : cmd.Positional) {
         const QFileInfo info(name);
@@ -346,36 +348,33 @@ int runCheck(const Command& cmd)
             continue;
         }
         list->deleteAll();
-        Sink.Captured.clear();
-        Sink.Capture = true;
+        Sink.Capture = true; // the report below tells them once
         const bool read = list->LoadFileJobs(info.absoluteFilePath());
         Sink.Capture = false;
-        int failed = 0;
-        QStringList messages;
-        for (const auto& [level, text] : std::as_const(Sink.Captured)) {
-            if (level > 2) continue;
-            const auto m = failedLine.match(text);
-            if (m.hasMatch()) failed = m.captured(1).toInt();
-            messages.append((level == 0 ? QStringLiteral("CRF ") : level == 1 ? QStringLiteral("ERR ") : QStringLiteral("WRN ")) +
-                            text.trimmed());
-        }
+        Sink.Captured.clear();
+        const fmJ::_JobList::LoadReport& r = list->LastLoad;
         if (!read) {
-            printOut(QStringLiteral("%1: could not be read; %2 loaded before the failure\n").arg(name, plural(list->JobCount, "job")));
-            result = ExitFailed;
+            printOut(QStringLiteral("%1: could not be read; %2 loaded before the failure\n").arg(name, plural(r.Loaded, "job")));
             ++unreadable;
         } else {
-            printOut(QStringLiteral("%1: %2 loaded, %3 failed\n").arg(name, plural(list->JobCount, "job"), plural(failed, "frame")));
-            if (failed > 0) result = ExitFailed;
-            totalFailed += failed;
+            printOut(QStringLiteral("%1: %2 loaded, %3 failed, %4 skipped\n")
+                         .arg(name, plural(r.Loaded, "job"), plural(r.Failed, "frame"), plural(r.Skipped, "frame")));
         }
-        for (const QString& m : messages) printOut(QStringLiteral("    ") + m + QLatin1Char('\n'));
-        totalJobs += list->JobCount;
+        if (!read || r.Failed > 0 || r.Skipped > 0) result = ExitFailed;
+        totalFailed += r.Failed;
+        totalSkipped += r.Skipped;
+        for (const auto& [level, text] : r.Messages)
+            printOut(QStringLiteral("    ") +
+                     (level == 0 ? QStringLiteral("CRF ") : level == 1 ? QStringLiteral("ERR ") : QStringLiteral("WRN ")) +
+                     text.trimmed() + QLatin1Char('\n'));
+        totalJobs += r.Loaded;
         std::fflush(stdout);
     }
     if (cmd.Positional.size() > 1)
-        printOut(QStringLiteral("checked %1: %2, %3 failed, %4 unreadable\n")
+        printOut(QStringLiteral("checked %1: %2, %3 failed, %4 unreadable, %5 skipped\n")
                      .arg(plural(cmd.Positional.size(), "file"), plural(totalJobs, "job"), plural(totalFailed, "frame"))
-                     .arg(unreadable));
+                     .arg(unreadable)
+                     .arg(plural(totalSkipped, "frame")));
     return result;
 }
 
