@@ -28,7 +28,8 @@ QByteArray compressRecord(const _jobsHistoryDB& record, int* zError)
     std::memset(bytes, 0, _JobList::FrameHeaderSize);
     std::strncpy(reinterpret_cast<char*>(bytes), _JobList::FrameMagic, MagicPadded);
     uLongf outLen = bound;
-    const int z = compress(bytes + _JobList::FrameHeaderSize, &outLen, reinterpret_cast<const Bytef*>(&record), SizeNow);
+    const int z = compress(bytes + _JobList::FrameHeaderSize, &outLen,
+                           reinterpret_cast<const Bytef*>(&record), SizeNow);
     if (z != Z_OK) {
         *zError = z;
         return QByteArray();
@@ -47,7 +48,8 @@ void runOnPool(int count, const std::function<void(int)>& work)
     if (count <= 0) return;
     std::atomic<int> next{0};
     auto drain = [&] {
-        for (int i = next.fetch_add(1); i < count; i = next.fetch_add(1)) work(i);
+        for (int i = next.fetch_add(1); i < count; i = next.fetch_add(1))
+            work(i);
     };
     QThreadPool* pool = QThreadPool::globalInstance();
     QSemaphore finished;

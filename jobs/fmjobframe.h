@@ -41,10 +41,14 @@ inline uint32_t getU32(const unsigned char* p)
 {
     return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
 }
-inline uint16_t getU16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
+inline uint16_t getU16(const unsigned char* p)
+{
+    return uint16_t(p[0] | p[1] << 8);
+}
 inline void putU32(unsigned char* p, uint32_t v)
 {
-    for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
+    for (int i = 0; i < 4; ++i)
+        p[i] = static_cast<unsigned char>(v >> (8 * i));
 }
 inline void putU16(unsigned char* p, uint16_t v)
 {

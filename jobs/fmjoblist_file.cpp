@@ -202,7 +202,8 @@ QString FrameLoader::check(const PendingFrame& f, const _jobsHistoryDB*& rec)
         return QStringLiteral("{ALL} Error decompressing job #%1; ").arg(n) + fmConvertZLibError(code);
     }
     if (f.OutLen != f.Expected)
-        return QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!").arg(n);
+        return QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
+            .arg(n);
     rec = upgrade(f);
     if (!rec) return QString();
     const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
@@ -251,10 +252,17 @@ bool FrameLoader::finishRun(FrameEnd end)
 {
     switch (end) {
     case FrameEnd::None:
-    case FrameEnd::EndOfFile: return true;
-    case FrameEnd::ReadError: log(1, QStringLiteral("{ALL} Unable to read '") + Path + QStringLiteral("' !; ") + ReadError); break;
-    case FrameEnd::FormatError: log(1, QStringLiteral("{ALL} jobs.db format error!")); break;
-    case FrameEnd::BufferTooSmall: log(1, QStringLiteral("{ALL} Job read buffer too small!")); break;
+    case FrameEnd::EndOfFile:
+        return true;
+    case FrameEnd::ReadError:
+        log(1, QStringLiteral("{ALL} Unable to read '") + Path + QStringLiteral("' !; ") + ReadError);
+        break;
+    case FrameEnd::FormatError:
+        log(1, QStringLiteral("{ALL} jobs.db format error!"));
+        break;
+    case FrameEnd::BufferTooSmall:
+        log(1, QStringLiteral("{ALL} Job read buffer too small!"));
+        break;
     case FrameEnd::NoMemory:
         log(0, QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
                    .arg(double(TargetOffset + sizeof(InflateTarget)) / 1048576.0, 0, 'f', 1));
@@ -272,7 +280,8 @@ bool FrameLoader::run()
         return false;
     }
     if (!File.open(QIODevice::ReadOnly)) {
-        log(0, QStringLiteral("{ALL} Unable to open '") + Path + QStringLiteral("' !; ") + File.errorString());
+        log(0,
+            QStringLiteral("{ALL} Unable to open '") + Path + QStringLiteral("' !; ") + File.errorString());
         return false;
     }
     // A file's jobs carry 1 + its index in Sources, so that a save can find what each file held.
@@ -296,7 +305,8 @@ bool FrameLoader::run()
     if (List.LastLoad.Failed > 0)
         log(2, QStringLiteral("{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(List.LastLoad.Failed));
     List.TimeLoaded.SetCurrentTime();
-    List.App->WriteLog(4, 8, QStringLiteral("{ALL} %1 jobs loaded").arg(List.JobCount), QStringLiteral("JobList,LoadFileJobs"));
+    List.App->WriteLog(4, 8, QStringLiteral("{ALL} %1 jobs loaded").arg(List.JobCount),
+                       QStringLiteral("JobList,LoadFileJobs"));
     return true;
 }
 
@@ -331,7 +341,8 @@ void ViewUpdateBatch::flush()
 bool _JobList::LoadFileJobs(const QString& pathIn)
 {
     QString path = pathIn;
-    if (path.isEmpty() && !AltLocalDBPath.isEmpty() && fmFileExists(AltLocalDBPath + QStringLiteral("jobs.db")))
+    if (path.isEmpty() && !AltLocalDBPath.isEmpty() &&
+        fmFileExists(AltLocalDBPath + QStringLiteral("jobs.db")))
         path = AltLocalDBPath + QStringLiteral("jobs.db");
     if (path.isEmpty()) path = DatabaseFolder + QStringLiteral("jobs.db");
     App->WriteLog(10, 0, QStringLiteral("{ALL} ") + path + QStringLiteral("   loading..."),

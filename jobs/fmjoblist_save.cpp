@@ -34,9 +34,15 @@ namespace {
 // Records compressed at a time: bounds the memory of frames waiting to be written.
 constexpr int CompressChunk = 256;
 
-QString systemError(int code) { return qt_error_string(code); }
+QString systemError(int code)
+{
+    return qt_error_string(code);
+}
 
-QByteArray nativePath(const QString& path) { return QFile::encodeName(path); }
+QByteArray nativePath(const QString& path)
+{
+    return QFile::encodeName(path);
+}
 
 // Writes all of `bytes` to `fd`; an empty text, or the system's reason.
 QString writeAll(int fd, const QByteArray& bytes)
@@ -60,7 +66,9 @@ QString writeFrames(int fd, const std::vector<const _jobsHistoryDB*>& records)
     std::vector<int> errors(CompressChunk);
     for (size_t first = 0; first < records.size(); first += CompressChunk) {
         const int n = int(std::min(records.size() - first, size_t(CompressChunk)));
-        frame::runOnPool(n, [&](int i) { frames[size_t(i)] = frame::compressRecord(*records[first + size_t(i)], &errors[size_t(i)]); });
+        frame::runOnPool(n, [&](int i) {
+            frames[size_t(i)] = frame::compressRecord(*records[first + size_t(i)], &errors[size_t(i)]);
+        });
         for (int i = 0; i < n; ++i) {
             if (frames[size_t(i)].isEmpty()) {
                 int code = errors[size_t(i)];
@@ -89,21 +97,30 @@ QString keepBackup(const QString& path)
 
 } // namespace
 
-QString _JobList::writeJobFile(const QString& path, const std::vector<const _jobsHistoryDB*>& records, bool backup)
+QString _JobList::writeJobFile(const QString& path, const std::vector<const _jobsHistoryDB*>& records,
+                               bool backup)
 {
     const QString cannot = QStringLiteral("Unable to write '") + path + QStringLiteral("' !; ");
     if (records.empty()) {
         if (backup && fmFileExists(path)) keepBackup(path);
         const QString why = fmDeleteFile(path);
-        return why.isEmpty() ? QString() : QStringLiteral("Unable to delete '") + path + QStringLiteral("' !; ") + why;
+        return why.isEmpty() ? QString()
+                             : QStringLiteral("Unable to delete '") + path + QStringLiteral("' !; ") + why;
     }
     QTemporaryFile tmp(path + QStringLiteral(".saving.XXXXXX"));
-    if (!tmp.open()) return QStringLiteral("Unable to open '") + tmp.fileTemplate() + QStringLiteral("' !; ") + tmp.errorString();
+    if (!tmp.open())
+        return QStringLiteral("Unable to open '") + tmp.fileTemplate() + QStringLiteral("' !; ") +
+               tmp.errorString();
     const int fd = int(tmp.handle());
     // The new file gets the old one's rights (a temporary file is made private to its owner).
     struct stat old = {};
     const bool existed = ::stat(nativePath(path).constData(), &old) == 0;
-    ::fchmod(fd, existed ? (old.st_mode & 07777) : 0666 & ~[] { const mode_t m = ::umask(0); ::umask(m); return m; }());
+    ::fchmod(
+        fd, existed ? (old.st_mode & 07777) : 0666 & ~[] {
+            const mode_t m = ::umask(0);
+            ::umask(m);
+            return m;
+        }());
     QString why = writeFrames(fd, records);
     if (why.isEmpty() && ::fsync(fd) != 0) why = systemError(errno);
     if (!why.isEmpty()) return cannot + why;
@@ -124,13 +141,15 @@ bool _JobList::SaveFileJobs(bool backup, const QString& pathIn, bool logIt, cons
     if (!AltLocalDBPath.isEmpty()) return true;
     const QString path = pathIn.isEmpty() ? DatabaseFolder + QStringLiteral("jobs.db") : pathIn;
     if (logIt) {
-        App->WriteLog(4, 8, logPrefix + QStringLiteral("{ALL} ") + path + QStringLiteral("   saving..."), where);
+        App->WriteLog(4, 8, logPrefix + QStringLiteral("{ALL} ") + path + QStringLiteral("   saving..."),
+                      where);
         if (App->Log) App->Log->flush();
     }
     QReadLocker listLock(&LockList);
     std::vector<const _jobsHistoryDB*> records;
     records.reserve(size_t(std::max(JobCount, 0)));
-    for (int i = 0; i < JobCount; ++i) records.push_back(Queue[i]);
+    for (int i = 0; i < JobCount; ++i)
+        records.push_back(Queue[i]);
     LastSaveError = writeJobFile(path, records, backup);
     if (!LastSaveError.isEmpty()) {
         App->WriteLog(1, 0, QStringLiteral("{ALL} ") + LastSaveError, where);
@@ -169,16 +188,18 @@ bool _JobList::saveSource(int index, QStringList& messages, int lockWaitMs)
     fmFileLocker lock(path);
     int waited = 0;
     if (!lock.lock(lockWaitMs, QSysInfo::machineHostName() + QLatin1Char(' ') + App->AppName, &waited)) {
-        messages.append(waited < 0 ? QStringLiteral("Unable to lock '%1'; not saved.").arg(path)
-                                   : QStringLiteral("'%1' is locked by another program (waited %2 s); not saved.")
-                                         .arg(path)
-                                         .arg(waited / 1000));
+        messages.append(waited < 0
+                            ? QStringLiteral("Unable to lock '%1'; not saved.").arg(path)
+                            : QStringLiteral("'%1' is locked by another program (waited %2 s); not saved.")
+                                  .arg(path)
+                                  .arg(waited / 1000));
         return false;
     }
     // What is on disk now: jobs the farm added since the load stay, other saves' deletions too.
     auto disk = std::make_unique<_JobList>(*App);
     if (!disk->LoadFileJobs(path)) {
-        const QString why = disk->LastLoad.Messages.isEmpty() ? QString() : disk->LastLoad.Messages.last().second;
+        const QString why =
+            disk->LastLoad.Messages.isEmpty() ? QString() : disk->LastLoad.Messages.last().second;
         messages.append(QStringLiteral("Unable to read '%1'; not saved. %2").arg(path, why).trimmed());
         return false;
     }
@@ -209,7 +230,8 @@ bool _JobList::SaveSources(QStringList& messages, int lockWaitMs)
 {
     if (IsCopy) return false;
     bool ok = true;
-    for (int i = 0; i < int(Sources.size()); ++i) ok = saveSource(i, messages, lockWaitMs) && ok;
+    for (int i = 0; i < int(Sources.size()); ++i)
+        ok = saveSource(i, messages, lockWaitMs) && ok;
     return ok;
 }
 

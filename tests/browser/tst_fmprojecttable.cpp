@@ -48,6 +48,10 @@ private slots:
     // Catches a project load that does not add up its files, or that changes the current project
     // when a file is missing.
     void loadProject();
+    // Catches a revert that loads the project's files twice (doubled count, deleted jobs back) and
+    // a save that adds a file to the project instead of rewriting its own.
+    void reloadAfterDelete_data();
+    void reloadAfterDelete();
     // Catches combo text with the wrong padding, marker or order.
     void comboText_data();
     void comboText();
@@ -129,6 +133,38 @@ void tst_fmprojecttable::rescanReplaces()
     QCOMPARE(t.projects[0].Files.size(), 2);
     QVERIFY(!t.projects[0].Loaded);
     QCOMPARE(t.projects[0].NrOfJobs, 0LL);
+}
+
+void tst_fmprojecttable::reloadAfterDelete_data()
+{
+    QTest::addColumn<bool>("save");
+    QTest::addColumn<int>("count");
+    QTest::newRow("revert") << false << 5;
+    QTest::newRow("save, then open again") << true << 3;
+}
+
+void tst_fmprojecttable::reloadAfterDelete()
+{
+    QFETCH(bool, save);
+    QFETCH(int, count);
+    QTemporaryDir d;
+    const QString root = d.path() + QStringLiteral("/");
+    makeDb(root + "Car.db", 3, 0, 0);
+    makeDb(root + "__old/Car.db61", 2, 0, 10);
+    fmProjectTable t(FM);
+    t.loadProjectList(root);
+    fmJ::_JobList list(FM, nullptr);
+    QString msg;
+    QCOMPARE(t.loadProjectJobs(0, list, msg), fmProjectTable::LoadDone);
+    list.DeleteJob(list.Queue[4]);
+    list.DeleteJob(list.Queue[0]);
+    t.loadProjectList(root); // as the window does after a delete
+    QStringList messages;
+    if (save) QVERIFY(list.SaveSources(messages, 0));
+    t.loadProjectList(root);
+    QCOMPARE(t.loadProjectJobs(t.indexOf(QStringLiteral("car")), list, msg), fmProjectTable::LoadDone);
+    QCOMPARE(list.JobCount, count);
+    QCOMPARE(filesOf(t.projects[0], root), (QStringList{"Car.db", "__old/Car.db61"}));
 }
 
 void tst_fmprojecttable::loadProject()

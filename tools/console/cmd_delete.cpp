@@ -41,7 +41,9 @@ int fmConsoleDelete(__FM& fm, const fmConsoleEditArgs& args)
     for (const QString& id : args.IDs) {
         const QList<fmJ::_jobsHistoryDB_Runtime*> found = jobsNamed(list, id);
         if (found.isEmpty()) {
-            fmConsolePrint(stderr, QStringLiteral("No job '%1' in project '%2'; nothing deleted.\n").arg(id, args.Project));
+            fmConsolePrint(
+                stderr,
+                QStringLiteral("No job '%1' in project '%2'; nothing deleted.\n").arg(id, args.Project));
             return 2;
         }
         for (fmJ::_jobsHistoryDB_Runtime* job : found)
@@ -54,7 +56,8 @@ int fmConsoleDelete(__FM& fm, const fmConsoleEditArgs& args)
     }
     QStringList messages;
     const bool saved = list.SaveSources(messages);
-    for (const QString& m : std::as_const(messages)) fmConsolePrint(stderr, m + QLatin1Char('\n'));
+    for (const QString& m : std::as_const(messages))
+        fmConsolePrint(stderr, m + QLatin1Char('\n'));
     if (!saved) return 1;
     // The images go only once the jobs are gone from the files for good.
     const QString folder = fm.HistoryDbPath.toQString() + project.Table->projects[size_t(project.Index)].Name;

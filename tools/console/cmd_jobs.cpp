@@ -18,7 +18,10 @@
 
 namespace {
 
-QString isoTime(const fmTime_t& t) { return QDateTime::fromSecsSinceEpoch(t.t, Qt::UTC).toString(Qt::ISODate); }
+QString isoTime(const fmTime_t& t)
+{
+    return QDateTime::fromSecsSinceEpoch(t.t, Qt::UTC).toString(Qt::ISODate);
+}
 
 } // namespace
 
@@ -28,7 +31,8 @@ int fmConsoleJobs(__FM& fm, const fmConsoleEditArgs& args)
     const int loaded = fmConsoleLoadProject(fm, args.Project, project);
     if (loaded != 0) return loaded;
     fmJ::_JobList& list = *project.List;
-    list.SetFilter(args.User, QString(), args.App, args.Text.trimmed(), false, false, false, false, false, true);
+    list.SetFilter(args.User, QString(), args.App, args.Text.trimmed(), false, false, false, false, false,
+                   true);
     const QDir history(fm.HistoryDbPath.toQString());
     QJsonArray all;
     QReadLocker lock(&list.LockJobs);
@@ -55,6 +59,7 @@ int fmConsoleJobs(__FM& fm, const fmConsoleEditArgs& args)
                                {QStringLiteral("finished"), isoTime(job->DateFinished)},
                                {QStringLiteral("file"), file}});
     }
-    if (args.Json) fmConsolePrint(stdout, QString::fromUtf8(QJsonDocument(all).toJson(QJsonDocument::Indented)));
+    if (args.Json)
+        fmConsolePrint(stdout, QString::fromUtf8(QJsonDocument(all).toJson(QJsonDocument::Indented)));
     return 0;
 }

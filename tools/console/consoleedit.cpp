@@ -39,8 +39,8 @@ QString parse(const QStringList& args, bool (*isValueOption)(const QString&), fm
             a.Json = true;
         } else if (s == QLatin1String("--verbose")) {
             a.Verbose = true;
-        } else if (s == QLatin1String("--project") || s == QLatin1String("--user") || s == QLatin1String("--app") ||
-                   s == QLatin1String("--text")) {
+        } else if (s == QLatin1String("--project") || s == QLatin1String("--user") ||
+                   s == QLatin1String("--app") || s == QLatin1String("--text")) {
             QString& out = s == QLatin1String("--project") ? a.Project
                            : s == QLatin1String("--user")  ? a.User
                            : s == QLatin1String("--app")   ? a.App
@@ -95,7 +95,8 @@ int fmConsoleEditCommand(__FM& fm, int argc, char** argv, bool (*isValueOption)(
     fmConsoleEditArgs a;
     const QString why = parse(args, isValueOption, a);
     if (!why.isEmpty()) {
-        fmConsolePrint(stderr, QStringLiteral("fmHistorydbconsole: %1\nTry 'fmHistorydbconsole --help'.\n").arg(why));
+        fmConsolePrint(stderr,
+                       QStringLiteral("fmHistorydbconsole: %1\nTry 'fmHistorydbconsole --help'.\n").arg(why));
         return ExitUsage;
     }
     Verbose = a.Verbose;
@@ -114,15 +115,19 @@ int fmConsoleLoadProject(__FM& fm, const QString& name, fmConsoleProject& projec
     project.List = std::make_unique<fmJ::_JobList>(fm);
     project.Table->loadProjectList();
     for (int i = 0; i < project.Table->nrOfProjects && project.Index < 0; ++i)
-        if (project.Table->projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0) project.Index = i;
+        if (project.Table->projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0)
+            project.Index = i;
     if (project.Index < 0) {
-        fmConsolePrint(stderr, QStringLiteral("Unknown project '%1'; 'fmHistorydbconsole projects' lists them.\n").arg(name));
+        fmConsolePrint(
+            stderr,
+            QStringLiteral("Unknown project '%1'; 'fmHistorydbconsole projects' lists them.\n").arg(name));
         return ExitUsage;
     }
     QString message;
     const auto r = project.Table->loadProjectJobs(project.Index, *project.List, message);
     if (r == fmProjectTable::LoadDone) return 0;
-    fmConsolePrint(stderr, (message.isEmpty() ? QStringLiteral("Unable to load project '%1'").arg(name) : message) +
-                               QLatin1Char('\n'));
+    fmConsolePrint(stderr,
+                   (message.isEmpty() ? QStringLiteral("Unable to load project '%1'").arg(name) : message) +
+                       QLatin1Char('\n'));
     return 1;
 }
