@@ -215,7 +215,6 @@ bool _JobList::saveSource(int index, QStringList& messages, int lockWaitMs)
     const QString why = writeJobFile(path, keep, true);
     if (!why.isEmpty()) {
         messages.append(why);
-        App->WriteLog(1, 0, QStringLiteral("{ALL} ") + why, QStringLiteral("JobList,SaveFileJobs"));
         return false;
     }
     // The file now holds what the list holds of it: a second save has nothing to do.

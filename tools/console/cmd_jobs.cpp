@@ -52,7 +52,7 @@ int fmConsoleJobs(__FM& fm, const fmConsoleEditArgs& args)
             continue;
         }
         all.append(QJsonObject{{QStringLiteral("id"), id},
-                               {QStringLiteral("jobId"), QString::number(job->JobID)},
+                               {QStringLiteral("jobId"), QJsonValue(qint64(job->JobID))},
                                {QStringLiteral("user"), job->UserName.toQString()},
                                {QStringLiteral("software"), job->Software.toQString()},
                                {QStringLiteral("scene"), job->SceneName.toQString()},
