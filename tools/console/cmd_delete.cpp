@@ -46,6 +46,17 @@ int fmConsoleDelete(__FM& fm, const fmConsoleEditArgs& args)
                 QStringLiteral("No job '%1' in project '%2'; nothing deleted.\n").arg(id, args.Project));
             return 2;
         }
+        // The tree's short form may stand for several jobs: deleting them all would surprise.
+        if (found.size() > 1) {
+            fmConsolePrint(
+                stderr,
+                QStringLiteral("'%1' names %2 jobs of '%3'; give the JobID that 'jobs' prints. Nothing "
+                               "deleted.\n")
+                    .arg(id)
+                    .arg(found.size())
+                    .arg(args.Project));
+            return 2;
+        }
         for (fmJ::_jobsHistoryDB_Runtime* job : found)
             if (!doomed.contains(job)) doomed.append(job);
     }
