@@ -65,7 +65,8 @@ inline bool knownID(uint16_t id)
     return id == JobHistory_StructID || id == JobHistoryOld61_StructID || id == JobHistoryOld62_StructID;
 }
 
-// The record size the identifier names; the old 0x0A03 layouts are told apart by the stored size.
+// The record size the identifier names; the two layouts of JobHistoryOld62_StructID are told apart
+// by the stored size.
 inline uint32_t expectedSize(uint16_t id, uint32_t storedSize)
 {
     if (id == JobHistoryOld61_StructID) return Size61;
