@@ -147,6 +147,18 @@ void tst_fmjoblist::loadMixedFile()
         QStringLiteral("4|8|{ALL} 6 jobs loaded"),
     };
     QCOMPARE(log.Lines, expected);
+
+    // The loader's own report keeps counts and messages when the farm's log levels are all off.
+    const bool* levels = FM.LogLevels;
+    FM.LogLevels = nullptr;
+    auto quiet = newList();
+    QVERIFY(quiet->LoadFileJobs(p));
+    FM.LogLevels = levels;
+    QCOMPARE(quiet->LastLoad.Loaded, 6);
+    QCOMPARE(quiet->LastLoad.Failed, 5);
+    QCOMPARE(quiet->LastLoad.Skipped, 1);
+    QCOMPARE(quiet->LastLoad.Messages.size(), 2);
+    QCOMPARE(quiet->LastLoad.Messages.last().second, QStringLiteral("{ALL} 5 Jobs in jobs.db could not be loaded; "));
 }
 
 void tst_fmjoblist::loadAcrossRuns_data()
