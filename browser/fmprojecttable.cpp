@@ -15,8 +15,10 @@
 
 void _projectInfo::clear()
 {
+    Files.clear();
     Opened = false;
     Loaded = false;
+    NrOfJobs = 0;
     Name.clear();
 }
 
@@ -58,6 +60,15 @@ void fmProjectTable::loadProjectList(const QString& historyFolder)
         }
     }
     calcAvJobSize();
+    // The loaded project keeps its entry by name: the scan may have moved it.
+    if (!currentProject.isEmpty()) currentProjectID = indexOf(currentProject);
+}
+
+int fmProjectTable::indexOf(const QString& name) const
+{
+    for (int i = 0; i < nrOfProjects; ++i)
+        if (projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0) return i;
+    return -1;
 }
 
 void fmProjectTable::loadProjectFolder(const QString& folder)
@@ -78,15 +89,13 @@ void fmProjectTable::loadProjectFolder(const QString& folder)
 
 void fmProjectTable::addProjectFile(const QString& path, fmTime_t time, long long size)
 {
-    // Kept so: the table is filled to 1451 entries only, and a file of a project that already
-    // stands in it is dropped as well once that is reached.
-    if (nrOfProjects > FillLimit) return;
     const QString name = GetFileNameBase(path, '/');
     int index = -1;
     for (int i = 0; i < nrOfProjects; ++i)
         if (projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0) index = i; // the last match stands
     if (index < 0) {
         index = nrOfProjects++;
+        if (size_t(index) >= projects.size()) projects.emplace_back();
         _projectInfo& p = projects[size_t(index)];
         p.clear();
         p.Name = name;

@@ -9,7 +9,7 @@
 #include <QList>
 #include <QString>
 
-#include <array>
+#include <vector>
 
 class __FM;
 namespace fmJ {
@@ -34,23 +34,21 @@ struct _projectInfo
     bool Loaded = false;             // NrOfJobs is an exact count
     long long NrOfJobs = 0;          // exact if Loaded, else the estimate of calcAvJobSize
 
-    // Resets Opened, Loaded and Name only. Files stays as it is: kept so, a rescan appends the
-    // files it finds behind those a former scan left in the entry.
+    // Resets the entry for reuse by a scan, its file list included: a rescan replaces the list.
     void clear();
 };
 
 class fmProjectTable
 {
 public:
-    static constexpr int MaxProjects = 1500;
-    static constexpr int FillLimit = 1450; // addProjectFile stops once nrOfProjects is above this
     // Seeds of the average job size: 124300 bytes for 50 jobs, 2486 bytes a job.
     static constexpr double SeedSize = 124300.0;
     static constexpr long long SeedJobs = 50;
 
     explicit fmProjectTable(__FM& app);
 
-    std::array<_projectInfo, MaxProjects> projects;
+    // Entries [0, nrOfProjects) are in use; a scan reuses the others. No limit on the count.
+    std::vector<_projectInfo> projects;
     int nrOfProjects = 0;
     float avJobSize = 0.0f;        // average bytes of database file per job
     QString currentProject;        // Name of the project whose jobs are in the job list
@@ -62,6 +60,8 @@ public:
     // The same from the given folder (ending in "/").
     void loadProjectList(const QString& historyFolder);
     void loadProjectFolder(const QString& folder);
+    // The first project of that name, without regard to case; -1 when there is none.
+    int indexOf(const QString& name) const;
     void addProjectFile(const QString& path, fmTime_t time, long long size);
     void calcAvJobSize();
     void setNrOfJobs();

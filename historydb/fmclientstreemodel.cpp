@@ -138,10 +138,10 @@ JobRange barJobs(fmJ::_JobList* list, bool all)
     if (!list || list->JobCount <= 0) return r;
     if (all) {
         r.Jobs = list->Sorted.get();
-        r.Count = std::clamp(list->SortedCount, 0, fmJ::_JobList::MaxJobs);
+        r.Count = std::clamp(list->SortedCount, 0, list->Capacity);
     } else {
         r.Jobs = list->Selection.get();
-        r.Count = std::clamp(list->SelectedCount, 0, fmJ::_JobList::MaxJobs);
+        r.Count = std::clamp(list->SelectedCount, 0, list->Capacity);
     }
     if (!r.Jobs) r.Count = 0;
     return r;

@@ -15,7 +15,7 @@
 void fmHistorydb::on_CommandJob_Button_Delete_clicked()
 {
     // No confirmation: the button deletes at once.
-    const int count = std::clamp(jobs.SelectedCount, 0, fmJ::_JobList::MaxJobs);
+    const int count = std::clamp(jobs.SelectedCount, 0, jobs.Capacity);
     if (count == 0 || !jobs.Selection) return;
     const QString historyFolder = app.HistoryDbPath.toQString();
     // DeleteJob leaves the selection list alone and keeps the deleted records in the pool, so the
@@ -43,13 +43,19 @@ void fmHistorydb::on_CommandJob_Button_Delete_clicked()
 void fmHistorydb::on_actionSave_Changes_into_db_triggered()
 {
     if (table.currentProject.isEmpty()) return;
-    // Always the newest format at the top of the history folder; the project's older files stay.
-    const QString path = app.HistoryDbPath.toQString() + table.currentProject + QStringLiteral(".db61");
-    jobs.SaveFileJobs(true, path, false, QString());
+    // Each file of the project that lost a job is rewritten in its own place, under its lock, from
+    // what is on disk now; a file that cannot be written stays as it was and is named here.
+    QStringList messages;
+    if (!jobs.SaveSources(messages)) fmMessageBox::Warning(this, messages.join(QLatin1Char('\n')), QStringLiteral("Ok"), 0);
+    loadProjectList(); // sizes changed, and a file whose jobs all went is gone
 }
 
 void fmHistorydb::on_actionRevert_Changes_triggered()
 {
+    // What is on disk now, with the files the folder holds now.
+    if (!ask4Save()) return;
+    table.dbChanged = false;
+    loadProjectList();
     loadProject(table.currentProjectID);
 }
 

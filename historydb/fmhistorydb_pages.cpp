@@ -35,7 +35,7 @@ const QString PageFrameInfoReturned = QStringLiteral("Frame Info Returned");
 int selectedCount(const fmJ::_JobList& jobs)
 {
     if (!jobs.Selection) return 0;
-    return std::clamp(jobs.SelectedCount, 0, fmJ::_JobList::MaxJobs);
+    return std::clamp(jobs.SelectedCount, 0, jobs.Capacity);
 }
 
 fmJ::_jobsHistoryDB_Runtime* firstSelected(const fmJ::_JobList& jobs)
@@ -265,7 +265,7 @@ void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
     lastExportDirectory = GetDirName(path, '/');
 
     // Each load replaces the job list; the last project stays loaded afterwards.
-    const int count = std::clamp(table.nrOfProjects, 0, fmProjectTable::MaxProjects);
+    const int count = std::max(table.nrOfProjects, 0);
     for (int i = 0; i < count; ++i) {
         splash.showMessage(QStringLiteral("%1/%2 %3 ...")
                                .arg(i + 1)

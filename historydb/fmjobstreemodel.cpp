@@ -169,7 +169,7 @@ bool fmuiTreeViewJobsModel::jobIsValid(_jobsHistoryDB_Runtime* job) const
     if (!job) return false;
     QReadLocker lock(&JobList.LockJobs);
     const int q = job->QueueID;
-    return q >= 0 && q < JobList.JobCount && q < fmJ::_JobList::MaxJobs && JobList.Queue[q] == job;
+    return q >= 0 && q < JobList.JobCount && q < JobList.Capacity && JobList.Queue[q] == job;
 }
 
 QString fmuiTreeViewJobsModel::keyOf(const _jobsHistoryDB_Runtime* job) const
@@ -221,7 +221,7 @@ void fmuiTreeViewJobsModel::ClearSelectionAll(bool all, QString reason)
     if (!all) return;
     {
         QReadLocker lock(&JobList.LockJobs);
-        for (int i = 0; i < fmJ::_JobList::MaxJobs; ++i) {
+        for (int i = 0; i < JobList.Capacity; ++i) {
             _jobsHistoryDB_Runtime* job = JobList.Queue ? JobList.Queue[i] : nullptr;
             if (!job) continue;
             if (JobList.IsCopy)
@@ -512,7 +512,7 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
 
         BuildIndex.clear();
         fmuiTreeViewJobsNode* scratch = nullptr;
-        const int sorted = std::clamp(JobList.SortedCount, 0, fmJ::_JobList::MaxJobs);
+        const int sorted = std::clamp(JobList.SortedCount, 0, JobList.Capacity);
         for (int i = 0; i < sorted; ++i)
             if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i))
                 AddJobtoNode(jobsRoot(), 0, job, &scratch, i);
@@ -596,7 +596,7 @@ const fmuiTreeViewJobsModelFooter::Totals& fmuiTreeViewJobsModelFooter::totals()
     if (SumsValid && Sums.Sorted == JobList.SortedCount) return Sums;
     Totals s;
     QReadLocker lock(&JobList.LockJobs);
-    const int n = std::clamp(JobList.SortedCount, 0, fmJ::_JobList::MaxJobs);
+    const int n = std::clamp(JobList.SortedCount, 0, JobList.Capacity);
     s.Sorted = JobList.SortedCount;
     for (int i = 0; i < n; ++i) {
         const _jobsHistoryDB_Runtime* job = JobList.Sorted[i];

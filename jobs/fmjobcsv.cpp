@@ -58,6 +58,9 @@ QString getVersionMinorDisplay(uint32_t versionMinor)
 QString _JobList::toCSVString(QString text)
 {
     text.remove(QLatin1Char(';'));
+    // One job is one line: line breaks and NUL bytes of a value become a blank.
+    for (QChar& c : text)
+        if (c == QLatin1Char('\r') || c == QLatin1Char('\n') || c == QChar(0)) c = QLatin1Char(' ');
     return text;
 }
 
@@ -125,11 +128,12 @@ bool _JobList::exportAsCSV(const QString& path, _jobsHistoryDB_Runtime* job, QFi
             if (!own.open(QIODevice::WriteOnly | QIODevice::Append)) return false;
         } else {
             if (!own.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-            own.write(csvHeader(*App).toLocal8Bit());
+            const QByteArray header = csvHeader(*App).toLocal8Bit();
+            if (own.write(header) != header.size()) return false;
         }
     }
     if (!job) {
-        const int n = allJobs ? std::clamp(JobCount, 0, MaxJobs) : std::clamp(SelectedCount, 0, MaxJobs);
+        const int n = allJobs ? std::clamp(JobCount, 0, Capacity) : std::clamp(SelectedCount, 0, Capacity);
         _jobsHistoryDB_Runtime** list = allJobs ? Queue.get() : Selection.get();
         for (int i = 0; i < n; ++i) {
             if (!list[i]) continue;
@@ -139,10 +143,12 @@ bool _JobList::exportAsCSV(const QString& path, _jobsHistoryDB_Runtime* job, QFi
             }
         }
     } else {
-        file->write(csvLine(*job, *App).toLocal8Bit());
+        const QByteArray line = csvLine(*job, *App).toLocal8Bit();
+        if (file->write(line) != line.size()) return false;
     }
-    if (owned) own.close();
-    return true;
+    if (!owned) return true;
+    own.close(); // flushes: a full disk shows here at the latest
+    return own.error() == QFileDevice::NoError;
 }
 
 } // namespace fmJ

@@ -474,9 +474,10 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
     int32_t QueueID;                   // position in the job list; -1: slot not in use
     uint8_t HistorySelected;           // selection flag when the job list is a copy
     uint8_t Reserved37985;
-    fmString<25> UserNameLower;       // UserName by fmFilterLower, for filtering
-    fmString<25> CompanyProjectLower; // CompanyProjectName cut to 25, by fmFilterLower
-    uint8_t Reserved38098[6];
+    fmString<25> UserNameLower;        // UserName by fmFilterLower, for filtering
+    fmString<25> CompanyProjectLower;  // CompanyProjectName cut to 25, by fmFilterLower
+    uint16_t SourceFile;               // 1 + index of the file in _JobList::Sources; 0: none
+    uint8_t Reserved38100[4];
 
     _jobsHistoryDB_Runtime();
     using _jobsHistoryDB::operator=;

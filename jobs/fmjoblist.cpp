@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <type_traits>
 
@@ -35,7 +36,15 @@ _JobList::_JobList(__FMSDK& app, _JobList* copyOf)
     if (copyOf) {
         IsCopy = true;
         QReadLocker lock(&copyOf->LockJobs);
-        std::copy_n(copyOf->Queue.get(), MaxJobs, Queue.get());
+        if (copyOf->Capacity > Capacity) {
+            Capacity = copyOf->Capacity;
+            Queue.reset(new _jobsHistoryDB_Runtime*[size_t(Capacity)]());
+            Sorted.reset(new _jobsHistoryDB_Runtime*[size_t(Capacity)]());
+            Selection.reset(new _jobsHistoryDB_Runtime*[size_t(Capacity)]());
+            CustomActive.reset(new _jobsHistoryDB_Runtime*[size_t(Capacity)]());
+            CustomActiveSorted.reset(new _jobsHistoryDB_Runtime*[size_t(Capacity)]());
+        }
+        std::copy_n(copyOf->Queue.get(), Capacity, Queue.get());
         JobCount = copyOf->JobCount;
         Allocated = copyOf->Allocated;
         MoveJobsCount = copyOf->MoveJobsCount;
@@ -58,7 +67,7 @@ _JobList::~_JobList()
 
 void _JobList::freeAll()
 {
-    for (int i = 0; i < MaxJobs; ++i) {
+    for (int i = 0; i < Capacity; ++i) {
         std::free(Queue[i]);
         Queue[i] = nullptr;
     }
@@ -70,7 +79,8 @@ void _JobList::freeAll()
 // the records made before the failure stay.
 bool _JobList::allocateBlock()
 {
-    const int n = std::min(AllocBlock, MaxJobs - Allocated);
+    if (Allocated + AllocBlock > Capacity && !grow()) return false;
+    const int n = AllocBlock;
     for (int k = 0; k < n; ++k) {
         // calloc gives the zero-filled record (a plain record: zero is its constructed state) without
         // a constructor pass over its 38 KB; freed by free().
@@ -84,6 +94,34 @@ bool _JobList::allocateBlock()
         Queue[Allocated++] = r;
     }
     return n > 0;
+}
+
+// Doubles the places of the five arrays; the old pointers are copied. No limit but memory: when
+// that runs out, the list says so and keeps what it has.
+bool _JobList::grow()
+{
+    const long long wanted = std::max<long long>(2LL * Capacity, Capacity + AllocBlock);
+    if (wanted > std::numeric_limits<int>::max() / 2) return false;
+    const size_t n = size_t(wanted);
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> arrays[5];
+    for (auto& a : arrays) {
+        a.reset(new (std::nothrow) _jobsHistoryDB_Runtime*[n]());
+        if (!a) {
+            App->WriteLog(0, 0,
+                          QStringLiteral("{ALL} Not enough memory for more than %1 jobs (%2 Mb more needed)")
+                              .arg(Capacity)
+                              .arg(double(n - size_t(Capacity)) * double(sizeof(_jobsHistoryDB_Runtime)) / 1048576.0, 0, 'f', 1),
+                          QStringLiteral("_JobList,GetNewJob"));
+            return false;
+        }
+    }
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]>* mine[5] = {&Queue, &Sorted, &Selection, &CustomActive, &CustomActiveSorted};
+    for (int k = 0; k < 5; ++k) {
+        std::copy_n(mine[k]->get(), Capacity, arrays[k].get());
+        *mine[k] = std::move(arrays[k]);
+    }
+    Capacity = int(wanted);
+    return true;
 }
 
 void _JobList::viewChanged()
@@ -101,12 +139,6 @@ _jobsHistoryDB_Runtime* _JobList::GetNewJob(_JobSend*, unsigned short)
     if (IsCopy) return nullptr;
     QWriteLocker lock(&LockJobs);
     if (Allocated < JobCount + 1) {
-        if (Allocated >= MaxJobs - AllocBlock + 10) { // 14985
-            App->WriteLog(1, 0,
-                          QStringLiteral("{ALL} Maximum number of jobs reached (current: %1)").arg(Allocated),
-                          QStringLiteral("_JobList,GetNewJob"));
-            return nullptr;
-        }
         if (!allocateBlock() || Allocated < JobCount + 1) return nullptr;
     }
     _jobsHistoryDB_Runtime* job = Queue[JobCount];
@@ -160,6 +192,7 @@ void _JobList::deleteAll()
     JobCount = 0;
     CustomActiveCount = 0;
     CustomActiveSortedCount = 0;
+    Sources.clear();
     viewChanged();
 }
 
@@ -246,7 +279,7 @@ void _JobList::CreateSelectionList()
 {
     QReadLocker lock(&LockJobs);
     SelectedCount = 0;
-    const int n = std::clamp(SortedCount, 0, MaxJobs);
+    const int n = std::clamp(SortedCount, 0, Capacity);
     for (int i = 0; i < n; ++i) {
         _jobsHistoryDB_Runtime* job = Sorted[i];
         if (job && job->QueueID >= 0 && job->Selected) Selection[SelectedCount++] = job;

@@ -12,11 +12,16 @@
 #include "jobs/fmjobhistory.h"
 
 #include <QFile>
+#include <QHash>
+#include <QList>
+#include <QPair>
 #include <QReadWriteLock>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 class __FMSDK;
 
@@ -25,12 +30,13 @@ namespace fmJ {
 class _JobList
 {
 public:
-    static constexpr int MaxJobs = 15000;     // records at most
+    static constexpr int MaxJobs = 15000;     // places the arrays have at first; they grow beyond
     static constexpr int AllocBlock = 25;     // records allocated at a time
     static constexpr int MaxMoveJobs = 20;    // move commands waiting at most
     static constexpr int FrameHeaderSize = 64;
-    static constexpr uint16_t FrameID = 0x0A04;
-    static constexpr uint16_t FrameVersion = 3;
+    static constexpr uint16_t FrameID = JobHistory_StructID;
+    static constexpr uint16_t FrameVersion = JobHistory_StructVersion;
+    static constexpr int SaveLockWaitMs = 30000; // a save waits this long for a file's lock
     static constexpr int ReadLimit = 65460;   // output limit of one current-format frame
     static const char FrameMagic[45];         // 44 characters and the terminating 0
 
@@ -44,13 +50,14 @@ public:
     QReadWriteLock LockSelection; // taken by listCustomActive_BuildEnd
 
     int Allocated = 0;
+    int Capacity = MaxJobs; // places of Queue, Sorted, Selection, CustomActive and CustomActiveSorted
     __FMSDK* App = nullptr; // not owned
     int JobCount = 0;
     int SortedCount = 0;
     int SelectedCount = 0;
     int CustomActiveCount = 0;
     int CustomActiveSortedCount = 0;
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActiveSorted; // MaxJobs entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActiveSorted; // Capacity entries, not owning
 
     QString FilterUser, FilterProject, FilterApp, FilterText;
     bool FilterFlag1 = true, FilterFlag2 = true, FilterFlag3 = true, FilterFlag4 = true,
@@ -61,11 +68,11 @@ public:
     int MoveJobsCount = 0;
     std::unique_ptr<_JobCommandSend[]> MoveJobs; // MaxMoveJobs entries
 
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Queue; // MaxJobs entries, owning unless IsCopy
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Queue; // Capacity entries, owning unless IsCopy
     fmTime_t TimeLoaded, TimeChanged, TimeSaved;
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Sorted;       // MaxJobs entries, not owning
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Selection;    // MaxJobs entries, not owning
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActive; // MaxJobs entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Sorted;       // Capacity entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> Selection;    // Capacity entries, not owning
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActive; // Capacity entries, not owning
     bool IsCopy = false;
 
     // Path of a machine-local "jobs.db" that replaces the shared one; while set, SaveFileJobs
@@ -88,7 +95,36 @@ public:
 
     // Database file.
     bool LoadFileJobs(const QString& path = QString());
+    // Writes every job of the list to `path` through a temporary file beside it, flushed and then
+    // renamed over it; `backup` keeps the former file as ".bak30". On failure the former file
+    // stays as it was and LastSaveError says why, naming the file.
     bool SaveFileJobs(bool backup, const QString& path, bool logIt, const QString& logPrefix);
+
+    // What the last LoadFileJobs found, whatever the farm's log levels let through.
+    struct LoadReport
+    {
+        bool Read = true; // false when the file as a whole failed
+        int Loaded = 0;   // jobs it added
+        int Failed = 0;   // frames of a known identifier that could not be taken
+        int Skipped = 0;  // frames of an unknown identifier
+        QList<QPair<int, QString>> Messages; // level and text of each message of levels 0 to 2
+    };
+    LoadReport LastLoad;
+    QString LastSaveError;
+
+    // The files the jobs were loaded from, in load order, each with the JobIDs it held then (a
+    // job's SourceFile is its index here + 1). deleteAll empties it.
+    struct SourceFile
+    {
+        QString Path;
+        QList<unsigned long long> JobIDs;
+    };
+    QList<SourceFile> Sources;
+    // Rewrites each source file that lost a job since its load, in its own place: under the
+    // farm's lock file for it, what is on disk now (jobs added since stay) less the deleted jobs
+    // by JobID. False when a file could not be locked, read or written; it then stays as it was
+    // and `messages` says why, naming it.
+    bool SaveSources(QStringList& messages, int lockWaitMs = SaveLockWaitMs);
 
     // View: filter and sort (callers of sort() and filter() hold LockJobs for writing).
     void SetFilter(const QString& user, const QString& project, const QString& app, const QString& text,
@@ -114,10 +150,18 @@ public:
     // Test and benchmark hook: when true, LoadFileJobs rebuilds the view after every job it adds
     // or drops, as a list without batching would. The final view is the same either way.
     void setPerJobViewUpdate(bool on) { PerJobViewUpdate = on; }
+    bool perJobViewUpdate() const { return PerJobViewUpdate; }
+
+    // Writes the records as frames through a temporary file renamed over `path` (none: the file
+    // is deleted). An empty text, or why not, naming the file.
+    static QString writeJobFile(const QString& path, const std::vector<const _jobsHistoryDB*>& records, bool backup);
 
 private:
     friend class ViewUpdateBatch;
+    QHash<unsigned long long, int> deletedFromSource(int index) const;
+    bool saveSource(int index, QStringList& messages, int lockWaitMs);
     bool allocateBlock();
+    bool grow();
     void freeAll();
     void viewChanged(); // sort and filter now, or later when a batch is open
     int ViewBatchDepth = 0;

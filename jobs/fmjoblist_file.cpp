@@ -1,22 +1,16 @@
-// The job database file: a sequence of frames, no file header. Each frame is a 64-byte header
-//   0  44  magic FrameMagic
-//  44   8  zero (the writer pads the magic with NUL up to 50; 50 and 51 stay 0)
-//  52 u32  compressed size of the record
-//  56 u32  uncompressed size of the record
-//  60 u16  structure identifier
-//  62 u16  structure version
-// then the record compressed by zlib's compress() at the default level. Integers little-endian.
+// Loading a job database file. The load runs in five steps, each its own function: read a run of
+// frames in file order, inflate the run on the thread pool (zlib is most of a load's time),
+// upgrade old layouts, check each record, add it to the list. The jobs, their order, the failures
+// and the messages are those of reading and inflating one frame after the other.
 // The file comes from other machines: every size in it is checked before use.
 
 #include "jobs/fmjoblist.h"
 
-#include "foundation/fmsdk.h"
-#include "foundation/fmlogfile.h"
 #include "foundation/fmdatabuffer.h"
 #include "foundation/fmfile.h"
 #include "foundation/fmfileread.h"
-#include "foundation/fmlogfile.h"
 #include "foundation/fmsdk.h"
+#include "jobs/fmjobframe.h"
 #include "jobs/fmjoblist_p.h"
 
 #include <QFile>
@@ -28,47 +22,12 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <thread>
 
 namespace fmJ {
 
+using namespace frame;
+
 namespace {
-
-constexpr int HdrCompressed = 52;
-constexpr int HdrUncompressed = 56;
-constexpr int HdrID = 60;
-constexpr int HdrVersion = 62;
-
-constexpr uint32_t Size61 = 30188;
-constexpr uint32_t Size62 = 39516;
-constexpr uint32_t Size627 = 46908;
-constexpr uint32_t SizeNow = 37980;
-
-static_assert(sizeof(_jobsHistoryDB) == SizeNow);
-static_assert(sizeof(_OLD61__jobsHistoryDB) == Size61);
-static_assert(sizeof(_OLD62_jobsHistoryDB) == Size62);
-static_assert(sizeof(_OLD627_jobsHistoryDB) == Size627);
-
-uint32_t getU32(const unsigned char* p)
-{
-    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
-}
-uint16_t getU16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
-void putU32(unsigned char* p, uint32_t v)
-{
-    for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
-}
-void putU16(unsigned char* p, uint16_t v)
-{
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-// The header's text up to its first NUL (at most 64 bytes) must be the magic.
-bool magicMatches(const unsigned char* h)
-{
-    return std::memcmp(h, _JobList::FrameMagic, 44) == 0 && h[44] == 0;
-}
 
 // Where one frame is inflated to: the current record at the start, so that a frame of the
 // current layout needs no further copy, then room for what a frame may hold beyond it.
@@ -96,40 +55,117 @@ struct PendingFrame
 };
 
 // Why a run of frames ended before it was full.
-enum class FrameEnd { None, EndOfFile, ReadError, FormatError, BufferTooSmall };
+enum class FrameEnd { None, EndOfFile, ReadError, FormatError, BufferTooSmall, NoMemory };
 
-// Only the bytes really read are handed to zlib: a frame cut short fails to inflate.
-void inflateFrame(PendingFrame& f)
+class FrameLoader
 {
-    f.OutLen = f.ID == 0x0A04 ? uLongf(_JobList::ReadLimit) : uLongf(f.Expected);
-    f.Z = uncompress(f.Target, &f.OutLen, f.Compressed, uLong(f.Body));
+public:
+    FrameLoader(_JobList& list, const QString& path) : List(list), Path(path), File(path) {}
+    bool run();
+
+private:
+    FrameEnd readRun(int& count);
+    bool readFrame(PendingFrame& f, FrameEnd& end);
+    void inflateRun(int count);
+    const _jobsHistoryDB* upgrade(const PendingFrame& f);
+    QString check(const PendingFrame& f, const _jobsHistoryDB*& rec);
+    bool add(const PendingFrame& f);
+    bool finishRun(FrameEnd end);
+    void log(int level, const QString& text);
+    void failure(const QString& text);
+
+    _JobList& List;
+    const QString Path;
+    QFile File;
+    QString ReadError;
+    const uLong BufferSize = compressBound(_JobList::ReadLimit);
+    // The compressed bytes of a frame and, behind them (at a 16-byte boundary), its inflated record.
+    const size_t TargetOffset = (size_t(BufferSize) + 15) & ~size_t(15);
+    // One slot per frame of a run, made when a run first needs it: a file of a few frames takes
+    // a few slots, not a whole run's.
+    std::unique_ptr<unsigned char[]> Slots[ReadAhead];
+    PendingFrame Frames[ReadAhead];
+    unsigned char Header[_JobList::FrameHeaderSize] = {}; // a short read keeps the former bytes
+    std::unique_ptr<_jobsHistoryDB> Upgraded;
+    std::unique_ptr<_OLD61__jobsHistoryDB> Old61;
+    std::unique_ptr<_OLD62_jobsHistoryDB> Old62;
+    std::unique_ptr<_OLD627_jobsHistoryDB> Old627;
+    int SourceIndex = 0;
+};
+
+void FrameLoader::log(int level, const QString& text)
+{
+    List.LastLoad.Messages.append({level, text});
+    List.App->WriteLog(level, 0, text, QStringLiteral("JobList,LoadFileJobs"));
 }
 
-// Inflates the frames of a run, every second one on a helper thread. Without a thread (the system
-// refuses one) the caller's thread does all of them.
-void inflateFrames(PendingFrame* frames, int count)
+// Only the first failing frame of a file is told in detail; the rest are counted.
+void FrameLoader::failure(const QString& text)
 {
-    auto work = [frames, count](int first) {
-        for (int i = first; i < count; i += 2)
-            if (frames[i].Inflate) inflateFrame(frames[i]);
-    };
-    std::thread helper;
-    if (count > 1) {
-        try {
-            helper = std::thread(work, 1);
-        } catch (...) {
+    if (List.LastLoad.Failed++ == 0) log(1, text);
+}
+
+bool FrameLoader::readFrame(PendingFrame& f, FrameEnd& end)
+{
+    const qint64 got = File.read(reinterpret_cast<char*>(Header), _JobList::FrameHeaderSize);
+    if (got <= 0) {
+        end = got == 0 ? FrameEnd::EndOfFile : FrameEnd::ReadError;
+        ReadError = File.errorString();
+        return false;
+    }
+    if (!magicMatches(Header)) {
+        end = FrameEnd::FormatError;
+        return false;
+    }
+    const uint32_t compressedSize = getU32(Header + HdrCompressed);
+    f.StoredSize = getU32(Header + HdrUncompressed);
+    f.ID = getU16(Header + HdrID);
+    if (compressedSize >= BufferSize) {
+        end = FrameEnd::BufferTooSmall;
+        return false;
+    }
+    f.Body = File.read(reinterpret_cast<char*>(f.Compressed), qint64(compressedSize));
+    if (f.Body < 1) {
+        end = FrameEnd::ReadError;
+        ReadError = File.errorString();
+        return false;
+    }
+    f.Expected = expectedSize(f.ID, f.StoredSize);
+    f.Inflate = knownID(f.ID) && f.StoredSize == f.Expected;
+    return true;
+}
+
+// Step 1: up to ReadAhead frames in file order, each into its own slot.
+FrameEnd FrameLoader::readRun(int& count)
+{
+    const size_t slotSize = TargetOffset + sizeof(InflateTarget);
+    FrameEnd end = FrameEnd::None;
+    for (count = 0; count < ReadAhead; ++count) {
+        if (!Slots[count]) {
+            Slots[count].reset(new (std::nothrow) unsigned char[slotSize]);
+            if (!Slots[count] && count > 0) break; // a shorter run; the next one goes on
+            if (!Slots[count]) return FrameEnd::NoMemory;
         }
+        PendingFrame& f = Frames[count];
+        f.Compressed = Slots[count].get();
+        f.Target = Slots[count].get() + TargetOffset;
+        if (!readFrame(f, end)) break;
     }
-    if (helper.joinable()) {
-        work(0);
-        helper.join();
-    } else {
-        for (int i = 0; i < count; ++i)
-            if (frames[i].Inflate) inflateFrame(frames[i]);
-    }
+    return end;
 }
 
-// An old layout copied out of the inflated bytes and upgraded.
+// Step 2: inflate a run on the pool. Only the bytes really read are handed to zlib: a frame cut
+// short fails to inflate.
+void FrameLoader::inflateRun(int count)
+{
+    runOnPool(count, [this](int i) {
+        PendingFrame& f = Frames[i];
+        if (!f.Inflate) return;
+        f.OutLen = f.ID == JobHistory_StructID ? uLongf(_JobList::ReadLimit) : uLongf(f.Expected);
+        f.Z = uncompress(f.Target, &f.OutLen, f.Compressed, uLong(f.Body));
+    });
+}
+
 template <class Old>
 bool upgradeFrom(const unsigned char* bytes, std::unique_ptr<Old>& scratch, _jobsHistoryDB& to)
 {
@@ -137,6 +173,141 @@ bool upgradeFrom(const unsigned char* bytes, std::unique_ptr<Old>& scratch, _job
     if (!scratch) return false;
     std::memcpy(static_cast<void*>(scratch.get()), bytes, sizeof(Old));
     scratch->toJobHistoryDBNew(to);
+    return true;
+}
+
+// Step 3: the record in the current layout, or null when memory ran out.
+const _jobsHistoryDB* FrameLoader::upgrade(const PendingFrame& f)
+{
+    if (f.ID == JobHistory_StructID) return reinterpret_cast<const _jobsHistoryDB*>(f.Target);
+    if (!Upgraded) Upgraded.reset(new (std::nothrow) _jobsHistoryDB);
+    if (!Upgraded) return nullptr;
+    bool ok = false;
+    if (f.ID == JobHistoryOld61_StructID)
+        ok = upgradeFrom(f.Target, Old61, *Upgraded);
+    else if (f.Expected == Size627)
+        ok = upgradeFrom(f.Target, Old627, *Upgraded);
+    else
+        ok = upgradeFrom(f.Target, Old62, *Upgraded);
+    return ok ? Upgraded.get() : nullptr;
+}
+
+// Step 4: why an inflated frame cannot be taken, or an empty text. `rec` gets the upgraded record
+// (null when memory ran out: then the text is empty too).
+QString FrameLoader::check(const PendingFrame& f, const _jobsHistoryDB*& rec)
+{
+    rec = nullptr;
+    const int n = List.JobCount;
+    if (f.Z != Z_OK) {
+        int code = f.Z;
+        return QStringLiteral("{ALL} Error decompressing job #%1; ").arg(n) + fmConvertZLibError(code);
+    }
+    if (f.OutLen != f.Expected)
+        return QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
+            .arg(n);
+    rec = upgrade(f);
+    if (!rec) return QString();
+    const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
+                           !std::isnan(rec->SeqEnd) && !std::isnan(rec->SeqFileOffset) &&
+                           rec->ImageFileName.Data[0] < 256;
+    if (!plausible) return QStringLiteral("{ALL} Error decompressing job #%1; Data error!").arg(n);
+    // Records of an older submitter layout may carry small identifiers.
+    if (rec->JobID <= 999 && rec->SubmitterStructVersion >= 7)
+        return QStringLiteral("{ALL} Error decompressing job #%1; Data error job ID!").arg(n);
+    return QString();
+}
+
+// Step 5: one frame of the run into the list. False only when the list cannot take a job.
+bool FrameLoader::add(const PendingFrame& f)
+{
+    if (!knownID(f.ID)) {
+        ++List.LastLoad.Skipped;
+        return true;
+    }
+    if (f.StoredSize != f.Expected) {
+        failure(QStringLiteral("{ALL} Error reading job #%1; Data size does not match. file:%2 intern:%3")
+                    .arg(List.JobCount)
+                    .arg(f.StoredSize)
+                    .arg(f.Expected));
+        return true;
+    }
+    _jobsHistoryDB_Runtime* job = List.GetNewJob(nullptr, 0);
+    if (!job) return false;
+    const _jobsHistoryDB* rec = nullptr;
+    const QString why = check(f, rec);
+    if (!why.isEmpty()) {
+        failure(why);
+        List.DeleteJob(job);
+        return true;
+    }
+    if (!rec) return false; // no memory for an upgrade
+    // Kept so: such a record stays in the list as the empty job GetNewJob gave.
+    if (rec->Software.Length <= 500) job->fromJobSave(rec, *List.App);
+    job->SourceFile = uint16_t(SourceIndex);
+    List.Sources[SourceIndex - 1].JobIDs.append(job->JobID);
+    return true;
+}
+
+// Tells why a run ended early; true when the file was read to its end.
+bool FrameLoader::finishRun(FrameEnd end)
+{
+    switch (end) {
+    case FrameEnd::None:
+    case FrameEnd::EndOfFile:
+        return true;
+    case FrameEnd::ReadError:
+        log(1, QStringLiteral("{ALL} Unable to read '") + Path + QStringLiteral("' !; ") + ReadError);
+        break;
+    case FrameEnd::FormatError:
+        log(1, QStringLiteral("{ALL} jobs.db format error!"));
+        break;
+    case FrameEnd::BufferTooSmall:
+        log(1, QStringLiteral("{ALL} Job read buffer too small!"));
+        break;
+    case FrameEnd::NoMemory:
+        log(0, QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
+                   .arg(double(TargetOffset + sizeof(InflateTarget)) / 1048576.0, 0, 'f', 1));
+        break;
+    }
+    return false;
+}
+
+bool FrameLoader::run()
+{
+    long long fileSize = 0;
+    if (!fmFileExists(Path, nullptr, &fileSize) || fileSize == 0) return true;
+    if (fileSize < _JobList::FrameHeaderSize) {
+        log(0, QStringLiteral("{ALL} Wrong file size '") + Path + QStringLiteral("'!; "));
+        return false;
+    }
+    QString why;
+    if (!fmOpenRegularFile(File, Path, fmFileCap::Database, &why)) {
+        log(0, QStringLiteral("{ALL} Unable to open '") + fmPathForDisplay(Path) + QStringLiteral("' !; ") + why);
+        return false;
+    }
+    // A file's jobs carry 1 + its index in Sources, so that a save can find what each file held.
+    List.Sources.append({Path, {}});
+    SourceIndex = int(List.Sources.size());
+    // Every job added or dropped below would rebuild the view; one rebuild at the end suffices.
+    ViewUpdateBatch batch(List);
+    for (;;) {
+        int count = 0;
+        const FrameEnd end = readRun(count);
+        inflateRun(count);
+        for (int i = 0; i < count; ++i) {
+            if (List.perJobViewUpdate()) batch.flush();
+            if (!add(Frames[i])) return false;
+        }
+        if (List.perJobViewUpdate()) batch.flush();
+        if (end == FrameEnd::None) continue;
+        if (!finishRun(end)) return false;
+        break;
+    }
+    if (List.LastLoad.Failed > 0)
+        log(2, QStringLiteral("{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(List.LastLoad.Failed));
+    List.TimeLoaded.SetCurrentTime();
+    List.App->WriteLog(4, 8, QStringLiteral("{ALL} %1 jobs loaded").arg(List.JobCount),
+                       QStringLiteral("JobList,LoadFileJobs"));
     return true;
 }
 
@@ -170,279 +341,19 @@ void ViewUpdateBatch::flush()
 
 bool _JobList::LoadFileJobs(const QString& pathIn)
 {
-    const QString where = QStringLiteral("JobList,LoadFileJobs");
     QString path = pathIn;
-    if (path.isEmpty() && !AltLocalDBPath.isEmpty() && fmFileExists(AltLocalDBPath + QStringLiteral("jobs.db")))
+    if (path.isEmpty() && !AltLocalDBPath.isEmpty() &&
+        fmFileExists(AltLocalDBPath + QStringLiteral("jobs.db")))
         path = AltLocalDBPath + QStringLiteral("jobs.db");
     if (path.isEmpty()) path = DatabaseFolder + QStringLiteral("jobs.db");
-
-    App->WriteLog(10, 0, QStringLiteral("{ALL} ") + path + QStringLiteral("   loading..."), where);
-
-    long long fileSize = 0;
-    if (!fmFileExists(path, nullptr, &fileSize) || fileSize == 0) return true;
-    if (fileSize < FrameHeaderSize) {
-        App->WriteLog(0, 0, QStringLiteral("{ALL} Wrong file size '") + path + QStringLiteral("'!; "), where);
-        return false;
-    }
-
-    const uLong bufferSize = compressBound(ReadLimit);
-    // The compressed bytes of a frame and, behind them (at a 16-byte boundary), its inflated record.
-    const size_t targetOffset = (size_t(bufferSize) + 15) & ~size_t(15);
-    const size_t slotSize = targetOffset + sizeof(InflateTarget);
-    // One slot per frame of a run, made when a run first needs it: a file of a few frames takes
-    // a few slots, not a whole run's.
-    std::unique_ptr<unsigned char[]> slotMemory[ReadAhead];
-
-    QFile file;
-    QString why;
-    if (!fmOpenRegularFile(file, path, fmFileCap::Database, &why)) {
-        App->WriteLog(0, 0,
-                      QStringLiteral("{ALL} Unable to open '") + fmPathForDisplay(path) +
-                          QStringLiteral("' !; ") + why,
-                      where);
-        return false;
-    }
-
-    // Every job added or dropped below would rebuild the view; one rebuild at the end suffices.
-    ViewUpdateBatch batch(*this);
-
-    std::unique_ptr<_jobsHistoryDB> upgraded;
-    std::unique_ptr<_OLD61__jobsHistoryDB> old61;
-    std::unique_ptr<_OLD62_jobsHistoryDB> old62;
-    std::unique_ptr<_OLD627_jobsHistoryDB> old627;
-
-    // Bytes of a short header read keep the values of the frame before.
-    unsigned char header[FrameHeaderSize] = {};
-    int failed = 0;
-    auto firstFailure = [&](const QString& text) {
-        if (failed == 0) App->WriteLog(1, 0, text, where);
-        ++failed;
-    };
-
-    // The file is read in runs of up to ReadAhead frames. A run is read in file order, its frames
-    // are inflated on two threads (zlib is most of a load's time), and then taken into the list
-    // one by one in file order: the jobs, their order, the failures and the messages are those of
-    // reading and inflating one frame after the other.
-    PendingFrame frames[ReadAhead];
-    for (;;) {
-        int count = 0;
-        FrameEnd end = FrameEnd::None;
-        QString readError;
-        while (count < ReadAhead) {
-            if (!slotMemory[count]) {
-                slotMemory[count].reset(new (std::nothrow) unsigned char[slotSize]);
-                if (!slotMemory[count] && count > 0) break; // a shorter run; the next one goes on
-                if (!slotMemory[count]) {
-                    App->WriteLog(0, 0,
-                                  QStringLiteral("{ALL} No Memory left (%1 Mb requested)")
-                                      .arg(double(slotSize) / 1048576.0, 0, 'f', 1),
-                                  where);
-                    return false;
-                }
-            }
-            const qint64 got = file.read(reinterpret_cast<char*>(header), FrameHeaderSize);
-            if (got == 0) {
-                end = FrameEnd::EndOfFile;
-                break;
-            }
-            if (got < 0) {
-                end = FrameEnd::ReadError;
-                readError = file.errorString();
-                break;
-            }
-            if (!magicMatches(header)) {
-                end = FrameEnd::FormatError;
-                break;
-            }
-            PendingFrame& f = frames[count];
-            const uint32_t compressedSize = getU32(header + HdrCompressed);
-            f.StoredSize = getU32(header + HdrUncompressed);
-            f.ID = getU16(header + HdrID);
-            if (compressedSize >= bufferSize) {
-                end = FrameEnd::BufferTooSmall;
-                break;
-            }
-            f.Compressed = slotMemory[count].get();
-            f.Target = slotMemory[count].get() + targetOffset;
-            f.Body = file.read(reinterpret_cast<char*>(f.Compressed), qint64(compressedSize));
-            if (f.Body < 1) {
-                end = FrameEnd::ReadError;
-                readError = file.errorString();
-                break;
-            }
-            f.Expected = SizeNow;
-            if (f.ID == 0x0A02)
-                f.Expected = Size61;
-            else if (f.ID == 0x0A03)
-                f.Expected = f.StoredSize == Size627 ? Size627 : Size62;
-            f.Inflate = f.ID >= 0x0A02 && f.ID <= 0x0A04 && f.StoredSize == f.Expected;
-            ++count;
-        }
-
-        inflateFrames(frames, count);
-
-        for (int i = 0; i < count; ++i) {
-            if (PerJobViewUpdate) batch.flush();
-            const PendingFrame& f = frames[i];
-            if (f.ID < 0x0A02 || f.ID > 0x0A04) continue;
-            if (f.StoredSize != f.Expected) {
-                firstFailure(QStringLiteral("{ALL} Error reading job #%1; Data size does not match. file:%2 intern:%3")
-                                 .arg(JobCount)
-                                 .arg(f.StoredSize)
-                                 .arg(f.Expected));
-                continue;
-            }
-
-            _jobsHistoryDB_Runtime* job = GetNewJob(nullptr, 0);
-            if (!job) return false;
-
-            if (f.Z != Z_OK) {
-                int code = f.Z;
-                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; ").arg(JobCount) +
-                             fmConvertZLibError(code));
-                DeleteJob(job);
-                continue;
-            }
-            if (f.OutLen != f.Expected) {
-                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
-                                 .arg(JobCount));
-                DeleteJob(job);
-                continue;
-            }
-
-            const _jobsHistoryDB* rec = reinterpret_cast<const _jobsHistoryDB*>(f.Target);
-            if (f.ID != 0x0A04) {
-                if (!upgraded) upgraded.reset(new (std::nothrow) _jobsHistoryDB);
-                bool ok = upgraded != nullptr;
-                if (ok && f.ID == 0x0A02)
-                    ok = upgradeFrom(f.Target, old61, *upgraded);
-                else if (ok && f.Expected == Size627)
-                    ok = upgradeFrom(f.Target, old627, *upgraded);
-                else if (ok)
-                    ok = upgradeFrom(f.Target, old62, *upgraded);
-                if (!ok) return false;
-                rec = upgraded.get();
-            }
-
-            const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
-                                   !std::isnan(rec->SeqEnd) && !std::isnan(rec->SeqFileOffset) &&
-                                   rec->ImageFileName.Data[0] < 256;
-            if (!plausible) {
-                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error!").arg(JobCount));
-                DeleteJob(job);
-                continue;
-            }
-            // Records of an older submitter layout may carry small identifiers.
-            if (rec->JobID <= 999 && rec->SubmitterStructVersion >= 7) {
-                firstFailure(QStringLiteral("{ALL} Error decompressing job #%1; Data error job ID!").arg(JobCount));
-                DeleteJob(job);
-                continue;
-            }
-            // Kept so: such a record stays in the list as the empty job GetNewJob gave.
-            if (rec->Software.Length > 500) continue;
-
-            job->fromJobSave(rec, *App);
-        }
-
-        if (end == FrameEnd::None) continue;
-        if (PerJobViewUpdate) batch.flush();
-        if (end == FrameEnd::EndOfFile) break;
-        if (end == FrameEnd::ReadError)
-            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to read '") + path + QStringLiteral("' !; ") + readError,
-                          where);
-        else if (end == FrameEnd::FormatError)
-            App->WriteLog(1, 0, QStringLiteral("{ALL} jobs.db format error!"), where);
-        else
-            App->WriteLog(1, 0, QStringLiteral("{ALL} Job read buffer too small!"), where);
-        return false;
-    }
-
-    file.close();
-    if (failed > 0)
-        App->WriteLog(2, 0, QStringLiteral("{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(failed), where);
-    TimeLoaded.SetCurrentTime();
-    App->WriteLog(4, 8, QStringLiteral("{ALL} %1 jobs loaded").arg(JobCount), where);
-    return true;
-}
-
-bool _JobList::SaveFileJobs(bool backup, const QString& pathIn, bool logIt, const QString& logPrefix)
-{
-    const QString where = QStringLiteral("JobList,SaveFileJobs");
-    // A program that works on a machine-local copy must never touch the shared file.
-    if (!AltLocalDBPath.isEmpty()) return true;
-    const QString path = pathIn.isEmpty() ? DatabaseFolder + QStringLiteral("jobs.db") : pathIn;
-
-    if (logIt) {
-        App->WriteLog(4, 8, logPrefix + QStringLiteral("{ALL} ") + path + QStringLiteral("   saving..."), where);
-        if (App->Log) App->Log->flush();
-    }
-
-    if (backup && fmFileExists(path)) {
-        const QString bak30 = path + QStringLiteral(".bak30");
-        const QString bak302 = path + QStringLiteral(".bak302");
-        if (!(fmDeleteFile(bak30).isEmpty() && fmRenameFile(path, bak30, false)))
-            if (fmDeleteFile(bak302).isEmpty()) fmRenameFile(path, bak302, false);
-        // Neither worked: the file is overwritten without a backup.
-    }
-
-    QReadLocker listLock(&LockList);
-    if (JobCount == 0) {
-        fmDeleteFile(path);
-        return true;
-    }
-
-    // Room for the header in front of the worst case of compress(): a record that does not
-    // compress at all still fits.
-    const uLong bufferSize = compressBound(SizeNow) + FrameHeaderSize;
-    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[bufferSize]());
-    if (!buffer) {
-        App->WriteLog(0, 0,
-                      QStringLiteral("{ALL} No Memory left (%1 Mb requested)").arg(double(bufferSize) / 1048576.0, 0, 'f', 1),
-                      where);
-        return false;
-    }
-    unsigned char* header = buffer.get();
-    std::strncpy(reinterpret_cast<char*>(header), FrameMagic, 50);
-    putU32(header + HdrUncompressed, SizeNow);
-    putU16(header + HdrID, FrameID);
-    putU16(header + HdrVersion, FrameVersion);
-
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to open '") + path + QStringLiteral("' !; ") + file.errorString(),
-                      where);
-        return false;
-    }
-    for (int i = 0; i < JobCount; ++i) {
-        const _jobsHistoryDB_Runtime* job = Queue[i];
-        uLongf outLen = bufferSize - FrameHeaderSize;
-        // The record's first SizeNow bytes are the stored record; the runtime fields stay behind.
-        int z = compress(buffer.get() + FrameHeaderSize, &outLen,
-                         reinterpret_cast<const Bytef*>(static_cast<const _jobsHistoryDB*>(job)), SizeNow);
-        if (z != Z_OK) {
-            App->WriteLog(0, 0, QStringLiteral("{ALL} Error compressing job data; ") + fmConvertZLibError(z), where);
-            file.close();
-            return false;
-        }
-        putU32(header + HdrCompressed, uint32_t(outLen));
-        const qint64 n = qint64(FrameHeaderSize) + qint64(outLen);
-        if (file.write(reinterpret_cast<const char*>(buffer.get()), n) != n) {
-            App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to write '") + path + QStringLiteral("' !; ") + file.errorString(),
-                          where);
-            file.close();
-            return false;
-        }
-    }
-    file.close();
-    if (file.error() != QFileDevice::NoError) {
-        App->WriteLog(1, 0, QStringLiteral("{ALL} Unable to write '") + path + QStringLiteral("' !; ") + file.errorString(),
-                      where);
-        return false;
-    }
-    App->WriteLog(4, 8, QStringLiteral("{ALL} jobs.db (%1 jobs) saved.").arg(JobCount), where);
-    if (App->Log) App->Log->flush();
-    TimeSaved.SetCurrentTime();
-    return true;
+    App->WriteLog(10, 0, QStringLiteral("{ALL} ") + path + QStringLiteral("   loading..."),
+                  QStringLiteral("JobList,LoadFileJobs"));
+    LastLoad = LoadReport();
+    const int before = JobCount;
+    auto loader = std::make_unique<FrameLoader>(*this, path);
+    LastLoad.Read = loader->run();
+    LastLoad.Loaded = JobCount - before;
+    return LastLoad.Read;
 }
 
 } // namespace fmJ

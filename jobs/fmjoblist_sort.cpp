@@ -199,7 +199,7 @@ bool equalsText(const fmString<N>& s, const QString& q)
 
 void _JobList::sort()
 {
-    SortedCount = std::clamp(JobCount, 0, MaxJobs);
+    SortedCount = std::clamp(JobCount, 0, Capacity);
     const int n = SortedCount;
     if (n == 0) return;
     std::copy_n(Queue.get(), n, Sorted.get());
@@ -333,7 +333,7 @@ void _JobList::filter()
 
     // Jobs that go are taken out and the rest close up in their order.
     int kept = 0;
-    const int n = std::clamp(SortedCount, 0, MaxJobs);
+    const int n = std::clamp(SortedCount, 0, Capacity);
     for (int k = 0; k < n; ++k)
         if (passes(*Sorted[k])) Sorted[kept++] = Sorted[k];
     SortedCount = kept;
@@ -375,7 +375,7 @@ void _JobList::listCustomActive_BuildStart() { CustomActiveSortedCount = 0; }
 
 void _JobList::listCustomActive_BuildAppend(_jobsHistoryDB_Runtime* job)
 {
-    if (job && CustomActiveSortedCount >= 0 && CustomActiveSortedCount < MaxJobs)
+    if (job && CustomActiveSortedCount >= 0 && CustomActiveSortedCount < Capacity)
         CustomActiveSorted[CustomActiveSortedCount++] = job;
 }
 
@@ -387,7 +387,7 @@ void _JobList::listCustomActive_BuildSort_User()
 void _JobList::listCustomActive_BuildEnd()
 {
     QWriteLocker lock(&LockSelection);
-    const int n = std::clamp(CustomActiveSortedCount, 0, MaxJobs);
+    const int n = std::clamp(CustomActiveSortedCount, 0, Capacity);
     std::copy_n(CustomActiveSorted.get(), n, CustomActive.get());
     CustomActiveCount = n;
     CustomActiveSortedCount = 0;
@@ -395,8 +395,8 @@ void _JobList::listCustomActive_BuildEnd()
 
 void _JobList::listCustomActive_Removejob(_jobsHistoryDB_Runtime* job)
 {
-    auto removeFrom = [job](_jobsHistoryDB_Runtime** a, int& count) {
-        const int n = std::clamp(count, 0, MaxJobs);
+    auto removeFrom = [this, job](_jobsHistoryDB_Runtime** a, int& count) {
+        const int n = std::clamp(count, 0, Capacity);
         count = int(std::remove(a, a + n, job) - a);
     };
     removeFrom(CustomActive.get(), CustomActiveCount);
@@ -417,7 +417,7 @@ void fmQuicksort_2_JLCU(_jobsHistoryDB_Runtime** array, const int& count, const 
 {
     if (!array || count < 2) return;
     _jobsHistoryDB_Runtime* tmp = nullptr;
-    fmQuicksort_2_JLCU_sub(array, 0, std::min(count, _JobList::MaxJobs) - 1, descending, &tmp);
+    fmQuicksort_2_JLCU_sub(array, 0, count - 1, descending, &tmp);
 }
 
 // Pivot from the middle, swapped to the right end; elements below it gathered on the left.

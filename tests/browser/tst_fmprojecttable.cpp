@@ -45,10 +45,10 @@ private slots:
     void scanGroupsFiles();
     // Catches estimates that leave out the seeds or round the wrong way.
     void estimates();
-    // Catches a table that grows beyond its 1451 entries or takes later files of known projects.
-    void tableMargin();
-    // Catches a rescan that forgets the files a former scan left (kept on purpose).
-    void rescanAppends();
+    // Catches a table that silently stops at 1451 projects or drops later files of known ones.
+    void noProjectLimit();
+    // Catches a rescan that appends the files it finds behind the former list (loads twice).
+    void rescanReplaces();
     // Catches a project load that does not add up its files, or that changes the current project
     // when a file is missing.
     void loadProject();
@@ -56,6 +56,10 @@ private slots:
     // file that blocks the load (a FIFO) or gives a message without what failed.
     void databaseKinds_data();
     void databaseKinds();
+    // Catches a revert that loads the project's files twice (doubled count, deleted jobs back) and
+    // a save that adds a file to the project instead of rewriting its own.
+    void reloadAfterDelete_data();
+    void reloadAfterDelete();
     // Catches combo text with the wrong padding, marker or order.
     void comboText_data();
     void comboText();
@@ -111,17 +115,17 @@ void tst_fmprojecttable::estimates()
     QCOMPARE(t.projects[2].NrOfJobs, 1000LL); // exact counts stay
 }
 
-void tst_fmprojecttable::tableMargin()
+void tst_fmprojecttable::noProjectLimit()
 {
     fmProjectTable t(FM);
     fmTime_t time;
-    for (int i = 0; i < 1460; ++i) t.addProjectFile(QStringLiteral("/h/p%1.db").arg(i), time, 10);
-    QCOMPARE(t.nrOfProjects, 1451);
-    t.addProjectFile("/h/p0.db61", time, 10); // a known project, yet dropped
-    QCOMPARE(t.projects[0].Files.size(), 1);
+    for (int i = 0; i < 1600; ++i) t.addProjectFile(QStringLiteral("/h/proj%1.db").arg(i), time, 10);
+    QCOMPARE(t.nrOfProjects, 1600);
+    t.addProjectFile("/h/proj0.db61", time, 10); // a known project gets its second file
+    QCOMPARE(t.projects[0].Files.size(), 2);
 }
 
-void tst_fmprojecttable::rescanAppends()
+void tst_fmprojecttable::rescanReplaces()
 {
     QTemporaryDir d;
     const QString root = d.path() + QStringLiteral("/");
@@ -134,9 +138,41 @@ void tst_fmprojecttable::rescanAppends()
     QCOMPARE(t.projects[0].Files.size(), 2);
     t.projects[0].Loaded = true;
     t.loadProjectList(root);
-    QCOMPARE(t.projects[0].Files.size(), 4);
+    QCOMPARE(t.projects[0].Files.size(), 2);
     QVERIFY(!t.projects[0].Loaded);
     QCOMPARE(t.projects[0].NrOfJobs, 0LL);
+}
+
+void tst_fmprojecttable::reloadAfterDelete_data()
+{
+    QTest::addColumn<bool>("save");
+    QTest::addColumn<int>("count");
+    QTest::newRow("revert") << false << 5;
+    QTest::newRow("save, then open again") << true << 3;
+}
+
+void tst_fmprojecttable::reloadAfterDelete()
+{
+    QFETCH(bool, save);
+    QFETCH(int, count);
+    QTemporaryDir d;
+    const QString root = d.path() + QStringLiteral("/");
+    makeDb(root + "Car.db", 3, 0, 0);
+    makeDb(root + "__old/Car.db61", 2, 0, 10);
+    fmProjectTable t(FM);
+    t.loadProjectList(root);
+    fmJ::_JobList list(FM, nullptr);
+    QString msg;
+    QCOMPARE(t.loadProjectJobs(0, list, msg), fmProjectTable::LoadDone);
+    list.DeleteJob(list.Queue[4]);
+    list.DeleteJob(list.Queue[0]);
+    t.loadProjectList(root); // as the window does after a delete
+    QStringList messages;
+    if (save) QVERIFY(list.SaveSources(messages, 0));
+    t.loadProjectList(root);
+    QCOMPARE(t.loadProjectJobs(t.indexOf(QStringLiteral("car")), list, msg), fmProjectTable::LoadDone);
+    QCOMPARE(list.JobCount, count);
+    QCOMPARE(filesOf(t.projects[0], root), (QStringList{"Car.db", "__old/Car.db61"}));
 }
 
 void tst_fmprojecttable::loadProject()

@@ -338,11 +338,16 @@ void tst_fmhistorydb::ask4Save()
     fmHistorydb& w = f.open();
     w.ui.Show_ComboProject->setCurrentIndex(1);
     w.table.dbChanged = changed;
+    if (changed) w.jobs.DeleteJob(w.jobs.Queue[0]);
     BoxAnswer box([answer](fmMessageBox* b) { return byName(b, answer); });
     QCOMPARE(w.ask4Save(), result);
     QCOMPARE(box.Seen.trimmed(),
              answer.isEmpty() ? QString() : QStringLiteral("Would you like to save your changes?"));
-    QCOMPARE(QFile::exists(f.History + "Alpha.db61"), saved);
+    // A save rewrites the project's own file; it adds none beside it.
+    fmJ::_JobList onDisk(FM);
+    QVERIFY(onDisk.LoadFileJobs(f.History + "Alpha.db"));
+    QCOMPARE(onDisk.JobCount, saved ? 2 : 3);
+    QVERIFY(!QFile::exists(f.History + "Alpha.db61"));
     // Closing asks the same question and stays open on cancel.
     if (answer == QLatin1String("cancel")) {
         w.show();

@@ -92,6 +92,8 @@ void tst_fmjobcsv::headerAndLine()
     QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, false));
     QCOMPARE(jlfix::readFile(p), Header + Line);
     QCOMPARE(_JobList::toCSVString(QStringLiteral(";a;;b;")), QStringLiteral("ab"));
+    // One job stays one line: line breaks and NUL bytes of a value become blanks.
+    QCOMPARE(_JobList::toCSVString(QString::fromUtf16(u"a\r\nb\0c\n", 7)), QStringLiteral("a  b c "));
 }
 
 void tst_fmjobcsv::columns_data()

@@ -124,6 +124,7 @@ private slots:
     void checkDatabases_data();
     void checkDatabases();
     void demoRootRefusesExistingRoot();
+    void deleteFromTwoProcesses();
     void submitterRecordsArguments();
 };
 
@@ -345,6 +346,15 @@ void tst_console::arguments_data()
     QTest::newRow("export unwritable") << QStringList{QStringLiteral("-fmRoot"), root, QStringLiteral("export"), QStringLiteral("--all"),
                                                        QStringLiteral("-o"), QStringLiteral("/nonexistent/dir/all.csv")}
                                        << 1 << QStringLiteral("Unable to save all jobs");
+    QTest::newRow("export to a full disk") << QStringList{"-fmRoot", root, "export", "--all", "-o", "/dev/full"} << 1
+                                           << QStringLiteral("Unable to save all jobs");
+    QTest::newRow("jobs without project") << QStringList{"jobs"} << 2 << QStringLiteral("needs --project");
+    QTest::newRow("jobs of no project") << QStringList{"-fmRoot", root, "jobs", "--project", "Nope"} << 2
+                                        << QStringLiteral("Unknown project 'Nope'");
+    QTest::newRow("delete of no job") << QStringList{"-fmRoot", root, "delete", "--project", "Copperline_Series", "12345"}
+                                      << 2 << QStringLiteral("No job '12345'");
+    QTest::newRow("delete with a filter") << QStringList{"delete", "--project", "P", "--user", "u", "1"} << 2
+                                          << QStringLiteral("does not take --user");
 }
 
 // Catches wrong exit codes and unclear messages for every kind of bad call, and a root option
@@ -509,6 +519,7 @@ void tst_console::checkDatabases_data()
     QTest::newRow("63 bytes") << QStringLiteral("short") << 1 << QStringLiteral("Wrong file size");
     QTest::newRow("empty") << QStringLiteral("empty") << 0 << QStringLiteral("0 jobs loaded, 0 frames failed");
     QTest::newRow("missing") << QStringLiteral("missing") << 1 << QStringLiteral("not found");
+    QTest::newRow("unknown identifier") << QStringLiteral("id") << 1 << QStringLiteral("1 frame skipped");
 }
 
 // Catches a check that misses a damaged frame, names no failure or exits 0 on one; every file
@@ -534,6 +545,8 @@ void tst_console::checkDatabases()
             qToLittleEndian<quint32>(12345, reinterpret_cast<uchar*>(b.data()) + second + 56);
         } else if (damage == QLatin1String("cut")) {
             b.truncate(frames.last() + 30); // inside the last frame's header
+        } else if (damage == QLatin1String("id")) {
+            qToLittleEndian<quint16>(0x0B00, reinterpret_cast<uchar*>(b.data()) + second + 60);
         } else if (damage == QLatin1String("magic")) {
             b[second + 8] = 'X';
         } else if (damage == QLatin1String("short")) {
@@ -562,6 +575,26 @@ void tst_console::checkDatabases()
                  qPrintable(r.Out));
     }
     if (damage == QLatin1String("data")) QVERIFY2(r.Out.contains(QLatin1String("Error decompressing job #2")), qPrintable(r.Out));
+}
+
+// Catches saves that undo each other: two processes delete a different job of one project at
+// the same moment; both deletions hold, and every other job stays, once, with its file.
+void tst_console::deleteFromTwoProcesses()
+{
+    const QString root = Tmp.filePath(QStringLiteral("rootTwo"));
+    QCOMPARE(runConsole({"demo-root", root, "--projects", "1", "--jobs", "30"}).Code, 0);
+    const QString name = QFileInfo(databaseFiles(root).first()).completeBaseName();
+    const QStringList list = {"-fmRoot", root, "jobs", "--project", name};
+    QStringList before = runConsole(list).Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QVERIFY(before.size() >= 10);
+    QProcess a, b;
+    a.start(kConsole, {"-fmRoot", root, "delete", "--project", name, before[2].section('\t', 1, 1)});
+    b.start(kConsole, {"-fmRoot", root, "delete", "--project", name, before[7].section('\t', 1, 1)});
+    QVERIFY(a.waitForFinished(120000) && b.waitForFinished(120000));
+    QCOMPARE(a.exitCode() + b.exitCode(), 0);
+    before.removeAt(7);
+    before.removeAt(2);
+    QCOMPARE(runConsole(list).Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts), before);
 }
 
 // Catches a generator that writes over a farm that is already there.

@@ -7,7 +7,6 @@
 #include "tools/console/consoleio.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <memory>
 
@@ -21,14 +20,18 @@ QString check(fmConsoleArgs& args)
 
 struct Totals
 {
-    long long Jobs = 0, Failed = 0, Unreadable = 0;
+    long long Jobs = 0, Failed = 0, Skipped = 0, Unreadable = 0;
 };
 
-// Loads one file and prints its lines; false when it failed.
+QString levelTag(int level)
+{
+    return level == 0 ? QStringLiteral("CRF ") : level == 1 ? QStringLiteral("ERR ") : QStringLiteral("WRN ");
+}
+
+// Loads one file and prints its lines; false when it failed or skipped a frame. Counts and messages
+// come from the loader's own report: the farm's log levels do not hide them.
 bool checkFile(const QString& name, fmJ::_JobList& list, Totals& totals)
 {
-    static const QRegularExpression failedLine(
-        QStringLiteral("^\\{ALL\\} (\\d+) Jobs in jobs\\.db could not be loaded"));
     const QFileInfo info(name);
     if (!info.isFile()) {
         fmConsolePrint(QStringLiteral("%1: not found\n").arg(name));
@@ -37,36 +40,27 @@ bool checkFile(const QString& name, fmJ::_JobList& list, Totals& totals)
     }
     fmConsoleLogSink& sink = fmConsoleLog();
     list.deleteAll();
-    sink.Captured.clear();
-    sink.Capture = true;
+    sink.Capture = true; // the report below tells them once
     const bool read = list.LoadFileJobs(info.absoluteFilePath());
     sink.Capture = false;
-    int failed = 0;
-    QStringList messages;
-    for (const auto& [level, text] : std::as_const(sink.Captured)) {
-        if (level > 2) continue;
-        const auto m = failedLine.match(text);
-        if (m.hasMatch()) failed = m.captured(1).toInt();
-        messages.append((level == 0   ? QStringLiteral("CRF ")
-                         : level == 1 ? QStringLiteral("ERR ")
-                                      : QStringLiteral("WRN ")) +
-                        text.trimmed());
-    }
-    const QString jobs = fmConsolePlural(list.JobCount, "job");
+    sink.Captured.clear();
+    const fmJ::_JobList::LoadReport& r = list.LastLoad;
     if (!read) {
-        fmConsolePrint(
-            QStringLiteral("%1: could not be read; %2 loaded before the failure\n").arg(name, jobs));
+        fmConsolePrint(QStringLiteral("%1: could not be read; %2 loaded before the failure\n")
+                           .arg(name, fmConsolePlural(r.Loaded, "job")));
         ++totals.Unreadable;
     } else {
-        fmConsolePrint(
-            QStringLiteral("%1: %2 loaded, %3 failed\n").arg(name, jobs, fmConsolePlural(failed, "frame")));
-        totals.Failed += failed;
+        fmConsolePrint(QStringLiteral("%1: %2 loaded, %3 failed, %4 skipped\n")
+                           .arg(name, fmConsolePlural(r.Loaded, "job"), fmConsolePlural(r.Failed, "frame"),
+                                fmConsolePlural(r.Skipped, "frame")));
     }
-    for (const QString& m : messages)
-        fmConsolePrint(QStringLiteral("    ") + m + QLatin1Char('\n'));
-    totals.Jobs += list.JobCount;
+    totals.Failed += r.Failed;
+    totals.Skipped += r.Skipped;
+    for (const auto& [level, text] : r.Messages)
+        fmConsolePrint(QStringLiteral("    ") + levelTag(level) + text.trimmed() + QLatin1Char('\n'));
+    totals.Jobs += r.Loaded;
     std::fflush(stdout);
-    return read && failed == 0;
+    return read && r.Failed == 0 && r.Skipped == 0;
 }
 
 int run(const fmConsoleArgs& args)
@@ -77,10 +71,11 @@ int run(const fmConsoleArgs& args)
     for (const QString& name : args.Positional)
         if (!checkFile(name, *list, totals)) result = fmExitFailed;
     if (args.Positional.size() > 1)
-        fmConsolePrint(QStringLiteral("checked %1: %2, %3 failed, %4 unreadable\n")
+        fmConsolePrint(QStringLiteral("checked %1: %2, %3 failed, %4 unreadable, %5 skipped\n")
                            .arg(fmConsolePlural(args.Positional.size(), "file"),
                                 fmConsolePlural(totals.Jobs, "job"), fmConsolePlural(totals.Failed, "frame"))
-                           .arg(totals.Unreadable));
+                           .arg(totals.Unreadable)
+                           .arg(fmConsolePlural(totals.Skipped, "frame")));
     return result;
 }
 

@@ -3,10 +3,8 @@
 
 #include "tools/console/consolecommand.h"
 
-namespace {
-
 // Options of the family's start-up that take a value: their value is no command word.
-bool isFamilyValueOption(const QString& a)
+bool fmConsoleIsFamilyValueOption(const QString& a)
 {
     static const char* const names[] = {"-fmRoot",
                                         "-loadstatus",
@@ -25,6 +23,8 @@ bool isFamilyValueOption(const QString& a)
     return a.startsWith(QLatin1String("-fmRoot"), Qt::CaseInsensitive) ||
            a.startsWith(QLatin1String("-loadstatus"), Qt::CaseInsensitive);
 }
+
+namespace {
 
 bool isOption(const QString& a)
 {
@@ -52,7 +52,7 @@ int commandIndex(const QStringList& arguments)
 {
     for (int i = 1; i < arguments.size(); ++i) {
         const QString& a = arguments[i];
-        if (isFamilyValueOption(a)) {
+        if (fmConsoleIsFamilyValueOption(a)) {
             ++i;
         } else if (isOption(a)) {
             const fmConsoleOption* o = findAnyOption(a);
@@ -127,7 +127,7 @@ QString fmConsoleParse(const QStringList& arguments, fmConsoleArgs& args)
             args.Help = true;
         } else if (a == QLatin1String("--verbose")) {
             args.Verbose = true;
-        } else if (isFamilyValueOption(a)) {
+        } else if (fmConsoleIsFamilyValueOption(a)) {
             ++i; // its value; the start-up reads both
         } else if (!isOption(a)) {
             args.Positional.append(a);

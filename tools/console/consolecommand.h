@@ -75,5 +75,9 @@ const fmConsoleCommand* fmConsoleFindCommand(const QString& name);
 // ("-fmRoot <root>", "-debug", "-darkUI", ...) are passed over.
 QString fmConsoleParse(const QStringList& arguments, fmConsoleArgs& args);
 
+// Options of the family's start-up that take a value (-fmRoot, -OMName, ...): their value is no
+// command word.
+bool fmConsoleIsFamilyValueOption(const QString& a);
+
 // The page of --help: the command's own when `command` names one, otherwise the overview.
 QString fmConsoleHelpText(const QString& command);

@@ -108,9 +108,11 @@ int run(const fmConsoleArgs& args)
         }
         jobs += list->JobCount;
     }
-    if (toStdout)
-        out.flush();
-    else if (args.Verbose)
+    if (toStdout && !out.flush()) {
+        fmConsolePrintErr(QStringLiteral("Unable to write to standard output; %1\n").arg(out.errorString()));
+        return fmExitFailed;
+    }
+    if (!toStdout && args.Verbose)
         fmConsolePrint(QStringLiteral("%1 jobs of %2 project(s) written to '%3'\n")
                            .arg(jobs)
                            .arg(indexes.size())

@@ -8,6 +8,7 @@
 
 #include "app/fm.h"
 #include "tools/console/consolecommand.h"
+#include "tools/console/consoleedit.h"
 #include "tools/console/consoleio.h"
 
 #include <QCoreApplication>
@@ -33,6 +34,9 @@ int main(int argc, char** argv)
         return fmExitUsage;
     }
     const fmConsoleCommand& command = *fmConsoleFindCommand(args.Command);
+
+    // jobs and delete read their own options (already checked against their table entries above).
+    if (const int r = fmConsoleEditCommand(FM, argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
 
     // Log lines reach standard output through the sink only; data on standard output keeps it.
     fmConsoleLogSink& log = fmConsoleLog();
