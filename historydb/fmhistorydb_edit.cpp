@@ -9,33 +9,85 @@
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 
+#include <QStatusBar>
+
 #include <algorithm>
+#include <cstring>
 
 void fmHistorydb::on_CommandJob_Button_Delete_clicked()
 {
-    // No confirmation: the button deletes at once.
     const int count = std::clamp(jobs.SelectedCount, 0, fmJ::_JobList::MaxJobs);
-    if (count == 0 || !jobs.Selection) return;
+    if (count == 0 || !jobs.Selection) {
+        showStatus(QStringLiteral("Delete: no job selected"));
+        return;
+    }
+    const QString project = table.currentProject;
+    const QString question = count == 1 ? QStringLiteral("Delete 1 job from %1?").arg(project)
+                                        : QStringLiteral("Delete %1 jobs from %2?").arg(count).arg(project);
+    if (!fmMessageBox::Question(this, question, QStringLiteral("Yes"), 0, QStringLiteral("No"))) {
+        showStatus(QStringLiteral("Delete cancelled: nothing was deleted"));
+        return;
+    }
     const QString historyFolder = app.HistoryDbPath.toQString();
+    int deleted = 0;
     // DeleteJob leaves the selection list alone and keeps the deleted records in the pool, so the
     // list can be read by index while jobs go.
     for (int i = 0; i < count; ++i) {
         fmJ::_jobsHistoryDB_Runtime* job = jobs.Selection[size_t(i)];
         if (!job || !jobs.isValidJob(job)) continue;
         const unsigned long long id = job->JobID;
-        const QString image = historyFolder + table.currentProject + QLatin1Char('/') + fmJ::ID2strFull(id) +
-                              QStringLiteral(".jpg");
+        const QString image =
+            historyFolder + project + QLatin1Char('/') + fmJ::ID2strFull(id) + QStringLiteral(".jpg");
         if (!fmDeleteFile(image).isEmpty())
             app.WriteLog(2, 0,
                          QStringLiteral("Unable to delete FOI image file; '") + image +
                              QStringLiteral("'; ") + image,
                          QStringLiteral("on_CommandJob_Button_Delete_clicked"));
         table.dbChanged = true;
+        DeletedJobs.append(QByteArray(reinterpret_cast<const char*>(job), sizeof(*job)));
         jobs.DeleteJob(job);
+        ++deleted;
     }
+    // The combo stays on the loaded project; its entry and the label show the count left.
+    updateProjectCount();
     PleaseUpdateViews = true;
-    loadProjectList();
-    uiSetFilterCombos(false);
+    showStatus(
+        QStringLiteral("Deleted %1 job(s) from %2. Ctrl+Z brings them back until the project is saved.")
+            .arg(deleted)
+            .arg(project));
+}
+
+void fmHistorydb::undoDelete()
+{
+    if (DeletedJobs.isEmpty()) {
+        showStatus(QStringLiteral("Undo: no deletion since the last save"));
+        return;
+    }
+    int restored = 0;
+    // Each record comes back once, with a new place at the end of the queue.
+    while (!DeletedJobs.isEmpty()) {
+        const QByteArray bytes = DeletedJobs.takeLast();
+        fmJ::_jobsHistoryDB_Runtime* job = jobs.GetNewJob();
+        if (!job || bytes.size() != int(sizeof(*job))) break;
+        const int queueID = job->QueueID;
+        std::memcpy(static_cast<void*>(job), bytes.constData(), sizeof(*job));
+        job->QueueID = queueID;
+        job->Selected = 0;
+        job->HistorySelected = 0;
+        ++restored;
+    }
+    updateProjectCount();
+    uiFilterChanged(); // sorts and filters the list again with the jobs back in it
+    showStatus(QStringLiteral("Undo: %1 deleted job(s) back in %2").arg(restored).arg(table.currentProject));
+}
+
+void fmHistorydb::updateProjectCount()
+{
+    const int id = table.currentProjectID;
+    if (id < 0 || id >= table.nrOfProjects) return;
+    table.projects[size_t(id)].NrOfJobs = jobs.JobCount;
+    ui.label_ProjNrScenes->setText(QStringLiteral("%1 jobs").arg(jobs.JobCount));
+    uiSetFilterCombos(true);
 }
 
 void fmHistorydb::on_actionSave_Changes_into_db_triggered()
@@ -43,12 +95,29 @@ void fmHistorydb::on_actionSave_Changes_into_db_triggered()
     if (table.currentProject.isEmpty()) return;
     // Always the newest format at the top of the history folder; the project's older files stay.
     const QString path = app.HistoryDbPath.toQString() + table.currentProject + QStringLiteral(".db61");
-    jobs.SaveFileJobs(true, path, false, QString());
+    const bool saved = jobs.SaveFileJobs(true, path, false, QString());
+    if (saved) DeletedJobs.clear(); // what is saved can no longer be undone
+    showStatus(saved ? QStringLiteral("Saved %1 jobs into %2").arg(jobs.JobCount).arg(path)
+                     : QStringLiteral("Save failed: %1 was not written (see the log)").arg(path));
 }
 
 void fmHistorydb::on_actionRevert_Changes_triggered()
 {
+    if (table.currentProjectID < 0) {
+        showStatus(QStringLiteral("Revert: no project loaded"));
+        return;
+    }
     loadProject(table.currentProjectID);
+    // An unsaved edit that is still there means the question was cancelled.
+    showStatus(table.dbChanged ? QStringLiteral("Revert cancelled")
+                               : QStringLiteral("Reverted: %1 read again from disk, %2 jobs")
+                                     .arg(table.currentProject)
+                                     .arg(jobs.JobCount));
+}
+
+void fmHistorydb::showStatus(const QString& text)
+{
+    statusBar()->showMessage(text);
 }
 
 bool fmHistorydb::ask4Save()

@@ -1,14 +1,15 @@
 // fmHistorydb: the history database browser of the render farm.
 #include "app/fm.h"
-#include "jobs/fmjoblist.h"
 #include "foundation/fmprocess.h"
 #include "historydb/fmhistorydb.h"
+#include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 #include "widgets/fmstyle.h"
 
 #include <QApplication>
 #include <QPixmap>
 #include <QSplashScreen>
+#include <QTimer>
 
 __FM FM(false, fm_AppType_HistoryDB, "fmHistorydb", false);
 
@@ -77,6 +78,10 @@ int main(int argc, char** argv)
     auto* window = new fmHistorydb(FM, *jobList, nullptr, Qt::WindowFlags());
     FM.WriteLog(10, 0, QStringLiteral("Show main_window"), QStringLiteral("main"));
     window->show();
+    // A newcomer sees jobs at once: the project this user had open last comes back, once the
+    // window stands. "-noLastProject" starts with an empty table.
+    if (!QCoreApplication::arguments().contains(QStringLiteral("-noLastProject"), Qt::CaseInsensitive))
+        QTimer::singleShot(0, window, &fmHistorydb::reopenLastProject);
 
     splash->close();
     g_splash = nullptr;
