@@ -329,13 +329,19 @@ void fmHistorydb::uiFilterChanged()
     jobs.SetFilter(user, project, application, includes, false, false, false, false, false, true);
     expandJobsOnce = true;
     if (jobsModel) jobsModel->ClearSelectionAll(true, QString());
+    JobTreeStale = true;
     PleaseUpdateViews = true;
 }
 
 void fmHistorydb::uiUpdateJobTable()
 {
     if (!jobsModel) return;
-    jobsModel->CreateJobTree(true);
+    // A selection alone changes no row: the selection model has repainted the rows it changed,
+    // and the footer sums up the new selection.
+    if (JobTreeStale) {
+        JobTreeStale = false;
+        jobsModel->CreateJobTree(true);
+    }
     if (jobsModel->Footer) jobsModel->Footer->pleaseUpdate();
     if (FitColumnsOnce) {
         FitColumnsOnce = false;

@@ -50,6 +50,7 @@ public:
     int logPage = 0; // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
     unsigned long long logJobID = 0; // written, never compared
     bool expandJobsOnce = true;
+    bool JobTreeStale = true; // the job list's rows changed (load, filter, delete): rebuild the tree
     QString currentUser;
     int currentUserID = -1;
     QString lastExportDirectory;

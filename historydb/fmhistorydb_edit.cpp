@@ -50,6 +50,7 @@ void fmHistorydb::on_CommandJob_Button_Delete_clicked()
     }
     // The combo stays on the loaded project; its entry and the label show the count left.
     updateProjectCount();
+    JobTreeStale = true;
     PleaseUpdateViews = true;
     showStatus(
         QStringLiteral("Deleted %1 job(s) from %2. Ctrl+Z brings them back until the project is saved.")
