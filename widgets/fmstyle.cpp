@@ -346,6 +346,9 @@ QBrush fmBrushLight(const QBrush& brush, int factor)
 
 void fmInstallStyle(const fmStyleChoices& choices)
 {
+    // The form and the trees' group rows ask for Arial; Liberation Sans has its metrics, so texts
+    // sized for Arial fit (Debian's fonts-liberation2).
+    QFont::insertSubstitution(QStringLiteral("Arial"), QStringLiteral("Liberation Sans"));
     if (choices.FontDefaultSet) fmStyle::setFontSizeDefault(choices.FontSizeDefault);
     if (choices.FontSmallSet) fmStyle::setFontSizeSmall(choices.FontSizeSmall);
     QApplication::setStyle(new fmStyle(choices.Dark, choices.Easter, choices.Girly));
