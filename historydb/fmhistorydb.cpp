@@ -17,8 +17,10 @@
 #include <QAction>
 #include <QCloseEvent>
 #include <QColor>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QPalette>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QSettings>
@@ -66,6 +68,12 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
         connect(ui.treeLog->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                 &fmHistorydb::LogSelectionChanged);
 
+    // The job info heading takes the room of its line and never asks for more: a long list of
+    // identifiers must not widen the page.
+    ui.JobInfo_LabelID->setSizePolicy(QSizePolicy::Ignored,
+                                      ui.JobInfo_LabelID->sizePolicy().verticalPolicy());
+    ui.horizontalLayout_info1->setStretchFactor(ui.JobInfo_LabelID, 1);
+
     // The statistics block of the job info page is hidden for good.
     ui.frame_4->hide();
     ui.scrollArea_2->hide();
@@ -103,6 +111,11 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     addAction(undo);
     connect(undo, &QAction::triggered, this, &fmHistorydb::undoDelete);
     statusBar()->setSizeGripEnabled(true);
+    LoadingBar = new QProgressBar(this); // owned by the status bar from here on
+    LoadingBar->setMaximumWidth(200);
+    LoadingBar->setTextVisible(false);
+    LoadingBar->hide();
+    statusBar()->addPermanentWidget(LoadingBar);
 
     timerCounter = 0;
     PleaseUpdateViews = true;
@@ -209,7 +222,19 @@ void fmHistorydb::loadProject(int index)
 {
     if (!ask4Save() || index < 0) return;
     QString message;
-    switch (table.loadProjectJobs(index, jobs, message)) {
+    fmProjectTable::LoadResult result;
+    {
+        // The window is drawn once more before the load takes the thread: the combo's popup
+        // closes and the status bar shows what is being read.
+        LoadingBar->setRange(0, 0);
+        LoadingBar->show();
+        if (index < table.nrOfProjects)
+            showStatus(QStringLiteral("Loading %1 ...").arg(table.projects[size_t(index)].Name));
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        result = table.loadProjectJobs(index, jobs, message);
+        LoadingBar->hide();
+    }
+    switch (result) {
     case fmProjectTable::LoadFileMissing:
         // No update is asked for: the tree shows what it showed until the next one.
         fmMessageBox::Warning(this, message, QStringLiteral("Ok"), 45);

@@ -185,7 +185,8 @@ private:
     void flipJobColumn(int column);
     void flipClientColumn(int column);
     int TimerId = 0;
-    bool FitColumnsOnce = false; // fit the job columns at the next job table update
+    class QProgressBar* LoadingBar = nullptr; // in the status bar while a project loads
+    bool FitColumnsOnce = false;              // fit the job columns at the next job table update
     // The form's own layout, taken before any saved layout is applied: the last fallback of
     // "Reset Layout".
     QByteArray DefaultState, DefaultJobHeader, DefaultClientHeader, DefaultLogHeader;

@@ -102,10 +102,8 @@ void fmHistorydb::uiUpdateJobInfoPage()
     auto set = [&](QLabel* label, QString text) { label->setText(text.replace(red, differ)); };
     set(ui.JobInfo_LabelSceneOS, t.SceneOS);
     // The heading never grows wider than its place: a count and as many identifiers as fit.
-    ui.JobInfo_LabelID->setSizePolicy(QSizePolicy::Ignored,
-                                      ui.JobInfo_LabelID->sizePolicy().verticalPolicy());
     ui.JobInfo_LabelID->setText(jobInfoHeading(count, t.ID, ui.JobInfo_LabelID->fontMetrics(),
-                                               std::max(200, ui.JobInfo_LabelID->width())));
+                                               std::max(200, ui.frame->width() - ui.label_12->width() - 40)));
     ui.JobInfo_LabelID->setToolTip(count > 1 ? QStringLiteral("%1 jobs selected").arg(count) : QString());
     set(ui.JobInfo_LabelCamera, t.Camera);
     set(ui.JobInfo_LabelLayer, t.Layer);

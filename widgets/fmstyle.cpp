@@ -58,8 +58,8 @@ constexpr RoleColors kLight[] = {
 
 // Dark and girly list only what differs from the light palette.
 // Text colours are lifted where the older values fell short of a contrast of 4.5:1 against their
-// background (dark: 0xFFDDDDDD on 0xFF666666; girly: inactive text in the colour of its background;
-// eastern: red window text on green).
+// background (dark: 0xFFDDDDDD on 0xFF666666; girly: inactive text in the colour of its background,
+// now light on the dark window and dark on the light base; eastern: red window text on green).
 constexpr RoleColors kDark[] = {
     {QPalette::WindowText, 0xFFF0F0F0, 0xFFF0F0F0, 0xFF2C2C2C},
     {QPalette::Button, 0xFF666666, 0xFF666666, 0xFF666666},
@@ -81,9 +81,9 @@ constexpr RoleColors kGirly[] = {
     {QPalette::Midlight, 0xFF82807A, 0xFF82807A, 0xFF82807A},
     {QPalette::Dark, 0xFF907880, 0xFF907880, 0xFF907880},
     {QPalette::Mid, 0xFF907880, 0xFF907880, 0xFF907880},
-    {QPalette::Text, 0xFF7F304A, 0xFFF0DFE4, 0xFF6A6864},
+    {QPalette::Text, 0xFF7F304A, 0xFF552031, 0xFF6A6864},
     {QPalette::ButtonText, 0xFFF0DFE4, 0xFFF0DFE4, 0xFF6A6864},
-    {QPalette::Base, 0xFFECBBD2, 0xFF552031, 0xFF6A6864},
+    {QPalette::Base, 0xFFECBBD2, 0xFFECBBD2, 0xFF6A6864},
     {QPalette::Window, 0xFFA73F61, 0xFF552031, 0xFF6A6864},
     {QPalette::Shadow, 0xFF552031, 0xFF552031, 0xFF6A6864},
 };
