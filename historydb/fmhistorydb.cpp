@@ -19,6 +19,7 @@
 #include <QColor>
 #include <QCoreApplication>
 #include <QHeaderView>
+#include <QMenuBar>
 #include <QPalette>
 #include <QProgressBar>
 #include <QPushButton>
@@ -46,6 +47,15 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
             palette.setColor(group, QPalette::AlternateBase,
                              palette.color(group, QPalette::Base).darker(106));
         ui.JobLog_Table->setPalette(palette);
+    }
+
+    // The menu bar lies on the window colour, but its items are drawn in the button text colour,
+    // which the eastern theme makes light for its blue buttons: the bar takes the window text.
+    {
+        QPalette palette = menuBar()->palette();
+        for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+            palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::WindowText));
+        menuBar()->setPalette(palette);
     }
 
     // Dock changes and right-clicks reach slots that do nothing: there is no context menu.
