@@ -150,6 +150,15 @@ private slots:
     void selectByMouseAndKeys();
     // Catches Ctrl+Z losing or doubling jobs, and undoing a deletion that was saved.
     void undoDelete();
+    // Catches numbers, dates and group titles cut by columns sized for another font.
+    void columnsFitTheirTexts();
+    // Catches a job info heading that lists every identifier (and so widens the page) or cuts
+    // one in the middle.
+    void jobInfoHeading_data();
+    void jobInfoHeading();
+    // Catches a "Reset Layout" that does nothing when the farm has no layout of its own, and
+    // "Job Log" or "Job Settings" not bringing their page to the front.
+    void resetLayoutAndPages();
     // Catches a window taller than the screen allows or off centre.
     void fitToScreen_data();
     void fitToScreen();
@@ -522,6 +531,84 @@ void tst_fmhistorydb::undoDelete()
     w.on_actionSave_Changes_into_db_triggered();
     QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(f.Jobs->JobCount, 4); // saved: no way back
+}
+
+void tst_fmhistorydb::columnsFitTheirTexts()
+{
+    WindowFixture f;
+    QByteArray bytes;
+    for (int n = 0; n < 12; ++n) {
+        auto r = jlfix::makeRecord(n);
+        r->UserName = QStringLiteral("render.wrangler.of.the.night.shift");
+        r->TotalPS = 987654321987ull + uint64_t(n); // "987 654 321 987"
+        r->TotalGhzHours = 123456.0f;
+        r->ExecutionTime = 3600ull * 9999;
+        bytes += jlfix::frameOf(*r);
+    }
+    QVERIFY(jlfix::writeFile(f.History + "Alpha.db61", bytes));
+    fmHistorydb& w = f.open();
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    fmTreeViewWidget* tree = w.ui.treeJobs->Tree;
+    const QModelIndex group = w.jobsModel->index(0, 0);
+    QVERIFY(w.jobsModel->rowCount(group) == 12);
+    for (const QModelIndex& row : {group, w.jobsModel->index(0, 0, group), w.jobsModel->index(11, 0, group)})
+        for (int column : {0, 11, 13, 15, 20, 21, 25, 26, 27})
+            QVERIFY2(tree->cutText(row.siblingAtColumn(column)).isEmpty(),
+                     qPrintable(QStringLiteral("column %1: %2")
+                                    .arg(column)
+                                    .arg(row.siblingAtColumn(column).data().toString())));
+    // A long text elsewhere is cut and keeps its full text for the tooltip.
+    w.ui.treeJobs->setColumnWidth(8, 40);
+    const QModelIndex scene = w.jobsModel->index(0, 8, group);
+    QCOMPARE(tree->cutText(scene), scene.data().toString());
+}
+
+void tst_fmhistorydb::jobInfoHeading_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("ids");
+    QTest::addColumn<int>("widthInX"); // the line's width in widths of "x"
+    QTest::addColumn<QString>("heading");
+    QTest::newRow("one job") << 1 << "{A1}" << 5 << "{A1}";
+    QTest::newRow("all fit") << 2 << "{A1}, {A2}" << 60 << "2 jobs selected: {A1}, {A2}";
+    QTest::newRow("cut after whole ids")
+        << 4 << "{A1}, {A2}, {A3}, {A4}" << 36 << "4 jobs selected: {A1}, {A2}, ...";
+    QTest::newRow("none fits") << 3 << "{A1}, {A2}, {A3}" << 10 << "3 jobs selected: ...";
+}
+
+void tst_fmhistorydb::jobInfoHeading()
+{
+    QFETCH(int, count);
+    QFETCH(QString, ids);
+    QFETCH(int, widthInX);
+    QFETCH(QString, heading);
+    // A fixed-pitch font: every character as wide as "x".
+    QFont font(QStringLiteral("Liberation Mono"));
+    font.setStyleHint(QFont::Monospace);
+    const QFontMetrics metrics(font);
+    QCOMPARE(fmHistorydb::jobInfoHeading(count, ids, metrics, widthInX * metrics.horizontalAdvance('x')),
+             heading);
+}
+
+void tst_fmhistorydb::resetLayoutAndPages()
+{
+    WindowFixture f;
+    fmHistorydb& w = f.open();
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    const int sceneWidth = w.ui.treeJobs->columnWidth(8);
+    w.ui.treeJobs->setColumnWidth(8, 33);
+    w.ui.dockWidget_Clients->close();
+    w.ui.actionReset_Layout->trigger();
+    QCOMPARE(w.ui.treeJobs->columnWidth(8), sceneWidth);
+    QTRY_VERIFY(w.ui.dockWidget_Clients->isVisible());
+    w.ui.actionShowDockJobLog->trigger();
+    QTRY_VERIFY(w.ui.dockWidget_JobInfo->visibleRegion().isEmpty());
+    w.ui.actionShowDockJobSettings->trigger();
+    QTRY_VERIFY(!w.ui.dockWidget_JobInfo->visibleRegion().isEmpty());
 }
 
 void tst_fmhistorydb::fitToScreen_data()
