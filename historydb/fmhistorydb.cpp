@@ -364,6 +364,8 @@ void fmHistorydb::uiFilterChanged()
     jobs.SetFilter(user, project, application, includes, false, false, false, false, false, true);
     expandJobsOnce = true;
     if (jobsModel) jobsModel->ClearSelectionAll(true, QString());
+    // The view's own selection goes too, also when the filter leaves the tree's shape as it was.
+    if (jobsSelection) jobsSelection->clearSelection();
     JobTreeStale = true;
     PleaseUpdateViews = true;
 }

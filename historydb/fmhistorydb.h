@@ -80,7 +80,8 @@ public:
 
     // Edit commands.
     bool ask4Save();
-    // Records of the jobs deleted since the last load or save, oldest first: Ctrl+Z puts them back.
+    // Records of the jobs deleted since the last load or save, oldest first, each compressed by
+    // qCompress: Ctrl+Z puts them back.
     QList<QByteArray> DeletedJobs;
     // A line in the status bar: what a command did, or why it failed.
     void showStatus(const QString& text);

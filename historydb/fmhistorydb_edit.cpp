@@ -44,7 +44,8 @@ void fmHistorydb::on_CommandJob_Button_Delete_clicked()
                              QStringLiteral("'; ") + image,
                          QStringLiteral("on_CommandJob_Button_Delete_clicked"));
         table.dbChanged = true;
-        DeletedJobs.append(QByteArray(reinterpret_cast<const char*>(job), sizeof(*job)));
+        // Compressed: a record is 38 KB, mostly unused text capacity, and a delete may take all.
+        DeletedJobs.append(qCompress(reinterpret_cast<const uchar*>(job), int(sizeof(*job)), 1));
         jobs.DeleteJob(job);
         ++deleted;
     }
@@ -67,9 +68,10 @@ void fmHistorydb::undoDelete()
     int restored = 0;
     // Each record comes back once, with a new place at the end of the queue.
     while (!DeletedJobs.isEmpty()) {
-        const QByteArray bytes = DeletedJobs.takeLast();
+        const QByteArray bytes = qUncompress(DeletedJobs.takeLast());
+        if (bytes.size() != int(sizeof(fmJ::_jobsHistoryDB_Runtime))) continue;
         fmJ::_jobsHistoryDB_Runtime* job = jobs.GetNewJob();
-        if (!job || bytes.size() != int(sizeof(*job))) break;
+        if (!job) break; // the list is full: what is left can't come back
         const int queueID = job->QueueID;
         std::memcpy(static_cast<void*>(job), bytes.constData(), sizeof(*job));
         job->QueueID = queueID;

@@ -152,10 +152,6 @@ private slots:
     void undoDelete();
     // Catches numbers, dates and group titles cut by columns sized for another font.
     void columnsFitTheirTexts();
-    // Catches a job info heading that lists every identifier (and so widens the page) or cuts
-    // one in the middle.
-    void jobInfoHeading_data();
-    void jobInfoHeading();
     // Catches a "Reset Layout" that does nothing when the farm has no layout of its own, and
     // "Job Log" or "Job Settings" not bringing their page to the front.
     void resetLayoutAndPages();
@@ -564,33 +560,6 @@ void tst_fmhistorydb::columnsFitTheirTexts()
     w.ui.treeJobs->setColumnWidth(8, 40);
     const QModelIndex scene = w.jobsModel->index(0, 8, group);
     QCOMPARE(tree->cutText(scene), scene.data().toString());
-}
-
-void tst_fmhistorydb::jobInfoHeading_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("ids");
-    QTest::addColumn<int>("widthInX"); // the line's width in widths of "x"
-    QTest::addColumn<QString>("heading");
-    QTest::newRow("one job") << 1 << "{A1}" << 5 << "{A1}";
-    QTest::newRow("all fit") << 2 << "{A1}, {A2}" << 60 << "2 jobs selected: {A1}, {A2}";
-    QTest::newRow("cut after whole ids")
-        << 4 << "{A1}, {A2}, {A3}, {A4}" << 36 << "4 jobs selected: {A1}, {A2}, ...";
-    QTest::newRow("none fits") << 3 << "{A1}, {A2}, {A3}" << 10 << "3 jobs selected: ...";
-}
-
-void tst_fmhistorydb::jobInfoHeading()
-{
-    QFETCH(int, count);
-    QFETCH(QString, ids);
-    QFETCH(int, widthInX);
-    QFETCH(QString, heading);
-    // A fixed-pitch font: every character as wide as "x".
-    QFont font(QStringLiteral("Liberation Mono"));
-    font.setStyleHint(QFont::Monospace);
-    const QFontMetrics metrics(font);
-    QCOMPARE(fmHistorydb::jobInfoHeading(count, ids, metrics, widthInX * metrics.horizontalAdvance('x')),
-             heading);
 }
 
 void tst_fmhistorydb::resetLayoutAndPages()
