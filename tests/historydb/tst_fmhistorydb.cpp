@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -485,6 +486,11 @@ void tst_fmhistorydb::selectByMouseAndKeys()
             QTest::mouseClick(tree->viewport(), Qt::LeftButton, mods, tree->visualRect(row).center());
         }
     }
+    // A rebuild of the same rows keeps the model: no reset.
+    QSignalSpy resets(w.jobsModel, &QAbstractItemModel::modelReset);
+    w.JobTreeStale = w.PleaseUpdateViews = true;
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    QCOMPARE(resets.size(), 0);
     f.Jobs->CreateSelectionList();
     QCOMPARE(f.Jobs->SelectedCount, selected);
     QCOMPARE(tree->currentIndex(), at(current));
