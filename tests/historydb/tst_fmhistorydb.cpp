@@ -494,6 +494,9 @@ void tst_fmhistorydb::selectByMouseAndKeys()
     f.Jobs->CreateSelectionList();
     QCOMPARE(f.Jobs->SelectedCount, selected);
     QCOMPARE(tree->currentIndex(), at(current));
+    // One job: the record of the current row, not one the view has left.
+    const auto* node = static_cast<fmuiTreeViewJobsNode*>(w.jobsModel->nodeFromIndex(at(current)));
+    if (selected == 1) QCOMPARE(f.Jobs->Selection[0], node->data()->Job);
     if (current == QLatin1String("1:29")) {
         QVERIFY(tree->verticalScrollBar()->maximum() > 0);
         QCOMPARE(tree->verticalScrollBar()->value(), tree->verticalScrollBar()->maximum());
