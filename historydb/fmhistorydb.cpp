@@ -3,6 +3,7 @@
 #include "app/fm.h"
 #include "farm/fmusers.h"
 #include "foundation/fmglobal.h"
+
 #include "historydb/fmclientstreemodel.h"
 #include "historydb/fmjobstreemodel.h"
 #include "historydb/fmlogtreemodel.h"
@@ -13,17 +14,27 @@
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewmodel.h"
 
+#include <QAction>
 #include <QCloseEvent>
 #include <QColor>
+#include <QCoreApplication>
 #include <QHeaderView>
+#include <QMenuBar>
 #include <QPalette>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QScreen>
 #include <QSettings>
+#include <QSignalBlocker>
+#include <QStatusBar>
 #include <QTimerEvent>
+
+#include <algorithm>
 
 fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::WindowFlags flags)
     : QMainWindow(parent, flags), app(fm), jobs(jobList), table(fm)
 {
+    Q_INIT_RESOURCE(fmhistorydb_help);
     ui.setupUi(this);
     fmStyle::setFMFontDefault(this);
     ui.Status_LabelError->hide();
@@ -33,8 +44,18 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     {
         QPalette palette = ui.JobLog_Table->palette();
         for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
-            palette.setColor(group, QPalette::AlternateBase, palette.color(group, QPalette::Base).darker(106));
+            palette.setColor(group, QPalette::AlternateBase,
+                             palette.color(group, QPalette::Base).darker(106));
         ui.JobLog_Table->setPalette(palette);
+    }
+
+    // The menu bar lies on the window colour, but its items are drawn in the button text colour,
+    // which the eastern theme makes light for its blue buttons: the bar takes the window text.
+    {
+        QPalette palette = menuBar()->palette();
+        for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+            palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::WindowText));
+        menuBar()->setPalette(palette);
     }
 
     // Dock changes and right-clicks reach slots that do nothing: there is no context menu.
@@ -57,6 +78,12 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
         connect(ui.treeLog->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                 &fmHistorydb::LogSelectionChanged);
 
+    // The job info heading takes the room of its line and never asks for more: a long list of
+    // identifiers must not widen the page.
+    ui.JobInfo_LabelID->setSizePolicy(QSizePolicy::Ignored,
+                                      ui.JobInfo_LabelID->sizePolicy().verticalPolicy());
+    ui.horizontalLayout_info1->setStretchFactor(ui.JobInfo_LabelID, 1);
+
     // The statistics block of the job info page is hidden for good.
     ui.frame_4->hide();
     ui.scrollArea_2->hide();
@@ -75,6 +102,10 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
 
     setWindowTitle(app.AppTitle(true));
 
+    DefaultState = saveState(0);
+    DefaultJobHeader = ui.treeJobs->Tree->header()->saveState();
+    DefaultClientHeader = ui.treeClients->Tree->header()->saveState();
+    DefaultLogHeader = ui.treeLog->header()->saveState();
     if (!uiLayoutLoadLocal())
         if (!uiLayoutLoadGlobal()) on_actionReset_Layout_triggered();
     buildColumnMenus();
@@ -83,6 +114,18 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     connect(ui.Show_ComboUser, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiFilterChanged);
     connect(ui.Show_ComboApp, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiFilterChanged);
     connect(ui.Show_EditIncludes, &QLineEdit::returnPressed, this, &fmHistorydb::uiFilterChanged);
+    connect(ui.Show_ButtonUpdate, &QPushButton::clicked, this, &fmHistorydb::uiFilterChanged);
+    // Ctrl+Z has no menu entry of its own: the status bar names it after each delete.
+    auto* undo = new QAction(QStringLiteral("Undo Delete"), this);
+    undo->setShortcut(QKeySequence::Undo);
+    addAction(undo);
+    connect(undo, &QAction::triggered, this, &fmHistorydb::undoDelete);
+    statusBar()->setSizeGripEnabled(true);
+    LoadingBar = new QProgressBar(this); // owned by the status bar from here on
+    LoadingBar->setMaximumWidth(200);
+    LoadingBar->setTextVisible(false);
+    LoadingBar->hide();
+    statusBar()->addPermanentWidget(LoadingBar);
 
     timerCounter = 0;
     PleaseUpdateViews = true;
@@ -187,7 +230,19 @@ void fmHistorydb::loadProject(int index)
 {
     if (!ask4Save() || index < 0) return;
     QString message;
-    switch (table.loadProjectJobs(index, jobs, message)) {
+    fmProjectTable::LoadResult result;
+    {
+        // The window is drawn once more before the load takes the thread: the combo's popup
+        // closes and the status bar shows what is being read.
+        LoadingBar->setRange(0, 0);
+        LoadingBar->show();
+        if (index < table.nrOfProjects)
+            showStatus(QStringLiteral("Loading %1 ...").arg(table.projects[size_t(index)].Name));
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        result = table.loadProjectJobs(index, jobs, message);
+        LoadingBar->hide();
+    }
+    switch (result) {
     case fmProjectTable::LoadFileMissing:
         // No update is asked for: the tree shows what it showed until the next one.
         fmMessageBox::Warning(this, message, QStringLiteral("Ok"), 45);
@@ -200,39 +255,68 @@ void fmHistorydb::loadProject(int index)
     }
     const _projectInfo& project = table.projects[size_t(index)];
     ui.label_ProjNrScenes->setText(QStringLiteral("%1 jobs").arg(project.NrOfJobs));
+    DeletedJobs.clear();
+    FitColumnsOnce = true;
     addComboNames();
     uiSetFilterCombos(true);
     uiFilterChanged();
+    QSettings settings;
+    settings.setValue(QStringLiteral("fmHistorydb/lastProject"), project.Name);
+    showStatus(QStringLiteral("Loaded %1: %2 jobs").arg(project.Name).arg(project.NrOfJobs));
+}
+
+void fmHistorydb::reopenLastProject()
+{
+    // Without a setting (a first start), the project with the newest jobs.
+    const QString name = QSettings().value(QStringLiteral("fmHistorydb/lastProject")).toString();
+    int pick = -1;
+    const int count = std::clamp(table.nrOfProjects, 0, int(table.projects.size()));
+    for (int i = 0; i < count; ++i) {
+        const _projectInfo& p = table.projects[size_t(i)];
+        if (name.isEmpty() ? (pick < 0 || p.DateLast.t > table.projects[size_t(pick)].DateLast.t)
+                           : p.Name == name)
+            pick = i;
+    }
+    if (pick >= 0) ui.Show_ComboProject->setCurrentIndex(pick + 1);
 }
 
 void fmHistorydb::addComboNames()
 {
+    // The user combo lists the loaded project's users, sorted, and keeps the user picked before if
+    // the project has them; the application combo adds each new name in order of first appearance.
     // The first entry that goes into an empty combo makes it current, and its own signal runs
     // uiFilterChanged in the midst of the load; that is kept.
-    if (ui.Show_ComboUser->count() == 0) {
-        ComboUserTexts = {fmStringFilterAll};
-        ui.Show_ComboUser->addItem(fmStringFilterAll);
-    }
     if (ui.Show_ComboApp->count() == 0) {
         ComboAppTexts = {fmStringFilterAll};
         ui.Show_ComboApp->addItem(fmStringFilterAll);
     }
+    QSet<QString> users;
     for (int q = 0; q < jobs.JobCount; ++q) {
         const fmJ::_jobsHistoryDB_Runtime* job = jobs.GetJobByQueueID(q);
         if (!job) continue;
         const fmString<25> userName = job->UserName;
         const fmString<25> software = job->Software;
-        const QString user = userName.toQString();
+        users.insert(userName.toQString());
         const QString softwareText = software.toQString();
-        if (!ComboUserTexts.contains(user)) {
-            ComboUserTexts.insert(user);
-            ui.Show_ComboUser->addItem(user);
-        }
         if (!ComboAppTexts.contains(softwareText)) {
             ComboAppTexts.insert(softwareText);
             ui.Show_ComboApp->addItem(softwareText);
         }
     }
+    QStringList sorted(users.cbegin(), users.cend());
+    std::sort(sorted.begin(), sorted.end(),
+              [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
+    const QString picked = ui.Show_ComboUser->currentText();
+    {
+        const QSignalBlocker quiet(ui.Show_ComboUser);
+        ui.Show_ComboUser->clear();
+        ui.Show_ComboUser->addItem(fmStringFilterAll);
+        ui.Show_ComboUser->addItems(sorted);
+        const int keep = ui.Show_ComboUser->findText(picked);
+        ui.Show_ComboUser->setCurrentIndex(keep > 0 ? keep : 0);
+    }
+    ComboUserTexts = QSet<QString>(sorted.cbegin(), sorted.cend());
+    ComboUserTexts.insert(fmStringFilterAll);
 }
 
 void fmHistorydb::uiComboProjectChanged()
@@ -278,14 +362,26 @@ void fmHistorydb::uiFilterChanged()
     jobs.SetFilter(user, project, application, includes, false, false, false, false, false, true);
     expandJobsOnce = true;
     if (jobsModel) jobsModel->ClearSelectionAll(true, QString());
+    // The view's own selection goes too, also when the filter leaves the tree's shape as it was.
+    if (jobsSelection) jobsSelection->clearSelection();
+    JobTreeStale = true;
     PleaseUpdateViews = true;
 }
 
 void fmHistorydb::uiUpdateJobTable()
 {
     if (!jobsModel) return;
-    jobsModel->CreateJobTree(true);
+    // A selection alone changes no row: the selection model has repainted the rows it changed,
+    // and the footer sums up the new selection.
+    if (JobTreeStale) {
+        JobTreeStale = false;
+        jobsModel->CreateJobTree(true);
+    }
     if (jobsModel->Footer) jobsModel->Footer->pleaseUpdate();
+    if (FitColumnsOnce) {
+        FitColumnsOnce = false;
+        fitJobColumns();
+    }
     if (!expandJobsOnce) return;
     expandJobsOnce = false;
     if (!jobsModel->GroupFirstLevel) return;
@@ -323,6 +419,7 @@ void fmHistorydb::on_actionClose_2_triggered()
 void fmHistorydb::on_actionAbout_triggered()
 {
     fmWindowAbout about(app.SubPath.toQString(), this);
+    about.setVersion(app.VersionText.toQString(), app.getReleaseDate());
     about.exec();
 }
 
@@ -342,14 +439,23 @@ void fmHistorydb::on_actionShowDockClients_triggered()
     ui.dockWidget_Clients->show();
 }
 
+// Job Info and Job Log share a tab: showing one also brings its tab to the front.
 void fmHistorydb::on_actionShowDockJobInfo_triggered()
 {
     ui.dockWidget_JobInfo->show();
+    ui.dockWidget_JobInfo->raise();
+}
+
+// The job's settings are what the job info page shows.
+void fmHistorydb::on_actionShowDockJobSettings_triggered()
+{
+    on_actionShowDockJobInfo_triggered();
 }
 
 void fmHistorydb::on_actionShowDockJobLog_triggered()
 {
     ui.dockWidget_JobLog->show();
+    ui.dockWidget_JobLog->raise();
 }
 
 void fmHistorydb::on_dockWidget_JobInfo_visibilityChanged(bool visible)

@@ -6,7 +6,10 @@
 #include "browser/fmprojecttable.h"
 #include "ui_fmhistorydb.h"
 
+#include <QByteArray>
+#include <QFontMetrics>
 #include <QItemSelection>
+#include <QList>
 #include <QMainWindow>
 #include <QRect>
 #include <QSet>
@@ -47,6 +50,7 @@ public:
     int logPage = 0; // 0 none, 1 "Job Log", 2 "Errors", 3 "Frames Send", 4 "Frame Info Returned"
     unsigned long long logJobID = 0; // written, never compared
     bool expandJobsOnce = true;
+    bool JobTreeStale = true; // the job list's rows changed (load, filter, delete): rebuild the tree
     QString currentUser;
     int currentUserID = -1;
     QString lastExportDirectory;
@@ -58,6 +62,9 @@ public:
     // Project list and loading.
     void loadProjectList();
     void loadProject(int index);
+    // Picks the project this user had loaded last, if the table still has it (per-user setting
+    // "fmHistorydb/lastProject"); without the setting, the project with the newest jobs.
+    void reopenLastProject();
 
     // Views.
     void uiUpdateJobTable();
@@ -73,6 +80,21 @@ public:
 
     // Edit commands.
     bool ask4Save();
+    // Records of the jobs deleted since the last load or save, oldest first, each compressed by
+    // qCompress: Ctrl+Z puts them back.
+    QList<QByteArray> DeletedJobs;
+    // A line in the status bar: what a command did, or why it failed.
+    void showStatus(const QString& text);
+
+    // Widens the jobs tree's columns of numbers and dates, and the first column, to their widest
+    // text in the loaded project, measured with the view's fonts; never narrower than before.
+    void fitJobColumns();
+    // The heading of the job info page for `count` selected jobs whose identifiers are `ids`
+    // (joined by ", "): the identifiers of one job, or the count and as many identifiers as fit
+    // into `width` pixels of `metrics`, ending in "...".
+    static QString jobInfoHeading(int count, const QString& ids, const QFontMetrics& metrics, int width);
+    // The text of a project's jobs count label.
+    void updateProjectCount();
 
     // Layout persistence.
     bool uiLayoutLoadLocal();
@@ -128,6 +150,9 @@ public slots:
     void on_actionShowDockJobInfo_triggered();
     void on_actionShowDockJobLog_triggered();
     void on_actionReset_Layout_triggered();
+    void on_actionHelp_triggered();
+    void on_actionShowDockJobSettings_triggered();
+    void undoDelete();
     void on_dockWidget_JobInfo_visibilityChanged(bool visible);
     void on_dockWidget_Filter_visibilityChanged(bool visible);
     void on_dockWidget_Clients_visibilityChanged(bool visible);
@@ -161,6 +186,11 @@ private:
     void flipJobColumn(int column);
     void flipClientColumn(int column);
     int TimerId = 0;
+    class QProgressBar* LoadingBar = nullptr; // in the status bar while a project loads
+    bool FitColumnsOnce = false;              // fit the job columns at the next job table update
+    // The form's own layout, taken before any saved layout is applied: the last fallback of
+    // "Reset Layout".
+    QByteArray DefaultState, DefaultJobHeader, DefaultClientHeader, DefaultLogHeader;
     QSet<QString> ComboUserTexts; // texts in Show_ComboUser
     QSet<QString> ComboAppTexts;  // texts in Show_ComboApp
 };

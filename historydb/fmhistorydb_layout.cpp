@@ -5,16 +5,26 @@
 
 #include "app/fm.h"
 #include "foundation/fmfileread.h"
+#include "historydb/fmjobstreemodel.h"
 #include "widgets/fmtreeview.h"
 
 #include <QAction>
+#include <QDialog>
+#include <QDockWidget>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QSaveFile>
+#include <QPushButton>
 #include <QScreen>
 #include <QSettings>
+#include <QStyle>
+#include <QTextBrowser>
+#include <QUrl>
+#include <QVBoxLayout>
 
+#include <algorithm>
 #include <array>
+#include <functional>
 
 namespace {
 
@@ -167,8 +177,76 @@ void fmHistorydb::on_actionReset_Layout_triggered()
     settings.endGroup();
     if (done) return;
     settings.beginGroup(QStringLiteral("Global"));
-    uiLayoutLoadShared(settings);
+    const bool global = uiLayoutLoadShared(settings);
     settings.endGroup();
+    if (global) return;
+    // Without a farm layout, the form's own one: docks, and the columns as the trees set them up.
+    restoreState(DefaultState, 0);
+    ui.treeJobs->Tree->header()->restoreState(DefaultJobHeader);
+    ui.treeClients->Tree->header()->restoreState(DefaultClientHeader);
+    ui.treeLog->header()->restoreState(DefaultLogHeader);
+    for (QDockWidget* dock : findChildren<QDockWidget*>())
+        if (dock != ui.dockWidget_Status) dock->show();
+    ui.dockWidget_JobInfo->raise();
+    ui.treeJobs->syncFooter();
+    ui.treeClients->syncFooter();
+}
+
+void fmHistorydb::fitJobColumns()
+{
+    if (!jobsModel) return;
+    fmTreeViewWidget* tree = ui.treeJobs->Tree;
+    // Numbers and dates are never cut; nor is the first column, whose group rows end in the
+    // user's name and job count. Texts elsewhere may be cut and have their full text as tooltip.
+    static constexpr int fitted[] = {0, 11, 13, 15, 16, 18, 20, 21, 24, 25, 26, 27};
+    const int margin = 2 * (tree->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, tree) + 1) + 2;
+    std::array<int, fmuiTreeViewJobsModel::ColumnCount> widest{};
+    std::array<int, fmuiTreeViewJobsModel::ColumnCount> longest{}; // characters of the widest text
+    const QFontMetrics plain(tree->font());
+    const int indent = tree->indentation();
+    std::function<void(const QModelIndex&, int)> visit = [&](const QModelIndex& parent, int depth) {
+        const int rows = jobsModel->rowCount(parent);
+        for (int row = 0; row < rows; ++row) {
+            const QModelIndex first = jobsModel->index(row, 0, parent);
+            for (int column : fitted) {
+                const QModelIndex cell = column == 0 ? first : first.siblingAtColumn(column);
+                const QString text = cell.data(Qt::DisplayRole).toString();
+                // Digits are of one width in the fonts in use: a shorter number or date can't be
+                // wider by more than a character, so only texts near the longest are measured.
+                if (column != 0 && text.size() + 1 < longest[size_t(column)]) continue;
+                const QVariant fontRole = cell.data(Qt::FontRole);
+                const int w = fontRole.isValid()
+                                  ? QFontMetrics(qvariant_cast<QFont>(fontRole).resolve(tree->font()))
+                                        .horizontalAdvance(text)
+                                  : plain.horizontalAdvance(text);
+                const int need = w + margin + (column == 0 ? indent * (depth + 1) : 0);
+                widest[size_t(column)] = std::max(widest[size_t(column)], need);
+                longest[size_t(column)] = std::max(longest[size_t(column)], int(text.size()));
+            }
+            if (depth < 2) visit(first, depth + 1);
+        }
+    };
+    visit(QModelIndex(), 0);
+    for (int column : fitted)
+        if (widest[size_t(column)] > ui.treeJobs->columnWidth(column))
+            ui.treeJobs->setColumnWidth(column, widest[size_t(column)]);
+}
+
+void fmHistorydb::on_actionHelp_triggered()
+{
+    // The page is compiled into the program, so it matches the version that shows it.
+    QDialog help(this);
+    help.setWindowTitle(QStringLiteral("fmHistorydb Help"));
+    auto* layout = new QVBoxLayout(&help);
+    auto* page = new QTextBrowser(&help);
+    page->setOpenExternalLinks(true);
+    page->setSource(QUrl(QStringLiteral("qrc:/help/fmhistorydb_help.html")));
+    layout->addWidget(page);
+    auto* close = new QPushButton(QStringLiteral("Close"), &help);
+    connect(close, &QPushButton::clicked, &help, &QDialog::accept);
+    layout->addWidget(close, 0, Qt::AlignRight);
+    help.resize(720, 640);
+    help.exec();
 }
 
 void fmHistorydb::buildColumnMenus()

@@ -4,21 +4,24 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
-#include "foundation/fmfile.h"
 #include "foundation/fmfileread.h"
-#include "foundation/fmprocess.h"
 #include "browser/fmjobinfo.h"
 #include "browser/fmjoblogpage.h"
-#include "historydb/fmlogtreemodel.h"
 #include "browser/fmresubmit.h"
+#include "foundation/fmfile.h"
+#include "foundation/fmjobid.h"
+#include "foundation/fmprocess.h"
+#include "historydb/fmlogtreemodel.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
+#include "widgets/fmstyle.h"
 
 #include <QColor>
 #include <QCoreApplication>
 #include <QFileDialog>
 #include <QPixmap>
 #include <QScreen>
+#include <QSizePolicy>
 #include <QSplashScreen>
 #include <QTableWidgetItem>
 
@@ -94,33 +97,45 @@ void fmHistorydb::uiUpdateJobInfoPage()
         return;
     }
 
-    ui.JobInfo_LabelSceneOS->setText(t.SceneOS);
-    ui.JobInfo_LabelID->setText(t.ID);
-    ui.JobInfo_LabelCamera->setText(t.Camera);
-    ui.JobInfo_LabelLayer->setText(t.Layer);
-    ui.JobInfo_LabelDate->setText(t.Date);
-    ui.JobInfo_LabelTime->setText(t.Time);
-    ui.JobInfo_LabelDateFinished->setText(t.DateFinished);
-    ui.JobInfo_LabelTimeFinished->setText(t.TimeFinished);
-    ui.JobInfo_LabelCustomScene->setText(t.CustomScene);
-    ui.JobInfo_LabelCustomShot->setText(t.CustomShot);
-    ui.JobInfo_LabelCustomVersion->setText(t.CustomVersion);
-    ui.JobInfo_LabelSoftName->setText(t.SoftName);
-    ui.JobInfo_LabelSoftRenderer->setText(t.SoftRenderer);
-    ui.JobInfo_LabelSoftRenderType->setText(t.SoftRenderType);
-    ui.JobInfo_LabelSoftVersion->setText(t.SoftVersion);
-    ui.JobInfo_LabelSoftVersionMinor->setText(t.SoftVersionMinor);
-    ui.JobInfo_LabelFrameRangeStart->setText(t.FrameRangeStart);
-    ui.JobInfo_LabelFrameRangeEnd->setText(t.FrameRangeEnd);
-    ui.JobInfo_LabelFrameRangeStep->setText(t.FrameRangeStep);
-    ui.JobInfo_LabelAvClients->setText(t.AvClients);
-    ui.JobInfo_LabelSend->setText(t.Send);
-    ui.JobInfo_LabelAborted->setText(t.Aborted);
-    ui.JobInfo_LabelCrashed->setText(t.Crashed);
-    ui.JobInfo_LabelAvFrameTime->setText(t.AvFrameTime);
+    // A differing value is drawn in the theme's difference colour, readable on the page.
+    const QString differ = QStringLiteral("<font color=\"%1\">").arg(fmStyle::DifferenceColor().name());
+    const QString red = QStringLiteral("<font color=\"red\">");
+    auto set = [&](QLabel* label, QString text) { label->setText(text.replace(red, differ)); };
+    set(ui.JobInfo_LabelSceneOS, t.SceneOS);
+    // The heading never grows wider than its place: a count and as many identifiers as fit.
+    ui.JobInfo_LabelID->setText(jobInfoHeading(count, t.ID, ui.JobInfo_LabelID->fontMetrics(),
+                                               std::max(200, ui.frame->width() - ui.label_12->width() - 40)));
+    ui.JobInfo_LabelID->setToolTip(count > 1 ? QStringLiteral("%1 jobs selected").arg(count) : QString());
+    set(ui.JobInfo_LabelCamera, t.Camera);
+    set(ui.JobInfo_LabelLayer, t.Layer);
+    set(ui.JobInfo_LabelDate, t.Date);
+    set(ui.JobInfo_LabelTime, t.Time);
+    set(ui.JobInfo_LabelDateFinished, t.DateFinished);
+    set(ui.JobInfo_LabelTimeFinished, t.TimeFinished);
+    set(ui.JobInfo_LabelCustomScene, t.CustomScene);
+    set(ui.JobInfo_LabelCustomShot, t.CustomShot);
+    set(ui.JobInfo_LabelCustomVersion, t.CustomVersion);
+    set(ui.JobInfo_LabelSoftName, t.SoftName);
+    set(ui.JobInfo_LabelSoftRenderer, t.SoftRenderer);
+    set(ui.JobInfo_LabelSoftRenderType, t.SoftRenderType);
+    set(ui.JobInfo_LabelSoftVersion, t.SoftVersion);
+    set(ui.JobInfo_LabelSoftVersionMinor, t.SoftVersionMinor);
+    set(ui.JobInfo_LabelFrameRangeStart, t.FrameRangeStart);
+    set(ui.JobInfo_LabelFrameRangeEnd, t.FrameRangeEnd);
+    set(ui.JobInfo_LabelFrameRangeStep, t.FrameRangeStep);
+    set(ui.JobInfo_LabelAvClients, t.AvClients);
+    set(ui.JobInfo_LabelSend, t.Send);
+    set(ui.JobInfo_LabelAborted, t.Aborted);
+    set(ui.JobInfo_LabelCrashed, t.Crashed);
+    set(ui.JobInfo_LabelAvFrameTime, t.AvFrameTime);
 
     if (!t.KeepOutput1a) ui.JobInfo_LabelOutput1a->setText(t.Output1a);
     ui.JobInfo_LabelOutput1b->setText(t.Output1b);
+    {
+        QPalette palette = ui.JobInfo_LabelOutput1b->palette();
+        palette.setColor(QPalette::WindowText, fmStyle::DifferenceColor());
+        ui.JobInfo_LabelOutput1b->setPalette(palette);
+    }
 
     const fmJobInfoImage img =
         fmJobInfoImageFor(jobs.Selection.get(), count, app.HistoryDbPath.toQString(), table.currentProject);
@@ -135,6 +150,23 @@ void fmHistorydb::uiUpdateJobInfoPage()
     }
 }
 
+QString fmHistorydb::jobInfoHeading(int count, const QString& ids, const QFontMetrics& metrics, int width)
+{
+    if (count <= 1) return ids;
+    const QString head = QStringLiteral("%1 jobs selected: ").arg(count);
+    const QString dots = QStringLiteral(", ...");
+    if (metrics.horizontalAdvance(head + ids) <= width) return head + ids;
+    // Whole identifiers only, as many as fit on the line with the closing dots.
+    const int room = width - metrics.horizontalAdvance(head + dots);
+    int end = 0;
+    for (int next = int(ids.indexOf(QStringLiteral(", "))); next > 0 && next < 4096;
+         next = int(ids.indexOf(QStringLiteral(", "), next + 2))) {
+        if (metrics.horizontalAdvance(ids.left(next)) > room) break;
+        end = next;
+    }
+    return end > 0 ? head + ids.left(end) + dots : head + QStringLiteral("...");
+}
+
 void fmHistorydb::uiUpdateLogPage(bool unused)
 {
     Q_UNUSED(unused)
@@ -147,6 +179,8 @@ void fmHistorydb::uiUpdateLogPage(bool unused)
     showIfHidden(ui.treeLog);
     // The rebuild drops the tree's selection; the table stays on the page of logPage.
     if (logModel) logModel->CreateLogTree(app, job);
+    // Until a page is picked, a selected job shows its log.
+    if (logPage == 0) logPage = 1;
     if (logPage == 2)
         uiUpdateLogError();
     else if (logPage == 1)
@@ -200,6 +234,7 @@ void fmHistorydb::uiUpdateLogServer()
         for (int c = 0; c < int(row.Cells.size()); ++c) {
             auto* item = new QTableWidgetItem(row.Cells[size_t(c)]); // owned by the table
             if (c == 6) item->setForeground(QColor::fromRgba(row.MessageColor));
+            if (c >= 4) item->setToolTip(item->text()); // a message may be longer than its column
             view->setItem(i, c, item);
         }
     }
@@ -226,8 +261,11 @@ void fmHistorydb::uiUpdateLogError()
     view->setHorizontalHeaderLabels(fmJobErrorHeaders());
     view->setRowCount(int(rows.size()));
     for (int i = 0; i < rows.size(); ++i)
-        for (int c = 0; c < int(rows[i].Cells.size()); ++c)
-            view->setItem(i, c, new QTableWidgetItem(rows[i].Cells[size_t(c)])); // owned by the table
+        for (int c = 0; c < int(rows[i].Cells.size()); ++c) {
+            auto* item = new QTableWidgetItem(rows[i].Cells[size_t(c)]); // owned by the table
+            item->setToolTip(item->text());
+            view->setItem(i, c, item);
+        }
     view->resizeRowsToContents();
     view->setUpdatesEnabled(true);
 }
@@ -245,9 +283,13 @@ void fmHistorydb::on_actionExport_as_csv_Excel_triggered()
         QFileDialog::getSaveFileName(this, tr("Export Job(s) as csv"), suggestion, tr("Xml Files (*.csv)"));
     if (path.isEmpty()) return;
     lastExportDirectory = GetDirName(path, '/');
-    if (!jobs.exportAsCSV(path, nullptr, nullptr, false, false))
+    if (!jobs.exportAsCSV(path, nullptr, nullptr, false, false)) {
+        showStatus(QStringLiteral("Export failed: %1 was not written").arg(path));
         fmMessageBox::Warning(this, QStringLiteral("Unable to save jobs into \n'") + path + QLatin1Char('\''),
                               QStringLiteral("Ok"), 45);
+        return;
+    }
+    showStatus(QStringLiteral("Exported %1 job(s) into %2").arg(selectedCount(jobs)).arg(path));
 }
 
 void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
@@ -280,12 +322,18 @@ void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
                 QStringLiteral("Ok"), 45);
     }
     splash.hide();
+    showStatus(QStringLiteral("Exported all jobs of %1 project(s) into %2").arg(count).arg(path));
 }
 
 void fmHistorydb::on_actionRe_submit_job_triggered()
 {
     const QStringList args = fmResubmitSelectionArguments(jobs.Selection.get(), selectedCount(jobs));
-    if (args.isEmpty()) return;
+    if (args.isEmpty()) {
+        showStatus(QStringLiteral("Re-submit: no job selected"));
+        return;
+    }
+    showStatus(QStringLiteral("Re-submit: the submitter starts with the settings of job %1")
+                   .arg(fmJ::ID2str(firstSelected(jobs)->JobID)));
     // Detached: the submitter is not the window's child, so nothing has to collect it.
     fmStartProcess(fmString<250>(fmResubmitExecutable(app.BinPath.toQString())), args, fmString<250>());
 }

@@ -5,11 +5,10 @@
 #include "jobs/fmjoblist.h"
 #include "widgets/fmtreeview.h"
 
-#include <QCoreApplication>
 #include <QHeaderView>
 #include <QMutexLocker>
 #include <QReadLocker>
-#include <QThread>
+#include <QStyle>
 #include <QWriteLocker>
 
 #include <algorithm>
@@ -488,10 +487,12 @@ void fmuiTreeViewJobsModel::remapPersistentIndexes()
 void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
 {
     QMutexLocker treeLock(&TreeMutex);
-    if (reset)
-        beginResetModel();
-    else
-        emit layoutAboutToBeChanged();
+    // A redraw (reset) tells the views only afterwards, and only what changed: when the shape stayed,
+    // the view keeps its current row, anchors and scroll position. A new order (no reset) is a
+    // layout change announced in advance, so that the view's selection follows its rows.
+    const QList<quintptr> before = reset ? shape() : QList<quintptr>();
+    fmuiTreeViewNode* current = reset ? currentNode() : nullptr;
+    if (!reset) emit layoutAboutToBeChanged();
     {
         QWriteLocker nodeLock(&NodeLock);
         invalidateSummaries(); // keyed by node: a destroyed node's address may come back
@@ -540,18 +541,11 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
         }
         if (!reset) remapPersistentIndexes();
     }
-    if (reset) {
-        endResetModel();
-        restoreExpanded();
-    } else {
+    if (reset)
+        finishRebuild(before, current);
+    else
         emit layoutChanged();
-    }
     if (Footer) Footer->pleaseUpdate();
-
-    // The views finish against the old shells while selection changes are still shut out.
-    QThread::msleep(50);
-    QCoreApplication::processEvents();
-    QThread::msleep(50);
 }
 
 // ---- footer ------------------------------------------------------------------------------------
@@ -647,7 +641,10 @@ void initJobTree(fmTreeView*& view, fmuiTreeViewJobsModel*& model, fmuiTreeViewS
                  __FM& app, fmJ::_JobList& list, QObject* parent, const bool& flag)
 {
     if (!view || !view->Tree) return;
-    view->Tree->setTextElideMode(Qt::ElideLeft);
+    // Texts that don't fit are cut at their end, a path in its middle; numbers, dates and the first
+    // column are widened to their texts after each load instead (the window fits them).
+    view->Tree->setTextElideMode(Qt::ElideRight);
+    view->Tree->setColumnElideMode(8, Qt::ElideMiddle);
 
     model = new fmuiTreeViewJobsModel(view, list, app, parent, flag);
     model->GroupFirstLevel = true;
@@ -683,6 +680,12 @@ void initJobTree(fmTreeView*& view, fmuiTreeViewJobsModel*& model, fmuiTreeViewS
         50,  45, 20, 75, 25, 20, 80, 80, 45,  30, 35, 55, 40,  45};
     for (int c = 0; c < fmuiTreeViewJobsModel::ColumnCount; ++c)
         view->setColumnWidth(c, widths[c]);
+    // The error icon keeps its whole size and the delegate's margins.
+    const int margin =
+        view->Tree->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, view->Tree) + 1;
+    view->setColumnWidth(5, std::max(widths[5], view->Tree->iconSize().isValid()
+                                                    ? view->Tree->iconSize().width() + 2 * margin + 2
+                                                    : 16 + 2 * margin + 2));
     for (int c : {6, 7, 12, 14, 17, 22, 23})
         view->hideColumn(c);
 

@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QLabel>
+#include <QLayout>
 #include <QPixmap>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -60,4 +61,11 @@ fmWindowAbout::fmWindowAbout(const QString& path, QWidget* parent) : QDialog(par
     setWindowTitle(QStringLiteral("About"));
     setFixedWidth(470);
     setFixedHeight(layout->sizeHint().height());
+}
+
+void fmWindowAbout::setVersion(const QString& version, const QString& releaseDate)
+{
+    Underscore->setText(QStringLiteral("Version %1\nreleased %2")
+                            .arg(version.isEmpty() ? QStringLiteral("unknown") : version, releaseDate));
+    setFixedHeight(layout()->sizeHint().height());
 }

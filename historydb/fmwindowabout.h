@@ -14,6 +14,8 @@ public:
     // `path` is the root's "sub/" folder (with its trailing "/"); the picture is its
     // "SplashScreen.png". Without the file the picture's label stays empty.
     fmWindowAbout(const QString& path, QWidget* parent);
+    // The version line of the root's version.info and its release date, in the label that held "_".
+    void setVersion(const QString& version, const QString& releaseDate);
 
     QPushButton* close = nullptr; // owned by the dialog, as are the labels
     QLabel* Picture = nullptr;

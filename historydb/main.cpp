@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QPixmap>
 #include <QSplashScreen>
+#include <QTimer>
 
 #include <cstdio>
 
@@ -100,6 +101,10 @@ int main(int argc, char** argv)
     auto* window = new fmHistorydb(FM, *jobList, nullptr, Qt::WindowFlags());
     FM.WriteLog(10, 0, QStringLiteral("Show main_window"), QStringLiteral("main"));
     window->show();
+    // A newcomer sees jobs at once: the project this user had open last comes back, once the
+    // window stands. "-noLastProject" starts with an empty table.
+    if (!QCoreApplication::arguments().contains(QStringLiteral("-noLastProject"), Qt::CaseInsensitive))
+        QTimer::singleShot(0, window, &fmHistorydb::reopenLastProject);
 
     splash->close();
     g_splash = nullptr;

@@ -5,10 +5,14 @@
 #include <QApplication>
 #include <QFont>
 #include <QGradient>
+#include <QIcon>
 #include <QImage>
+#include <QPainter>
+#include <QPen>
 #include <QPixmap>
 #include <QPixmapCache>
 #include <QStyleFactory>
+#include <QStyleOption>
 #include <QWidget>
 
 #include <iterator>
@@ -53,36 +57,39 @@ constexpr RoleColors kLight[] = {
 };
 
 // Dark and girly list only what differs from the light palette.
+// Text colours are lifted where the older values fell short of a contrast of 4.5:1 against their
+// background (dark: 0xFFDDDDDD on 0xFF666666; girly: inactive text in the colour of its background,
+// now light on the dark window and dark on the light base; eastern: red window text on green).
 constexpr RoleColors kDark[] = {
-    {QPalette::WindowText, 0xFFDDDDDD, 0xFFDDDDDD, 0xFF2C2C2C},
+    {QPalette::WindowText, 0xFFF0F0F0, 0xFFF0F0F0, 0xFF2C2C2C},
     {QPalette::Button, 0xFF666666, 0xFF666666, 0xFF666666},
     {QPalette::Light, 0xFFCCCCCC, 0xFFCCCCCC, 0xFFCCCCCC},
     {QPalette::Midlight, 0xFF82807A, 0xFF82807A, 0xFF82807A},
     {QPalette::Dark, 0xFF2C2C2C, 0xFF2C2C2C, 0xFF2C2C2C},
     {QPalette::Mid, 0xFF212121, 0xFF212121, 0xFF212121},
     {QPalette::Text, 0xFF000000, 0xFF000000, 0xFF000000},
-    {QPalette::ButtonText, 0xFFDDDDDD, 0xFFDDDDDD, 0xFF2C2C2C},
+    {QPalette::ButtonText, 0xFFF0F0F0, 0xFFF0F0F0, 0xFF2C2C2C},
     {QPalette::Base, 0xFFBBBBBB, 0xFF969696, 0xFF6A6864},
     {QPalette::Window, 0xFF666666, 0xFF666666, 0xFF666666},
     {QPalette::Shadow, 0xFF000000, 0xFF000000, 0xFF000000},
 };
 
 constexpr RoleColors kGirly[] = {
-    {QPalette::WindowText, 0xFFD6B2BE, 0xFF552031, 0xFF6A6864},
+    {QPalette::WindowText, 0xFFFFFFFF, 0xFFF0DFE4, 0xFF6A6864},
     {QPalette::Button, 0xFF7F304A, 0xFF552031, 0xFF6A6864},
     {QPalette::Light, 0xFFCCCCCC, 0xFFCCCCCC, 0xFFCCCCCC},
     {QPalette::Midlight, 0xFF82807A, 0xFF82807A, 0xFF82807A},
     {QPalette::Dark, 0xFF907880, 0xFF907880, 0xFF907880},
     {QPalette::Mid, 0xFF907880, 0xFF907880, 0xFF907880},
     {QPalette::Text, 0xFF7F304A, 0xFF552031, 0xFF6A6864},
-    {QPalette::ButtonText, 0xFFF0DFE4, 0xFF552031, 0xFF6A6864},
-    {QPalette::Base, 0xFFECBBD2, 0xFF552031, 0xFF6A6864},
+    {QPalette::ButtonText, 0xFFF0DFE4, 0xFFF0DFE4, 0xFF6A6864},
+    {QPalette::Base, 0xFFECBBD2, 0xFFECBBD2, 0xFF6A6864},
     {QPalette::Window, 0xFFA73F61, 0xFF552031, 0xFF6A6864},
     {QPalette::Shadow, 0xFF552031, 0xFF552031, 0xFF6A6864},
 };
 
 constexpr RoleColors kEastern[] = {
-    {QPalette::WindowText, 0xFFFF5050, 0xFFFF5050, 0xFF6464FF},
+    {QPalette::WindowText, 0xFF9B0000, 0xFF9B0000, 0xFF6464FF},
     {QPalette::Button, 0xFF0000FF, 0xFF4848FF, 0xFF4848FF},
     {QPalette::Light, 0xFFFFFFCC, 0xFFFFFFFF, 0xFFFFFFFF},
     {QPalette::Midlight, 0xFFFFFFCC, 0xFFFFFFFF, 0xFFFFFFFF},
@@ -277,6 +284,37 @@ QString fmStyle::RedTextColor()
 {
     return DarkUI() ? QStringLiteral("#FF7777") : QStringLiteral("#FF0000");
 }
+QColor fmStyle::DifferenceColor()
+{
+    // Each at least 4.5:1 against the theme's window colour, and apart from its text colour.
+    if (IsDarkUI || IsGirlyUI) return QColor(0xFF, 0xFF, 0x80);
+    if (IsEasterUI) return QColor(0x00, 0x00, 0xCC);
+    return QColor(0xA8, 0x00, 0x00);
+}
+
+QIcon fmStyle::standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const
+{
+    if (icon != SP_TitleBarCloseButton && icon != SP_DockWidgetCloseButton && icon != SP_TitleBarNormalButton)
+        return QProxyStyle::standardIcon(icon, option, widget);
+    // The dock title buttons are drawn in the title's text colour, so they show in every theme.
+    const QPalette palette =
+        option ? option->palette : (widget ? widget->palette() : QApplication::palette());
+    QPixmap pixmap(10, 10);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(palette.color(QPalette::Active, QPalette::WindowText), 1.5));
+    if (icon == SP_TitleBarNormalButton) {
+        painter.drawRect(QRectF(3.5, 0.75, 5.75, 5.75));
+        painter.drawRect(QRectF(0.75, 3.5, 5.75, 5.75));
+    } else {
+        painter.drawLine(QPointF(1, 1), QPointF(9, 9));
+        painter.drawLine(QPointF(9, 1), QPointF(1, 9));
+    }
+    painter.end();
+    return QIcon(pixmap);
+}
+
 QString fmStyle::PinkTextColor()
 {
     return DarkUI() ? QStringLiteral("#CC77FF") : QStringLiteral("#CC00FF");
@@ -310,6 +348,9 @@ QBrush fmBrushLight(const QBrush& brush, int factor)
 
 void fmInstallStyle(const fmStyleChoices& choices)
 {
+    // The form and the trees' group rows ask for Arial; Liberation Sans has its metrics, so texts
+    // sized for Arial fit (Debian's fonts-liberation2).
+    QFont::insertSubstitution(QStringLiteral("Arial"), QStringLiteral("Liberation Sans"));
     if (choices.FontDefaultSet) fmStyle::setFontSizeDefault(choices.FontSizeDefault);
     if (choices.FontSmallSet) fmStyle::setFontSizeSmall(choices.FontSizeSmall);
     QApplication::setStyle(new fmStyle(choices.Dark, choices.Easter, choices.Girly));

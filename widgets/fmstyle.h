@@ -36,6 +36,10 @@ public:
     static bool DarkUI(); // dark or girly theme
     static QString RedTextColor();
     static QString PinkTextColor();
+    // The colour of a value that the selected jobs don't share, readable on the theme's window.
+    static QColor DifferenceColor();
+    QIcon standardIcon(StandardPixmap icon, const QStyleOption* option = nullptr,
+                       const QWidget* widget = nullptr) const override;
     static QColor DefaultWindowColorDark();
     static QColor DefaultWindowColorDarkText();
 

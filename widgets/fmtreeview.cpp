@@ -4,9 +4,13 @@
 #include "widgets/fmtreeviewdelegate.h"
 
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QIcon>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QStyle>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 namespace {
@@ -86,9 +90,35 @@ bool fmTreeViewWidget::viewportEvent(QEvent* event)
     case QEvent::HoverLeave:
     case QEvent::HoverMove:
         return true;
+    case QEvent::ToolTip: {
+        const auto* help = static_cast<QHelpEvent*>(event);
+        const QModelIndex index = indexAt(help->pos());
+        const QString text = cutText(index);
+        if (text.isEmpty())
+            QToolTip::hideText();
+        else
+            QToolTip::showText(help->globalPos(), text, viewport(), visualRect(index));
+        return true;
+    }
     default:
         return QAbstractItemView::viewportEvent(event);
     }
+}
+
+QString fmTreeViewWidget::cutText(const QModelIndex& index) const
+{
+    if (!index.isValid()) return QString();
+    const QString text = index.data(Qt::DisplayRole).toString();
+    if (text.isEmpty()) return QString();
+    QFont font = this->font();
+    const QVariant role = index.data(Qt::FontRole);
+    if (role.isValid()) font = qvariant_cast<QFont>(role).resolve(font);
+    // The delegate's text margin at both ends, as it lays the text out.
+    const int margin = 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1);
+    int room = visualRect(index).width() - margin;
+    if (index.data(Qt::DecorationRole).userType() == QMetaType::QIcon)
+        room -= iconSize().isValid() ? iconSize().width() : 16;
+    return QFontMetrics(font).horizontalAdvance(text) > room ? text : QString();
 }
 
 // ---- fmTreeView ----

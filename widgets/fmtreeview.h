@@ -2,6 +2,7 @@
 // fmTreeView: a tree widget with a one-line footer header under it that shows totals per column
 // and is kept exactly under the main header's sections (resize, move, hide, horizontal scroll).
 
+#include <QHash>
 #include <QTreeView>
 #include <QWidget>
 
@@ -17,6 +18,12 @@ public:
     // Columns over which the mouse shows a pointing hand; turns on mouse tracking.
     void addHandCursorColumn(const int& column);
 
+    // How a column's text is cut when it does not fit; the tree's elide mode for other columns.
+    void setColumnElideMode(int column, Qt::TextElideMode mode) { ColumnElide.insert(column, mode); }
+    Qt::TextElideMode elideModeFor(int column) const { return ColumnElide.value(column, textElideMode()); }
+    // The full text of a cell that does not fit its column, for its tooltip; empty when it fits.
+    QString cutText(const QModelIndex& index) const;
+
     bool HandCursorEnabled = false;
     QList<int> HandCursorColumns;
     bool HandCursorShown = false;
@@ -27,6 +34,9 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     bool viewportEvent(QEvent* event) override;
+
+private:
+    QHash<int, Qt::TextElideMode> ColumnElide;
 };
 
 class fmTreeView : public QWidget

@@ -1,5 +1,7 @@
 #include "widgets/fmtreeviewdelegate.h"
 
+#include "widgets/fmtreeview.h"
+
 #include "widgets/fmstyle.h"
 #include "widgets/fmtreeviewtypes.h"
 
@@ -303,6 +305,10 @@ void fmTreeViewItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem
         opt.palette = TextPalette;
     }
     // Locale and the wrap-text feature travel with the copy: every Qt 6 option holds them.
+    // The tree may cut some columns' texts elsewhere than its own elide mode says (a path in the
+    // middle, so that both its start and its file name stay).
+    if (const auto* tree = qobject_cast<const fmTreeViewWidget*>(option.widget))
+        opt.textElideMode = tree->elideModeFor(index.column());
 
     painter->save();
 

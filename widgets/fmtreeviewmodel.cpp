@@ -243,6 +243,54 @@ void fmuiTreeViewModel::reset()
     endResetModel();
 }
 
+QList<quintptr> fmuiTreeViewModel::shape() const
+{
+    QList<quintptr> out;
+    forFourLevels(Root, [&out](fmuiTreeViewNode* n) {
+        out.append(quintptr(n));
+        out.append((quintptr(n->Children.size()) << 3) | quintptr(n->NodeType & 7));
+    });
+    return out;
+}
+
+fmuiTreeViewNode* fmuiTreeViewModel::currentNode() const
+{
+    if (!View || !View->Tree || !View->Tree->selectionModel()) return nullptr;
+    const QModelIndex current = View->Tree->selectionModel()->currentIndex();
+    if (!current.isValid() || current.model() != this) return nullptr;
+    return static_cast<fmuiTreeViewNode*>(current.internalPointer());
+}
+
+bool fmuiTreeViewModel::isAttached(const fmuiTreeViewNode* node) const
+{
+    if (!node || !node->Data) return false;
+    for (const fmuiTreeViewNode* n = node; n != Root; n = n->Parent)
+        if (!n || rowOf(n) < 0) return false;
+    return true;
+}
+
+void fmuiTreeViewModel::repaintAll()
+{
+    const int rows = rowCount();
+    if (rows > 0) emit dataChanged(index(0, 0), index(rows - 1, columnCount() - 1));
+}
+
+void fmuiTreeViewModel::finishRebuild(const QList<quintptr>& before, fmuiTreeViewNode* current)
+{
+    if (shape() == before) {
+        repaintAll();
+        return;
+    }
+    beginResetModel();
+    endResetModel();
+    restoreExpanded();
+    fmTreeViewWidget* tree = View ? View->Tree : nullptr;
+    auto* selection = tree ? qobject_cast<fmuiTreeViewSelectionModel*>(tree->selectionModel()) : nullptr;
+    if (!selection) return;
+    selection->selectFromRecords();
+    if (isAttached(current)) selection->setCurrentIndex(index(current), QItemSelectionModel::NoUpdate);
+}
+
 void fmuiTreeViewModel::expanded(const QModelIndex& index)
 {
     if (RestoringExpanded) return;
@@ -257,16 +305,22 @@ void fmuiTreeViewModel::collapsed(const QModelIndex& index)
 
 // ---- fmuiTreeViewSelectionModel ----
 
-fmuiTreeViewSelectionModel::fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FMSDK& app, QObject* parent)
+fmuiTreeViewSelectionModel::fmuiTreeViewSelectionModel(fmuiTreeViewModel* model, __FMSDK& app,
+                                                       QObject* parent)
     : QItemSelectionModel(model, parent), Model(model), App(app)
 {
     if (Model) Model->ClearSelectionAll(true, QStringLiteral("init"));
+    connect(this, &QItemSelectionModel::selectionChanged, this,
+            [this](const QItemSelection&, const QItemSelection& deselected) {
+                if (Capturing) CapturedDeselected.merge(deselected, QItemSelectionModel::Select);
+            });
 }
 
+// The view's own selection commands (a key, setCurrentIndex) come here with one index; they take
+// the same road as a range, so that the records always follow the view.
 void fmuiTreeViewSelectionModel::select(const QModelIndex& index, QItemSelectionModel::SelectionFlags flags)
 {
-    // Straight to the base: selecting one row never walks its children.
-    QItemSelectionModel::select(QItemSelection(index, index), flags);
+    select(QItemSelection(index, index), flags);
 }
 
 void fmuiTreeViewSelectionModel::selectChildNode(fmuiTreeViewNode* node, const bool& select)
@@ -278,9 +332,10 @@ void fmuiTreeViewSelectionModel::selectChildNode(fmuiTreeViewNode* node, const b
         queueRow(Model->index(node), select);
         return;
     }
+    const QModelIndex index = Model->index(node);
     const QItemSelectionModel::SelectionFlags flags =
         (select ? QItemSelectionModel::Select : QItemSelectionModel::Deselect) | QItemSelectionModel::Rows;
-    this->select(Model->index(node), flags);
+    QItemSelectionModel::select(QItemSelection(index, index), flags); // the row alone, no walk
 }
 
 void fmuiTreeViewSelectionModel::queueRow(const QModelIndex& index, bool select)
@@ -315,11 +370,42 @@ void fmuiTreeViewSelectionModel::flushRows()
                   QItemSelectionModel::Rows);
 }
 
+void fmuiTreeViewSelectionModel::markNode(fmuiTreeViewNode* node, bool state, bool withChildren)
+{
+    if (withChildren) {
+        for (fmuiTreeViewNode* child : std::as_const(node->Children)) {
+            if (!child) continue;
+            selectChildNode(child, state);
+            for (fmuiTreeViewNode* grandchild : std::as_const(child->Children))
+                selectChildNode(grandchild, state);
+        }
+    }
+    if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
+}
+
+void fmuiTreeViewSelectionModel::toggleNode(fmuiTreeViewNode* node)
+{
+    const bool state = !node->GetDataIsSelected(App);
+    for (fmuiTreeViewNode* child : std::as_const(node->Children)) {
+        if (!child) continue;
+        child->SetDataIsSelected(state, App);
+        selectChildNode(child, state);
+        for (fmuiTreeViewNode* grandchild : std::as_const(child->Children))
+            selectChildNode(grandchild, state);
+    }
+    if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
+}
+
+// The records follow the view: the rows of `selection` are marked, cleared or flipped as the flags
+// say, and rows that the view dropped on its own (a shift range that shrank, Clear with Current)
+// are cleared too. A group row passes its state on to the jobs below it when it is the only row
+// of the command or when it is collapsed; an expanded group in a range leaves its visible rows to
+// the range, so a shift-click across a group heading takes only the rows in between.
 void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
                                         QItemSelectionModel::SelectionFlags flags)
 {
     if (!Model) return;
-    // A rebuild holds the mutex; a click that arrives meanwhile (events are pumped) is dropped.
+    // A rebuild holds the mutex. Rebuilds never pump events, so only a nested call can find it.
     if (!Model->TreeMutex.tryLock()) return;
 
     bool clearAll = false;
@@ -335,53 +421,73 @@ void fmuiTreeViewSelectionModel::select(const QItemSelection& selection,
         Model->ClearExplicitSelectionAll();
     }
 
+    CapturedDeselected.clear();
+    Capturing = true;
     QItemSelectionModel::select(selection, flags);
+    Capturing = false;
 
     int lastColumn = 0;
-    // A row selection lists each row once per column. Select and deselect give the same records
-    // however often a node comes, so each node is walked once for them; a toggle runs per index.
+    qsizetype rows = 0;
+    for (const QItemSelectionRange& range : selection)
+        rows += range.isValid() ? range.height() : 0;
+    const bool oneRow = rows == 1;
     QSet<const fmuiTreeViewNode*> walked;
     Gathering = true;
-    const QModelIndexList indexes = selection.indexes();
-    for (const QModelIndex& idx : indexes) {
-        lastColumn = idx.column();
-        fmuiTreeViewNode* node = Model->nodeFromIndex(idx);
-        if (!node || node->ForceSelected || node->ForceDeselected) continue;
-        const bool firstVisit = !walked.contains(node);
-        if (firstVisit) walked.insert(node);
-
-        for (const bool state : {true, false}) {
-            const auto flag = state ? QItemSelectionModel::Select : QItemSelectionModel::Deselect;
-            if (!(flags & flag) || !firstVisit) continue;
-            for (fmuiTreeViewNode* child : std::as_const(node->Children)) {
-                if (!child) continue;
-                selectChildNode(child, state);
-                for (fmuiTreeViewNode* grandchild : std::as_const(child->Children))
-                    selectChildNode(grandchild, state);
-            }
-            if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
-            flushRows();
-            Model->dataChangedNode(node, true);
-        }
-        if (flags & QItemSelectionModel::Toggle) {
-            const bool state = !node->GetDataIsSelected(App);
-            for (fmuiTreeViewNode* child : std::as_const(node->Children)) {
-                if (!child) continue;
-                child->SetDataIsSelected(state, App);
-                selectChildNode(child, state);
-                for (fmuiTreeViewNode* grandchild : std::as_const(child->Children))
-                    selectChildNode(grandchild, state);
-            }
-            if (node->NodeType == fmuiTreeViewNode::EndNode) node->SetDataIsSelected(state, App);
-            flushRows();
-            Model->dataChangedNode(node, true);
+    for (const QItemSelectionRange& range : selection) {
+        if (!range.isValid()) continue;
+        lastColumn = range.right();
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            fmuiTreeViewNode* node = Model->nodeFromIndex(range.model()->index(row, 0, range.parent()));
+            if (!node || node->ForceSelected || node->ForceDeselected) continue;
+            const bool firstVisit = !walked.contains(node);
+            if (firstVisit) walked.insert(node);
+            const bool withChildren = oneRow || !node->IsExpanded;
+            if ((flags & QItemSelectionModel::Select) && firstVisit) markNode(node, true, withChildren);
+            if ((flags & QItemSelectionModel::Deselect) && firstVisit) markNode(node, false, withChildren);
+            if (flags & QItemSelectionModel::Toggle) toggleNode(node);
         }
     }
-
+    for (const QItemSelectionRange& range : std::as_const(CapturedDeselected)) {
+        if (!range.isValid()) continue;
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            fmuiTreeViewNode* node = Model->nodeFromIndex(range.model()->index(row, 0, range.parent()));
+            if (!node || walked.contains(node) || node->ForceSelected || node->ForceDeselected) continue;
+            walked.insert(node);
+            markNode(node, false, !node->IsExpanded);
+        }
+    }
     flushRows();
     Gathering = false;
+    CapturedDeselected.clear();
+    if (walked.size() <= 64)
+        for (const fmuiTreeViewNode* node : std::as_const(walked))
+            Model->dataChangedNode(const_cast<fmuiTreeViewNode*>(node), true);
+    else
+        Model->repaintAll();
     Model->TreeMutex.unlock();
     emit SelectionUpdated(lastColumn);
+}
+
+void fmuiTreeViewSelectionModel::selectFromRecords()
+{
+    if (!Model || !Model->Root) return;
+    Gathering = true;
+    PendingSelect = true;
+    for (fmuiTreeViewNode* t : std::as_const(Model->Root->Children)) {
+        if (!t) continue;
+        for (fmuiTreeViewNode* c : std::as_const(t->Children)) {
+            if (!c) continue;
+            if (c->NodeType == fmuiTreeViewNode::EndNode && c->GetDataIsSelected(App))
+                queueRow(Model->index(c), true);
+            for (fmuiTreeViewNode* g : std::as_const(c->Children))
+                if (g && g->NodeType == fmuiTreeViewNode::EndNode && g->GetDataIsSelected(App))
+                    queueRow(Model->index(g), true);
+        }
+        if (t->NodeType == fmuiTreeViewNode::EndNode && t->GetDataIsSelected(App))
+            queueRow(Model->index(t), true);
+    }
+    flushRows();
+    Gathering = false;
 }
 
 QModelIndexList fmuiTreeViewSelectionModel::selectedIndexes() const

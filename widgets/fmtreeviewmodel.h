@@ -104,6 +104,21 @@ public:
     // Model reset for Qt 6 (beginResetModel/endResetModel around nothing).
     void reset();
 
+    // The tree's shape in one list: each node of the three levels below the root, depth first,
+    // with its type and child count. Two equal lists mean the same rows under the same parents.
+    QList<quintptr> shape() const;
+    // The node of the view's current index; null without a view or current index.
+    fmuiTreeViewNode* currentNode() const;
+    // Ends a rebuild that was done without telling the views in advance. Same shape as `before`:
+    // one dataChanged, so the view keeps its current index, anchors, scroll position and
+    // selection. Otherwise a reset, the expanded rows restored, the view's selection rebuilt from
+    // the records, and `current` made current again if it is still in the tree.
+    void finishRebuild(const QList<quintptr>& before, fmuiTreeViewNode* current);
+    // Tells the views that every cell may have changed (one dataChanged over the top rows).
+    void repaintAll();
+    // True when `node` hangs in the tree under Root (not a shell on the deletion list).
+    bool isAttached(const fmuiTreeViewNode* node) const;
+
 signals:
     void updateFooter();
 
@@ -122,6 +137,8 @@ public:
     void select(const QItemSelection& selection, QItemSelectionModel::SelectionFlags flags) override;
     void selectChildNode(fmuiTreeViewNode* node, const bool& select);
     QModelIndexList selectedIndexes() const;
+    // Puts the rows whose records are selected into the view's selection, after a reset emptied it.
+    void selectFromRecords();
 
     fmuiTreeViewModel* Model;
     __FMSDK& App;
@@ -136,7 +153,14 @@ private:
     void queueRow(const QModelIndex& index, bool select);
     void flushRows();
 
+    // Marks or clears the records of one row's node; a group passes the change on to its
+    // children and grandchildren when `withChildren`.
+    void markNode(fmuiTreeViewNode* node, bool state, bool withChildren);
+    void toggleNode(fmuiTreeViewNode* node);
+
     bool Gathering = false;
+    bool Capturing = false;            // the base's selectionChanged is recorded in CapturedDeselected
+    QItemSelection CapturedDeselected; // rows the last base select took out of the view's selection
     bool PendingSelect = true;
     QItemSelection PendingRows;
     QHash<const void*, qsizetype> PendingOpenRange; // parent node -> its last range in PendingRows

@@ -4,9 +4,9 @@
 
 #include "app/fm.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmjobid.h"
 #include "historydb/fmhistorydb.h"
 #include "historydb/fmjobstreemodel.h"
-#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 #include "widgets/fmtreeview.h"
@@ -14,7 +14,10 @@
 #include <QApplication>
 #include <QDir>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSettings>
+#include <QSignalSpy>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -52,6 +55,19 @@ struct WindowFixture
         for (int n = 0; n < count; ++n)
             bytes += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
         QDir().mkpath(QFileInfo(History + relPath).path());
+        QVERIFY(jlfix::writeFile(History + relPath, bytes));
+    }
+    // `count` jobs for each of `users`, the users one after the other.
+    void writeUsers(const QString& relPath, const QStringList& users, int count) const
+    {
+        QByteArray bytes;
+        int n = 0;
+        for (const QString& user : users)
+            for (int i = 0; i < count; ++i, ++n) {
+                auto r = jlfix::makeRecord(n);
+                r->UserName = user;
+                bytes += jlfix::frameOf(*r);
+            }
         QVERIFY(jlfix::writeFile(History + relPath, bytes));
     }
     fmHistorydb& open()
@@ -111,25 +127,37 @@ private slots:
     // estimates not marked with "~".
     void projectCombo_data();
     void projectCombo();
-    // Catches a load that miscounts, clears the user/app combos, repeats a name or loses the
-    // order of first appearance across projects.
+    // Catches a load that miscounts, an unsorted user combo or one with users of an earlier
+    // project, and an application combo that repeats a name or loses the order of appearance.
     void pickProjects_data();
     void pickProjects();
     // Catches "-- none --" unloading the jobs.
     void noneKeepsJobs();
     // Catches a vanished file that goes unreported or changes the current project.
     void missingFileWarns();
-    // Catches a delete that ignores the selection, keeps the image, or leaves the combo on the
-    // project.
+    // Catches a delete without its question, one that ignores the selection or the answer, keeps
+    // the image, moves the combo off the project or leaves a stale count.
     void deleteJobs_data();
     void deleteJobs();
     // Catches the wrong answer of the save question, a save on "No" or on cancel.
     void ask4Save_data();
     void ask4Save();
-    // Catches a filter that applies while typing rather than on Return.
+    // Catches a filter that applies while typing rather than on Return or "Update".
     void filterOnReturn();
     // Catches a timer tick that waits for ever on a tree that is in the middle of a rebuild.
     void tickDuringRebuild();
+    // Catches a redraw that resets the tree under the user's hands (shift-click taking the whole
+    // group, Down or End starting from the top, End not scrolling) and clicks dropped between
+    // two redraws; the records follow the view's selection.
+    void selectByMouseAndKeys_data();
+    void selectByMouseAndKeys();
+    // Catches Ctrl+Z losing or doubling jobs, and undoing a deletion that was saved.
+    void undoDelete();
+    // Catches numbers, dates and group titles cut by columns sized for another font.
+    void columnsFitTheirTexts();
+    // Catches a "Reset Layout" that does nothing when the farm has no layout of its own, and
+    // "Job Log" or "Job Settings" not bringing their page to the front.
+    void resetLayoutAndPages();
     // Catches a window taller than the screen allows or off centre.
     void fitToScreen_data();
     void fitToScreen();
@@ -199,8 +227,8 @@ void tst_fmhistorydb::pickProjects_data()
                        << QStringList{"-- all --", "Maya", "Nuke", "Houdini"};
     QTest::newRow("B") << QList<int>{2} << "3 jobs" << QStringList{"-- all --", "user0", "user1", "user7"}
                        << QStringList{"-- all --", "Nuke", "Houdini"};
-    QTest::newRow("B then A keeps B's names first")
-        << QList<int>{2, 1} << "3 jobs" << QStringList{"-- all --", "user0", "user1", "user7", "user2"}
+    QTest::newRow("B then A lists A's users only")
+        << QList<int>{2, 1} << "3 jobs" << QStringList{"-- all --", "user0", "user1", "user2"}
         << QStringList{"-- all --", "Nuke", "Houdini", "Maya"};
 }
 
@@ -263,16 +291,24 @@ void tst_fmhistorydb::deleteJobs_data()
 {
     QTest::addColumn<QList<int>>("selected"); // queue positions
     QTest::addColumn<QString>("image");       // what stands at each image path: "file", "none", "folder"
-    QTest::newRow("no selection") << QList<int>{} << "file";
-    QTest::newRow("one with image") << QList<int>{1} << "file";
-    QTest::newRow("two without image") << QList<int>{0, 3} << "none";
-    QTest::newRow("undeletable image") << QList<int>{2} << "folder";
+    QTest::addColumn<QString>("answer");      // the answer to the question; empty: no question
+    QTest::newRow("no selection") << QList<int>{} << "file"
+                                  << "";
+    QTest::newRow("one with image") << QList<int>{1} << "file"
+                                    << "Yes";
+    QTest::newRow("two without image") << QList<int>{0, 3} << "none"
+                                       << "Yes";
+    QTest::newRow("undeletable image") << QList<int>{2} << "folder"
+                                       << "Yes";
+    QTest::newRow("answered no") << QList<int>{0, 3} << "file"
+                                 << "No";
 }
 
 void tst_fmhistorydb::deleteJobs()
 {
     QFETCH(QList<int>, selected);
     QFETCH(QString, image);
+    QFETCH(QString, answer);
     WindowFixture f;
     f.writeDb("Alpha.db61", 5);
     QDir().mkpath(f.History + "Alpha");
@@ -291,7 +327,19 @@ void tst_fmhistorydb::deleteJobs()
     }
     f.Jobs->CreateSelectionList();
     jlfix::LogCapture log(2, 2);
+    BoxAnswer box([answer](fmMessageBox* b) { return byName(b, answer); });
     w.on_CommandJob_Button_Delete_clicked();
+    const QString question = selected.size() == 1
+                                 ? QStringLiteral("Delete 1 job from Alpha?")
+                                 : QStringLiteral("Delete %1 jobs from Alpha?").arg(selected.size());
+    QCOMPARE(box.Seen.trimmed(), answer.isEmpty() ? QString() : question);
+    if (answer == QLatin1String("No")) {
+        QCOMPARE(f.Jobs->JobCount, 5);
+        QVERIFY(!w.table.dbChanged);
+        for (const QString& path : images)
+            QVERIFY(QFile::exists(path));
+        return;
+    }
 
     QCOMPARE(f.Jobs->JobCount, 5 - int(selected.size()));
     QCOMPARE(w.table.dbChanged, !selected.isEmpty());
@@ -307,12 +355,15 @@ void tst_fmhistorydb::deleteJobs()
         QVERIFY(failures.first().endsWith("Unable to delete FOI image file; '" + images[0] +
                                           "'; Unable to delete file, Is a directory"));
     if (selected.isEmpty()) return;
-    // The table was scanned again: every project shows an estimate, the combo is on "-- none --",
-    // and the current project and the label stay.
-    QCOMPARE(w.ui.Show_ComboProject->currentIndex(), 0);
-    QVERIFY(w.ui.Show_ComboProject->itemText(1).contains(QLatin1Char('~')));
+    // The combo stays on the project; its entry and the label count the jobs left; the status
+    // bar says what happened.
+    const QString left = QString::number(5 - selected.size());
+    QCOMPARE(w.ui.Show_ComboProject->currentIndex(), 1);
+    QVERIFY2(w.ui.Show_ComboProject->itemText(1).contains("   " + left + "   Alpha"),
+             qPrintable(w.ui.Show_ComboProject->itemText(1)));
     QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
-    QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("5 jobs"));
+    QCOMPARE(w.ui.label_ProjNrScenes->text(), left + " jobs");
+    QVERIFY(w.statusBar()->currentMessage().startsWith("Deleted " + QString::number(selected.size())));
 }
 
 void tst_fmhistorydb::ask4Save_data()
@@ -367,10 +418,11 @@ void tst_fmhistorydb::filterOnReturn()
     w.ui.Show_EditIncludes->setFocus();
     QTest::keyClicks(w.ui.Show_EditIncludes, QStringLiteral("  layer3 "));
     QCOMPARE(f.Jobs->SortedCount, 6);
-    w.ui.Show_ButtonUpdate->click();
-    QCOMPARE(f.Jobs->SortedCount, 6);
     QTest::keyClick(w.ui.Show_EditIncludes, Qt::Key_Return);
     QCOMPARE(f.Jobs->SortedCount, 1); // job 3 alone has layer3; the blanks were trimmed
+    w.ui.Show_EditIncludes->clear();
+    w.ui.Show_ButtonUpdate->click(); // "Update" applies the text as Return does
+    QCOMPARE(f.Jobs->SortedCount, 6);
 }
 
 void tst_fmhistorydb::tickDuringRebuild()
@@ -387,6 +439,162 @@ void tst_fmhistorydb::tickDuringRebuild()
     QVERIFY(w.PleaseUpdateViews); // deferred, not lost
     w.jobsModel->TreeMutex.unlock();
     QTRY_VERIFY(!w.PleaseUpdateViews);
+}
+
+void tst_fmhistorydb::selectByMouseAndKeys_data()
+{
+    // Steps: "click", "shift" or "ctrl" with "<group>:<row>", "key:<name>", and "tick", which waits
+    // for the window's redraw. Two groups of 30 jobs, both expanded.
+    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<int>("selected"); // jobs selected at the end
+    QTest::addColumn<QString>("current");
+    QTest::newRow("shift-click range of 5")
+        << QStringList{"click:0:2", "tick", "shift:0:6", "tick"} << 5 << "0:6";
+    QTest::newRow("ctrl-clicks between redraws")
+        << QStringList{"click:0:1", "tick", "ctrl:0:3", "ctrl:0:5", "ctrl:1:0", "tick"} << 4 << "1:0";
+    QTest::newRow("down") << QStringList{"click:0:2", "tick", "key:Down", "tick"} << 1 << "0:3";
+    QTest::newRow("end") << QStringList{"click:0:0", "tick", "key:End", "tick"} << 1 << "1:29";
+    QTest::newRow("shift+end") << QStringList{"click:1:25", "tick", "key:ShiftEnd", "tick"} << 5 << "1:29";
+    QTest::newRow("ctrl+a") << QStringList{"click:0:0", "tick", "key:CtrlA", "tick"} << 60 << "0:0";
+}
+
+void tst_fmhistorydb::selectByMouseAndKeys()
+{
+    QFETCH(QStringList, steps);
+    QFETCH(int, selected);
+    QFETCH(QString, current);
+    WindowFixture f;
+    f.writeUsers("Alpha.db61", {"anna", "ben"}, 30);
+    fmHistorydb& w = f.open();
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    QTreeView* tree = w.ui.treeJobs->Tree;
+    auto at = [&](const QString& where) {
+        const QModelIndex group = w.jobsModel->index(where.section(':', 0, 0).toInt(), 0);
+        return w.jobsModel->index(where.section(':', 1, 1).toInt(), 0, group);
+    };
+    for (const QString& step : steps) {
+        const QString kind = step.section(':', 0, 0), arg = step.section(':', 1);
+        if (kind == QLatin1String("tick")) {
+            w.PleaseUpdateViews = true;
+            QTRY_VERIFY(!w.PleaseUpdateViews);
+        } else if (kind == QLatin1String("key")) {
+            if (arg == QLatin1String("CtrlA")) QTest::keyClick(tree, Qt::Key_A, Qt::ControlModifier);
+            if (arg == QLatin1String("ShiftEnd")) QTest::keyClick(tree, Qt::Key_End, Qt::ShiftModifier);
+            if (arg == QLatin1String("End")) QTest::keyClick(tree, Qt::Key_End);
+            if (arg == QLatin1String("Down")) QTest::keyClick(tree, Qt::Key_Down);
+        } else {
+            const Qt::KeyboardModifiers mods = kind == QLatin1String("shift")  ? Qt::ShiftModifier
+                                               : kind == QLatin1String("ctrl") ? Qt::ControlModifier
+                                                                               : Qt::NoModifier;
+            const QModelIndex row = at(arg);
+            tree->scrollTo(row);
+            QTest::mouseClick(tree->viewport(), Qt::LeftButton, mods, tree->visualRect(row).center());
+        }
+    }
+    // A rebuild of the same rows keeps the model: no reset.
+    QSignalSpy resets(w.jobsModel, &QAbstractItemModel::modelReset);
+    w.JobTreeStale = w.PleaseUpdateViews = true;
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    QCOMPARE(resets.size(), 0);
+    f.Jobs->CreateSelectionList();
+    QCOMPARE(f.Jobs->SelectedCount, selected);
+    QCOMPARE(tree->currentIndex(), at(current));
+    // One job: the record of the current row, not one the view has left.
+    const auto* node = static_cast<fmuiTreeViewJobsNode*>(w.jobsModel->nodeFromIndex(at(current)));
+    if (selected == 1) QCOMPARE(f.Jobs->Selection[0], node->data()->Job);
+    if (current == QLatin1String("1:29")) {
+        QVERIFY(tree->verticalScrollBar()->maximum() > 0);
+        QCOMPARE(tree->verticalScrollBar()->value(), tree->verticalScrollBar()->maximum());
+    }
+}
+
+void tst_fmhistorydb::undoDelete()
+{
+    WindowFixture f;
+    f.writeDb("Alpha.db61", 5);
+    fmHistorydb& w = f.open();
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    auto deleteQueued = [&](QList<int> queue) {
+        QList<unsigned long long> ids;
+        for (int q : queue) {
+            f.Jobs->GetJobByQueueID(q)->Selected = 1;
+            ids << f.Jobs->GetJobByQueueID(q)->JobID;
+        }
+        f.Jobs->CreateSelectionList();
+        BoxAnswer yes([](fmMessageBox* b) { return b->Button1; });
+        w.on_CommandJob_Button_Delete_clicked();
+        QApplication::setActiveWindow(&w); // back from the question's box, for the shortcut
+        return ids;
+    };
+    const QList<unsigned long long> ids = deleteQueued({1, 3});
+    QCOMPARE(f.Jobs->JobCount, 3);
+    QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier);
+    QCOMPARE(f.Jobs->JobCount, 5);
+    for (unsigned long long id : ids)
+        QVERIFY(f.Jobs->GetJobByJobID(id));
+    QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("5 jobs"));
+    QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier); // nothing left to undo
+    QCOMPARE(f.Jobs->JobCount, 5);
+    deleteQueued({0});
+    w.on_actionSave_Changes_into_db_triggered();
+    QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier);
+    QCOMPARE(f.Jobs->JobCount, 4); // saved: no way back
+}
+
+void tst_fmhistorydb::columnsFitTheirTexts()
+{
+    WindowFixture f;
+    QByteArray bytes;
+    for (int n = 0; n < 12; ++n) {
+        auto r = jlfix::makeRecord(n);
+        r->UserName = QStringLiteral("render.wrangler.of.the.night.shift");
+        r->TotalPS = 987654321987ull + uint64_t(n); // "987 654 321 987"
+        r->TotalGhzHours = 123456.0f;
+        r->ExecutionTime = 3600ull * 9999;
+        bytes += jlfix::frameOf(*r);
+    }
+    QVERIFY(jlfix::writeFile(f.History + "Alpha.db61", bytes));
+    fmHistorydb& w = f.open();
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    fmTreeViewWidget* tree = w.ui.treeJobs->Tree;
+    const QModelIndex group = w.jobsModel->index(0, 0);
+    QVERIFY(w.jobsModel->rowCount(group) == 12);
+    for (const QModelIndex& row : {group, w.jobsModel->index(0, 0, group), w.jobsModel->index(11, 0, group)})
+        for (int column : {0, 11, 13, 15, 20, 21, 25, 26, 27})
+            QVERIFY2(tree->cutText(row.siblingAtColumn(column)).isEmpty(),
+                     qPrintable(QStringLiteral("column %1: %2")
+                                    .arg(column)
+                                    .arg(row.siblingAtColumn(column).data().toString())));
+    // A long text elsewhere is cut and keeps its full text for the tooltip.
+    w.ui.treeJobs->setColumnWidth(8, 40);
+    const QModelIndex scene = w.jobsModel->index(0, 8, group);
+    QCOMPARE(tree->cutText(scene), scene.data().toString());
+}
+
+void tst_fmhistorydb::resetLayoutAndPages()
+{
+    WindowFixture f;
+    fmHistorydb& w = f.open();
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    const int sceneWidth = w.ui.treeJobs->columnWidth(8);
+    w.ui.treeJobs->setColumnWidth(8, 33);
+    w.ui.dockWidget_Clients->close();
+    w.ui.actionReset_Layout->trigger();
+    QCOMPARE(w.ui.treeJobs->columnWidth(8), sceneWidth);
+    QTRY_VERIFY(w.ui.dockWidget_Clients->isVisible());
+    w.ui.actionShowDockJobLog->trigger();
+    QTRY_VERIFY(w.ui.dockWidget_JobInfo->visibleRegion().isEmpty());
+    w.ui.actionShowDockJobSettings->trigger();
+    QTRY_VERIFY(!w.ui.dockWidget_JobInfo->visibleRegion().isEmpty());
 }
 
 void tst_fmhistorydb::fitToScreen_data()

@@ -39,8 +39,8 @@ void tst_fmhistorydb_pages::steps_data()
     QTest::addColumn<QString>("image");     // the image label at the end
     QTest::addColumn<QString>("table"); // "hidden", or "<columns>x<rows of the first selected job's page>"
 
-    QTest::newRow("one job") << QStringList{"sel:0"} << "N/A"
-                             << "hidden";
+    QTest::newRow("one job shows its log at once") << QStringList{"sel:0"} << "N/A"
+                                                   << "8xlog";
     QTest::newRow("two jobs, job log")
         << QStringList{"sel:1,2", "page:Job Log", "sel:1,2"} << "(multiple jobs selected)"
         << "8xlog";

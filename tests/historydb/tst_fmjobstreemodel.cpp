@@ -1,9 +1,9 @@
 #include "joblist_fixtures.h"
 
 #include "app/fm.h"
+#include "foundation/fmjobid.h"
 #include "foundation/fmtime.h"
 #include "historydb/fmjobstreemodel.h"
-#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewtypes.h"
@@ -489,7 +489,8 @@ void tst_fmjobstreemodel::initJobTreeLayout()
         QVERIFY2(!view.isColumnHidden(c), qPrintable(QString::number(c)));
     QCOMPARE(view.columnWidth(8), 350);
     QCOMPARE(view.columnWidth(0), 125);
-    QVERIFY(view.Tree->textElideMode() == Qt::ElideLeft);
+    QVERIFY(view.Tree->textElideMode() == Qt::ElideRight);
+    QVERIFY(view.Tree->elideModeFor(8) == Qt::ElideMiddle); // the scene's path
 
     // Selecting a group row selects its jobs and updates the footer.
     selection->select(QItemSelection(model->index(0, 0), model->index(0, 0)),

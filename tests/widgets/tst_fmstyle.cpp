@@ -9,6 +9,8 @@
 #include <QTest>
 
 #include <memory>
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -38,6 +40,8 @@ private slots:
     void brushes();
     void widgetFonts();
     void installFromChoices();
+    void contrast_data();
+    void contrast();
 };
 
 // Catches a mistyped colour, a role in the wrong group, or dark/girly not starting from light.
@@ -221,6 +225,85 @@ void tst_fmstyle::installFromChoices()
     QVERIFY(fmStyle::IsGirlyUI && !fmStyle::IsDarkUI);
     QCOMPARE(fmStyle::fontSizeSmall(), 4);
     QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), 0xFFA73F61u);
+}
+
+namespace {
+
+// Relative luminance and contrast ratio as the accessibility guidelines define them.
+double luminance(QRgb c)
+{
+    auto channel = [](int v) {
+        const double x = v / 255.0;
+        return x <= 0.03928 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * channel(qRed(c)) + 0.7152 * channel(qGreen(c)) + 0.0722 * channel(qBlue(c));
+}
+
+double contrastOf(QRgb a, QRgb b)
+{
+    const double la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+} // namespace
+
+// Catches a theme whose text or difference colour is unreadable on its background (red on the
+// dark grey, all text red on the eastern green, girly's inactive text in its background colour):
+// a label is rendered in each palette and its most distinct text pixel must reach 4.5:1.
+void tst_fmstyle::contrast_data()
+{
+    QTest::addColumn<QString>("theme");
+    QTest::addColumn<int>("group");
+    QTest::addColumn<QString>("text"); // "window", "base", "button" or "difference"
+    for (const char* theme : {"light", "dark", "girly", "eastern"})
+        for (const int group : {int(QPalette::Active), int(QPalette::Inactive)})
+            for (const char* text : {"window", "base", "button", "difference"})
+                QTest::addRow("%s %s %s", theme, group == QPalette::Active ? "active" : "inactive", text)
+                    << QString::fromLatin1(theme) << group << QString::fromLatin1(text);
+}
+
+void tst_fmstyle::contrast()
+{
+    QFETCH(QString, theme);
+    QFETCH(int, group);
+    QFETCH(QString, text);
+    const bool dark = fmStyle::IsDarkUI, easter = fmStyle::IsEasterUI, girly = fmStyle::IsGirlyUI;
+    fmStyle::IsDarkUI = theme == QLatin1String("dark");
+    fmStyle::IsEasterUI = theme == QLatin1String("eastern");
+    fmStyle::IsGirlyUI = theme == QLatin1String("girly");
+    const QColor difference = fmStyle::DifferenceColor();
+    fmStyle::IsDarkUI = dark;
+    fmStyle::IsEasterUI = easter;
+    fmStyle::IsGirlyUI = girly;
+
+    const auto g = QPalette::ColorGroup(group);
+    QPalette palette = paletteOf(theme);
+    QPalette::ColorRole back = QPalette::Window, fore = QPalette::WindowText;
+    if (text == QLatin1String("base")) back = QPalette::Base, fore = QPalette::Text;
+    if (text == QLatin1String("button")) back = QPalette::Button, fore = QPalette::ButtonText;
+    QColor color = palette.color(g, fore);
+    if (text == QLatin1String("difference")) color = difference;
+    // The label draws in the active group; the group under test is put there.
+    palette.setColor(QPalette::Active, QPalette::Window, palette.color(g, back));
+    palette.setColor(QPalette::Active, QPalette::WindowText, color);
+    QLabel label(QStringLiteral("<b>0123 ~ Value</b>"));
+    label.setPalette(palette);
+    label.setAutoFillBackground(true);
+    QFont font = label.font();
+    font.setPointSize(14);
+    label.setFont(font);
+    label.resize(label.sizeHint());
+    QImage image(label.size(), QImage::Format_ARGB32);
+    label.render(&image);
+    const QRgb background = image.pixel(0, 0);
+    QCOMPARE(background, palette.color(g, back).rgba());
+    double best = 1.0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            best = std::max(best, contrastOf(image.pixel(x, y), background));
+    QVERIFY2(best >= 4.5, qPrintable(QStringLiteral("%1 on %2: %3")
+                                         .arg(color.name(), palette.color(g, back).name())
+                                         .arg(best, 0, 'f', 2)));
 }
 
 QTEST_MAIN(tst_fmstyle)
