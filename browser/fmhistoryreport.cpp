@@ -91,6 +91,8 @@ fmReport fmBuildReport(const fmHistorySummary& summary, const QList<fmReportKey>
     QStringList key;
     for (const fmJobSummary& job : summary.Jobs) {
         if (!filter.accepts(summary, job)) continue;
+        report.Total.add(job);
+        if (by.isEmpty()) continue; // no groups: the total alone
         key.clear();
         for (fmReportKey k : by) {
             switch (k) {
@@ -116,7 +118,6 @@ fmReport fmBuildReport(const fmHistorySummary& summary, const QList<fmReportKey>
             report.Rows.last().Key = key;
         }
         report.Rows[it.value()].add(job);
-        report.Total.add(job);
     }
     std::sort(report.Rows.begin(), report.Rows.end(), [](const fmReportRow& a, const fmReportRow& b) {
         for (int i = 0; i < a.Key.size() && i < b.Key.size(); ++i) {

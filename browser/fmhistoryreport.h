@@ -50,7 +50,7 @@ struct fmReport
     fmReportRow Total;
 };
 
-// Groups the jobs that pass `filter`; `costPerGhzHour` is the farm's cfgCost. No key: one row.
+// Groups the jobs that pass `filter`; `costPerGhzHour` is the farm's cfgCost. No key: no rows, the total alone.
 fmReport fmBuildReport(const fmHistorySummary& summary, const QList<fmReportKey>& by,
                        const fmReportFilter& filter, double costPerGhzHour);
 

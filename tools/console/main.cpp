@@ -12,6 +12,7 @@
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/demoroot.h"
+#include "tools/console/report.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -56,6 +57,11 @@ const char* const kUsage =
     "      (default 6); --jobs: jobs of the largest project, 1 to 15000 (default 240; the\n"
     "      others get fewer); --seed: any unsigned number (default 1). The same seed gives\n"
     "      the same root.\n"
+    "  report [--by user|project|month|software]... [--from DATE] [--to DATE] [--project NAME]...\n"
+    "         [--format table|csv|json]\n"
+    "      Jobs, render hours, frames, GHz hours, cost and errors of all projects, one row per\n"
+    "      group (several --by nest; month of the date finished, local time), total last.\n"
+    "      Dates as 2026-10-01. CSV as the job export writes it (\";\", the farm's decimal mark).\n"
     "  --help\n"
     "      This text.\n"
     "\n"
@@ -422,6 +428,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     qInstallMessageHandler(FMMessageOutput);
+    // "report" parses its own options.
+    if (fmConsoleIsReport(QCoreApplication::arguments())) return fmConsoleReport(QCoreApplication::arguments(), argc, argv);
 
     Command cmd;
     const QString why = parseArgs(QCoreApplication::arguments(), cmd);
