@@ -86,36 +86,47 @@ fmReport fmBuildReport(const fmHistorySummary& summary, const QList<fmReportKey>
                        const fmReportFilter& filter, double costPerGhzHour)
 {
     fmReport report;
-    report.By = by;
+    report.By = by.mid(0, 4); // four keys at most, each once
     QHash<QString, int> rowOf;
-    QStringList key;
+    // Month texts by quarter hour: every zone's midnights and clock changes fall on one, so all
+    // seconds of a quarter hour have one month. Saves a local-time conversion per job.
+    QHash<qint64, QString> months;
+    auto monthOf = [&months](qint64 t) {
+        const qint64 q = t >= 0 ? t / 900 : (t - 899) / 900;
+        auto it = months.constFind(q);
+        return it != months.constEnd() ? *it : *months.insert(q, fmReportMonth(t));
+    };
+    QString values[4];
+    QString joined;
     for (const fmJobSummary& job : summary.Jobs) {
         if (!filter.accepts(summary, job)) continue;
         report.Total.add(job);
         if (by.isEmpty()) continue; // no groups: the total alone
-        key.clear();
-        for (fmReportKey k : by) {
-            switch (k) {
+        joined.clear();
+        for (int i = 0; i < by.size() && i < 4; ++i) {
+            switch (by[i]) {
             case fmReportKey::User:
-                key.append(job.User);
+                values[i] = job.User;
                 break;
             case fmReportKey::Project:
-                key.append(summary.projectOf(job));
+                values[i] = summary.projectOf(job);
                 break;
             case fmReportKey::Month:
-                key.append(fmReportMonth(job.DateFinished));
+                values[i] = monthOf(job.DateFinished);
                 break;
             case fmReportKey::Software:
-                key.append(job.Software);
+                values[i] = job.Software;
                 break;
             }
+            joined += values[i];
+            joined += QChar(0x1f);
         }
-        const QString joined = key.join(QChar(0x1f));
         auto it = rowOf.constFind(joined);
         if (it == rowOf.constEnd()) {
             it = rowOf.insert(joined, int(report.Rows.size()));
             report.Rows.append(fmReportRow());
-            report.Rows.last().Key = key;
+            for (int i = 0; i < by.size() && i < 4; ++i)
+                report.Rows.last().Key.append(values[i]);
         }
         report.Rows[it.value()].add(job);
     }

@@ -1,29 +1,98 @@
 // One cache file a database file: "<sha1 of the path>.sum" in the cache folder.
-//   0  16  magic "fmHistorySum 01\n"
+//   0  16  magic "fmHistorySum 02\n"
 //  16   4  u32 zlib crc32 of the payload
 //  20   4  u32 payload size
-//  24      payload, a QDataStream (Qt 6.4 format): path, size, mtime, speeds crc, failed frames,
-//          error text, job count, then per job the fields of fmJobSummary without File
+//  24      payload, little-endian: text path; i64 size; i64 mtime; u32 speeds crc; i32 failed
+//          frames; text error; u32 job count; u32 text count; the texts (users and programs);
+//          then one CachedJob a job. A text is u32 length in UTF-16 units, then the units.
 // A cache file that doesn't match in every point is a miss, never an error.
 
 #include "browser/fmhistorysummary.h"
 
+#include "foundation/fmjobid.h"
+
 #include <QCryptographicHash>
-#include <QDataStream>
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QSaveFile>
 
 #include <zlib.h>
 
+#include <cstddef>
 #include <cstring>
+#include <vector>
 
 namespace {
 
-constexpr char Magic[17] = "fmHistorySum 01\n";
+constexpr char Magic[17] = "fmHistorySum 02\n";
 constexpr int HeaderSize = 24;
-// A serialized job takes at least this many bytes: a bound on the count a file can claim.
-constexpr qint64 MinJobBytes = 60;
+#pragma pack(push, 1)
+// One job in a cache file; User and Software index the file's texts.
+struct CachedJob
+{
+    quint64 JobID;
+    qint64 DateSend;
+    qint64 DateFinished;
+    quint64 ExecutionTime;
+    quint64 TotalPS;
+    float GhzHours;
+    qint32 Frames;
+    qint32 Errors;
+    quint32 User;
+    quint32 Software;
+};
+#pragma pack(pop)
+static_assert(sizeof(CachedJob) == 60);
+static_assert(offsetof(CachedJob, GhzHours) == 40 && offsetof(CachedJob, Software) == 56);
+
+// Reads the payload front to back; every length is checked against what is left.
+class Cursor
+{
+public:
+    Cursor(const char* p, qint64 n) : P(p), Left(n) {}
+    bool ok() const { return Ok; }
+    bool atEnd() const { return Left == 0; }
+    template <class T> T get()
+    {
+        T v{};
+        if (Left < qint64(sizeof(T))) Ok = false;
+        if (!Ok) return v;
+        std::memcpy(&v, P, sizeof(T));
+        P += sizeof(T);
+        Left -= qint64(sizeof(T));
+        return v;
+    }
+    QString text()
+    {
+        const quint32 n = get<quint32>();
+        if (!Ok || qint64(n) * 2 > Left) {
+            Ok = false;
+            return QString();
+        }
+        QString s(qsizetype(n), Qt::Uninitialized);
+        std::memcpy(s.data(), P, size_t(n) * 2);
+        P += qint64(n) * 2;
+        Left -= qint64(n) * 2;
+        return s;
+    }
+
+private:
+    const char* P;
+    qint64 Left;
+    bool Ok = true;
+};
+
+template <class T> void put(QByteArray& out, const T& v)
+{
+    out.append(reinterpret_cast<const char*>(&v), qsizetype(sizeof(T)));
+}
+
+void putText(QByteArray& out, const QString& s)
+{
+    put(out, quint32(s.size()));
+    out.append(reinterpret_cast<const char*>(s.utf16()), s.size() * 2);
+}
 
 quint32 speedsCrc(const fmClientSpeeds& speeds)
 {
@@ -84,35 +153,43 @@ bool fmHistorySummaryCache::load(const fmHistoryFile& file, const fmClientSpeeds
     const unsigned char* payload = reinterpret_cast<const unsigned char*>(bytes.constData() + HeaderSize);
     if (quint32(crc32(crc32(0L, Z_NULL, 0), payload, size)) != crc) return false;
 
-    QDataStream in(bytes.mid(HeaderSize));
-    in.setVersion(QDataStream::Qt_6_4);
-    QString path, error;
-    qint64 fileSize = 0, mtime = 0;
-    quint32 speedCrc = 0;
-    qint32 failed = 0;
-    qint64 count = 0;
-    in >> path >> fileSize >> mtime >> speedCrc >> failed >> error >> count;
-    if (in.status() != QDataStream::Ok || path != file.Path || fileSize != file.Size || mtime != file.MTime ||
-        speedCrc != speedsCrc(speeds) || count < 0 || count > qint64(size) / MinJobBytes)
+    Cursor in(bytes.constData() + HeaderSize, qint64(size));
+    const QString path = in.text();
+    const qint64 fileSize = in.get<qint64>(), mtime = in.get<qint64>();
+    const quint32 speedCrc = in.get<quint32>();
+    const qint32 failed = in.get<qint32>();
+    const QString error = in.text();
+    const quint32 count = in.get<quint32>(), textCount = in.get<quint32>();
+    if (!in.ok() || path != file.Path || fileSize != file.Size || mtime != file.MTime ||
+        speedCrc != speedsCrc(speeds) || qint64(count) * qint64(sizeof(CachedJob)) > qint64(size) ||
+        qint64(textCount) * 4 > qint64(size))
         return false;
+    QList<QString> texts;
+    texts.reserve(textCount);
+    for (quint32 i = 0; i < textCount && in.ok(); ++i)
+        texts.append(in.text());
     fmHistoryFileSummary r;
     r.File = file;
     r.FailedFrames = failed;
     r.Error = error;
     r.FromCache = true;
-    r.Jobs.resize(size_t(count));
-    QHash<QString, QString> seen;
-    auto shared = [&seen](const QString& s) {
-        auto it = seen.constFind(s);
-        return it != seen.constEnd() ? *it : *seen.insert(s, s);
-    };
+    r.Jobs.resize(count);
     for (fmJobSummary& j : r.Jobs) {
-        in >> j.JobID >> j.IdText >> j.User >> j.Software >> j.DateSend >> j.DateFinished >>
-            j.ExecutionTime >> j.Frames >> j.TotalPS >> j.GhzHours >> j.Errors;
-        j.User = shared(j.User);
-        j.Software = shared(j.Software);
+        const CachedJob c = in.get<CachedJob>();
+        if (!in.ok() || c.User >= quint32(texts.size()) || c.Software >= quint32(texts.size())) return false;
+        j.JobID = c.JobID;
+        j.IdText = fmJ::ID2strFull(c.JobID);
+        j.User = texts[c.User];
+        j.Software = texts[c.Software];
+        j.DateSend = c.DateSend;
+        j.DateFinished = c.DateFinished;
+        j.ExecutionTime = c.ExecutionTime;
+        j.Frames = c.Frames;
+        j.TotalPS = c.TotalPS;
+        j.GhzHours = c.GhzHours;
+        j.Errors = c.Errors;
     }
-    if (in.status() != QDataStream::Ok || !in.atEnd()) return false;
+    if (!in.ok() || !in.atEnd()) return false;
     out = std::move(r);
     return true;
 }
@@ -120,16 +197,32 @@ bool fmHistorySummaryCache::load(const fmHistoryFile& file, const fmClientSpeeds
 bool fmHistorySummaryCache::store(const fmHistoryFileSummary& summary, const fmClientSpeeds& speeds) const
 {
     if (Folder.isEmpty() || !QDir().mkpath(Folder)) return false;
-    QByteArray payload;
-    {
-        QDataStream o(&payload, QIODevice::WriteOnly);
-        o.setVersion(QDataStream::Qt_6_4);
-        o << summary.File.Path << summary.File.Size << summary.File.MTime << speedsCrc(speeds)
-          << qint32(summary.FailedFrames) << summary.Error << qint64(summary.Jobs.size());
-        for (const fmJobSummary& j : summary.Jobs)
-            o << j.JobID << j.IdText << j.User << j.Software << j.DateSend << j.DateFinished
-              << j.ExecutionTime << j.Frames << j.TotalPS << j.GhzHours << j.Errors;
+    QHash<QString, quint32> index;
+    QList<QString> texts;
+    auto textIndex = [&](const QString& t) {
+        auto it = index.constFind(t);
+        if (it != index.constEnd()) return it.value();
+        texts.append(t);
+        return *index.insert(t, quint32(texts.size() - 1));
+    };
+    std::vector<CachedJob> jobs(summary.Jobs.size());
+    for (size_t i = 0; i < jobs.size(); ++i) {
+        const fmJobSummary& j = summary.Jobs[i];
+        jobs[i] = CachedJob{j.JobID,    j.DateSend, j.DateFinished, j.ExecutionTime,   j.TotalPS,
+                            j.GhzHours, j.Frames,   j.Errors,       textIndex(j.User), textIndex(j.Software)};
     }
+    QByteArray payload;
+    putText(payload, summary.File.Path);
+    put(payload, qint64(summary.File.Size));
+    put(payload, qint64(summary.File.MTime));
+    put(payload, speedsCrc(speeds));
+    put(payload, qint32(summary.FailedFrames));
+    putText(payload, summary.Error);
+    put(payload, quint32(jobs.size()));
+    put(payload, quint32(texts.size()));
+    for (const QString& t : texts)
+        putText(payload, t);
+    payload.append(reinterpret_cast<const char*>(jobs.data()), qsizetype(jobs.size() * sizeof(CachedJob)));
     char header[HeaderSize];
     std::memcpy(header, Magic, 16);
     putU32(header + 16,
