@@ -7,6 +7,7 @@
 #include "historydb/fmclientstreemodel.h"
 #include "historydb/fmjobstreemodel.h"
 #include "historydb/fmlogtreemodel.h"
+#include "historydb/fmreportsdock.h"
 #include "historydb/fmwindowabout.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
@@ -93,6 +94,7 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     ui.dockWidget_JobInfo->raise();
 
     ui.treeJobs->Tree->header()->setSortIndicator(0, Qt::DescendingOrder);
+    setupReportsDock();
 
     if (QScreen* s = screen()) {
         const QRect fitted = fitToScreen(frameGeometry(), s->availableGeometry());
@@ -260,6 +262,7 @@ void fmHistorydb::loadProject(int index)
     addComboNames();
     uiSetFilterCombos(true);
     uiFilterChanged();
+    reportsDock->setLoadedProject(table.currentProject);
     QSettings settings;
     settings.setValue(QStringLiteral("fmHistorydb/lastProject"), project.Name);
     showStatus(QStringLiteral("Loaded %1: %2 jobs").arg(project.Name).arg(project.NrOfJobs));

@@ -3,6 +3,7 @@
 // jobs, clients and log models, and is the only place where a user's action becomes a call on the
 // job list. Slots only raise PleaseUpdateViews; a 50 ms timer does all redrawing.
 
+#include "browser/fmhistoryreport.h"
 #include "browser/fmprojecttable.h"
 #include "ui_fmhistorydb.h"
 
@@ -20,6 +21,7 @@ class fmuiTreeViewJobsModel;
 class fmuiTreeViewClientsModel;
 class fmuiTreeViewLogModel;
 class fmuiTreeViewSelectionModel;
+class fmReportsDock;
 class QCloseEvent;
 class QSettings;
 class QTimerEvent;
@@ -42,6 +44,7 @@ public:
     fmuiTreeViewJobsModel* jobsModel = nullptr;
     fmuiTreeViewClientsModel* clientsModel = nullptr;
     fmuiTreeViewSelectionModel* jobsSelection = nullptr;
+    fmReportsDock* reportsDock = nullptr; // owned by the window as a child
 
     int timerInterval = 50; // milliseconds
     int timerCounter = 0;   // 0 to timerCounterMax and round again; nothing reads it
@@ -174,8 +177,13 @@ public slots:
     void uiUpdateLogPage(bool unused);
     void uiFilterChanged();
     void uiComboProjectChanged();
+    // Reports dock: a clicked group filters the job tree; a job identifier (either form)
+    // selects its job and scrolls to it, false when no shown job has it.
+    void showReportGroup(fmReportKey key, const QString& value);
+    bool selectJobByText(const QString& text);
 
 private:
+    void setupReportsDock();
     // Adds each new name of the loaded jobs to the user and application combos, in order of
     // first appearance; the sets mirror the combos' texts so that a load stays linear.
     void addComboNames();

@@ -62,6 +62,8 @@ public:
     QString FilterUser, FilterProject, FilterApp, FilterText;
     bool FilterFlag1 = true, FilterFlag2 = true, FilterFlag3 = true, FilterFlag4 = true,
          FilterFlag5 = true, FilterInvert = false;
+    // Jobs whose DateFinished lies outside [From, To] (seconds since the epoch) are filtered out.
+    int64_t FilterFinishedFrom = INT64_MIN, FilterFinishedTo = INT64_MAX;
     int SortID = 0;
     int SortOrder = 1; // 0 ascending, 1 descending, anything else: only the queue-order tie-break
 

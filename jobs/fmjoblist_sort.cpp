@@ -305,7 +305,8 @@ void _JobList::sort()
 void _JobList::filter()
 {
     if (FilterUser.isEmpty() && FilterProject.isEmpty() && FilterApp.isEmpty() && FilterText.isEmpty() &&
-        FilterFlag1 && FilterFlag2 && FilterFlag3 && FilterFlag4 && FilterFlag5)
+        FilterFlag1 && FilterFlag2 && FilterFlag3 && FilterFlag4 && FilterFlag5 &&
+        FilterFinishedFrom == INT64_MIN && FilterFinishedTo == INT64_MAX)
         return;
     // Lowered as the stored keys are, so that a name taken from the jobs finds them.
     const QString user = fmFilterLower(FilterUser.left(25));
@@ -313,6 +314,7 @@ void _JobList::filter()
     const fmFoldedNeedle text(FilterText);
 
     auto passes = [&](const _jobsHistoryDB_Runtime& r) {
+        if (r.DateFinished.t < FilterFinishedFrom || r.DateFinished.t > FilterFinishedTo) return false;
         if (!FilterUser.isEmpty() && !equalsText(r.UserNameLower, user)) return false;
         if (!FilterProject.isEmpty() && !equalsText(r.CompanyProjectLower, project)) return false;
         if (!FilterApp.isEmpty() && !equalsText(r.Software, FilterApp) && !equalsText(r.SoftwareAlias, FilterApp))

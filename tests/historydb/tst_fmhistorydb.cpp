@@ -158,6 +158,9 @@ private slots:
     // Catches a "Reset Layout" that does nothing when the farm has no layout of its own, and
     // "Job Log" or "Job Settings" not bringing their page to the front.
     void resetLayoutAndPages();
+    // Catches a month of the reports dock that filters the wrong jobs, or a job identifier in
+    // either form that selects nothing.
+    void reportMonthAndJobSearch();
     // Catches a window taller than the screen allows or off centre.
     void fitToScreen_data();
     void fitToScreen();
@@ -714,3 +717,24 @@ void tst_fmhistorydb::layoutPersistence()
 
 QTEST_MAIN(tst_fmhistorydb)
 #include "tst_fmhistorydb.moc"
+
+void tst_fmhistorydb::reportMonthAndJobSearch()
+{
+    WindowFixture f;
+    f.writeDb("Alpha.db61", 6); // finished within hours of 2011-03-13
+    fmHistorydb& w = f.open();
+    w.ui.Show_ComboProject->setCurrentIndex(1);
+    w.showReportGroup(fmReportKey::Month, QStringLiteral("2011-04"));
+    QCOMPARE(f.Jobs->SortedCount, 0);
+    w.showReportGroup(fmReportKey::Month, QStringLiteral("2011-03"));
+    QCOMPARE(f.Jobs->SortedCount, 6);
+    QTRY_VERIFY(!w.PleaseUpdateViews);
+    const unsigned long long id = f.Jobs->GetJobByQueueID(2)->JobID;
+    for (const QString& text : {fmJ::ID2str(id), fmJ::ID2strFull(id)}) {
+        w.ui.treeJobs->Tree->setCurrentIndex(QModelIndex());
+        QVERIFY(w.selectJobByText(text));
+        const auto* node = static_cast<fmuiTreeViewJobsNode*>(w.ui.treeJobs->Tree->currentIndex().internalPointer());
+        QCOMPARE(node->data()->JobID, id);
+    }
+    QVERIFY(!w.selectJobByText(QStringLiteral("{ZZZZ}")));
+}

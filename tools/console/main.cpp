@@ -10,6 +10,7 @@
 #include "tools/console/consolecommand.h"
 #include "tools/console/consoleedit.h"
 #include "tools/console/consoleio.h"
+#include "tools/console/report.h"
 
 #include <QCoreApplication>
 
@@ -35,8 +36,10 @@ int main(int argc, char** argv)
     }
     const fmConsoleCommand& command = *fmConsoleFindCommand(args.Command);
 
-    // jobs and delete read their own options (already checked against their table entries above).
+    // jobs, delete and report read their own options (already checked against their table entries above).
     if (const int r = fmConsoleEditCommand(FM, argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
+    if (fmConsoleIsReport(QCoreApplication::arguments()))
+        return fmConsoleReport(QCoreApplication::arguments(), argc, argv);
 
     // Log lines reach standard output through the sink only; data on standard output keeps it.
     fmConsoleLogSink& log = fmConsoleLog();
