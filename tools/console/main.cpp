@@ -12,6 +12,7 @@
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/demoroot.h"
+#include "tools/console/sqlcommand.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -56,6 +57,9 @@ const char* const kUsage =
     "      (default 6); --jobs: jobs of the largest project, 1 to 15000 (default 240; the\n"
     "      others get fewer); --seed: any unsigned number (default 1). The same seed gives\n"
     "      the same root.\n"
+    "  sql (--sqlite FILE | --postgres CONNINFO) [--project NAME]...\n"
+    "      Writes the jobs into an SQL database or brings it up to date ('sql --help' tells more).\n"
+    "      Exit status 3 if the database cannot be reached or written.\n"
     "  --help\n"
     "      This text.\n"
     "\n"
@@ -422,6 +426,7 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     qInstallMessageHandler(FMMessageOutput);
+    if (const int sql = fmConsoleSqlMain(argc, argv, isFamilyValueOption); sql >= 0) return sql;
 
     Command cmd;
     const QString why = parseArgs(QCoreApplication::arguments(), cmd);
