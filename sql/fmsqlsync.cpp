@@ -29,10 +29,23 @@ struct StoredFile
     int Jobs = 0;
 };
 
-const char* const kInsertJob =
-    "INSERT INTO fm_jobs (project, source_file, job_id, id_text, user_name, software, renderer, scene, "
-    "camera, layer, date_send, date_finished, execution_seconds, frames, total_ps, ghz_hours, cost, errors) "
-    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO NOTHING";
+// Rows go in statements of up to this many: one statement a row costs a round trip to a server
+// (and Qt's overhead) per job.
+constexpr int RowsPerInsert = 100;
+
+// An insert of `rows` jobs; a job that already stands in another file of the project is left out.
+QString insertJobsSql(int rows)
+{
+    QString sql =
+        QStringLiteral("INSERT INTO fm_jobs (project, source_file, job_id, id_text, user_name, software, "
+                       "renderer, scene, camera, layer, date_send, date_finished, execution_seconds, frames, "
+                       "total_ps, ghz_hours, cost, errors) VALUES ");
+    for (int i = 0; i < rows; ++i)
+        sql += (i ? QStringLiteral(", ") : QString()) +
+               QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    return sql + QStringLiteral(" ON CONFLICT DO NOTHING");
+}
+
 const char* const kUpsertFile =
     "INSERT INTO fm_files (path, size, mtime, jobs, synced_at) VALUES (?, ?, ?, ?, ?) "
     "ON CONFLICT (path) DO UPDATE SET size = excluded.size, mtime = excluded.mtime, jobs = excluded.jobs, "
@@ -44,16 +57,17 @@ class Writer
 {
 public:
     Writer(fmSqlDatabase& db, const fmSqlSyncOptions& options, fmSqlSyncReport& report)
-        : Db(db), Options(options), Report(report), DeleteRows(db.db()), InsertJob(db.db()),
+        : Db(db), Options(options), Report(report), DeleteRows(db.db()), InsertJobs(db.db()),
           UpsertFile(db.db()), DeleteFile(db.db())
     {
     }
 
     bool prepare()
     {
-        return prepared(DeleteRows, "DELETE FROM fm_jobs WHERE source_file = ?") &&
-               prepared(InsertJob, kInsertJob) && prepared(UpsertFile, kUpsertFile) &&
-               prepared(DeleteFile, "DELETE FROM fm_files WHERE path = ?");
+        return prepared(DeleteRows, QStringLiteral("DELETE FROM fm_jobs WHERE source_file = ?")) &&
+               prepared(InsertJobs, insertJobsSql(RowsPerInsert)) &&
+               prepared(UpsertFile, QString::fromLatin1(kUpsertFile)) &&
+               prepared(DeleteFile, QStringLiteral("DELETE FROM fm_files WHERE path = ?"));
     }
 
     bool loadStored(QHash<QString, StoredFile>& out)
@@ -91,10 +105,15 @@ public:
         if (!DeleteRows.exec()) return rollback(DeleteRows);
         deleted = std::max(0, DeleteRows.numRowsAffected());
         inserted = 0;
-        for (const fmSqlJob& job : jobs) {
-            bindJob(file, job);
-            if (!InsertJob.exec()) return rollback(InsertJob);
-            inserted += std::max(0, InsertJob.numRowsAffected()); // 0: the job stands in another file
+        QSqlQuery tail(Db.db());
+        for (qsizetype first = 0; first < jobs.size(); first += RowsPerInsert) {
+            const int n = int(std::min<qsizetype>(RowsPerInsert, jobs.size() - first));
+            QSqlQuery& q = n == RowsPerInsert ? InsertJobs : tail;
+            if (n < RowsPerInsert && !q.prepare(insertJobsSql(n))) return rollback(q);
+            for (int i = 0; i < n; ++i)
+                bindJob(q, file, jobs[first + i], Options.CostPerGhzHour);
+            if (!q.exec()) return rollback(q);
+            inserted += std::max(0, q.numRowsAffected()); // fewer: jobs that stand in another file
         }
         UpsertFile.addBindValue(file.RelPath);
         UpsertFile.addBindValue(size);
@@ -117,11 +136,10 @@ public:
     }
 
 private:
-    bool prepared(QSqlQuery& q, const char* sql) { return q.prepare(QString::fromLatin1(sql)) || failed(q); }
+    bool prepared(QSqlQuery& q, const QString& sql) { return q.prepare(sql) || failed(q); }
 
-    void bindJob(const fmSqlFile& file, const fmSqlJob& job)
+    static void bindJob(QSqlQuery& q, const fmSqlFile& file, const fmSqlJob& job, double costPerGhzHour)
     {
-        QSqlQuery& q = InsertJob;
         q.addBindValue(file.Project);
         q.addBindValue(file.RelPath);
         q.addBindValue(qlonglong(job.JobID));
@@ -140,7 +158,7 @@ private:
         q.addBindValue(job.Frames);
         q.addBindValue(qlonglong(job.TotalPS));
         q.addBindValue(job.GhzHours);
-        const double cost = job.GhzHours * Options.CostPerGhzHour;
+        const double cost = job.GhzHours * costPerGhzHour;
         q.addBindValue(std::isfinite(cost) ? cost : 0.0);
         q.addBindValue(job.Errors);
     }
@@ -178,7 +196,7 @@ private:
     fmSqlDatabase& Db;
     const fmSqlSyncOptions& Options;
     fmSqlSyncReport& Report;
-    QSqlQuery DeleteRows, InsertJob, UpsertFile, DeleteFile;
+    QSqlQuery DeleteRows, InsertJobs, UpsertFile, DeleteFile;
 };
 
 void countRows(fmSqlSyncReport& r, long long before, long long now)
