@@ -11,24 +11,21 @@ class fmTestPgServer
 public:
     fmTestPgServer();
     ~fmTestPgServer(); // stops the server
-    fmTestPgServer(const fmTestPgServer&) = delete;
-    fmTestPgServer& operator=(const fmTestPgServer&) = delete;
 
-    // The folder of Debian's (or the PATH's) initdb and pg_ctl; empty when they are missing.
+    // The folder of Debian's initdb and pg_ctl (the newest version); empty when they are missing.
     static QString binFolder();
 
     // Makes the cluster on first use and starts the server. Returns an empty text or why not.
     QString start();
     // Stops it at once (as a crash would: no shutdown checkpoint). Returns false on failure.
     bool stop();
-    bool running() const { return Running; }
 
     // libpq keyword=value connection to the server's "postgres" database, as user "fmtest".
     QString conninfo() const;
 
 private:
     // Runs a server program (as "nobody" when this process is root); empty text or its output.
-    QString run(const QString& program, const QStringList& args) const;
+    QString run(const QString& program, const QString& args, const QStringList& more = {}) const;
 
     QTemporaryDir Dir;
     QString Bin;
