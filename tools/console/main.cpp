@@ -11,6 +11,7 @@
 #include "tools/console/consoleedit.h"
 #include "tools/console/consoleio.h"
 #include "tools/console/report.h"
+#include "tools/console/sqlrun.h"
 
 #include <QCoreApplication>
 
@@ -36,10 +37,11 @@ int main(int argc, char** argv)
     }
     const fmConsoleCommand& command = *fmConsoleFindCommand(args.Command);
 
-    // jobs, delete and report read their own options (already checked against their table entries above).
+    // jobs, delete, report and sql read their own options (already checked against their table entries above).
     if (const int r = fmConsoleEditCommand(FM, argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
     if (fmConsoleIsReport(QCoreApplication::arguments()))
         return fmConsoleReport(QCoreApplication::arguments(), argc, argv);
+    if (const int r = fmConsoleSqlMain(argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
 
     // Log lines reach standard output through the sink only; data on standard output keeps it.
     fmConsoleLogSink& log = fmConsoleLog();
