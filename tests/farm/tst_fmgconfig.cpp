@@ -23,7 +23,10 @@ class CatchFM : public __FM
 {
 public:
     CatchFM() : __FM(true, fm_AppType_Test, QStringLiteral("fmTest"), false) {}
-    void WriteLog(int level, int, const QString& text, const QString& where) override { lines.append({level, text, where}); }
+    void WriteLog(int level, int, const QString& text, const QString& where) override
+    {
+        lines.append({level, text, where});
+    }
     bool has(int level, const QString& text, const QString& where = QString()) const
     {
         for (const LogLine& l : lines)
@@ -60,7 +63,6 @@ class tst_fmgconfig : public QObject
 {
     Q_OBJECT
 private slots:
-    void tableShape();
     void roundTrip();
     void clampOnRead_data();
     void clampOnRead();
@@ -70,53 +72,16 @@ private slots:
     void uncMaps();
     void osConversion_data();
     void osConversion();
-    void logSwitchesMissingAreOff();
     void hostileFiles_data();
     void hostileFiles();
     void missingFile();
     void unchangedFileIsNotReadAgain();
     void upgradeOldFiles_data();
     void upgradeOldFiles();
-    void emptyShotgunTextsGetDefaults();
-    void overrideServerName();
     void overrideServerNameArgs_data();
     void overrideServerNameArgs();
-    void getters();
     void setters();
 };
-
-// A lost, misplaced or duplicated entry in the table (the file order is the table order).
-void tst_fmgconfig::tableShape()
-{
-    _fmgConfig c;
-    QCOMPARE(c.ParamCount, 183);
-    QStringList sections;
-    QSet<QString> names;
-    int repeats = 0;
-    for (int i = 0; i < c.ParamCount; ++i) {
-        const QString s = c.Params[i].Section.toQString();
-        if (sections.isEmpty() || sections.last() != s) sections << s;
-        const QString n = c.Params[i].Name.toQString();
-        if (names.contains(n)) {
-            QCOMPARE(n, QStringLiteral("nTCPRequiresAuth"));
-            ++repeats;
-        }
-        names.insert(n);
-        QCOMPARE(c.find(c.Params[i].Name.Data, c.Params[i].Name.len()), n == QLatin1String("nTCPRequiresAuth") ? c.find("nTCPRequiresAuth") : i);
-    }
-    QCOMPARE(repeats, 1);
-    QCOMPARE(sections, (QStringList{"Jobs", "Clients", "Jobs", "Website", "Email", "FTP", "Server", "NetWork", "User", "Misc", "ShotGun", "UNC"}));
-    QVERIFY(c.find("nTCPRequiresAuth") < c.find("nUseServerIP"));
-    QCOMPARE(c.find("nRouterIP"), -1);
-    QCOMPARE(c.find(""), -1);
-    for (int i = 0; i < 5; ++i) QVERIFY(c.LogLevel[i] && c.LogLevelUI[i]);
-    for (int i = 5; i < 25; ++i) QVERIFY(!c.LogLevel[i] && !c.LogLevelUI[i]);
-    QVERIFY(c.EmailLogLevel[0] && c.EmailLogLevel[1] && !c.EmailLogLevel[2]);
-    QCOMPARE(c.UNCMaps[18].Letter, uint8_t('A'));
-    QCOMPARE(c.param("cfgCostDisplay")->ValueS.toQString(), QString(QChar(0x20AC)));
-    QCOMPARE(c.param("cfgCost")->Max, int16_t(655));
-    QVERIFY(!c.UNCMaps[0].Enabled);
-}
 
 // A parameter or list entry that the writer and the reader do not carry the same way.
 void tst_fmgconfig::roundTrip()
@@ -126,17 +91,26 @@ void tst_fmgconfig::roundTrip()
     for (int i = 0; i < c.ParamCount; ++i) {
         _fmgCfg_param& p = c.Params[i];
         switch (p.Type) {
-        case fmgCfg_Bool: p.ValueB = !p.ValueB; break;
-        case fmgCfg_String: p.ValueS.set(QStringLiteral("v%1, ;=\"[x] ü€ #%2").arg(i).arg(p.Name.toQString())); break;
-        case fmgCfg_Int: p.setI(p.Max - (i % 3)); break;
-        case fmgCfg_Float: p.setF(1.23f); break;
+        case fmgCfg_Bool:
+            p.ValueB = !p.ValueB;
+            break;
+        case fmgCfg_String:
+            p.ValueS.set(QStringLiteral("v%1, ;=\"[x] ü€ #%2").arg(i).arg(p.Name.toQString()));
+            break;
+        case fmgCfg_Int:
+            p.setI(p.Max - (i % 3));
+            break;
+        case fmgCfg_Float:
+            p.setF(1.23f);
+            break;
         }
     }
     for (int i = 0; i < 25; ++i) {
         c.LogLevel[i] = i % 2;
         c.LogLevelUI[i] = i % 3 == 0;
     }
-    for (int i = 0; i < 20; ++i) c.EmailLogLevel[i] = i % 4 == 1;
+    for (int i = 0; i < 20; ++i)
+        c.EmailLogLevel[i] = i % 4 == 1;
     c.UNCMaps[2].Letter = 'Z';
     c.UNCMaps[2].Path.set("//srv/share");
     c.UNCMaps[2].Enabled = true;
@@ -169,7 +143,9 @@ void tst_fmgconfig::roundTrip()
         const _fmgCfg_param& x = c.Params[i];
         const _fmgCfg_param& y = d.Params[i];
         const QByteArray what = x.key().toLatin1();
-        QVERIFY2(x.ValueB == y.ValueB || x.Type != fmgCfg_Bool || x.Name.toQString() == QLatin1String("nTCPRequiresAuth"), what);
+        QVERIFY2(x.ValueB == y.ValueB || x.Type != fmgCfg_Bool ||
+                     x.Name.toQString() == QLatin1String("nTCPRequiresAuth"),
+                 what);
         QVERIFY2(x.ValueI == y.ValueI, what);
         QVERIFY2(x.ValueS.toQString() == y.ValueS.toQString(), what);
         QVERIFY2(x.ValueF == y.ValueF, what);
@@ -178,7 +154,8 @@ void tst_fmgconfig::roundTrip()
         QCOMPARE(d.LogLevel[i], c.LogLevel[i]);
         QCOMPARE(d.LogLevelUI[i], c.LogLevelUI[i]);
     }
-    for (int i = 0; i < 20; ++i) QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
     QCOMPARE(d.UNCMaps[2].Letter, uint8_t('Z'));
     QCOMPARE(d.UNCMaps[2].Path.toQString(), QStringLiteral("//srv/share"));
     QCOMPARE(d.UNCMaps[18].Letter, uint8_t('Q'));
@@ -200,10 +177,14 @@ void tst_fmgconfig::clampOnRead_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<double>("expected");
     QTest::newRow("below min") << QByteArray("[Jobs]\njDeleteIfNumber=5\n") << "jDeleteIfNumber" << 100.0;
-    QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber" << 10000.0;
-    QTest::newRow("beyond 16 bits") << QByteArray("[Jobs]\njDeleteIfNumber=4294967396\n") << "jDeleteIfNumber" << 10000.0;
-    QTest::newRow("very negative") << QByteArray("[NetWork]\nnFMServerPort=-9223372036854775808\n") << "nFMServerPort" << 10.0;
-    QTest::newRow("in range") << QByteArray("[Jobs]\njDeleteIfNumber=  2500 \n") << "jDeleteIfNumber" << 2500.0;
+    QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber"
+                               << 10000.0;
+    QTest::newRow("beyond 16 bits") << QByteArray("[Jobs]\njDeleteIfNumber=4294967396\n") << "jDeleteIfNumber"
+                                    << 10000.0;
+    QTest::newRow("very negative") << QByteArray("[NetWork]\nnFMServerPort=-9223372036854775808\n")
+                                   << "nFMServerPort" << 10.0;
+    QTest::newRow("in range") << QByteArray("[Jobs]\njDeleteIfNumber=  2500 \n") << "jDeleteIfNumber"
+                              << 2500.0;
     QTest::newRow("float times 100") << QByteArray("[Misc]\ncfgCost=5\n") << "cfgCost" << 0.05;
     QTest::newRow("float above") << QByteArray("[Misc]\ncfgCost=70000\n") << "cfgCost" << 6.55;
     QTest::newRow("float below") << QByteArray("[Misc]\ncfgCost=-3\n") << "cfgCost" << 0.0;
@@ -219,17 +200,21 @@ void tst_fmgconfig::clampOnRead()
     f.writeIni(ini);
     QVERIFY(f.load());
     const _fmgCfg_param& p = f.p(name.toLatin1().constData());
-    if (p.Type == fmgCfg_Float) QCOMPARE(p.ValueF, float(expected));
-    else QCOMPARE(int(p.ValueI), int(expected));
+    if (p.Type == fmgCfg_Float)
+        QCOMPARE(p.ValueF, float(expected));
+    else
+        QCOMPARE(int(p.ValueI), int(expected));
 }
 
 void tst_fmgconfig::badNumberKeepsValue_data()
 {
     QTest::addColumn<QByteArray>("ini");
     QTest::addColumn<QString>("name");
-    QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n") << "jPreviewPriorityIncrease";
+    QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n")
+                         << "jPreviewPriorityIncrease";
     QTest::newRow("empty") << QByteArray("[Jobs]\njPreviewPriorityIncrease=\n") << "jPreviewPriorityIncrease";
-    QTest::newRow("list") << QByteArray("[Jobs]\njPreviewPriorityIncrease=1,2\n") << "jPreviewPriorityIncrease";
+    QTest::newRow("list") << QByteArray("[Jobs]\njPreviewPriorityIncrease=1,2\n")
+                          << "jPreviewPriorityIncrease";
     QTest::newRow("float") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost";
 }
 
@@ -247,7 +232,8 @@ void tst_fmgconfig::badNumberKeepsValue()
     QVERIFY(f.load());
     QCOMPARE(p.ValueI, before.ValueI);
     QCOMPARE(p.ValueF, before.ValueF);
-    QVERIFY(f.fm->has(1, QStringLiteral("globalconfig.ini: parameter %1 is not a valid number!").arg(name), QStringLiteral("FM,LoadFileCfg")));
+    QVERIFY(f.fm->has(1, QStringLiteral("globalconfig.ini: parameter %1 is not a valid number!").arg(name),
+                      QStringLiteral("FM,LoadFileCfg")));
     QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000)); // the others are still read
 }
 
@@ -258,14 +244,16 @@ void tst_fmgconfig::uncMaps_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("enabled");
     QTest::addColumn<QString>("written");
-    QTest::newRow("lower letter") << "z@//srv/share@" << int('Z') << "//srv/share" << true << "Z@//srv/share@";
+    QTest::newRow("lower letter") << "z@//srv/share@" << int('Z') << "//srv/share" << true
+                                  << "Z@//srv/share@";
     QTest::newRow("no closing") << "k@/mnt/k" << int('K') << "/mnt/k" << true << "K@/mnt/k@";
     QTest::newRow("longer head") << "share@/x@junk" << int('S') << "/x" << true << "S@/x@";
     QTest::newRow("no path") << "m@@" << int('M') << "" << false << "";
     QTest::newRow("no at") << "m" << int('M') << "" << false << "";
     QTest::newRow("empty") << "" << int('A') << "" << false << "";
     QTest::newRow("wide letter") << QString(QChar(0x4E2D)) + "@/p@" << 0 << "/p" << true << "@/p@";
-    QTest::newRow("latin1 letter") << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true << QString(QChar(0xC9)) + "@/p@";
+    QTest::newRow("latin1 letter") << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true
+                                   << QString(QChar(0xC9)) + "@/p@";
 }
 
 // A drive mapping that changes its form on the way through the file.
@@ -299,8 +287,10 @@ void tst_fmgconfig::osConversion_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<QString>("written");
-    QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"} << "P:\\a?/mnt/a?/Volumes/a";
-    QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"} << "P:\\a?\?/Volumes/a";
+    QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"}
+                           << "P:\\a?/mnt/a?/Volumes/a";
+    QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"}
+                         << "P:\\a?\?/Volumes/a";
     QTest::newRow("one only") << "?/mnt/a?" << QStringList{"", "/mnt/a", ""} << "";
     QTest::newRow("short") << "P:\\a?/mnt/a" << QStringList{"P:\\a", "/mnt/a", ""} << "P:\\a?/mnt/a?";
     QTest::newRow("extra parts") << "a?b?c?d" << QStringList{"a", "b", "c"} << "a?b?c";
@@ -321,39 +311,35 @@ void tst_fmgconfig::osConversion()
     QVERIFY(f.load());
     const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
     QVERIFY(row.Path[0].isEmpty());
-    for (int os = 1; os <= 3; ++os) QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
+    for (int os = 1; os <= 3; ++os)
+        QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
     QVERIFY(f.fm->SaveFileCfg());
     QSettings s(f.iniPath(), QSettings::IniFormat);
     QCOMPARE(s.value(QStringLiteral("OSConversion/Path60")).toString(), written);
-}
-
-// A file without the switches must leave them off; present switches must land in their own array.
-void tst_fmgconfig::logSwitchesMissingAreOff()
-{
-    Farm f;
-    f.writeIni("[Interaction]\nLogLevel11=true\nLogLevelUI03=true\n[Email]\nLogLevel20=true\n");
-    QVERIFY(f.load());
-    const _fmgConfig& c = *f.fm->cfg;
-    for (int i = 0; i < 25; ++i) {
-        QCOMPARE(c.LogLevel[i], i == 10);
-        QCOMPARE(c.LogLevelUI[i], i == 2);
-    }
-    for (int i = 0; i < 20; ++i) QCOMPARE(c.EmailLogLevel[i], i == 19);
 }
 
 void tst_fmgconfig::hostileFiles_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QByteArray junk(70000, '\0');
-    for (int i = 0; i < junk.size(); ++i) junk[i] = char((i * 7919 + 13) & 0xFF);
+    for (int i = 0; i < junk.size(); ++i)
+        junk[i] = char((i * 7919 + 13) & 0xFF);
     QTest::newRow("binary junk") << junk;
     QTest::newRow("junk after section") << QByteArray("[Jobs]\n") + junk;
-    QTest::newRow("long line") << QByteArray("[NetWork]\nnServerName=") + QByteArray(300000, 'x') + "\n[UNC]\nMap01=c@" + QByteArray(5000, 'p') + "@\n";
-    QTest::newRow("long key") << QByteArray("[") + QByteArray(100000, 's') + "]\n" + QByteArray(100000, 'k') + "=1\n";
-    QTest::newRow("negative indexes") << QByteArray("[UNC]\nMap-1=c@/x@\nMap00=d@/y@\nMap20=e@/z@\n[OSConversion]\nPath-01=a?b?c\nPath61=a?b?c\n[Interaction]\nLogLevel-1=true\nLogLevel26=true\n");
+    QTest::newRow("long line") << QByteArray("[NetWork]\nnServerName=") + QByteArray(300000, 'x') +
+                                      "\n[UNC]\nMap01=c@" + QByteArray(5000, 'p') + "@\n";
+    QTest::newRow("long key") << QByteArray("[") + QByteArray(100000, 's') + "]\n" + QByteArray(100000, 'k') +
+                                     "=1\n";
+    QTest::newRow("negative indexes") << QByteArray(
+        "[UNC]\nMap-1=c@/x@\nMap00=d@/y@\nMap20=e@/"
+        "z@\n[OSConversion]\nPath-01=a?b?c\nPath61=a?b?c\n[Interaction]\nLogLevel-1=true\nLogLevel26=true\n");
     QTest::newRow("no sections") << QByteArray("jDeleteIfNumber=7\nfoo\n=\n[\n]\n");
-    QTest::newRow("huge values") << QByteArray("[Jobs]\njDeleteIfNumber=1e308\njChunkSize=99999999999999999999999999\n[Misc]\ncfgCost=-1e999\n[OSConversion]\nPath01=") + QByteArray(1000, '?') + "\n";
-    QTest::newRow("escapes") << QByteArray("[NetWork]\nnServerName=\"\\x\\u\\xffffffff\\0\n[Email]\nLogLevel01=\"\n");
+    QTest::newRow("huge values")
+        << QByteArray("[Jobs]\njDeleteIfNumber=1e308\njChunkSize=99999999999999999999999999\n[Misc]\ncfgCost="
+                      "-1e999\n[OSConversion]\nPath01=") +
+               QByteArray(1000, '?') + "\n";
+    QTest::newRow("escapes") << QByteArray(
+        "[NetWork]\nnServerName=\"\\x\\u\\xffffffff\\0\n[Email]\nLogLevel01=\"\n");
     QTest::newRow("empty") << QByteArray();
 }
 
@@ -370,12 +356,15 @@ void tst_fmgconfig::hostileFiles()
         const _fmgCfg_param& p = c.Params[i];
         QVERIFY(p.ValueS.len() <= 100);
         if (p.Type == fmgCfg_Int) QVERIFY(p.ValueI >= p.Min && p.ValueI <= p.Max);
-        if (p.Type == fmgCfg_Float) QVERIFY(!std::isnan(p.ValueF) && p.ValueF >= p.Min / 100.0f && p.ValueF <= p.Max / 100.0f);
+        if (p.Type == fmgCfg_Float)
+            QVERIFY(!std::isnan(p.ValueF) && p.ValueF >= p.Min / 100.0f && p.ValueF <= p.Max / 100.0f);
     }
-    for (const _fmgUNCMap& m : c.UNCMaps) QVERIFY(m.Path.len() <= 250);
+    for (const _fmgUNCMap& m : c.UNCMaps)
+        QVERIFY(m.Path.len() <= 250);
     for (const _fmgOSConversion& r : c.OSConversion) {
         QVERIFY(r.Path[0].isEmpty());
-        for (const auto& p : r.Path) QVERIFY(p.len() <= 200);
+        for (const auto& p : r.Path)
+            QVERIFY(p.len() <= 200);
     }
 }
 
@@ -441,7 +430,8 @@ void tst_fmgconfig::upgradeOldFiles()
     QFETCH(bool, upgraded);
     Farm f;
     f.writeIni(QStringLiteral("[Misc]\nConfigVersionMajor=%1\nConfigVersionMinor=%2\n"
-                              "[Clients]\ncAverageAbort=false\ncAverageAbortHourDelay=12\ncAverageClients=true\ncAverageForUser=false\n"
+                              "[Clients]\ncAverageAbort=false\ncAverageAbortHourDelay=12\ncAverageClients="
+                              "true\ncAverageForUser=false\n"
                               "[Jobs]\njAverageAbort=true\njAverageAbortHourDelay=3\njPrioLvlAmode=4\n")
                    .arg(major)
                    .arg(minor)
@@ -455,32 +445,9 @@ void tst_fmgconfig::upgradeOldFiles()
     QCOMPARE(fm.cfg->find("cAverageAbort") < 0, upgraded);
     QCOMPARE(fm.cfg->find("cAverageAbortHourDelay") < 0, upgraded);
     // The entries behind the removed ones are still found, and in order.
-    QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(), QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
+    QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(),
+             QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
     QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
-}
-
-// ShotGun names that stay empty after a load, though every tool needs them.
-void tst_fmgconfig::emptyShotgunTextsGetDefaults()
-{
-    Farm f;
-    f.writeIni("[ShotGun]\nsgFMName=\nsgEntityJob=\nsgEntitySubmit=\nsgUrl=\nsgProxy=\n");
-    QVERIFY(f.load());
-    QCOMPARE(f.fm->cfgGetS("sgFMName")->toQString(), QStringLiteral("fornmarkViewer"));
-    QCOMPARE(f.fm->cfgGetS("sgEntityJob")->toQString(), QStringLiteral("CustomEntity01"));
-    QCOMPARE(f.fm->cfgGetS("sgEntitySubmit")->toQString(), QStringLiteral("CustomEntity02"));
-    QVERIFY(!f.fm->cfgGetS("sgUrl")->isEmpty());
-    QVERIFY(f.fm->cfgGetS("sgProxy")->isEmpty());
-}
-
-// A server name given to the application that the file's value wins over.
-void tst_fmgconfig::overrideServerName()
-{
-    Farm f;
-    f.writeIni("[NetWork]\nnServerName=farmserver\nnUseServerIP=true\n");
-    f.fm->cfg->OverrideServerName.set("backupbox");
-    QVERIFY(f.load());
-    QCOMPARE(f.fm->cfgGetS("nServerName")->toQString(), QStringLiteral("backupbox"));
-    QCOMPARE(*f.fm->cfgGetB("nUseServerIP"), false);
 }
 
 void tst_fmgconfig::overrideServerNameArgs_data()
@@ -499,40 +466,6 @@ void tst_fmgconfig::overrideServerNameArgs()
     QFETCH(QStringList, args);
     QFETCH(QString, name);
     QCOMPARE(_fmgConfig::overrideServerNameFromArgs(args), name);
-}
-
-// Getters that return the wrong field, stay silent on a bad name, or talk in their const form.
-void tst_fmgconfig::getters()
-{
-    CatchFM fm;
-    *fm.cfgGetI("jDeleteIfNumber") = 4321;
-    QCOMPARE(*static_cast<const CatchFM&>(fm).cfgGetI("jDeleteIfNumber"), short(4321));
-    QCOMPARE(*fm.cfgGetF("cfgCost"), 0.05f);
-    QCOMPARE(*fm.cfgGetB("nWebServerStart"), true);
-    QVERIFY(fm.lines.isEmpty());
-
-    bool* zero = fm.cfgGetB("noSuchKey");
-    QVERIFY(zero && !*zero);
-    *zero = true;
-    QVERIFY(!*fm.cfgGetB("noSuchKeyEither")); // the stand-in is zero again
-    QVERIFY(fm.has(1, QStringLiteral("config param not found: noSuchKey"), QStringLiteral("FM,cfgGetB")));
-    QCOMPARE(*fm.cfgGetI("nServerName"), short(0));
-    QVERIFY(fm.has(1, QStringLiteral("config param nServerName is not an integer!"), QStringLiteral("FM,cfgGetI")));
-    QVERIFY(fm.cfgGetS("cfgCost")->isEmpty());
-    QVERIFY(fm.has(1, QStringLiteral("config param cfgCost is not a string!"), QStringLiteral("FM,cfgGetS")));
-    QCOMPARE(*fm.cfgGetF("UIcolor"), 0.0f);
-    QVERIFY(fm.has(1, QStringLiteral("config param UIcolor is not a float!"), QStringLiteral("FM,cfgGetF")));
-    QVERIFY(!*fm.cfgGetB("jChunkSize"));
-    QVERIFY(fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgGetB")));
-
-    fm.lines.clear();
-    const CatchFM& cfm = fm;
-    QVERIFY(!cfm.cfgGetB("noSuchKey"));
-    QVERIFY(!cfm.cfgGetI("nServerName"));
-    QVERIFY(!cfm.cfgGetS("cfgCost"));
-    QVERIFY(!cfm.cfgGetF("UIcolor"));
-    QVERIFY(!cfm.cfgGetS(nullptr));
-    QVERIFY(fm.lines.isEmpty());
 }
 
 // Setters that store beyond the bounds, report an unknown name, or miss a wrong type.
@@ -557,9 +490,11 @@ void tst_fmgconfig::setters()
     QVERIFY(!fm.cfgSetS("noSuchKey", fmString<200>("x")));
     QVERIFY(fm.lines.isEmpty());
     QVERIFY(!fm.cfgSetB("jChunkSize", true));
-    QVERIFY(fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgSetB")));
+    QVERIFY(
+        fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgSetB")));
     QVERIFY(!fm.cfgSetI("cfgCost", 1));
-    QVERIFY(fm.has(1, QStringLiteral("config param cfgCost is not an integer!"), QStringLiteral("FM,cfgSetI")));
+    QVERIFY(
+        fm.has(1, QStringLiteral("config param cfgCost is not an integer!"), QStringLiteral("FM,cfgSetI")));
     QVERIFY(!fm.cfgSetF("sgEnable", 1.0f));
     QVERIFY(fm.has(1, QStringLiteral("config param sgEnable is not a float!"), QStringLiteral("FM,cfgSetF")));
     QVERIFY(!fm.cfgSetS("UIcolor", fmString<200>("1")));
