@@ -1,5 +1,5 @@
+#include "fmrecordbytes.h"
 #include "jobs/fmjob.h"
-#include "jobtestutil.h"
 
 #include <QTest>
 #include <cmath>
@@ -13,7 +13,6 @@ class tst_jobrecords : public QObject
 {
     Q_OBJECT
 private slots:
-    void constructedDefaults();
     void clearBasicsKeepsHeader();
     void clearSaveRepairs_data();
     void clearSaveRepairs();
@@ -21,58 +20,14 @@ private slots:
     void framesTotal();
     void isDisabled_data();
     void isDisabled();
-    void markedAsError_data();
-    void markedAsError();
     void structVersion_data();
     void structVersion();
-    void fromMinInfo();
     void fn2F_data();
     void fn2F();
     void f2fn();
     void damagedSequenceIsSafe();
-    void basicsArray();
-    void commandSend();
     void settingsSend();
 };
-
-// Wrong defaults or a clear that misses a layer would give every new job wrong settings.
-void tst_jobrecords::constructedDefaults()
-{
-    auto job = std::make_unique<_JobSend>();
-    const uint8_t* b = reinterpret_cast<const uint8_t*>(job.get());
-    QCOMPARE(readAt<uint16_t>(b, 0), uint16_t(0x0403));
-    QCOMPARE(readAt<uint16_t>(b, 2), uint16_t(3));
-    QCOMPARE(readAt<uint16_t>(b, 4), uint16_t(0x0506));
-    QCOMPARE(readAt<uint16_t>(b, 6), uint16_t(7));
-    QCOMPARE(readAt<uint16_t>(b, 8), uint16_t(0x0606));
-    QCOMPARE(readAt<uint16_t>(b, 10), uint16_t(6));
-    QCOMPARE(readAt<uint16_t>(b, 12), uint16_t(0x0705));
-    QCOMPARE(readAt<uint16_t>(b, 14), uint16_t(5));
-    QCOMPARE(int(job->PathOS), int(fmThisOS));
-    QCOMPARE(int(job->ImageFramePadding), 4);
-    QCOMPARE(double(job->SeqStep), 1.0);
-    QCOMPARE(job->UserName.toQString(), QStringLiteral("none"));
-    QCOMPARE(job->JobFilesFolder.toQString(), QStringLiteral("none"));
-    QCOMPARE(job->CustomSeQName.toQString(), QStringLiteral("<auto>"));
-    QCOMPARE(job->CustomVersionName.toQString(), QStringLiteral("<auto>"));
-    QCOMPARE(int(job->PreviewEnabled), 1);
-    QCOMPARE(int(job->SeqDivMIN), 10);
-    QCOMPARE(int(job->SeqDivMAX), 25);
-    QCOMPARE(int(job->MaxClientsAtATime), 750);
-    QCOMPARE(int(job->Priority), 50);
-    QCOMPARE(int(job->NumberPreview), 5);
-    QCOMPARE(int(job->MaxCrashes), 30);
-    QCOMPARE(int64_t(job->WaitForTime.t), int64_t(job->DateSend.t) - 4320000);
-    QVERIFY(job->DateSend.t > 0);
-    QCOMPARE(int(job->PreviewFirstFrame), -1);
-    QCOMPARE(int(job->PreviewFrameStep), 1);
-    QCOMPARE(double(job->MeasureA), -9999.0);
-    QCOMPARE(int(job->FrameTimeSeconds), 7200);
-    QCOMPARE(int(job->FramesTotal), 1);
-    QCOMPARE(int(job->FramesLeft), 1);
-    // Every byte of the custom block and the counts start at zero.
-    for (int i = 0; i < JobCustomData_Size; ++i) QCOMPARE(int(job->CustomData[i]), 0);
-}
 
 // A clear of the basics layer must keep the 20 bytes of header and outer identifier.
 void tst_jobrecords::clearBasicsKeepsHeader()
@@ -195,30 +150,6 @@ void tst_jobrecords::isDisabled()
     QCOMPARE(job->IsDisabled(now), result);
 }
 
-void tst_jobrecords::markedAsError_data()
-{
-    QTest::addColumn<int>("hard");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<bool>("result");
-    QTest::newRow("none") << 0 << 0 << false;
-    QTest::newRow("5 soft") << 0 << 5 << false;
-    QTest::newRow("6 soft") << 0 << 6 << true;
-    QTest::newRow("1 hard") << 1 << 0 << true;
-    QTest::newRow("negative hard") << -1 << 0 << false;
-}
-
-// The limits of the error mark (more than 5 soft errors, any hard one).
-void tst_jobrecords::markedAsError()
-{
-    QFETCH(int, hard);
-    QFETCH(int, count);
-    QFETCH(bool, result);
-    auto job = std::make_unique<_JobSave>();
-    job->ErrorCountHard = int8_t(hard);
-    job->ErrorCount = int8_t(count);
-    QCOMPARE(job->IsJobMarkedAsError(), result);
-}
-
 // A newer layer version passes, any other identifier or an older version does not.
 void tst_jobrecords::structVersion_data()
 {
@@ -243,49 +174,6 @@ void tst_jobrecords::structVersion()
     auto job = std::make_unique<_JobSend>();
     writeAt<uint16_t>(job.get(), size_t(offset), uint16_t(value));
     QCOMPARE(job->isRightStructVersion(), result);
-}
-
-// A minimal record must set its fields and, when asked, the placeholder texts.
-void tst_jobrecords::fromMinInfo()
-{
-    _JobMinInfo info;
-    info.JobID = 0x0123456789ull;
-    info.UserName = "anna";
-    info.CompanyProjectName = "Big Film";
-    info.CustomSeQName = "Maya";
-    info.JobFlags = 0x1234;
-    info.Bits = 2 | 4 | 16;
-    auto job = std::make_unique<_JobSend>();
-    job->Camera = "cam";
-    job->Priority = 99;
-    job->fromMinInfo(&info, true, true);
-    QCOMPARE((unsigned long long)job->JobID, 0x0123456789ull);
-    QCOMPARE(job->UserName.toQString(), QStringLiteral("anna"));
-    QCOMPARE(job->CompanyProjectName.toQString(), QStringLiteral("Big Film"));
-    QCOMPARE(job->Software.toQString(), QStringLiteral("Maya"));
-    QCOMPARE(int(job->JobFlags), 0x34);
-    QCOMPARE(int(job->ServerOnly), 1);
-    QCOMPARE(int(job->Disabled), 1);
-    QCOMPARE(int(job->Status), 200);
-    QCOMPARE(int(job->Priority), 50); // cleared first
-    QCOMPARE(job->SceneName.toQString(), QStringLiteral("?waiting for update. Or user right to view is missing."));
-    QCOMPARE(job->Camera.toQString(), QStringLiteral("?update?"));
-    QCOMPARE(job->ImageFileName.toQString(), QStringLiteral("?update?"));
-    QCOMPARE(double(job->SeqStart), -1.0);
-    QCOMPARE(double(job->SeqEnd), -1.0);
-
-    // Without clearing and marking: other fields stay, no flags from a zero byte.
-    auto kept = std::make_unique<_JobSend>();
-    kept->Camera = "cam";
-    kept->Priority = 99;
-    info.Bits = 0;
-    kept->fromMinInfo(&info, false, false);
-    QCOMPARE(kept->Camera.toQString(), QStringLiteral("cam"));
-    QCOMPARE(int(kept->Priority), 99);
-    QCOMPARE(int(kept->Status), 0);
-    QCOMPARE(int(kept->ServerOnly), 0);
-    kept->fromMinInfo(nullptr, true, true); // no crash, nothing changes
-    QCOMPARE(int(kept->Priority), 99);
 }
 
 // Frame number to index: before the sequence, past its end, rounding, passes and file offset.
@@ -371,61 +259,6 @@ void tst_jobrecords::damagedSequenceIsSafe()
     job->FramesPerPass = -5;
     job->F2fn(12, &pass);
     QCOMPARE(int(pass), 0);
-}
-
-// Growth keeps earlier records, new ones are cleared, at() stops at the end.
-void tst_jobrecords::basicsArray()
-{
-    _JobBasicsArray a;
-    QVERIFY(a.isVersionSupported(3));
-    QVERIFY(!a.isVersionSupported(4));
-    QCOMPARE(a.at(0), nullptr);
-    _JobBasics* j = nullptr;
-    QVERIFY(a.getNewJob(j));
-    QVERIFY(j);
-    j->JobID = 4242;
-    for (int i = 0; i < 40; ++i) QVERIFY(a.getNewJob(j));
-    QCOMPARE(int(a.Count), 41);
-    QCOMPARE((unsigned long long)a.at(0)->JobID, 4242ull);
-    QCOMPARE(int(a.at(40)->ImageFramePadding), 4);
-    QCOMPARE(int(a.at(40)->BasicsStructID), 0x0403);
-    QCOMPARE(a.at(41), nullptr);
-    QCOMPARE(a.at(-1), nullptr);
-    QVERIFY(a.SetArraySize(10)); // never shrinks
-    QCOMPARE(int(a.Count), 41);
-    QVERIFY(!a.SetArraySize(std::numeric_limits<int>::max()));
-    QCOMPARE(int(a.Count), 41);
-    a.StructSize = 24000;
-    QVERIFY(!a.isVersionSupported(3));
-    a.clear();
-    QCOMPARE(a.at(0), nullptr);
-}
-
-// Defaults, list text with line ends after every tenth, and a damaged Count.
-void tst_jobrecords::commandSend()
-{
-    auto c = std::make_unique<_JobCommandSend>();
-    QCOMPARE(int(c->Count), 0);
-    QCOMPARE(int(c->Command), -1);
-    auto d = std::make_unique<_JobCommandSend>(short(7));
-    QCOMPARE(int(d->Command), 7);
-    QCOMPARE(c->idsAsString(), QString());
-    c->Count = 11;
-    for (int i = 0; i < 11; ++i) writeAt<unsigned long long>(c.get(), 4 + 8 * size_t(i), 10000ull << 24);
-    const QString s = c->idsAsString();
-    QCOMPARE(s.count(QStringLiteral("{AAB}, ")), 11);
-    QCOMPARE(s.count(QLatin1Char('\n')), 1);
-    QVERIFY(s.indexOf(QLatin1Char('\n')) == 10 * 7);
-    c->Count = 32767;
-    QCOMPARE(c->idsAsString().count(QStringLiteral(", ")), 7500);
-    c->Count = -5;
-    QVERIFY(c->idsAsString().isEmpty());
-
-    auto settings = std::make_unique<_JobSettingsSend>();
-    QCOMPARE(readAt<uint16_t>(settings.get(), 0), uint16_t(0x0403));
-    QCOMPARE(readAt<uint16_t>(settings.get(), 2), uint16_t(3));
-    settings->Count = 2;
-    QCOMPARE(settings->idsAsString(), QStringLiteral("{AAA}, {AAA}, "));
 }
 
 // Only masked fields change; mirrors, custom values and the option list follow their rules.
