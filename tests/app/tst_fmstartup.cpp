@@ -1,7 +1,7 @@
 #include "app/fm.h"
-#include "foundation/fmlogfile.h"
 #include "farm/fmgconfig.h"
 #include "fmtestroot.h"
+#include "foundation/fmlogfile.h"
 
 #include <QDir>
 #include <QFile>
@@ -57,16 +57,9 @@ class tst_fmstartup : public QObject
 private slots:
     void commandLine_data();
     void commandLine();
-    void machineNameAndLogName_data();
-    void machineNameAndLogName();
-    void hostName();
     void versionAndTitle();
-    void releaseDate_data();
-    void releaseDate();
     void noRootWarns();
-    void structureGuard();
     void debugLogFile();
-    void noLogFileWithoutDebug();
     void styleChoices_data();
     void styleChoices();
 };
@@ -79,21 +72,27 @@ void tst_fmstartup::commandLine_data()
     QTest::addColumn<QList<int>>("levelsOff");
     QTest::addColumn<bool>("noLogFile");
     QTest::addColumn<int>("flushInterval");
-    QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true << 60;
-    QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true << 60;
-    QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true << 60;
-    QTest::newRow("debugNetwork") << QStringList{"-debugNetwork"} << QList<int>{12} << QList<int>{10} << true << 60;
-    QTest::newRow("debugThreads") << QStringList{"-debugThreads"} << QList<int>{15} << QList<int>{10} << true << 60;
-    QTest::newRow("useLogfile is not enough") << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true
-                                              << 60;
+    QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true
+                          << 60;
+    QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true
+                               << 60;
+    QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true
+                               << 60;
+    QTest::newRow("debugNetwork") << QStringList{"-debugNetwork"} << QList<int>{12} << QList<int>{10} << true
+                                  << 60;
+    QTest::newRow("debugThreads") << QStringList{"-debugThreads"} << QList<int>{15} << QList<int>{10} << true
+                                  << 60;
+    QTest::newRow("useLogfile is not enough")
+        << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true << 60;
     QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
                            << QList<int>{11, 12, 20, 24} << false << 60;
-    QTest::newRow("debug any case") << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false << 60;
-    QTest::newRow("debug prefix is not debug") << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true
-                                               << 60;
+    QTest::newRow("debug any case") << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false
+                                    << 60;
+    QTest::newRow("debug prefix is not debug")
+        << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true << 60;
     QTest::newRow("flush all") << QStringList{"-LogFlushAll"} << QList<int>{} << QList<int>{10} << true << 0;
-    QTest::newRow("value of a value option is skipped") << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{}
-                                                        << QList<int>{10} << false << 60;
+    QTest::newRow("value of a value option is skipped")
+        << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{} << QList<int>{10} << false << 60;
 }
 
 void tst_fmstartup::commandLine()
@@ -107,8 +106,10 @@ void tst_fmstartup::commandLine()
     __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
     fmTestArgs a(withRoot(root, args));
     QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
-    for (int l : levelsOn) QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
-    for (int l : levelsOff) QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
+    for (int l : levelsOn)
+        QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
+    for (int l : levelsOff)
+        QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
     // AppInit reads "-debug" as a whole argument, so a value that spells it still counts there.
     QCOMPARE(fm.NoLogFile, noLogFile);
     QCOMPARE(fm.Log->FlushInterval, flushInterval);
@@ -116,42 +117,6 @@ void tst_fmstartup::commandLine()
     QVERIFY(fm.App.MessageBoxAllowed);
     fm.ArgC = 0;
     fm.ArgV = nullptr;
-}
-
-// The log names: log folder + program name + "_" + machine + ".txt"; "-OMName"/"-OMN" override.
-void tst_fmstartup::machineNameAndLogName_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("machine"); // "" = the host's name
-    QTest::newRow("OMName") << QStringList{"-OMName", "Render01"} << "Render01";
-    QTest::newRow("OMN any case") << QStringList{"-omn", "box7"} << "box7";
-    QTest::newRow("OMN without value") << QStringList{"-OMN"} << "";
-}
-
-void tst_fmstartup::machineNameAndLogName()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QString, machine);
-    fmTestRoot root;
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fmTestArgs a(withRoot(root, args));
-    QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
-    if (machine.isEmpty()) machine = fm.getHostName().left(75);
-    QCOMPARE(fm.App.MachineName.toQString(), machine);
-    QCOMPARE(fm.Log->FileName.toQString(), root.path() + "sub/log/fmHistorydb_" + machine + ".txt");
-    QCOMPARE(fm.LogError->FileName.toQString(), root.path() + "sub/log/_ERROR.txt");
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
-// The host name: no domain, first letter upper case, never empty.
-void tst_fmstartup::hostName()
-{
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    const QString name = fm.getHostName();
-    QVERIFY(!name.isEmpty());
-    QVERIFY(!name.mid(1).contains(QLatin1Char('.')));
-    QCOMPARE(name.at(0), name.at(0).toUpper());
 }
 
 // "6." in the root's version text reads "7." after start-up, in the title and the version.
@@ -169,27 +134,6 @@ void tst_fmstartup::versionAndTitle()
     QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10  fmVer 8.1"));
     fm.ArgC = 0;
     fm.ArgV = nullptr;
-}
-
-// The release date is the version file's second line, with its two failure texts.
-void tst_fmstartup::releaseDate_data()
-{
-    QTest::addColumn<QByteArray>("file"); // "-" = no file
-    QTest::addColumn<QString>("text");
-    QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
-    QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
-    QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
-}
-
-void tst_fmstartup::releaseDate()
-{
-    QFETCH(QByteArray, file);
-    QFETCH(QString, text);
-    fmTestRoot root;
-    if (file != "-") QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), file));
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fm.SubPath = root.path() + QStringLiteral("sub/");
-    QCOMPARE(fm.getReleaseDate(), text);
 }
 
 // Started outside any root: the warning box names the program, and start-up fails.
@@ -211,19 +155,6 @@ void tst_fmstartup::noRootWarns()
     QVERIFY(g_boxes[0].endsWith("('/nowhere/at/all/fmHistorydb')"));
 }
 
-// A damaged object (wrong structure size) must stop the start-up.
-void tst_fmstartup::structureGuard()
-{
-    fmTestRoot root;
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fm.StructSize = 1;
-    fmTestArgs a(withRoot(root, {}));
-    QVERIFY(!fm.SetupCfgSDK(a.argc, a.argv()));
-    QVERIFY(!fm.Configured);
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
 // With "-debug" the program's own log file holds the start-up and shutdown lines in the line format.
 void tst_fmstartup::debugLogFile()
 {
@@ -231,7 +162,8 @@ void tst_fmstartup::debugLogFile()
     root.makeFolder(QStringLiteral("sub/log"));
     {
         __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fmTestArgs a(withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
+        fmTestArgs a(
+            withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
         QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
         fm.ArgC = 0;
         fm.ArgV = nullptr;
@@ -247,29 +179,12 @@ void tst_fmstartup::debugLogFile()
         QVERIFY2(stamp.match(l).hasMatch() || l.startsWith(indent), line.constData());
     }
     QVERIFY(text.contains("|           params: '-debug' ;;   (CheckCommandlineParameter)\n"));
-    QVERIFY(text.contains("|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
+    QVERIFY(
+        text.contains("|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
     QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
     QVERIFY(text.contains("##################SHUTDOWN#####"));
     QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
     QVERIFY(readAll(root.path() + QStringLiteral("sub/log/_ERROR.txt")).startsWith("[Box1]\n"));
-}
-
-// Without "-debug" a normal start writes no log file at all.
-void tst_fmstartup::noLogFileWithoutDebug()
-{
-    fmTestRoot root;
-    QVERIFY(writeGlobalConfig(root));
-    {
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
-        fm.SetupCfg(a.argc, a.argv(), false, nullptr); // ends at the client tables
-        QVERIFY(fm.NoLogFile);
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
-    }
-    QVERIFY(QDir(root.path() + QStringLiteral("sub/log")).exists());
-    const QStringList files = QDir(root.path() + QStringLiteral("sub/log")).entryList(QDir::Files);
-    QVERIFY2(files.isEmpty(), qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
 }
 
 // The style choices from the configuration and the theme options reach the window side.
@@ -284,14 +199,15 @@ void tst_fmstartup::styleChoices_data()
     QTest::newRow("defaults") << QStringList{} << false << false << false << 8 << 7;
     QTest::newRow("dark") << QStringList{"-darkUI"} << true << false << false << 8 << 7;
     QTest::newRow("contained anywhere") << QStringList{"x-DARKui"} << true << false << false << 8 << 7;
-    QTest::newRow("easter wins over earlier dark") << QStringList{"-darkUI", "-easterUI"} << false << true << false
-                                                   << 8 << 7;
-    QTest::newRow("light after dark") << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
+    QTest::newRow("easter wins over earlier dark")
+        << QStringList{"-darkUI", "-easterUI"} << false << true << false << 8 << 7;
+    QTest::newRow("light after dark")
+        << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
     QTest::newRow("viola") << QStringList{"-violaUI"} << false << false << true << 8 << 7;
-    QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false << false
-                                << false << 11 << 6;
-    QTest::newRow("font size not a number") << QStringList{"-defaultFontSize", "big"} << false << false << false << 8
-                                            << 7;
+    QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false
+                                << false << false << 11 << 6;
+    QTest::newRow("font size not a number")
+        << QStringList{"-defaultFontSize", "big"} << false << false << false << 8 << 7;
 }
 
 void tst_fmstartup::styleChoices()
