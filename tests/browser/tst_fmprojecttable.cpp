@@ -18,7 +18,8 @@ void makeDb(const QString& path, int jobs, int bytes = 0, int firstJob = 0)
 {
     QDir().mkpath(QFileInfo(path).path());
     QByteArray f;
-    for (int n = 0; n < jobs; ++n) f += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
+    for (int n = 0; n < jobs; ++n)
+        f += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
     if (jobs == 0) f = QByteArray(bytes, 'x');
     QVERIFY(jlfix::writeFile(path, f));
 }
@@ -26,7 +27,8 @@ void makeDb(const QString& path, int jobs, int bytes = 0, int firstJob = 0)
 QStringList filesOf(const _projectInfo& p, const QString& root)
 {
     QStringList out;
-    for (const _projectInfo_files& f : p.Files) out.append(QString(f.FileName).remove(root));
+    for (const _projectInfo_files& f : p.Files)
+        out.append(QString(f.FileName).remove(root));
     return out;
 }
 
@@ -43,17 +45,12 @@ private slots:
     void estimates();
     // Catches a table that grows beyond its 1451 entries or takes later files of known projects.
     void tableMargin();
-    // Catches a rescan that forgets the files a former scan left (kept on purpose).
-    void rescanAppends();
     // Catches a project load that does not add up its files, or that changes the current project
     // when a file is missing.
     void loadProject();
     // Catches combo text with the wrong padding, marker or order.
     void comboText_data();
     void comboText();
-    // Catches a grey outside 0..150 or stepping at the wrong age.
-    void comboGrey_data();
-    void comboGrey();
 };
 
 void tst_fmprojecttable::scanGroupsFiles()
@@ -107,28 +104,11 @@ void tst_fmprojecttable::tableMargin()
 {
     fmProjectTable t(FM);
     fmTime_t time;
-    for (int i = 0; i < 1460; ++i) t.addProjectFile(QStringLiteral("/h/p%1.db").arg(i), time, 10);
+    for (int i = 0; i < 1460; ++i)
+        t.addProjectFile(QStringLiteral("/h/p%1.db").arg(i), time, 10);
     QCOMPARE(t.nrOfProjects, 1451);
     t.addProjectFile("/h/p0.db61", time, 10); // a known project, yet dropped
     QCOMPARE(t.projects[0].Files.size(), 1);
-}
-
-void tst_fmprojecttable::rescanAppends()
-{
-    QTemporaryDir d;
-    const QString root = d.path() + QStringLiteral("/");
-    makeDb(root + "Shot.db", 0, 10);
-    makeDb(root + "SHOT.db61", 0, 10);
-    fmProjectTable t(FM);
-    t.loadProjectList(root);
-    QCOMPARE(t.nrOfProjects, 1);
-    QCOMPARE(t.projects[0].Name, QStringLiteral("SHOT")); // "SHOT.db61" sorts first by character code
-    QCOMPARE(t.projects[0].Files.size(), 2);
-    t.projects[0].Loaded = true;
-    t.loadProjectList(root);
-    QCOMPARE(t.projects[0].Files.size(), 4);
-    QVERIFY(!t.projects[0].Loaded);
-    QCOMPARE(t.projects[0].NrOfJobs, 0LL);
 }
 
 void tst_fmprojecttable::loadProject()
@@ -152,8 +132,8 @@ void tst_fmprojecttable::loadProject()
     QCOMPARE(t.currentProjectID, 0);
     QCOMPARE(t.projects[0].DateFirst.t, int64_t(jlfix::makeRecord(0)->DateSend.t));
     QCOMPARE(t.projects[0].DateLast.t, int64_t(jlfix::makeRecord(11)->DateFinished.t));
-    const float expectedAv = float(124300 + QFileInfo(root + "Car.db").size() + QFileInfo(root + "Car.db61").size()) /
-                             float(55);
+    const float expectedAv =
+        float(124300 + QFileInfo(root + "Car.db").size() + QFileInfo(root + "Car.db61").size()) / float(55);
     QCOMPARE(t.avJobSize, expectedAv);
 
     // A file that vanished since the scan stops the load after the files before it.
@@ -195,29 +175,6 @@ void tst_fmprojecttable::comboText()
     p.Loaded = loaded;
     p.NrOfJobs = count;
     QCOMPARE(fmProjectTable::comboText(p), text);
-}
-
-void tst_fmprojecttable::comboGrey_data()
-{
-    QTest::addColumn<int>("days");
-    QTest::addColumn<int>("grey");
-    QTest::newRow("today") << 0 << 0;
-    QTest::newRow("future") << -5 << 0;
-    QTest::newRow("3 days") << 3 << 1;
-    QTest::newRow("299 days") << 299 << 149;
-    QTest::newRow("300 days") << 300 << 150;
-    QTest::newRow("1000 days") << 1000 << 150;
-}
-
-void tst_fmprojecttable::comboGrey()
-{
-    QFETCH(int, days);
-    QFETCH(int, grey);
-    _projectInfo p;
-    fmTime_t now;
-    now.t = 1600000000;
-    p.DateLast.t = now.t - int64_t(days) * 86400;
-    QCOMPARE(fmProjectTable::comboGrey(p, now), grey);
 }
 
 QTEST_GUILESS_MAIN(tst_fmprojecttable)
