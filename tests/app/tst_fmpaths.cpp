@@ -210,50 +210,6 @@ void tst_fmpaths::loadStatus()
     QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + QStringLiteral("website/"));
 }
 
-namespace {
-
-struct DerivedRow
-{
-    const char* name;
-    fmString<250> __FMSDK::*member;
-    const char* value; // "%R" = the root
-};
-
-const DerivedRow kDerived[] = {
-    {"BinPath", &__FMSDK::BinPath, "%Rbin/lx/"},
-    {"BinPath64", &__FMSDK::BinPath64, "%Rbin/lx64/"},
-    {"SubPath", &__FMSDK::SubPath, "%Rsub/"},
-    {"CfgGlobalPath", &__FMSDK::CfgGlobalPath, "%Rsub/cfg_global/"},
-    {"CfgUserPath", &__FMSDK::CfgUserPath, "%Rsub/cfg_user/"},
-    {"LogPath", &__FMSDK::LogPath, "%Rsub/log/"},
-    {"ClientScriptsPath", &__FMSDK::ClientScriptsPath, "%Rsub/client_execute_scripts/"},
-    {"HistoryDbPath", &__FMSDK::HistoryDbPath, "%Rsub/history_db/"},
-    {"StatsPath", &__FMSDK::StatsPath, "%Rsub/stats/"},
-    {"WebsiteTemplatesPath", &__FMSDK::WebsiteTemplatesPath, "%Rsub/cfg_website_templates/"},
-    {"AutoloadPath", &__FMSDK::AutoloadPath, "%Rautoload/"},
-    {"WebsitePath", &__FMSDK::WebsitePath, "%Rwebsite/"},
-    {"RenderAppsConfigPath", &__FMSDK::RenderAppsConfigPath, "%Rrender_apps/_config/"},
-    {"PrePostScriptsPath", &__FMSDK::PrePostScriptsPath, "%Rrender_apps/_prepost_scripts/"},
-    {"SetEnvPath", &__FMSDK::SetEnvPath, "%Rrender_apps/_setenv/lx/"},
-    {"InstallPathsPath", &__FMSDK::InstallPathsPath, "%Rrender_apps/_install_paths/"},
-    {"SubmitPluginsPath", &__FMSDK::SubmitPluginsPath, "%Rrender_apps/_submitplugins/"},
-    {"PluginsPath", &__FMSDK::PluginsPath, "%Rplugins/"},
-    {"ServerJobsPluginsPath", &__FMSDK::ServerJobsPluginsPath, "%Rplugins64/server_jobs/"},
-    {"ServerNotifyPluginsPath", &__FMSDK::ServerNotifyPluginsPath, "%Rplugins64/server_notify/"},
-    {"ImagePluginsPath", &__FMSDK::ImagePluginsPath, "%Rplugins64/image/"},
-    {"SceneParserPluginsPath", &__FMSDK::SceneParserPluginsPath, "%Rplugins64/submitter_sceneparser/"},
-    {"LocalDataPath", &__FMSDK::LocalDataPath, "/var/tmp/FM_localdata/"},
-    {"LocalTexturesPath", &__FMSDK::LocalTexturesPath, "/var/tmp/FM_localdata/textures/"},
-    {"LocalTempPath", &__FMSDK::LocalTempPath, "/var/tmp/FM_localdata/temp/"},
-    {"LocalRenderOutPath", &__FMSDK::LocalRenderOutPath, "/var/tmp/FM_localdata/renderout/"},
-    {"LocalCachedScenesPath", &__FMSDK::LocalCachedScenesPath, "/var/tmp/FM_localdata/cachedscenes/"},
-    {"LocalRendererPrefsPath", &__FMSDK::LocalRendererPrefsPath, "/var/tmp/FM_localdata/renderer_prefs/"},
-    {"LocalRendererExePath", &__FMSDK::LocalRendererExePath, "/var/tmp/FM_localdata/renderer_exe/"},
-    {"ThreadCheckFolder", &__FMSDK::ThreadCheckFolder, ""},
-};
-
-} // namespace
-
 // Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
 // empty column is passed over; the suffix rule and separators follow the target.
 void tst_fmpaths::convertSingle_data()

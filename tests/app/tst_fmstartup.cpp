@@ -57,7 +57,6 @@ class tst_fmstartup : public QObject
 private slots:
     void commandLine_data();
     void commandLine();
-    void versionAndTitle();
     void noRootWarns();
     void debugLogFile();
     void styleChoices_data();
@@ -115,23 +114,6 @@ void tst_fmstartup::commandLine()
     QCOMPARE(fm.Log->FlushInterval, flushInterval);
     QVERIFY(fm.Configured);
     QVERIFY(fm.App.MessageBoxAllowed);
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
-// "6." in the root's version text reads "7." after start-up, in the title and the version.
-void tst_fmstartup::versionAndTitle()
-{
-    fmTestRoot root;
-    QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), " 6.0.10\n2026-11-01\n"));
-    __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    fmTestArgs a(withRoot(root, {}));
-    QVERIFY(fm.SetupCfg(a.argc, a.argv(), false, nullptr));
-    QCOMPARE(fm.VersionText.toQString(), QStringLiteral(" 7.0.10"));
-    QCOMPARE(fm.AppTitle(false), QStringLiteral("fmTest L     7.0.10    fmVer 7.0.10"));
-    QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10"));
-    fm.VersionText = " 8.1";
-    QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10  fmVer 8.1"));
     fm.ArgC = 0;
     fm.ArgV = nullptr;
 }

@@ -74,12 +74,9 @@ private slots:
     void osConversion();
     void hostileFiles_data();
     void hostileFiles();
-    void missingFile();
     void unchangedFileIsNotReadAgain();
     void upgradeOldFiles_data();
     void upgradeOldFiles();
-    void overrideServerNameArgs_data();
-    void overrideServerNameArgs();
     void setters();
 };
 
@@ -368,20 +365,6 @@ void tst_fmgconfig::hostileFiles()
     }
 }
 
-// A missing file that is not reported, or that spoils the time of the last good read.
-void tst_fmgconfig::missingFile()
-{
-    Farm f;
-    f.fm->cfg->LastFileTime.t = 12345;
-    QVERIFY(!f.fm->LoadFileCfg());
-    QVERIFY(f.fm->has(0, QStringLiteral("globalconfig.ini not found!"), QStringLiteral("FM,LoadFileCfg")));
-    QVERIFY(f.fm->has(10, f.iniPath() + QStringLiteral("   loading..."), QStringLiteral("FM,LoadFileCfg")));
-    QCOMPARE(f.fm->cfg->LastFileTime.t, int64_t(12345));
-    // A folder of that name is no file either.
-    QVERIFY(QDir(f.dir.path()).mkdir(QStringLiteral("globalconfig.ini")));
-    QVERIFY(!f.fm->LoadFileCfg());
-}
-
 // A reload that reads the file again although its time did not change, or skips a newer one.
 void tst_fmgconfig::unchangedFileIsNotReadAgain()
 {
@@ -448,24 +431,6 @@ void tst_fmgconfig::upgradeOldFiles()
     QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(),
              QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
     QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
-}
-
-void tst_fmgconfig::overrideServerNameArgs_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("long") << QStringList{"app", "-OverrideServerName", "srv1"} << "SRV1";
-    QTest::newRow("short any case") << QStringList{"app", "-x", "-osn", "Box"} << "BOX";
-    QTest::newRow("last without value") << QStringList{"app", "-OSN"} << "";
-    QTest::newRow("cut") << QStringList{"app", "-OSN", QString(300, 'a')} << QString(200, 'A');
-}
-
-// An override option that is missed, taken from the wrong place or not upper-cased.
-void tst_fmgconfig::overrideServerNameArgs()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QString, name);
-    QCOMPARE(_fmgConfig::overrideServerNameFromArgs(args), name);
 }
 
 // Setters that store beyond the bounds, report an unknown name, or miss a wrong type.

@@ -1,5 +1,4 @@
 #include "app/fm.h"
-#include "farm/fmclientlist.h"
 #include "fmrecordbytes.h"
 #include "jobs/fmjobhistory.h"
 
@@ -220,7 +219,6 @@ private slots:
     void hostileRecordRoundTrips();
     void ghzHours_data();
     void ghzHours();
-    void ghzHoursFromClientTable();
 };
 
 // Every field of a finished job must land at its place in the history record, nothing else.
@@ -512,32 +510,6 @@ void tst_jobhistory::ghzHours()
     QCOMPARE(int(rt->SaveStructVersion), saveVersion);
     // Client counts beyond the record's 750 entries are not read.
     rt->fromJobSave(h.get(), speeds, 6);
-}
-
-// The estimate must read Speed and Cores of FM's client table by client index.
-void tst_jobhistory::ghzHoursFromClientTable()
-{
-    // A client list of its own, put in FM's place for the test (only the client table is needed).
-    auto own = std::make_unique<fmC::_ClientList>(FM);
-    fmC::_ClientList* const saved = FM.ClientList;
-    FM.ClientList = own.get();
-    fmC::_ClientList& list = *own;
-    list.clear();
-    for (int i = 0; i < 4; ++i)
-        QCOMPARE(list.addClient(), i);
-    list.Clients[1].Hardware.Speed = 6.0f;
-    list.Clients[1].Hardware.Cores = 2;
-    list.Clients[3].Hardware.Speed = 2.0f;
-    list.Clients[3].Hardware.Cores = 2;
-    auto h = std::make_unique<_jobsHistoryDB>();
-    h->TotalPS = 7200;
-    h->ClientStats[1].FramesDone = 20;
-    h->ClientStats[3].FramesDone = 20;
-    auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
-    rt->fromJobSave(h.get(), FM);
-    // Average of 3 and 1 GHz per core: 2; 7200 PS * 2 / 3600.
-    QCOMPARE(float(rt->TotalGhzHours), 4.0f);
-    FM.ClientList = saved;
 }
 
 QTEST_GUILESS_MAIN(tst_jobhistory)
