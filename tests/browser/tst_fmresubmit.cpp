@@ -95,7 +95,7 @@ void tst_fmresubmit::firstOfSelection()
     auto a = jlfix::makeRenderJob();
     auto b = jlfix::makeRenderJob();
     b->SceneName = "/other.mb";
-    const _jobsHistoryDB_Runtime* sel[] = {a.get(), b.get()};
+    const fmJ::_jobsHistoryDB_Runtime* sel[] = {a.get(), b.get()};
     const QStringList args = fmResubmitSelectionArguments(sel, 2);
     QCOMPARE(args.first(), QString("/proj/scenes/shot 010.mb"));
     QVERIFY(!args.contains("/other.mb"));
