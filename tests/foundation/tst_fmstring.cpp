@@ -37,14 +37,9 @@ private slots:
     // Catches zero padding in the wrong place and a wrong rounding step in float2Str.
     void float2Str_data();
     void float2Str();
-    // Catches entity replacements done in the wrong order or not passed through Latin-1.
-    void xml_data();
-    void xml();
     // Catches in-band encodings that don't round-trip or misplace the marked form.
     void inBand_data();
     void inBand();
-    // Catches decoders that read past the text or never end on damaged markers.
-    void inBandDamaged();
 };
 
 void tst_fmString::layoutBytes()
@@ -366,32 +361,6 @@ void tst_fmString::float2Str()
     QVERIFY(::float2Str(1.0f, 60, '.').len() <= 25);
 }
 
-void tst_fmString::xml_data()
-{
-    QTest::addColumn<QString>("plain");
-    QTest::addColumn<QString>("xml");
-
-    QTest::newRow("lt") << "<"
-                        << "&lt;";
-    QTest::newRow("all named") << "a&b<c>\"d'"
-                               << "a&amp;b&lt;c&gt;&quot;d&apos;";
-    QTest::newRow("amp stays single") << "&lt;"
-                                      << "&amp;lt;";
-    QTest::newRow("umlauts") << QString::fromUtf16(u"\u00c4\u00d6\u00dc\u00e4\u00f6\u00fc\u00df")
-                             << "&#196;&#214;&#220;&#228;&#246;&#252;&#223;";
-    QTest::newRow("other Latin-1 kept") << QString::fromLatin1("\xe9") << QString::fromLatin1("\xe9");
-}
-
-void tst_fmString::xml()
-{
-    QFETCH(QString, plain);
-    QFETCH(QString, xml);
-    QCOMPARE(toXmlString(plain), xml);
-    QCOMPARE(fromXmlString(xml), plain);
-    QCOMPARE(toXmlString(QString::fromUtf16(u"a\u4e2d")), QStringLiteral("a?"));
-    QCOMPARE(fromXmlString(QString::fromUtf16(u"\u4e2d&#228;")), QString::fromUtf16(u"?\u00e4"));
-}
-
 void tst_fmString::inBand_data()
 {
     QTest::addColumn<QString>("text");
@@ -431,21 +400,6 @@ void tst_fmString::inBand()
     QCOMPARE(
         fmFromFMUTF8(QStringLiteral("a <utf8 ") + QString::fromLatin1("\xc3\xa4") + QStringLiteral("> b")),
         QString::fromUtf16(u"a \u00e4 b"));
-}
-
-void tst_fmString::inBandDamaged()
-{
-    // No closing mark: the word ends one character before the text does.
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("x<UTF8abc")), QStringLiteral("xabc"));
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("<UTF8")), QString());
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("<UTF8<UTF8<utf8>>")), QString());
-    QCOMPARE(
-        fmFromFMUni16(QStringLiteral("<UNI16") + QChar(0) + QChar(0x41) + QChar(0x42) + QStringLiteral(">")),
-        QStringLiteral("A"));
-    QString junk;
-    for (int i = 0; i < 200; ++i)
-        junk += QStringLiteral("<UNI16<UTF8\xff>");
-    QVERIFY(fmFromFMUni16(fmFromFMUTF8(junk)).size() < junk.size());
 }
 
 QTEST_APPLESS_MAIN(tst_fmString)
