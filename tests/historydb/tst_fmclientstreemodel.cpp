@@ -162,6 +162,7 @@ void tst_fmClientsTreeModel::oneGroupExpandedAndGroupsKept()
     const bool flag = false, showTime = true;
     initClientTree(view, m, FM, nullptr, &widget, false, false, flag, showTime);
     QVERIFY(m);
+    fmtest::checkModel(m);
     m->CreateClientTree();
     QVERIFY(widget.Tree->isExpanded(m->index(0, 0)));
     QVERIFY(widget.isColumnHidden(3));

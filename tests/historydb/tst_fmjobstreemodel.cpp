@@ -467,6 +467,7 @@ void tst_fmjobstreemodel::initJobTreeLayout()
     QObject owner;
     initJobTree(v, model, selection, FM, *list, &owner, false);
     QVERIFY(model && selection);
+    fmtest::checkModel(model);
     model->CreateJobTree(true);
     QHeaderView* h = view.Tree->header();
     QCOMPARE(h->visualIndex(19), 1);

@@ -87,6 +87,7 @@ void tst_fmLogTreeModel::rebuildOnTheView()
     fmuiTreeViewLogModel* m = nullptr;
     initLogTree(view, m, &tree);
     QVERIFY(m && tree.model() == m && tree.selectionModel());
+    fmtest::checkModel(m);
     QCOMPARE(tree.columnWidth(0), 175);
     auto job = std::make_unique<fmJ::_jobsHistoryDB>();
     job->LogCount = 3;
