@@ -1,3 +1,3 @@
 # Speed of the SQL store: 200,000 jobs of a demo root into SQLite, and a run with nothing changed.
-add_executable(fmbench_sql bench_sql.cpp ${PROJECT_SOURCE_DIR}/tools/console/demoroot.cpp)
-target_link_libraries(fmbench_sql PRIVATE fmtestsupport fmsql)
+add_executable(fmbench_sql bench_sql.cpp)
+target_link_libraries(fmbench_sql PRIVATE fmtestsupport fmdemoroot fmsql)

@@ -1,8 +1,8 @@
-#include "foundation/fmlogfile.h"
 #include "app/fm.h"
-#include "foundation/fmsdk.h"
 #include "farm/fmgconfig.h"
 #include "fmtestroot.h"
+#include "foundation/fmlogfile.h"
+#include "foundation/fmsdk.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -51,10 +51,8 @@ class tst_fmlog : public QObject
 private slots:
     void format_data();
     void format();
-    void formatTimeStamp();
     void boxes_data();
     void boxes();
-    void boxText();
     void fileWriteRules();
     void crashLikeTurnsFileOn_data();
     void crashLikeTurnsFileOn();
@@ -63,10 +61,6 @@ private slots:
     void trimming_data();
     void trimming();
     void bufferAndThreshold();
-    void unnamedWaits();
-    void missingFolderStatedOnce();
-    void noQtForms();
-    void toolkitMessages();
 };
 
 // The fixed line format: level prefixes, tags, continuation lines, place and stack suffixes.
@@ -78,26 +72,40 @@ void tst_fmlog::format_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("out");
     const QString stack = QStringLiteral(" fmTest 7.0.10 64bit []");
-    QTest::newRow("info") << 3 << 16 << false << "hello" << "      hello";
-    QTest::newRow("warning") << 2 << 16 << false << "careful" << "  WRN careful";
-    QTest::newRow("warning with place") << 2 << 16 << true << "careful" << "  WRN careful;;   (W,here)";
-    QTest::newRow("info with place") << 3 << 16 << true << "x" << "      x;;   (W,here)";
-    QTest::newRow("error") << 1 << 16 << false << "bad" << "  ERR bad;;   (W,here)" + stack;
-    QTest::newRow("critical") << 0 << 16 << false << "boom" << "  CRF Critical Failure - boom;;   (W,here)" + stack;
-    QTest::newRow("error, no place") << 1 << 20 << false << "bad" << "  ERR bad";
-    QTest::newRow("source tag") << 3 << 16 << false << "S|hello" << "S|     hello";
-    QTest::newRow("source tag and blank") << 3 << 16 << false << "S| hello" << "S|     hello";
-    QTest::newRow("too short for a tag") << 3 << 16 << false << "a|" << "      a|";
-    QTest::newRow("own tag") << 3 << 16 << false << "DBG detail" << "  DBG detail";
-    QTest::newRow("own tag on a warning") << 2 << 16 << false << "INF x" << "  INF x";
-    QTest::newRow("own tag needs a capital") << 3 << 16 << false << "abc d" << "      abc d";
-    QTest::newRow("errors keep their prefix") << 1 << 20 << false << "XYZ x" << "  ERR XYZ x";
+    QTest::newRow("info") << 3 << 16 << false << "hello"
+                          << "      hello";
+    QTest::newRow("warning") << 2 << 16 << false << "careful"
+                             << "  WRN careful";
+    QTest::newRow("warning with place") << 2 << 16 << true << "careful"
+                                        << "  WRN careful;;   (W,here)";
+    QTest::newRow("info with place") << 3 << 16 << true << "x"
+                                     << "      x;;   (W,here)";
+    QTest::newRow("error") << 1 << 16 << false << "bad"
+                           << "  ERR bad;;   (W,here)" + stack;
+    QTest::newRow("critical") << 0 << 16 << false << "boom"
+                              << "  CRF Critical Failure - boom;;   (W,here)" + stack;
+    QTest::newRow("error, no place") << 1 << 20 << false << "bad"
+                                     << "  ERR bad";
+    QTest::newRow("source tag") << 3 << 16 << false << "S|hello"
+                                << "S|     hello";
+    QTest::newRow("source tag and blank") << 3 << 16 << false << "S| hello"
+                                          << "S|     hello";
+    QTest::newRow("too short for a tag") << 3 << 16 << false << "a|"
+                                         << "      a|";
+    QTest::newRow("own tag") << 3 << 16 << false << "DBG detail"
+                             << "  DBG detail";
+    QTest::newRow("own tag on a warning") << 2 << 16 << false << "INF x"
+                                          << "  INF x";
+    QTest::newRow("own tag needs a capital") << 3 << 16 << false << "abc d"
+                                             << "      abc d";
+    QTest::newRow("errors keep their prefix") << 1 << 20 << false << "XYZ x"
+                                              << "  ERR XYZ x";
     QTest::newRow("continuation") << 3 << 16 << false << "one\ntwo\n"
-                                   << "      one\n" + QString(20, QLatin1Char(' ')) + "two";
+                                  << "      one\n" + QString(20, QLatin1Char(' ')) + "two";
     QTest::newRow("only one line feed dropped") << 3 << 16 << false << "one\n\n"
                                                 << "      one\n" + QString(20, QLatin1Char(' '));
-    QTest::newRow("wide characters marked") << 3 << 16 << false << QString::fromUtf8("\u20ac5 x")
-                                            << "      <UTF8\u00e2\u0082\u00ac5> x";
+    QTest::newRow("wide characters marked")
+        << 3 << 16 << false << QString::fromUtf8("\u20ac5 x") << "      <UTF8\u00e2\u0082\u00ac5> x";
 }
 
 void tst_fmlog::format()
@@ -112,22 +120,6 @@ void tst_fmlog::format()
     QString line;
     sdk.FormatLogMessage(level, flags, text, QStringLiteral("W,here"), line);
     QCOMPARE(line, out);
-}
-
-// The time stamp "MM.DD hh:mm.ss|" leads every line without flag 16.
-void tst_fmlog::formatTimeStamp()
-{
-    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    QString line;
-    sdk.FormatLogMessage(2, 0, QStringLiteral("Please start the server first to create config files!"),
-                         QStringLiteral("FM,SetupCfg"), line);
-    static const QRegularExpression re(
-        QStringLiteral("^(\\d\\d)\\.(\\d\\d) (\\d\\d):(\\d\\d)\\.(\\d\\d)\\|  WRN Please start the server first to "
-                       "create config files!$"));
-    const auto m = re.match(line);
-    QVERIFY2(m.hasMatch(), qPrintable(line));
-    QVERIFY(m.captured(1).toInt() >= 1 && m.captured(1).toInt() <= 12);
-    QVERIFY(m.captured(2).toInt() >= 1 && m.captured(2).toInt() <= 31);
 }
 
 // Which lines raise a box, of which kind: information lines without flag 8 do, debug lines never.
@@ -178,18 +170,6 @@ void tst_fmlog::boxes()
         QCOMPARE(g_shown.button, QStringLiteral("Ok"));
         QCOMPARE(g_shown.seconds, 90);
     }
-}
-
-// The box shows the line with ";" turned into line breaks and "()" removed.
-void tst_fmlog::boxText()
-{
-    __FMSDK sdk(false, fm_AppType_HistoryDB, QStringLiteral("fmTest"), false);
-    sdk.App.MessageBoxAllowed = true;
-    g_shown = Shown();
-    __FMSDK::MessageBoxHook = recordBox;
-    sdk.LogNoUIExecute(1, 16, QStringLiteral("a; b;  c"), QString());
-    __FMSDK::MessageBoxHook = nullptr;
-    QCOMPARE(g_shown.text, QStringLiteral("  ERR a\nb\nc\n\n fmTest 7.0.10 64bit []"));
 }
 
 // No file without the switch; a line that is off stays out; flag 8 lines still reach the file.
@@ -289,7 +269,8 @@ void tst_fmlog::trimming()
     QTemporaryDir dir;
     const QString path = dir.path() + QStringLiteral("/main.txt");
     QByteArray old;
-    for (int i = 0; i < oldSize; ++i) old.append(char('a' + i % 26));
+    for (int i = 0; i < oldSize; ++i)
+        old.append(char('a' + i % 26));
     QFile f(path);
     QVERIFY(f.open(QIODevice::WriteOnly));
     f.write(old);
@@ -321,80 +302,6 @@ void tst_fmlog::bufferAndThreshold()
     log.addLog(QStringLiteral("three"));
     log.flush();
     QVERIFY(readAll(path).endsWith("z\nthree\n"));
-}
-
-// Lines logged before the file has a name wait in the buffer and reach the file later.
-void tst_fmlog::unnamedWaits()
-{
-    QTemporaryDir dir;
-    fmLogfile log(1048576, 0);
-    log.addLog(QStringLiteral("early"));
-    QCOMPARE(log.BufferUsed, 6);
-    log.FileName = dir.path() + QStringLiteral("/main.txt");
-    log.addLog(QStringLiteral("late"));
-    QCOMPARE(readAll(log.FileName.toQString()), QByteArray("early\nlate\n"));
-}
-
-// A missing log folder is stated once per outage, in the log itself, and its return as well.
-void tst_fmlog::missingFolderStatedOnce()
-{
-    QTemporaryDir dir;
-    const QString folder = dir.path() + QStringLiteral("/log/");
-    fmLogfile log(1048576, 0);
-    log.FileName = folder + QStringLiteral("main.txt");
-    log.addLog(QStringLiteral("lost one"));
-    QVERIFY(log.LastError.t != 0);
-    log.addLog(QStringLiteral("lost two"));
-    QVERIFY(QDir().mkpath(folder));
-    log.addLog(QStringLiteral("back"));
-    QCOMPARE(log.LastError.t, int64_t(0));
-    const QList<QByteArray> lines = readAll(log.FileName.toQString()).split('\n');
-    QCOMPARE(lines.size(), 4);
-    QVERIFY2(lines[0].contains(" LOGFILE ERROR: Log folder was NOT found, unable to write logfile '" +
-                               log.FileName.toQString().toLatin1() + "' - "),
-             lines[0].constData());
-    QCOMPARE(lines[1], QByteArray("back"));
-    QVERIFY(lines[2].endsWith(" LOGFILE ERROR: Logfile is working again."));
-    QVERIFY(!readAll(log.FileName.toQString()).contains("lost"));
-    // A FIFO in the log's place (nobody reading it) fails at once instead of stalling the program.
-    QVERIFY(QFile::remove(log.FileName.toQString()));
-    QVERIFY(::mkfifo(QFile::encodeName(log.FileName.toQString()).constData(), 0600) == 0);
-    log.addLog(QStringLiteral("not into a FIFO"));
-    QVERIFY(log.LastError.t != 0);
-}
-
-// The fixed-string forms give the same line, cut at 250 units.
-void tst_fmlog::noQtForms()
-{
-    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    fmString<250> out;
-    sdk.FormatLogMessage_noQT(2, 16, fmString<250>("short"), fmString<250>("W"), out);
-    QCOMPARE(out.toQString(), QStringLiteral("  WRN short"));
-    sdk.FormatLogMessage_noQT(3, 16, fmString<250>(QString(250, QLatin1Char('y'))), fmString<250>("W"), out);
-    QCOMPARE(out.len(), 250);
-}
-
-// The toolkit's messages become log lines of their levels; the known noise is dropped.
-void tst_fmlog::toolkitMessages()
-{
-    __FM* fm = &FM;
-    QCOMPARE(__FM::First, fm);
-    const bool noFile = fm->NoLogFile;
-    fm->NoLogFile = false;
-    fm->Log->discard();
-    qInstallMessageHandler(FMMessageOutput);
-    qWarning("toolkit warning %d", 7);
-    qWarning("This implementation does not support subelements of this kind");
-    qDebug("toolkit debug text"); // level 19 is off
-    qCritical("toolkit critical");
-    qInstallMessageHandler(nullptr);
-    const QByteArray text = fm->Log->bufferText();
-    fm->Log->discard();
-    fm->NoLogFile = noFile;
-    QVERIFY2(text.contains("|  WRN toolkit warning 7\n"), text.constData());
-    QVERIFY(text.contains("|  ERR toolkit critical;;   (-) fmTest 7.0.10 64bit []\n"));
-    QVERIFY(!text.contains("subelements"));
-    QVERIFY(!text.contains("toolkit debug"));
 }
 
 QTEST_GUILESS_MAIN(tst_fmlog)

@@ -40,31 +40,31 @@ private slots:
     void relink_data();
     void relink();
     void loadStatus();
-    void derivedFolders_data();
-    void derivedFolders();
     void convertSingle_data();
     void convertSingle();
     void convertClampsRows();
-    void convertThroughConfig();
-    void pdToOS();
-    void localPath();
     void serverConnectName_data();
     void serverConnectName();
-    void checkAllPaths();
 };
 
 // Each marker alone makes a root, including the "_release" twin of a "_debug" name.
 void tst_fmpaths::validRoot_data()
 {
-    QTest::addColumn<QString>("file");     // made inside the root; "" for none
-    QTest::addColumn<QString>("asked");    // name of the folder asked about
+    QTest::addColumn<QString>("file");  // made inside the root; "" for none
+    QTest::addColumn<QString>("asked"); // name of the folder asked about
     QTest::addColumn<bool>("valid");
-    QTest::newRow("globalconfig") << "sub/cfg_global/globalconfig.ini" << "farm" << true;
-    QTest::newRow("client console") << "bin/lx/fmClientconsole" << "farm" << true;
-    QTest::newRow("server console") << "bin/lx/fmServerconsole" << "farm" << true;
-    QTest::newRow("mac console is not ours") << "bin/mac/fmClientconsole" << "farm" << false;
-    QTest::newRow("nothing") << "" << "farm" << false;
-    QTest::newRow("release twin") << "bin/lx/fmServerconsole" << "farm_debug" << true;
+    QTest::newRow("globalconfig") << "sub/cfg_global/globalconfig.ini"
+                                  << "farm" << true;
+    QTest::newRow("client console") << "bin/lx/fmClientconsole"
+                                    << "farm" << true;
+    QTest::newRow("server console") << "bin/lx/fmServerconsole"
+                                    << "farm" << true;
+    QTest::newRow("mac console is not ours") << "bin/mac/fmClientconsole"
+                                             << "farm" << false;
+    QTest::newRow("nothing") << ""
+                             << "farm" << false;
+    QTest::newRow("release twin") << "bin/lx/fmServerconsole"
+                                  << "farm_debug" << true;
 }
 
 void tst_fmpaths::validRoot()
@@ -86,13 +86,18 @@ void tst_fmpaths::searchFromExecutable_data()
     QTest::addColumn<QString>("appRel"); // executable folder, relative to the temporary base
     QTest::addColumn<bool>("found");
     QTest::addColumn<QString>("rootRel"); // expected RootPath relative to the base
-    QTest::newRow("bin/lx") << "root" << "root/bin/lx/" << true << "root/";
-    QTest::newRow("bundle") << "root" << "root/bin/lx/fm.app/Contents/MacOS/" << true << "root/";
-    QTest::newRow("three deep is no layout") << "root" << "root/a/bin/lx/" << false << "";
-    QTest::newRow("not a root") << "elsewhere" << "other/bin/lx/" << false << "";
-    QTest::newRow("internal folder") << "_farm" << "_internal_farm/bin/lx/" << true << "_farm/";
-    QTest::newRow("debug build finds release root") << "farm_release" << "farm_debug/bin/lx/" << true
-                                                     << "farm_release/";
+    QTest::newRow("bin/lx") << "root"
+                            << "root/bin/lx/" << true << "root/";
+    QTest::newRow("bundle") << "root"
+                            << "root/bin/lx/fm.app/Contents/MacOS/" << true << "root/";
+    QTest::newRow("three deep is no layout") << "root"
+                                             << "root/a/bin/lx/" << false << "";
+    QTest::newRow("not a root") << "elsewhere"
+                                << "other/bin/lx/" << false << "";
+    QTest::newRow("internal folder") << "_farm"
+                                     << "_internal_farm/bin/lx/" << true << "_farm/";
+    QTest::newRow("debug build finds release root") << "farm_release"
+                                                    << "farm_debug/bin/lx/" << true << "farm_release/";
 }
 
 void tst_fmpaths::searchFromExecutable()
@@ -212,79 +217,6 @@ void tst_fmpaths::loadStatus()
     QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + QStringLiteral("website/"));
 }
 
-namespace {
-
-struct DerivedRow
-{
-    const char* name;
-    fmString<250> __FMSDK::*member;
-    const char* value; // "%R" = the root
-};
-
-const DerivedRow kDerived[] = {
-    {"BinPath", &__FMSDK::BinPath, "%Rbin/lx/"},
-    {"BinPath64", &__FMSDK::BinPath64, "%Rbin/lx64/"},
-    {"SubPath", &__FMSDK::SubPath, "%Rsub/"},
-    {"CfgGlobalPath", &__FMSDK::CfgGlobalPath, "%Rsub/cfg_global/"},
-    {"CfgUserPath", &__FMSDK::CfgUserPath, "%Rsub/cfg_user/"},
-    {"LogPath", &__FMSDK::LogPath, "%Rsub/log/"},
-    {"ClientScriptsPath", &__FMSDK::ClientScriptsPath, "%Rsub/client_execute_scripts/"},
-    {"HistoryDbPath", &__FMSDK::HistoryDbPath, "%Rsub/history_db/"},
-    {"StatsPath", &__FMSDK::StatsPath, "%Rsub/stats/"},
-    {"WebsiteTemplatesPath", &__FMSDK::WebsiteTemplatesPath, "%Rsub/cfg_website_templates/"},
-    {"AutoloadPath", &__FMSDK::AutoloadPath, "%Rautoload/"},
-    {"WebsitePath", &__FMSDK::WebsitePath, "%Rwebsite/"},
-    {"RenderAppsConfigPath", &__FMSDK::RenderAppsConfigPath, "%Rrender_apps/_config/"},
-    {"PrePostScriptsPath", &__FMSDK::PrePostScriptsPath, "%Rrender_apps/_prepost_scripts/"},
-    {"SetEnvPath", &__FMSDK::SetEnvPath, "%Rrender_apps/_setenv/lx/"},
-    {"InstallPathsPath", &__FMSDK::InstallPathsPath, "%Rrender_apps/_install_paths/"},
-    {"SubmitPluginsPath", &__FMSDK::SubmitPluginsPath, "%Rrender_apps/_submitplugins/"},
-    {"PluginsPath", &__FMSDK::PluginsPath, "%Rplugins/"},
-    {"ServerJobsPluginsPath", &__FMSDK::ServerJobsPluginsPath, "%Rplugins64/server_jobs/"},
-    {"ServerNotifyPluginsPath", &__FMSDK::ServerNotifyPluginsPath, "%Rplugins64/server_notify/"},
-    {"ImagePluginsPath", &__FMSDK::ImagePluginsPath, "%Rplugins64/image/"},
-    {"SceneParserPluginsPath", &__FMSDK::SceneParserPluginsPath, "%Rplugins64/submitter_sceneparser/"},
-    {"LocalDataPath", &__FMSDK::LocalDataPath, "/var/tmp/FM_localdata/"},
-    {"LocalTexturesPath", &__FMSDK::LocalTexturesPath, "/var/tmp/FM_localdata/textures/"},
-    {"LocalTempPath", &__FMSDK::LocalTempPath, "/var/tmp/FM_localdata/temp/"},
-    {"LocalRenderOutPath", &__FMSDK::LocalRenderOutPath, "/var/tmp/FM_localdata/renderout/"},
-    {"LocalCachedScenesPath", &__FMSDK::LocalCachedScenesPath, "/var/tmp/FM_localdata/cachedscenes/"},
-    {"LocalRendererPrefsPath", &__FMSDK::LocalRendererPrefsPath, "/var/tmp/FM_localdata/renderer_prefs/"},
-    {"LocalRendererExePath", &__FMSDK::LocalRendererExePath, "/var/tmp/FM_localdata/renderer_exe/"},
-    {"ThreadCheckFolder", &__FMSDK::ThreadCheckFolder, ""},
-};
-
-} // namespace
-
-// Every folder derived from the root, with this platform's names; "_debug" in the root is read
-// as "_release" case-insensitively.
-void tst_fmpaths::derivedFolders_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QString>("rootName");
-    for (int i = 0; i < int(std::size(kDerived)); ++i) {
-        QTest::newRow(kDerived[i].name) << i << QStringLiteral("farm");
-        QTest::newRow(QByteArray(kDerived[i].name) + " debug") << i << QStringLiteral("farm_DEBUG");
-    }
-}
-
-void tst_fmpaths::derivedFolders()
-{
-    QFETCH(int, row);
-    QFETCH(QString, rootName);
-    fmTestRoot root(rootName);
-    RootSearch s;
-    QVERIFY(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()}, QString()));
-    QString rootText = root.path();
-    rootText.replace(QLatin1String("_DEBUG"), QLatin1String("_release"));
-    const QByteArray name(kDerived[row].name);
-    const bool fromExeRoot = name.startsWith("Bin") || (name.contains("Plugins") && !name.startsWith("Submit"));
-    // The executables' root keeps its name: only the shared root is rewritten.
-    QString expected = QString::fromLatin1(kDerived[row].value);
-    expected.replace(QLatin1String("%R"), fromExeRoot ? root.path() : rootText);
-    QCOMPARE((s.sdk.*kDerived[row].member).toQString(), expected);
-}
-
 // Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
 // empty column is passed over; the suffix rule and separators follow the target.
 void tst_fmpaths::convertSingle_data()
@@ -299,10 +231,10 @@ void tst_fmpaths::convertSingle_data()
     QTest::newRow("chained rows") << "X:\\f\\b.ma" << 1 << 2 << false << "/y/f/b.ma";
     QTest::newRow("lx to win") << "/mnt/proj/a_lx.ma" << 2 << 1 << false << "\\\\srv\\proj\\a_lx.ma";
     QTest::newRow("no row fits") << "/home/u/a.ma" << 2 << 1 << false << "\\home\\u\\a.ma";
-    QTest::newRow("same os, no force") << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false
-                                       << "//srv/proj/scene_lx.ma";
-    QTest::newRow("suffixes whatever the target") << "/mnt/proj/s_win.ma" << 2 << 1 << false
-                                                  << "\\\\srv\\proj\\s_lx.ma";
+    QTest::newRow("same os, no force")
+        << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false << "//srv/proj/scene_lx.ma";
+    QTest::newRow("suffixes whatever the target")
+        << "/mnt/proj/s_win.ma" << 2 << 1 << false << "\\\\srv\\proj\\s_lx.ma";
     QTest::newRow("empty target column skipped") << "/only/lx/a" << 2 << 1 << false << "\\only\\lx\\a";
     QTest::newRow("row with both columns") << "/only/lx/a" << 2 << 3 << false << "/only/mac/a";
     QTest::newRow("force on same os") << "\\\\srv\\proj\\a" << 1 << 1 << true << "\\\\srv\\proj\\a";
@@ -355,43 +287,6 @@ void tst_fmpaths::convertClampsRows()
     QCOMPARE(path, QStringLiteral("/a"));
 }
 
-// The configuration's table is walked to its 60th row.
-void tst_fmpaths::convertThroughConfig()
-{
-    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    sdk.cfg->OSConversion[59].Path[_fmOS_Windows] = "P:\\";
-    sdk.cfg->OSConversion[59].Path[_fmOS_Linux] = "/mnt/p/";
-    QString path = QStringLiteral("p:\\shots\\a.exr");
-    ConvertPathsToOS_Single(path, _fmOS_Windows, _fmOS_Linux, sdk, false);
-    QCOMPARE(path, QStringLiteral("/mnt/p/shots/a.exr"));
-}
-
-// Separator conversion in every form.
-void tst_fmpaths::pdToOS()
-{
-    QCOMPARE(fmConvertPDToOS(QStringLiteral("a\\b/c")), QStringLiteral("a/b/c"));
-    QCOMPARE(fmConvertPDToOS(QStringLiteral("a\\b/c"), _fmOS_Windows), QStringLiteral("a\\b\\c"));
-    QCOMPARE(fmConvertPDToOS(QStringLiteral("a\\b/c"), _fmOS_Mac), QStringLiteral("a/b/c"));
-    QCOMPARE(fmConvertPDToOS(fmString<250>("x\\y")).toQString(), QStringLiteral("x/y"));
-    QCOMPARE(fmConvertPDToOS(fmString<500>("x\\y\\")).toQString(), QStringLiteral("x/y/"));
-    QVERIFY(fmIsRootpath(QStringLiteral("/")));
-    QVERIFY(!fmIsRootpath(QStringLiteral("/a")));
-}
-
-// setLocalPath: keeps a set path, falls back to the literal, a given path wins, empty fails.
-void tst_fmpaths::localPath()
-{
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("t"), true);
-    QVERIFY(fm.setLocalPath(nullptr));
-    QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/var/tmp/FM_localdata/"));
-    QVERIFY(fm.setLocalPath("/data/local"));
-    QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/data/local/"));
-    QCOMPARE(fm.LocalTempPath.toQString(), QStringLiteral("/data/local/temp/"));
-    QVERIFY(fm.setLocalPath(nullptr));
-    QCOMPARE(fm.LocalDataPath.toQString(), QStringLiteral("/data/local/"));
-    QVERIFY(!fm.setLocalPath(""));
-}
-
 // Which configured name the farm's server is reached by: backup first when asked and set, an
 // address only when "nUseServerIP" is on and the address is set.
 void tst_fmpaths::serverConnectName_data()
@@ -401,12 +296,18 @@ void tst_fmpaths::serverConnectName_data()
     QTest::addColumn<QString>("backupName");
     QTest::addColumn<bool>("backup");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("name") << false << "10.0.0.1" << "BACK" << false << "SRV";
-    QTest::newRow("address") << true << "10.0.0.1" << "BACK" << false << "10.0.0.1";
-    QTest::newRow("address not set") << true << "" << "" << false << "SRV";
-    QTest::newRow("backup name") << false << "10.0.0.1" << "BACK" << true << "BACK";
-    QTest::newRow("backup address") << true << "10.0.0.1" << "BACK" << true << "10.0.0.9";
-    QTest::newRow("no backup set") << false << "" << "" << true << "SRV";
+    QTest::newRow("name") << false << "10.0.0.1"
+                          << "BACK" << false << "SRV";
+    QTest::newRow("address") << true << "10.0.0.1"
+                             << "BACK" << false << "10.0.0.1";
+    QTest::newRow("address not set") << true << ""
+                                     << "" << false << "SRV";
+    QTest::newRow("backup name") << false << "10.0.0.1"
+                                 << "BACK" << true << "BACK";
+    QTest::newRow("backup address") << true << "10.0.0.1"
+                                    << "BACK" << true << "10.0.0.9";
+    QTest::newRow("no backup set") << false << ""
+                                   << "" << true << "SRV";
 }
 
 void tst_fmpaths::serverConnectName()
@@ -424,28 +325,6 @@ void tst_fmpaths::serverConnectName()
     *sdk.cfgGetS("nBackupServerName") = backupName;
     *sdk.cfgGetS("nBackupServerIP1") = "10.0.0.9";
     QCOMPARE(sdk.getServerConnectName(backup).toQString(), expected);
-}
-
-// CheckAllfmPaths makes the five shared folders (not history_db) and fails when one can't be made.
-void tst_fmpaths::checkAllPaths()
-{
-    fmTestRoot root;
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("t"), true);
-    fmTestArgs args({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()});
-    QVERIFY(fm.pathsGetRootFromFolder(args.argc, args.argv(), QString()));
-    QVERIFY(fm.CheckAllfmPaths());
-    for (const char* f : {"sub/cfg_global", "sub/cfg_user", "sub/log", "sub/stats", "sub/client_execute_scripts"})
-        QVERIFY2(QFileInfo(root.path() + QLatin1String(f)).isDir(), f);
-    QVERIFY(!QFileInfo::exists(root.path() + QStringLiteral("sub/history_db")));
-
-    fmTestRoot blocked;
-    QVERIFY(blocked.writeFile(QStringLiteral("sub/stats"), "a file where a folder belongs"));
-    QVERIFY(fm.pathsGetRootFromFolder(0, nullptr, QString()) == false);
-    fmTestArgs args2({QStringLiteral("x"), QStringLiteral("-fmRoot"), blocked.path()});
-    QVERIFY(fm.pathsGetRootFromFolder(args2.argc, args2.argv(), QString()));
-    QVERIFY(!fm.CheckAllfmPaths());
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
 }
 
 QTEST_GUILESS_MAIN(tst_fmpaths)

@@ -3,41 +3,13 @@
 #include "browser/fmresubmit.h"
 
 #include "foundation/fmprocess.h"
-#include "jobs/fmjobhistory.h"
+#include "joblist_fixtures.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
-
-using fmJ::_jobsHistoryDB_Runtime;
-
-namespace {
-
-std::unique_ptr<_jobsHistoryDB_Runtime> makeJob()
-{
-    auto j = std::make_unique<_jobsHistoryDB_Runtime>();
-    j->SceneName = "/proj/scenes/shot 010.mb";
-    j->SceneOS = 2;
-    j->ImageDir = "/out/";
-    j->ImageFileName = "shot_";
-    j->ImageExtension = ".exr";
-    j->ImageFramePadding = 4;
-    j->ImageWidth = 1920;
-    j->ImageHeight = 1080;
-    j->SeqStart = 1;
-    j->SeqEnd = 100;
-    j->SeqStep = 1;
-    j->SeqFileOffset = 0;
-    j->Software = "Maya";
-    j->Renderer = "Arnold";
-    j->Version = 2022;
-    j->VersionMinor = 50;
-    return j;
-}
-
-} // namespace
 
 class tst_fmresubmit : public QObject
 {
@@ -54,7 +26,7 @@ private slots:
 // Catches a changed order of options, a missing always-present option, and a wrong version text.
 void tst_fmresubmit::wholeList()
 {
-    auto j = makeJob();
+    auto j = jlfix::makeRenderJob();
     j->Camera = "camMain";
     // "~" stands for the one-character entry of the unset single-output flag (code 0).
     QStringList expected =
@@ -83,7 +55,7 @@ void tst_fmresubmit::sceneOS()
 {
     QFETCH(int, os);
     QFETCH(QString, next);
-    auto j = makeJob();
+    auto j = jlfix::makeRenderJob();
     j->SceneOS = uint8_t(os);
     const QStringList args = fmResubmitArguments(*j);
     QCOMPARE(args[1], QString("-SceneOS"));
@@ -95,7 +67,7 @@ void tst_fmresubmit::sceneOS()
 // for the frame numbers.
 void tst_fmresubmit::optionalTextsAndNumbers()
 {
-    auto j = makeJob();
+    auto j = jlfix::makeRenderJob();
     QStringList args = fmResubmitArguments(*j);
     for (const char* o : {"-Camera", "-Layer", "-Channel", "-SceneDatabaseDir"})
         QVERIFY(!args.contains(o));
@@ -118,10 +90,10 @@ void tst_fmresubmit::optionalTextsAndNumbers()
 // Catches submitting another job than the first of the selection, or starting with none.
 void tst_fmresubmit::firstOfSelection()
 {
-    auto a = makeJob();
-    auto b = makeJob();
+    auto a = jlfix::makeRenderJob();
+    auto b = jlfix::makeRenderJob();
     b->SceneName = "/other.mb";
-    const _jobsHistoryDB_Runtime* sel[] = {a.get(), b.get()};
+    const fmJ::_jobsHistoryDB_Runtime* sel[] = {a.get(), b.get()};
     const QStringList args = fmResubmitSelectionArguments(sel, 2);
     QCOMPARE(args.first(), QString("/proj/scenes/shot 010.mb"));
     QVERIFY(!args.contains("/other.mb"));

@@ -7,9 +7,6 @@
 
 using namespace fmC;
 
-static QStringList tapped;
-static void tap(int, const QString& text, const QString&) { tapped << text; }
-
 // A job identifier whose short text is known: stamp 10000 * q with counter c; PartB 1 keeps it
 // above 1000 (a real job) without changing the text.
 static unsigned long long jobID(unsigned q, unsigned counter)
@@ -21,77 +18,21 @@ class tst_fmClient : public QObject
 {
     Q_OBJECT
 private slots:
-    void clearDefaults();
-    void checkInvalidValues();
     void sortIDTable_data();
     void sortIDTable();
     void statusSingle_data();
     void statusSingle();
     void statusAll_data();
     void statusAll();
-    void osAsString_data();
-    void osAsString();
-    void setJobID();
 };
-
-// Catches wrong defaults of a new record: thread lists, counts, the CfgBool places, the values.
-void tst_fmClient::clearDefaults()
-{
-    std::unique_ptr<_Client> c(new _Client);
-    c->ListNo = 7;
-    c->CfgBool[0] = 1;
-    c->clear();
-    QCOMPARE(c->ListNo, -1);
-    QCOMPARE(c->CfgValueCount, int16_t(26));
-    QCOMPARE(c->CfgBoolCount, int16_t(18));
-    QCOMPARE(int(c->Status.ThreadCount), 1);
-    QCOMPARE(c->Status.UserTime, int16_t(-1));
-    QCOMPARE(c->AcceptThreadJobs[0].count(), 4);
-    QCOMPARE(c->AcceptThreadJobs[0].List[2].toQString(), QStringLiteral("3d"));
-    QCOMPARE(c->AcceptThreadJobs[0].List[3].toQString(), QStringLiteral("execute"));
-    QCOMPARE(c->AcceptThreadJobs[1].count(), 2);
-    QCOMPARE(c->AcceptThreadJobs[2].List[1].toQString(), QStringLiteral("archive"));
-    QString bools;
-    for (int i = 0; i < 18; ++i) bools += QString::number(c->CfgBool[i]);
-    QCOMPARE(bools, QStringLiteral("011111101001000101"));
-    const int values[26] = {45, 0, 2, 75, 75, 15, 45, 2, 140, 50, 1, 1, 1, 1, 1, 1, 5, 9, 19, 1, 1, 1, 1, 20, 10, 0};
-    for (int i = 0; i < 26; ++i) QCOMPARE(int(c->CfgValue[i]), values[i]);
-    // Hours 9 to 18 of the days 0 to 5.
-    QCOMPARE(c->WorkingHours[0], 0x7FE00u);
-    QCOMPARE(c->WorkingHours[5], 0x7FE00u);
-    QCOMPARE(c->WorkingHours[6], 0u);
-}
-
-// Catches a bound fixed at the wrong index or in the wrong direction.
-void tst_fmClient::checkInvalidValues()
-{
-    std::unique_ptr<_Client> c(new _Client);
-    const int16_t low[8] = {0, -5, 0, 0, 0, 0, 0, 0};
-    std::memcpy(c->CfgValue, low, sizeof(low));
-    c->Hardware.MHz = 0;
-    c->Hardware.Cores = 0;
-    c->Hardware.Speed = -2.5f;
-    c->CheckInvalidValues();
-    const int wantLow[8] = {15, -5, 1, 15, 15, 5, 15, 1};
-    for (int i = 0; i < 8; ++i) QCOMPARE(int(c->CfgValue[i]), wantLow[i]);
-    QCOMPARE(int(c->Hardware.MHz), 1);
-    QCOMPARE(int(c->Hardware.Cores), 1);
-    QCOMPARE(c->Hardware.Speed, 0.0f);
-    c->CfgValue[2] = 11;
-    c->CfgValue[3] = 96;
-    c->CfgValue[4] = 301;
-    c->CheckInvalidValues();
-    QCOMPARE(int(c->CfgValue[2]), 10);
-    QCOMPARE(int(c->CfgValue[3]), 95);
-    QCOMPARE(int(c->CfgValue[4]), 300);
-}
 
 void tst_fmClient::sortIDTable_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<int>("sortID");
     const int table[] = {0, 0, 0, 0, 2, 1, 3, 3, 3, 3, 1, 3, 3, 3, 1};
-    for (int i = 0; i < 15; ++i) QTest::addRow("code %d", i) << i << table[i];
+    for (int i = 0; i < 15; ++i)
+        QTest::addRow("code %d", i) << i << table[i];
     QTest::newRow("code 15") << 15 << 3;
     QTest::newRow("code 27") << 27 << 3;
     QTest::newRow("code 28") << 28 << 3;
@@ -204,56 +145,6 @@ void tst_fmClient::statusAll()
         s.Thread[i].JobID = ids[i];
     }
     QCOMPARE(s.clientStatusAsStringAll(), text);
-}
-
-void tst_fmClient::osAsString_data()
-{
-    QTest::addColumn<int>("os");
-    QTest::addColumn<int>("version");
-    QTest::addColumn<bool>("is64");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("mac 10.6") << 3 << 106 << true << "m10.6";
-    QTest::newRow("mac 10 32") << 3 << 100 << false << "m10-32";
-    QTest::newRow("linux 2.6") << 2 << 26 << true << "l2.6";
-    QTest::newRow("win 7") << 1 << 70 << true << "w7";
-    QTest::newRow("win 7.1") << 1 << 71 << true << "w7.1";
-    QTest::newRow("win vista") << 1 << 60 << true << "wV";
-    QTest::newRow("win xp 32") << 1 << 51 << false << "wXP.1-32";
-    QTest::newRow("win 2k") << 1 << 40 << true << "w2k";
-    QTest::newRow("win old") << 1 << 31 << true << "w";
-    QTest::newRow("unknown") << 0 << 10 << false << "-32";
-}
-
-// Catches a wrong letter, version split or bit suffix.
-void tst_fmClient::osAsString()
-{
-    QFETCH(int, os);
-    QFETCH(int, version);
-    QFETCH(bool, is64);
-    QFETCH(QString, text);
-    _ClientHardware h;
-    h.OS = static_cast<signed char>(os);
-    h.OSVersion = uint8_t(version);
-    h.Is64Bit = is64;
-    QCOMPARE(h.OSasString(), text);
-}
-
-// Catches a log line for an unchanged ID, a missing log line, or a wrong line text.
-void tst_fmClient::setJobID()
-{
-    farmLogTap = tap;
-    tapped.clear();
-    _ClientStatusThread t;
-    const unsigned long long id = jobID(0, 0);
-    t.setJobID(FM, 1, id, QStringLiteral("because"), false, true);
-    QCOMPARE(t.JobID, id);
-    QCOMPARE(tapped, QStringList{QStringLiteral("Set new Job ID {AAA}  %1 for thread 1 because").arg(id)});
-    t.setJobID(FM, 1, id, QStringLiteral("again"), true, true);
-    QCOMPARE(tapped.size(), 1);
-    t.setJobID(FM, 2, 5, QString(), false, false);
-    QCOMPARE(t.JobID, 5ull);
-    QCOMPARE(tapped.size(), 1);
-    farmLogTap = nullptr;
 }
 
 QTEST_GUILESS_MAIN(tst_fmClient)

@@ -18,17 +18,22 @@ class CatchFM : public __FM
 {
 public:
     CatchFM() : __FM(true, fm_AppType_Test, QStringLiteral("fmTest"), false) {}
-    void WriteLog(int level, int, const QString& text, const QString&) override { lines.append({level, text}); }
+    void WriteLog(int level, int, const QString& text, const QString&) override
+    {
+        lines.append({level, text});
+    }
     QStringList texts() const
     {
         QStringList out;
-        for (const LogLine& l : lines) out << l.text;
+        for (const LogLine& l : lines)
+            out << l.text;
         return out;
     }
     int count(int level, const QString& text) const
     {
         int n = 0;
-        for (const LogLine& l : lines) n += l.level == level && l.text == text;
+        for (const LogLine& l : lines)
+            n += l.level == level && l.text == text;
         return n;
     }
     QList<LogLine> lines;
@@ -54,13 +59,10 @@ class tst_fmcmd : public QObject
 private slots:
     void init();
     void cleanup();
-    void names_data();
-    void names();
     void channels_data();
     void channels();
     void unsupported_data();
     void unsupported();
-    void threadStatus();
     void reloadSkipsMissingTables();
 };
 
@@ -78,24 +80,6 @@ void tst_fmcmd::cleanup()
     fmcmdHooks() = _fmcmdHooks();
 }
 
-void tst_fmcmd::names_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("0") << 0 << "None";
-    QTest::newRow("19") << 19 << "Log thread status";
-    QTest::newRow("20") << 20 << "Unknown #20";
-    QTest::newRow("-1") << -1 << "Unknown #-1";
-}
-
-// A command shown under a neighbour's name, or an unknown code read beyond the name table.
-void tst_fmcmd::names()
-{
-    QFETCH(int, code);
-    QFETCH(QString, name);
-    QCOMPARE(fmcmdName(_fmFMCommand(code)).toQString(), name);
-}
-
 void tst_fmcmd::channels_data()
 {
     QTest::addColumn<int>("code");
@@ -103,8 +87,10 @@ void tst_fmcmd::channels_data()
     QTest::addColumn<bool>("on");
     const int on[][2] = {{2, 10}, {3, 13}, {4, 22}, {5, 15}, {6, 21}, {7, 12}, {15, 17}, {16, 11}};
     const int off[][2] = {{8, 10}, {9, 13}, {10, 22}, {11, 15}, {12, 21}, {13, 12}, {17, 17}, {18, 11}};
-    for (const auto& c : on) QTest::addRow("%d on", c[0]) << c[0] << c[1] << true;
-    for (const auto& c : off) QTest::addRow("%d off", c[0]) << c[0] << c[1] << false;
+    for (const auto& c : on)
+        QTest::addRow("%d on", c[0]) << c[0] << c[1] << true;
+    for (const auto& c : off)
+        QTest::addRow("%d off", c[0]) << c[0] << c[1] << false;
 }
 
 // A switch command that hits the wrong channel, only one of the two arrays, or its neighbours.
@@ -127,7 +113,8 @@ void tst_fmcmd::channels()
     }
     QCOMPARE(fm.lines.first().level, 3);
     QCOMPARE(fm.lines.first().text,
-             QStringLiteral("fmCommand: '%1' from %2@render5").arg(fmcmdName(_fmFMCommand(code)).toQString(), fm.getUserName(3, false)));
+             QStringLiteral("fmCommand: '%1' from %2@render5")
+                 .arg(fmcmdName(_fmFMCommand(code)).toQString(), fm.getUserName(3, false)));
     QCOMPARE(gFlushes, 1);
     QCOMPARE(fm.count(1, QStringLiteral("unsupported fmCommand")), 0);
 }
@@ -154,15 +141,6 @@ void tst_fmcmd::unsupported()
     QCOMPARE(gThreadStatus, 0);
 }
 
-// The thread status command that does not set its time (it still ends as unsupported).
-void tst_fmcmd::threadStatus()
-{
-    CatchFM fm;
-    fmExecuteFMCommand(fm, cmd(fmCmd_LogThreadStatus), short(1));
-    QCOMPARE(gThreadStatus, 60);
-    QCOMPARE(fm.count(1, QStringLiteral("unsupported fmCommand")), 1);
-}
-
 // A reload that touches tables the tool does not have, or skips the configuration.
 void tst_fmcmd::reloadSkipsMissingTables()
 {
@@ -183,7 +161,8 @@ void tst_fmcmd::reloadSkipsMissingTables()
     fm.UserSettings = users;
     QCOMPARE(*fm.cfgGetI("jDeleteIfNumber"), short(1000)); // read again from the file
     const QString all = fm.texts().join(QLatin1Char('\n'));
-    QVERIFY2(all.contains(QStringLiteral("fmCommand 'Reload all config' Global     done (")), qPrintable(all));
+    QVERIFY2(all.contains(QStringLiteral("fmCommand 'Reload all config' Global     done (")),
+             qPrintable(all));
     QVERIFY(all.contains(QStringLiteral("fmCommand 'Reload all config' all done (")));
     QVERIFY(!all.contains(QStringLiteral("Clients    done")));
     QVERIFY(!all.contains(QStringLiteral("Users      done")));

@@ -12,7 +12,10 @@
 #include <sys/stat.h>
 
 static QStringList tapped;
-static void tap(int, const QString& text, const QString&) { tapped << text; }
+static void tap(int, const QString& text, const QString&)
+{
+    tapped << text;
+}
 
 class tst_fmUsers : public QObject
 {
@@ -21,7 +24,6 @@ private slots:
     void initTestCase();
     void init();
     void cleanupTestCase();
-    void clearDefaults();
     void saveLoadSameBytes();
     void oneChangedByte_data();
     void oneChangedByte();
@@ -29,14 +31,8 @@ private slots:
     void wrongSize();
     void hostileCounts();
     void oldFileUpgraded();
-    void oldFileIgnoredBesideNew();
     void oldFileCorrupted();
-    void deletedGroup();
     void groupOverrides();
-    void findUserID_data();
-    void findUserID();
-    void idToUniqueID();
-    void getUserName();
     void passwords_data();
     void passwords();
 
@@ -114,35 +110,13 @@ QByteArray tst_fmUsers::makeOldFile(int n)
         old->User[i].Name.set(QStringLiteral("old%1").arg(i));
         old->User[i].Text1.set("note");
         old->User[i].Password.set("plain");
-        for (int r = 0; r < 14; ++r) old->User[i].Rights[r] = uint8_t(r == i % 14 ? 1 : 0);
+        for (int r = 0; r < 14; ++r)
+            old->User[i].Rights[r] = uint8_t(r == i % 14 ? 1 : 0);
     }
     old->Admin.Name.set("**FM Admin**");
     old->UserCount = int16_t(n);
     old->CRC = fmCRCCalc(reinterpret_cast<const unsigned char*>(old.get()), unsigned(Users60CRCOffset));
     return QByteArray(reinterpret_cast<const char*>(old.get()), int(sizeof(*old)));
-}
-
-// Catches wrong defaults of a new table, which is also the table that lets everyone in.
-void tst_fmUsers::clearDefaults()
-{
-    const _fmgUserSettingsList& u = users();
-    QCOMPARE(int(u.UserCount), 0);
-    QCOMPARE(int(u.GroupCount), 1);
-    QCOMPARE(int(u.NextUniqueID), 500);
-    QCOMPARE(int(u.OpenAccess), 1);
-    QCOMPARE(int(u.AdminID), 200);
-    QCOMPARE(u.pAdmin->Name.toQString(), QStringLiteral("**FM Admin**"));
-    QCOMPARE(u.pTemplate->Name.toQString(), QStringLiteral("**New User Template**"));
-    QCOMPARE(u.pAnonymous->Name.toQString(), QStringLiteral("**Anonymous**"));
-    QCOMPARE(u.Group[0].Name.toQString(), QStringLiteral("DefaultGroup"));
-    for (int i = 0; i < 20; ++i) {
-        QCOMPARE(int(u.Anonymous.RightsOwn[i]), 1);
-        QCOMPARE(int(u.Anonymous.RightsOther[i]), (i == 6 || i == 7 || i == 9) ? 1 : 0);
-        QCOMPARE(int(u.Anonymous.RightsProject[i]), 0);
-        QCOMPARE(int(u.Template.RightsProject[i]), 1);
-    }
-    QCOMPARE(QByteArray(reinterpret_cast<const char*>(u.Template.MiscRights), 4), QByteArray("\0\1\0\0", 4));
-    QCOMPARE(int(u.Template.Extra), 1);
 }
 
 // Catches a reader or writer that changes any byte of a table it wrote itself.
@@ -298,18 +272,6 @@ void tst_fmUsers::oldFileUpgraded()
     QVERIFY(!QFile::exists(path7())); // users.dat is upgraded in memory only
 }
 
-// Catches a reader that prefers the old file.
-void tst_fmUsers::oldFileIgnoredBesideNew()
-{
-    fillTable();
-    QVERIFY(FM.SaveFileUserSettings());
-    writeFile(path60(), makeOldFile(14));
-    users().clear();
-    users().LastFileTime.t = 0;
-    QVERIFY(FM.LoadFileUserSettings());
-    QCOMPARE(int(users().UserCount), 3);
-}
-
 // Catches an old file of a wrong size or CRC that gets through.
 void tst_fmUsers::oldFileCorrupted()
 {
@@ -323,17 +285,6 @@ void tst_fmUsers::oldFileCorrupted()
     users().LastFileTime.t = 0;
     QVERIFY(!FM.LoadFileUserSettings());
     QCOMPARE(tapped.last(), QStringLiteral("users.dat has wrong file size!"));
-}
-
-// Catches a user who keeps the name of a group that no longer exists.
-void tst_fmUsers::deletedGroup()
-{
-    fillTable();
-    users().User[0].GroupName.set(QStringLiteral("gone"));
-    QByteArray bytes = users().saveToBytes();
-    QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
-    QVERIFY(users().User[0].GroupName.isEmpty());
-    QCOMPARE(users().User[1].GroupName.toQString(), QStringLiteral("lighting"));
 }
 
 // Catches overrides applied without their flag, and the group's Extra going anywhere but to the
@@ -365,53 +316,6 @@ void tst_fmUsers::groupOverrides()
     u.applyGroupsToUsers();
     QCOMPARE(int(u.User[1].EffectiveRights[1]), 0);
     QCOMPARE(int(u.User[0].EffectiveRights[0]), 1); // no group
-}
-
-void tst_fmUsers::findUserID_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("acceptAdmin");
-    QTest::addColumn<int>("id");
-    QTest::newRow("empty") << "" << true << -1;
-    QTest::newRow("case") << "BEN" << false << 1;
-    QTest::newRow("keepers admin") << "KEEPERS" << true << 200;
-    QTest::newRow("owner admin") << "Owner" << true << 200;
-    QTest::newRow("keepers searched") << "keepers" << false << -1;
-    QTest::newRow("keepers as user") << "keepers" << false << 2;
-    QTest::newRow("missing") << "dora" << true << -1;
-}
-
-// Catches the fixed admin names used without acceptAdmin, or a case-sensitive search.
-void tst_fmUsers::findUserID()
-{
-    QFETCH(QString, name);
-    QFETCH(bool, acceptAdmin);
-    QFETCH(int, id);
-    fillTable();
-    if (QTest::currentDataTag() == QLatin1String("keepers as user")) users().User[2].Name.set("Keepers");
-    QCOMPARE(users().findUserID(name, acceptAdmin), id);
-}
-
-// Catches a wrong mapping of negative, admin and user numbers.
-void tst_fmUsers::idToUniqueID()
-{
-    fillTable();
-    QCOMPARE(users().IDtoUniqueID(-3), -4);
-    QCOMPARE(users().IDtoUniqueID(200), 200);
-    QCOMPARE(users().IDtoUniqueID(2), 502);
-    QCOMPARE(users().IDtoUniqueID(250), 250);
-}
-
-// Catches a name for a number that has none, or a lookup by the wrong key.
-void tst_fmUsers::getUserName()
-{
-    fillTable();
-    QCOMPARE(FM.getUserName(-1, false), QStringLiteral("?"));
-    QCOMPARE(FM.getUserName(-5, false), QStringLiteral("u-5"));
-    QCOMPARE(FM.getUserName(1, false), QStringLiteral("Ben"));
-    QCOMPARE(FM.getUserName(502, true), QStringLiteral("carl"));
-    QCOMPARE(FM.getUserName(1, true), QStringLiteral("u1"));
-    QCOMPARE(FM.getUserName(7, false), QStringLiteral("u7"));
 }
 
 void tst_fmUsers::passwords_data()

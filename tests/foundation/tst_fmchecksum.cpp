@@ -22,7 +22,8 @@ private slots:
         QTest::addColumn<quint64>("expected");
         QTest::newRow("crc32 check") << "32" << QByteArray("123456789") << quint64(0xCBF43926u);
         QTest::newRow("crc32 empty") << "32" << QByteArray() << quint64(0);
-        QTest::newRow("crc32 fox") << "32" << QByteArray("The quick brown fox jumps over the lazy dog") << quint64(0x414FA339u);
+        QTest::newRow("crc32 fox") << "32" << QByteArray("The quick brown fox jumps over the lazy dog")
+                                   << quint64(0x414FA339u);
         QTest::newRow("crc64 check") << "64" << QByteArray("123456789") << quint64(0xE9C6D914C4B8D9CAull);
         QTest::newRow("crc64 empty") << "64" << QByteArray() << quint64(0);
         QTest::newRow("crc16 check") << "16" << QByteArray("123456789") << quint64(0x31C3);
@@ -35,10 +36,10 @@ private slots:
         QFETCH(quint64, expected);
         const unsigned char* p = u(input.constData());
         const unsigned n = unsigned(input.size());
-        const quint64 got = algo == "32" ? fmCRCCalc(p, n)
-                          : algo == "64" ? fmCRCCalc64(p, n)
-                          : algo == "16" ? fmCRCCalc16(p, n)
-                                         : fmCRCCalc8(p, n, false);
+        const quint64 got = algo == "32"   ? fmCRCCalc(p, n)
+                            : algo == "64" ? fmCRCCalc64(p, n)
+                            : algo == "16" ? fmCRCCalc16(p, n)
+                                           : fmCRCCalc8(p, n, false);
         QCOMPARE(got, expected);
     }
 
@@ -53,41 +54,6 @@ private slots:
         QCOMPARE(int(fmCRCCalc8(b, 4, true)), 0x0F);
     }
 
-    // A generator that drifts from the minimal standard sequence (overflow, wrong Schrage constants).
-    void generator()
-    {
-        QCOMPARE(fmRandStep(1), 16807u);
-        unsigned x = 1;
-        for (int i = 0; i < 10000; ++i) x = fmRandStep(x);
-        QCOMPARE(x, 1043618065u);
-        QCOMPARE(fmRandStep(0x7FFFFFFE), 2147466840u); // negative intermediate, wrapped once
-        unsigned seed = 1;
-        QCOMPARE(fmRand(seed), float(16807.0 / 2147483648.0));
-        QCOMPARE(seed, 16807u);
-        // s = 0*'a' + 1*'b' + 2*'c' = 296, then two steps.
-        QCOMPARE(fmRandCalc(u("abc"), 3), fmRandStep(fmRandStep(296)));
-    }
-
-    // fmRandString picking from the wrong alphabet or with a Length other than 10.
-    void randString_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::newRow("bytes") << 0;
-        QTest::newRow("letters") << 1;
-        QTest::newRow("digits") << 2;
-    }
-    void randString()
-    {
-        QFETCH(int, mode);
-        const fmString8_evenSize<10> s = fmRandString(1234, mode);
-        QCOMPARE(int(s.Length), 10);
-        unsigned x = 1234;
-        for (int i = 0; i < 10; ++i) {
-            x = fmRandStep(x);
-            QCOMPARE(s.Data[i], mode == 2 ? fmNumbers[x % 10] : mode == 1 ? fmLetters[x % 68] : char(x & 0xFF));
-        }
-    }
-
     // Scrambling that cannot be undone for some length, or that leaves the text readable.
     void scrambleRoundTrip()
     {
@@ -96,7 +62,8 @@ private slots:
                 char buf[300];
                 std::memset(buf, 0x5A, sizeof(buf));
                 QByteArray text(n, 0);
-                for (int i = 0; i < n; ++i) text[i] = char('a' + (i * 7 + n) % 26);
+                for (int i = 0; i < n; ++i)
+                    text[i] = char('a' + (i * 7 + n) % 26);
                 std::memcpy(buf, text.constData(), size_t(n));
                 unsigned short len = static_cast<unsigned short>(n);
                 QVERIFY(fmCrypt::Rmpg4(buf, field, field, &len));

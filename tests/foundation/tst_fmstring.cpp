@@ -2,14 +2,15 @@
 
 #include <QtTest>
 
-namespace
-{
-template <class T>
-QByteArray bytesOf(const T& v)
+namespace {
+template <class T> QByteArray bytesOf(const T& v)
 {
     return QByteArray(reinterpret_cast<const char*>(&v), int(sizeof(v)));
 }
-uint16_t le16(const QByteArray& b, int at) { return uint16_t(uint8_t(b[at]) | (uint8_t(b[at + 1]) << 8)); }
+uint16_t le16(const QByteArray& b, int at)
+{
+    return uint16_t(uint8_t(b[at]) | (uint8_t(b[at + 1]) << 8));
+}
 } // namespace
 
 class tst_fmString : public QObject
@@ -30,33 +31,15 @@ private slots:
     // Catches a rolling-sum search that matches on equal sums alone or ignores the Length rules.
     void indexOf_data();
     void indexOf();
-    // Catches prefix/suffix tests that accept empty or over-long texts or are case-sensitive.
-    void affixes_data();
-    void affixes();
     // Catches rebuild operations that overrun N, lose the rest, or loop for ever.
     void editing_data();
     void editing();
-    // Catches 8-bit remove(char) that skips adjacent or differently-cased occurrences.
-    void removeChar();
     // Catches zero padding in the wrong place and a wrong rounding step in float2Str.
     void float2Str_data();
     void float2Str();
-    // Catches wrong small helpers: limits, digits, hex case, short names.
-    void helpers();
-    void shortNames_data();
-    void shortNames();
-    // Catches a list that loses elements, compares case wrongly or shares memory after copy.
-    void stringList();
-    // Catches a name list that splits at the wrong mark, keeps case or counts order in equality.
-    void cfgStrList();
-    // Catches entity replacements done in the wrong order or not passed through Latin-1.
-    void xml_data();
-    void xml();
     // Catches in-band encodings that don't round-trip or misplace the marked form.
     void inBand_data();
     void inBand();
-    // Catches decoders that read past the text or never end on damaged markers.
-    void inBandDamaged();
 };
 
 void tst_fmString::layoutBytes()
@@ -142,7 +125,8 @@ void tst_fmString::hostileLength()
         fmString<10> x, y;
         fmString8_UnevenSize<25> p, q;
         QByteArray r(int(sizeof(x) + sizeof(y) + sizeof(p) + sizeof(q)), Qt::Uninitialized);
-        for (char& c : r) c = char(rng.bounded(256));
+        for (char& c : r)
+            c = char(rng.bounded(256));
         if (round % 3 == 0) r.fill('a', int(sizeof(x) + sizeof(y))); // equal texts, long Lengths
         std::memcpy(static_cast<void*>(&x), r.constData(), sizeof(x));
         std::memcpy(static_cast<void*>(&y), r.constData() + sizeof(x), sizeof(y));
@@ -168,13 +152,20 @@ void tst_fmString::compare_data()
     QTest::addColumn<QString>("b");
     QTest::addColumn<int>("sign");
 
-    QTest::newRow("shorter") << "abc" << "ABCD" << -1;
-    QTest::newRow("longer") << "abcd" << "ABC" << 1;
-    QTest::newRow("case") << "ABC" << "abc" << 0;
-    QTest::newRow("text decides before length") << "b" << "Aaaa" << 1;
-    QTest::newRow("both empty") << "" << "" << 0;
-    QTest::newRow("empty first") << "" << "a" << -1;
-    QTest::newRow("digits before letters") << "a1" << "aa" << -1;
+    QTest::newRow("shorter") << "abc"
+                             << "ABCD" << -1;
+    QTest::newRow("longer") << "abcd"
+                            << "ABC" << 1;
+    QTest::newRow("case") << "ABC"
+                          << "abc" << 0;
+    QTest::newRow("text decides before length") << "b"
+                                                << "Aaaa" << 1;
+    QTest::newRow("both empty") << ""
+                                << "" << 0;
+    QTest::newRow("empty first") << ""
+                                 << "a" << -1;
+    QTest::newRow("digits before letters") << "a1"
+                                           << "aa" << -1;
     // memcmp on little-endian units: the low byte decides first, so U+0100 sorts before U+00FF.
     QTest::newRow("unit byte order") << QString(QChar(0x0100)) << QString(QChar(0x00FF)) << -1;
 }
@@ -201,21 +192,36 @@ void tst_fmString::indexOf_data()
     QTest::addColumn<int>("from");
     QTest::addColumn<int>("result");
 
-    QTest::newRow("found") << "hello world" << "WORLD" << 0 << 6;
-    QTest::newRow("first of two") << "abXabX" << "abx" << 0 << 0;
-    QTest::newRow("second from 1") << "abXabX" << "abx" << 1 << 3;
-    QTest::newRow("not found") << "hello" << "xyz" << 0 << -1;
-    QTest::newRow("needle too long from") << "hello" << "llo" << 3 << -1;
-    QTest::newRow("at the end") << "hello" << "lo" << 3 << 3;
-    QTest::newRow("equal sums, other text") << "acbb" << "bb" << 0 << 2;
-    QTest::newRow("equal sums only") << "acca" << "bb" << 0 << -1;
-    QTest::newRow("same length from 0") << "abc" << "ABC" << 0 << 0;
-    QTest::newRow("same length other") << "abc" << "abd" << 0 << -1;
-    QTest::newRow("same length from 3") << "abc" << "abc" << 3 << -1;
-    QTest::newRow("empty needle") << "abc" << "" << 2 << 2;
-    QTest::newRow("both empty") << "" << "" << 0 << 0;
-    QTest::newRow("in empty") << "" << "a" << 0 << -1;
-    QTest::newRow("negative from") << "abc" << "c" << -5 << 2;
+    QTest::newRow("found") << "hello world"
+                           << "WORLD" << 0 << 6;
+    QTest::newRow("first of two") << "abXabX"
+                                  << "abx" << 0 << 0;
+    QTest::newRow("second from 1") << "abXabX"
+                                   << "abx" << 1 << 3;
+    QTest::newRow("not found") << "hello"
+                               << "xyz" << 0 << -1;
+    QTest::newRow("needle too long from") << "hello"
+                                          << "llo" << 3 << -1;
+    QTest::newRow("at the end") << "hello"
+                                << "lo" << 3 << 3;
+    QTest::newRow("equal sums, other text") << "acbb"
+                                            << "bb" << 0 << 2;
+    QTest::newRow("equal sums only") << "acca"
+                                     << "bb" << 0 << -1;
+    QTest::newRow("same length from 0") << "abc"
+                                        << "ABC" << 0 << 0;
+    QTest::newRow("same length other") << "abc"
+                                       << "abd" << 0 << -1;
+    QTest::newRow("same length from 3") << "abc"
+                                        << "abc" << 3 << -1;
+    QTest::newRow("empty needle") << "abc"
+                                  << "" << 2 << 2;
+    QTest::newRow("both empty") << ""
+                                << "" << 0 << 0;
+    QTest::newRow("in empty") << ""
+                              << "a" << 0 << -1;
+    QTest::newRow("negative from") << "abc"
+                                   << "c" << -5 << 2;
 }
 
 void tst_fmString::indexOf()
@@ -228,38 +234,6 @@ void tst_fmString::indexOf()
     QCOMPARE(fmString8_evenSize<30>(hay).indexOf(fmString8_evenSize<30>(needle), from), result);
 }
 
-void tst_fmString::affixes_data()
-{
-    QTest::addColumn<QString>("s");
-    QTest::addColumn<QByteArray>("affix");
-    QTest::addColumn<bool>("starts");
-    QTest::addColumn<bool>("ends");
-
-    QTest::newRow("prefix case") << "Render.exr" << QByteArray("rEN") << true << false;
-    QTest::newRow("suffix case") << "Render.exr" << QByteArray(".EXR") << false << true;
-    QTest::newRow("whole") << "abc" << QByteArray("ABC") << true << true;
-    QTest::newRow("empty affix") << "abc" << QByteArray("") << false << false;
-    QTest::newRow("longer") << "abc" << QByteArray("abcd") << false << false;
-    QTest::newRow("empty this") << "" << QByteArray("a") << false << false;
-}
-
-void tst_fmString::affixes()
-{
-    QFETCH(QString, s);
-    QFETCH(QByteArray, affix);
-    QFETCH(bool, starts);
-    QFETCH(bool, ends);
-    const fmString<25> w(s);
-    const fmString8_UnevenSize<25> n(s);
-    QCOMPARE(w.startsWith(affix.constData()), starts);
-    QCOMPARE(w.endsWith(affix.constData()), ends);
-    QCOMPARE(n.startsWith(affix.constData()), starts);
-    QCOMPARE(n.endsWith(affix.constData()), ends);
-    QVERIFY(!w.startsWith(nullptr));
-    QCOMPARE(w.endsWith(QString::fromLatin1(affix)), affix.isEmpty() || ends); // the toolkit's rule for ""
-
-}
-
 void tst_fmString::editing_data()
 {
     QTest::addColumn<QString>("op");
@@ -269,18 +243,54 @@ void tst_fmString::editing_data()
     QTest::addColumn<int>("pos");
     QTest::addColumn<QString>("result");
 
-    QTest::newRow("insert middle") << "insert" << "abef" << "cd" << "" << 2 << "abcdef";
-    QTest::newRow("insert cut") << "insert" << "abcdefgh" << "XYZ" << "" << 4 << "abcdXYZefg";
-    QTest::newRow("insert past end") << "insert" << "ab" << "c" << "" << 99 << "abc";
-    QTest::newRow("remove") << "remove" << "abcdef" << "" << "" << 1 << "adef";
-    QTest::newRow("replace all") << "replace" << "a-b-c" << "-" << "+" << 0 << "a+b+c";
-    QTest::newRow("replace case") << "replace" << "xAx" << "a" << "yy" << 0 << "xyyx";
-    QTest::newRow("replace grows") << "replace" << "aaa" << "a" << "aa" << 0 << "aaaaaa";
-    QTest::newRow("replace cut at N") << "replace" << "aaaaaaaaa" << "a" << "bb" << 0 << "bbbbbbbbbb";
-    QTest::newRow("replace shrinks") << "replace" << "aaaa" << "a" << "" << 0 << "";
-    QTest::newRow("replace version") << "replace" << "6.0.10" << "6." << "7." << 0 << "7.0.10";
-    QTest::newRow("replace empty what") << "replace" << "abc" << "" << "x" << 0 << "abc";
-    QTest::newRow("replace in empty") << "replace" << "" << "a" << "b" << 0 << "";
+    QTest::newRow("insert middle") << "insert"
+                                   << "abef"
+                                   << "cd"
+                                   << "" << 2 << "abcdef";
+    QTest::newRow("insert cut") << "insert"
+                                << "abcdefgh"
+                                << "XYZ"
+                                << "" << 4 << "abcdXYZefg";
+    QTest::newRow("insert past end") << "insert"
+                                     << "ab"
+                                     << "c"
+                                     << "" << 99 << "abc";
+    QTest::newRow("remove") << "remove"
+                            << "abcdef"
+                            << ""
+                            << "" << 1 << "adef";
+    QTest::newRow("replace all") << "replace"
+                                 << "a-b-c"
+                                 << "-"
+                                 << "+" << 0 << "a+b+c";
+    QTest::newRow("replace case") << "replace"
+                                  << "xAx"
+                                  << "a"
+                                  << "yy" << 0 << "xyyx";
+    QTest::newRow("replace grows") << "replace"
+                                   << "aaa"
+                                   << "a"
+                                   << "aa" << 0 << "aaaaaa";
+    QTest::newRow("replace cut at N") << "replace"
+                                      << "aaaaaaaaa"
+                                      << "a"
+                                      << "bb" << 0 << "bbbbbbbbbb";
+    QTest::newRow("replace shrinks") << "replace"
+                                     << "aaaa"
+                                     << "a"
+                                     << "" << 0 << "";
+    QTest::newRow("replace version") << "replace"
+                                     << "6.0.10"
+                                     << "6."
+                                     << "7." << 0 << "7.0.10";
+    QTest::newRow("replace empty what") << "replace"
+                                        << "abc"
+                                        << ""
+                                        << "x" << 0 << "abc";
+    QTest::newRow("replace in empty") << "replace"
+                                      << ""
+                                      << "a"
+                                      << "b" << 0 << "";
 }
 
 void tst_fmString::editing()
@@ -323,17 +333,6 @@ void tst_fmString::editing()
     QCOMPARE(odd.toQString().at(0), QChar(0xE9));
 }
 
-void tst_fmString::removeChar()
-{
-    fmString8_evenSize<30> s("aAbaAcA");
-    const fmString8_evenSize<30> r = s.remove('a');
-    QCOMPARE(s.toQString(), QStringLiteral("bc"));
-    QCOMPARE(r.toQString(), QStringLiteral("bc"));
-    fmString8_UnevenSize<25> self("-abc");
-    self = self.Data + 1; // a text out of the value's own bytes
-    QCOMPARE(self.toQString(), QStringLiteral("abc"));
-}
-
 void tst_fmString::float2Str_data()
 {
     QTest::addColumn<float>("v");
@@ -362,119 +361,6 @@ void tst_fmString::float2Str()
     QVERIFY(::float2Str(1.0f, 60, '.').len() <= 25);
 }
 
-void tst_fmString::helpers()
-{
-    unsigned short units[1100];
-    std::fill(std::begin(units), std::end(units), uint16_t('a'));
-    QCOMPARE(fmCharLen(units), 1024);
-    units[7] = 0;
-    QCOMPARE(fmCharLen(units), 7);
-    QCOMPARE(fmCharLen(nullptr), 0);
-    QVERIFY(fmIsDigit('-') && fmIsDigit('0') && fmIsDigit('9'));
-    QVERIFY(!fmIsDigit('+') && !fmIsDigit('.') && !fmIsDigit(0x0660));
-    const unsigned char bytes[] = {0x00, 0x0f, 0xa5, 0xff};
-    QCOMPARE(byte2Hex(bytes, 4), QStringLiteral("000fa5ff"));
-    QCOMPARE(byte2Hex(bytes, -3), QString());
-}
-
-void tst_fmString::shortNames_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("shortName");
-
-    QTest::newRow("co prefix") << "coFrameStart" << "coFS";
-    QTest::newRow("CO prefix") << "CoFrameStart" << "coFS";
-    QTest::newRow("Color_ID excepted") << "Color_ID" << "C_ID";
-    QTest::newRow("CompanyProjectName excepted") << "CompanyProjectName" << "CPN";
-    QTest::newRow("pp prefix") << "ppRender-Pass" << "ppR-P";
-    QTest::newRow("so prefix, no zero") << "soTest10" << "soT1";
-    QTest::newRow("nothing") << "frames" << "";
-}
-
-void tst_fmString::shortNames()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, shortName);
-    QCOMPARE(fmCalcShortName(name), shortName);
-    QVERIFY(fmStringCompareShort(QStringLiteral("FrameStart"), QStringLiteral("frame start")));
-    QVERIFY(fmStringCompareShort(QStringLiteral("FrStart"), QStringLiteral("FancyStuff")));
-    QVERIFY(!fmStringCompareShort(QStringLiteral("FrameStartX"), QStringLiteral("FancyStuffX")));
-}
-
-void tst_fmString::stringList()
-{
-    fmStringList l;
-    QCOMPARE(l.at(3).len(), 0);
-    QCOMPARE(l.atAsChar(0), "");
-    l.append(fmString<500>("beta"), false, true);
-    l.append(fmString<500>("Alpha"), false, true);
-    l.append(fmString<500>("BETA"), true, true);  // differs in case: added
-    l.append(fmString<500>("alpha"), true, false); // found without case: not added
-    QCOMPARE(l.count(), 3);
-    QCOMPARE(l.find(fmString<500>("ALPHA"), true), -1);
-    QCOMPARE(l.find(fmString<500>("ALPHA"), false), 1);
-    QCOMPARE(l.at(99).toQString(), QStringLiteral("beta"));
-    l.append(l.at(0)); // an element of the list itself survives the reallocation
-    QCOMPARE(l.at(3).toQString(), QStringLiteral("beta"));
-
-    fmStringList c;
-    c.copyFrom(l);
-    l.sort(false);
-    QCOMPARE(QString::fromLatin1(l.atAsChar(0)) + l.at(1) + l.at(3), QStringLiteral("Alphabetabeta"));
-    c.sort(true);
-    QCOMPARE(c.at(3).toQString(), QStringLiteral("Alpha"));
-    QCOMPARE(c.count(), 4);
-
-    l.append(fmString<500>(QString(600, QChar(0x4141))));
-    QCOMPARE(QByteArray(l.atAsChar(4)), QByteArray(499, 'A'));
-}
-
-void tst_fmString::cfgStrList()
-{
-    _cfgStrList<20> a;
-    a.fromString(QStringLiteral(" Anna; BOB,Carl ;;  "));
-    QCOMPARE(a.Count, 3);
-    QCOMPARE(a.List[1].toQString(), QStringLiteral("bob,carl"));
-    QCOMPARE(a.List[2].toQString(), QString());
-    QCOMPARE(a.asString(), QStringLiteral("anna; bob,carl"));
-
-    _cfgStrList<20> b;
-    b.fromString(QStringLiteral("bob,carl;anna"));
-    QVERIFY(a.isEqual(b) && b.isEqual(a));
-    b.fromString(QStringLiteral("anna,bob,carl"));
-    QCOMPARE(b.Count, 3);
-    QVERIFY(!a.isEqual(b));
-
-    b.fromString(QString(30, QLatin1Char(',')).replace(QLatin1String(","), QString(60, QLatin1Char('X')) + ','));
-    QCOMPARE(b.Count, 20);
-    QCOMPARE(b.List[19].toQString(), QString(50, QLatin1Char('x')));
-    b.fromString(QStringLiteral("x"));
-    QCOMPARE(b.List[1].len(), 0); // zeroed before filling
-}
-
-void tst_fmString::xml_data()
-{
-    QTest::addColumn<QString>("plain");
-    QTest::addColumn<QString>("xml");
-
-    QTest::newRow("lt") << "<" << "&lt;";
-    QTest::newRow("all named") << "a&b<c>\"d'" << "a&amp;b&lt;c&gt;&quot;d&apos;";
-    QTest::newRow("amp stays single") << "&lt;" << "&amp;lt;";
-    QTest::newRow("umlauts") << QString::fromUtf16(u"\u00c4\u00d6\u00dc\u00e4\u00f6\u00fc\u00df")
-                             << "&#196;&#214;&#220;&#228;&#246;&#252;&#223;";
-    QTest::newRow("other Latin-1 kept") << QString::fromLatin1("\xe9") << QString::fromLatin1("\xe9");
-}
-
-void tst_fmString::xml()
-{
-    QFETCH(QString, plain);
-    QFETCH(QString, xml);
-    QCOMPARE(toXmlString(plain), xml);
-    QCOMPARE(fromXmlString(xml), plain);
-    QCOMPARE(toXmlString(QString::fromUtf16(u"a\u4e2d")), QStringLiteral("a?"));
-    QCOMPARE(fromXmlString(QString::fromUtf16(u"\u4e2d&#228;")), QString::fromUtf16(u"?\u00e4"));
-}
-
 void tst_fmString::inBand_data()
 {
     QTest::addColumn<QString>("text");
@@ -483,7 +369,8 @@ void tst_fmString::inBand_data()
 
     const QString cjk = QString::fromUtf16(u"\u65e5");
     const QString cjkBytes = QString::fromLatin1("\xe6\x97\xa5");
-    QTest::newRow("Latin-1 only") << QString::fromLatin1("Gr\xfc\xdf") << false << QString::fromLatin1("Gr\xfc\xdf");
+    QTest::newRow("Latin-1 only") << QString::fromLatin1("Gr\xfc\xdf") << false
+                                  << QString::fromLatin1("Gr\xfc\xdf");
     QTest::newRow("word alone") << (QStringLiteral("a ") + cjk + QStringLiteral(" b")) << false
                                 << (QStringLiteral("a <UTF8") + cjkBytes + QStringLiteral("> b"));
     // The form goes in at the trigger's index, two characters behind where the word began.
@@ -492,7 +379,8 @@ void tst_fmString::inBand_data()
     QTest::newRow("keep original") << (QStringLiteral("x ab") + cjk + QStringLiteral(" y")) << true
                                    << (QStringLiteral("x ab") + cjk + QStringLiteral("<UTF8ab") + cjkBytes +
                                        QStringLiteral("> y"));
-    QTest::newRow("already marked") << (QStringLiteral("<UTF8 ") + cjk) << false << (QStringLiteral("<UTF8 ") + cjk);
+    QTest::newRow("already marked") << (QStringLiteral("<UTF8 ") + cjk) << false
+                                    << (QStringLiteral("<UTF8 ") + cjk);
 }
 
 void tst_fmString::inBand()
@@ -509,21 +397,9 @@ void tst_fmString::inBand()
     const QString u16 = fmToFMUni16(words, false);
     QCOMPARE(u16.mid(6, 8), QStringLiteral("<UNI16") + QChar(0x65) + QChar(0xE5)); // high byte first
     QCOMPARE(fmFromFMUni16(u16), words);
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("a <utf8 ") + QString::fromLatin1("\xc3\xa4") + QStringLiteral("> b")),
-             QString::fromUtf16(u"a \u00e4 b"));
-}
-
-void tst_fmString::inBandDamaged()
-{
-    // No closing mark: the word ends one character before the text does.
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("x<UTF8abc")), QStringLiteral("xabc"));
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("<UTF8")), QString());
-    QCOMPARE(fmFromFMUTF8(QStringLiteral("<UTF8<UTF8<utf8>>")), QString());
-    QCOMPARE(fmFromFMUni16(QStringLiteral("<UNI16") + QChar(0) + QChar(0x41) + QChar(0x42) + QStringLiteral(">")),
-             QStringLiteral("A"));
-    QString junk;
-    for (int i = 0; i < 200; ++i) junk += QStringLiteral("<UNI16<UTF8\xff>");
-    QVERIFY(fmFromFMUni16(fmFromFMUTF8(junk)).size() < junk.size());
+    QCOMPARE(
+        fmFromFMUTF8(QStringLiteral("a <utf8 ") + QString::fromLatin1("\xc3\xa4") + QStringLiteral("> b")),
+        QString::fromUtf16(u"a \u00e4 b"));
 }
 
 QTEST_APPLESS_MAIN(tst_fmString)

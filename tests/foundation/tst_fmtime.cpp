@@ -4,8 +4,7 @@
 
 #include <climits>
 
-namespace
-{
+namespace {
 fmTime_t at(long long v)
 {
     fmTime_t r;
@@ -29,16 +28,11 @@ private slots:
     // Catches wrong fields, padding, order or name tables in any text form.
     void textForms_data();
     void textForms();
-    // Catches wrong week day numbering and local parts.
-    void localParts();
     // Catches clamping rules of fromDate and the year rules of the QDateTime assignment.
     void fromDate_data();
     void fromDate();
-    void qtAssignments();
     // Catches a start offset that is not computed, applied with the wrong sign, or not sign-extended.
     void startOffset();
-    // Catches an off-by-one at the boundary of waitTimeIsOver and a missing reset.
-    void waitTimes();
     // Catches wrong units, padding or thresholds in the duration texts.
     void durations_data();
     void durations();
@@ -47,8 +41,6 @@ private slots:
     void spaceTsd();
     // Catches 32-bit values formatted differently from 64-bit ones, and crashes on absurd values.
     void time32AndDamaged();
-    // Catches a timer text that is not the millisecond form.
-    void timerText();
 };
 
 void tst_fmTime::textForms_data()
@@ -59,28 +51,50 @@ void tst_fmTime::textForms_data()
 
     const long long thu = 1772720639; // Thu 2026-03-05 14:23:59
     const long long sun = 1795305607; // Sun 2026-11-22 00:00:07
-    QTest::newRow("asString") << thu << "asString" << "03.05 14:23.59";
-    QTest::newRow("asStringDateHourMin") << thu << "asStringDateHourMin" << "05. 14:23";
-    QTest::newRow("asStringHourMin") << sun << "asStringHourMin" << "00:00";
-    QTest::newRow("asStringDate") << thu << "asStringDate" << "05. Mar";
-    QTest::newRow("asStringMonth") << sun << "asStringMonth" << "Nov";
-    QTest::newRow("asStringWeekDay") << sun << "asStringWeekDay" << "22. Sun";
-    QTest::newRow("asStringWeekDateMonth") << thu << "asStringWeekDateMonth" << "Thu 05. Mar";
-    QTest::newRow("asStringMonthYear") << thu << "asStringMonthYear" << "03.26";
-    QTest::newRow("asStringYearOnly") << 1233633906LL << "asStringYearOnly" << "09";
-    QTest::newRow("asStringYearOnly2") << thu << "asStringYearOnly2" << "2026";
-    QTest::newRow("asStringYear") << 1233633906LL << "asStringYear" << "03.02.09";
-    QTest::newRow("asStringYear2") << thu << "asStringYear2" << "05.03.2026";
-    QTest::newRow("asStringFileName") << sun << "asStringFileName" << "1122_000007";
-    QTest::newRow("asStringFileName_TruncSec") << thu << "asStringFileName_TruncSec" << "0305_14235";
-    QTest::newRow("asStringFileNameDate") << thu << "asStringFileNameDate" << "260305";
-    QTest::newRow("asStringFileNameHour") << 1233633906LL << "asStringFileNameHour" << "090203_04";
-    QTest::newRow("daytimeAsString") << thu << "daytimeAsString" << "14:23.59";
-    QTest::newRow("asStringOffset") << thu << "asStringOffset" << "03.06 14:24.00";
-    QTest::newRow("asFM8String") << thu << "asFM8String" << "03.05. 14:23.59";
-    QTest::newRow("asFM8StringDateMonth") << sun << "asFM8StringDateMonth" << "22.Nov. ";
-    QTest::newRow("asFM8StringDateMonthYear") << thu << "asFM8StringDateMonthYear" << "05.Mar.2026 ";
-    QTest::newRow("zero is the epoch") << 0LL << "asStringYear2" << "01.01.1970";
+    QTest::newRow("asString") << thu << "asString"
+                              << "03.05 14:23.59";
+    QTest::newRow("asStringDateHourMin") << thu << "asStringDateHourMin"
+                                         << "05. 14:23";
+    QTest::newRow("asStringHourMin") << sun << "asStringHourMin"
+                                     << "00:00";
+    QTest::newRow("asStringDate") << thu << "asStringDate"
+                                  << "05. Mar";
+    QTest::newRow("asStringMonth") << sun << "asStringMonth"
+                                   << "Nov";
+    QTest::newRow("asStringWeekDay") << sun << "asStringWeekDay"
+                                     << "22. Sun";
+    QTest::newRow("asStringWeekDateMonth") << thu << "asStringWeekDateMonth"
+                                           << "Thu 05. Mar";
+    QTest::newRow("asStringMonthYear") << thu << "asStringMonthYear"
+                                       << "03.26";
+    QTest::newRow("asStringYearOnly") << 1233633906LL << "asStringYearOnly"
+                                      << "09";
+    QTest::newRow("asStringYearOnly2") << thu << "asStringYearOnly2"
+                                       << "2026";
+    QTest::newRow("asStringYear") << 1233633906LL << "asStringYear"
+                                  << "03.02.09";
+    QTest::newRow("asStringYear2") << thu << "asStringYear2"
+                                   << "05.03.2026";
+    QTest::newRow("asStringFileName") << sun << "asStringFileName"
+                                      << "1122_000007";
+    QTest::newRow("asStringFileName_TruncSec") << thu << "asStringFileName_TruncSec"
+                                               << "0305_14235";
+    QTest::newRow("asStringFileNameDate") << thu << "asStringFileNameDate"
+                                          << "260305";
+    QTest::newRow("asStringFileNameHour") << 1233633906LL << "asStringFileNameHour"
+                                          << "090203_04";
+    QTest::newRow("daytimeAsString") << thu << "daytimeAsString"
+                                     << "14:23.59";
+    QTest::newRow("asStringOffset") << thu << "asStringOffset"
+                                    << "03.06 14:24.00";
+    QTest::newRow("asFM8String") << thu << "asFM8String"
+                                 << "03.05. 14:23.59";
+    QTest::newRow("asFM8StringDateMonth") << sun << "asFM8StringDateMonth"
+                                          << "22.Nov. ";
+    QTest::newRow("asFM8StringDateMonthYear") << thu << "asFM8StringDateMonthYear"
+                                              << "05.Mar.2026 ";
+    QTest::newRow("zero is the epoch") << 0LL << "asStringYear2"
+                                       << "01.01.1970";
 }
 
 void tst_fmTime::textForms()
@@ -116,21 +130,6 @@ void tst_fmTime::textForms()
     QCOMPARE(all.value(form), text);
 }
 
-void tst_fmTime::localParts()
-{
-    const fmTime_t sun = at(1795305607);
-    QCOMPARE(sun.WeekDay(), 6);
-    QCOMPARE(at(1795305607 + 86400).WeekDay(), 0);
-    QCOMPARE(sun.month(), 11);
-    QCOMPARE(sun.DayOfMonth(9), 1);
-    QCOMPARE(sun.DayOfMonth(-22), 31);
-    QCOMPARE(QDate(sun), QDate(2026, 11, 22));
-    tm shifted;
-    sun.to_tm_Offset(shifted, -8);
-    QCOMPARE(shifted.tm_mday, 21);
-    QCOMPARE(shifted.tm_hour, 23);
-}
-
 void tst_fmTime::fromDate_data()
 {
     QTest::addColumn<int>("day");
@@ -153,20 +152,6 @@ void tst_fmTime::fromDate()
     QFETCH(long long, t);
     fmTime_t x;
     QCOMPARE(x.fromDate(day, month, year).t, int64_t(t));
-}
-
-void tst_fmTime::qtAssignments()
-{
-    fmTime_t x;
-    x = QDate(2014, 12, 31);
-    QCOMPARE(x.t, int64_t(1419984000));
-    x = QDateTime(QDate(1975, 7, 4), QTime(10, 20, 30));
-    QCOMPARE(x.t, int64_t(3329461230LL)); // 1901..1989 moved a century on
-    x = QDateTime(QDate(1900, 3, 4), QTime(0, 0, 0));
-    const QDate today = QDate::currentDate();
-    QCOMPARE(QDate(x), QDate(today.year(), 3, 4));
-    x = QDateTime(QDate(1900, 1, 1), QTime(12, 0, 0));
-    QCOMPARE(QDate(x), today);
 }
 
 void tst_fmTime::startOffset()
@@ -202,22 +187,6 @@ void tst_fmTime::startOffset()
     QCOMPARE(fmTime_t::fmTime_Start_OffSet, 0);
     fmTime_t::fmTime_Start_OffSet = 99;
     QCOMPARE(fmTime_t(50, false).t, int64_t(50));
-}
-
-void tst_fmTime::waitTimes()
-{
-    const fmTime_t now = at(1000);
-    fmTime_t x = at(900);
-    QVERIFY(!x.waitTimeIsOver(100, true, &now)); // equal is not over
-    QCOMPARE(x.t, int64_t(900));
-    QVERIFY(x.waitTimeIsOver(99, false, &now));
-    QCOMPARE(x.t, int64_t(900));
-    QVERIFY(x.waitTimeIsOver(99, true, &now));
-    QCOMPARE(x.t, int64_t(1000));
-    QCOMPARE(at(900).waitTimeDifference(150, &now), 50);
-    QCOMPARE(at(900).waitTimeDifference(0, &now), -100);
-    fmTime_t late = at(LLONG_MAX);
-    QVERIFY(!late.waitTimeIsOver(0, false, &now));
 }
 
 void tst_fmTime::durations_data()
@@ -303,15 +272,6 @@ void tst_fmTime::time32AndDamaged()
         QVERIFY(!x.daytimeAsString().isEmpty() && x.getTotalDays(LLONG_MAX) != LLONG_MIN);
         QVERIFY(x.WeekDay() >= 0 && x.WeekDay() <= 6);
     }
-}
-
-void tst_fmTime::timerText()
-{
-    fmTimer timer;
-    timer.start();
-    const QString s = timer.restartAndString();
-    QVERIFY2(s.endsWith(QLatin1String("ms")), qPrintable(s));
-    QCOMPARE(s.size() - s.indexOf(QLatin1Char('.')), 6); // three digits of milliseconds, then "ms"
 }
 
 QTEST_APPLESS_MAIN(tst_fmTime)

@@ -7,6 +7,8 @@
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewtypes.h"
 
+#include "fmmodeltext.h"
+
 #include <QBrush>
 #include <QHeaderView>
 #include <QtTest>
@@ -131,6 +133,8 @@ void tst_fmClientsTreeModel::treeShape()
     list().filter();
 
     fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+
+    fmtest::checkModel(&m);
     QSignalSpy footer(&m, &fmuiTreeViewModel::updateFooter);
     m.CreateClientTree();
     m.CreateClientTree(); // a rebuild gives the same tree
@@ -159,6 +163,7 @@ void tst_fmClientsTreeModel::oneGroupExpandedAndGroupsKept()
     const bool flag = false, showTime = true;
     initClientTree(view, m, FM, nullptr, &widget, false, false, flag, showTime);
     QVERIFY(m);
+    fmtest::checkModel(m);
     m->CreateClientTree();
     QVERIFY(widget.Tree->isExpanded(m->index(0, 0)));
     QVERIFY(widget.isColumnHidden(3));
@@ -217,6 +222,7 @@ void tst_fmClientsTreeModel::endText()
     c.Status.Temperature = static_cast<signed char>(temperature);
     c.Status.AvailableMemory = 3072;
     fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    fmtest::checkModel(&m);
     QCOMPARE(m.data(endIndex(m, 0, col)).toString(), expected);
 }
 
@@ -244,6 +250,7 @@ void tst_fmClientsTreeModel::statusColors()
     QFETCH(uint, selectedBackground);
     _Client& c = addClient(QStringLiteral("a"), status);
     fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    fmtest::checkModel(&m);
     const QModelIndex i = endIndex(m, 0, 0);
     QCOMPARE(m.data(i, Qt::ForegroundRole).value<QBrush>().color().rgba(), text);
     QCOMPARE(m.data(i, Qt::BackgroundRole).value<QBrush>().color().rgba(), 0xFFFAFAFAu);
@@ -287,6 +294,7 @@ void tst_fmClientsTreeModel::endBars()
     c.Status.AvailableMemory = available;
     c.Hardware.Memory = memory;
     fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    fmtest::checkModel(&m);
     const QVariant v = m.data(endIndex(m, 0, col), fmtvRole::BGbars);
     QCOMPARE(v.isValid(), !values.isEmpty());
     if (values.isEmpty()) {
@@ -341,6 +349,7 @@ void tst_fmClientsTreeModel::groupAssignmentBar()
     }
     jobList->CreateSelectionList();
     fmuiTreeViewClientsModel m(NoView, FM, jobList.get(), nullptr, false, false);
+    fmtest::checkModel(&m);
     m.CreateClientTree();
     const fmtvBGbars bars = m.data(m.index(0, 1), fmtvRole::BGbars).value<fmtvBGbars>();
     QCOMPARE(bars.Mode, 1);
@@ -392,6 +401,7 @@ void tst_fmClientsTreeModel::groupColors()
     }
     addGroup(QStringLiteral("G"), group);
     fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    fmtest::checkModel(&m);
     m.CreateClientTree();
     m.Root->Children.value(0)->ExplicitSelected = explicitSelected;
     const QBrush bg = m.data(m.index(0, 0), Qt::BackgroundRole).value<QBrush>();
@@ -438,6 +448,7 @@ void tst_fmClientsTreeModel::damagedIndexes()
     addClient(QStringLiteral("a"));
     addGroup(QStringLiteral("G"), {0});
     fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
+    fmtest::checkModel(&m);
     m.CreateClientTree();
     auto* group = static_cast<fmuiTreeViewClientsNode*>(m.Root->Children.value(0));
     auto* end = static_cast<fmuiTreeViewClientsNode*>(group->Children.value(0));

@@ -8,7 +8,8 @@
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewtypes.h"
 
-#include <QAbstractItemModelTester>
+#include "fmmodeltext.h"
+
 #include <QBrush>
 #include <QHeaderView>
 #include <QTest>
@@ -54,23 +55,6 @@ void resort(_JobList& l)
     QWriteLocker lock(&l.LockJobs);
     l.sort();
     l.filter();
-}
-
-// The tree as lines "<indent><column 0 text>", two blanks a level.
-void dump(const QAbstractItemModel& m, const QModelIndex& parent, int depth, QStringList& out)
-{
-    for (int r = 0; r < m.rowCount(parent); ++r) {
-        const QModelIndex i = m.index(r, 0, parent);
-        out << QString(depth * 2, QLatin1Char(' ')) + i.data().toString();
-        dump(m, i, depth + 1, out);
-    }
-}
-
-QStringList dump(const QAbstractItemModel& m)
-{
-    QStringList out;
-    dump(m, QModelIndex(), 0, out);
-    return out;
 }
 
 QString id(unsigned long long v)
@@ -145,14 +129,14 @@ void tst_fmjobstreemodel::grouping()
     QFETCH(QStringList, tree);
     auto list = makeList(jobs);
     fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    fmtest::checkModel(&m);
     m.GroupFirstLevel = firstLevel;
     m.GroupSubmissions = submissions;
     m.CreateJobTree(true);
-    QCOMPARE(dump(m), tree);
+    QCOMPARE(fmtest::modelLines(m), tree);
     // A second rebuild over the same list meets every node again.
     m.CreateJobTree(false);
-    QCOMPARE(dump(m), tree);
+    QCOMPARE(fmtest::modelLines(m), tree);
 }
 
 // Catches a rebuild that keeps a node of a removed job, or drops IsExpanded of the others.
@@ -168,7 +152,7 @@ void tst_fmjobstreemodel::rebuildDropsRemovedJobKeepsExpanded()
     QFETCH(bool, reset);
     auto list = makeList({{1000, "a"}, {1001, "a"}, {1002, "b"}, {1003, "b"}, {1004, "c"}});
     fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    fmtest::checkModel(&m);
     m.CreateJobTree(true);
     QPersistentModelIndex keep = m.index(0, 0, m.index(2, 0)); // job 1004 under "c"
     for (fmuiTreeViewNode* t : m.Root->Children)
@@ -176,8 +160,8 @@ void tst_fmjobstreemodel::rebuildDropsRemovedJobKeepsExpanded()
     list->DeleteJob(list->GetJobByJobID(1001));
     resort(*list);
     m.CreateJobTree(reset);
-    QCOMPARE(dump(m), (QStringList{"    a", "     " + id(1000), " 2 b", "     " + id(1002),
-                                   "     " + id(1003), "    c", "     " + id(1004)}));
+    QCOMPARE(fmtest::modelLines(m), (QStringList{"    a", "     " + id(1000), " 2 b", "     " + id(1002),
+                                                 "     " + id(1003), "    c", "     " + id(1004)}));
     for (fmuiTreeViewNode* t : m.Root->Children)
         QVERIFY(t->IsExpanded);
     if (!reset) {
@@ -259,6 +243,7 @@ void tst_fmjobstreemodel::jobRowTexts()
     auto list = makeList({{1007, "ann"}});
     setup(list->GetJobByJobID(1007));
     fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+    fmtest::checkModel(&m);
     m.Cost = 2.0f;
     m.CostDisplay = QStringLiteral("EUR");
     m.CreateJobTree(true);
@@ -330,6 +315,7 @@ void tst_fmjobstreemodel::groupRowTexts()
     first(list->GetJobByJobID(1000));
     second(list->GetJobByJobID(1001));
     fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+    fmtest::checkModel(&m);
     m.Cost = 2.0f;
     m.CostDisplay = QStringLiteral("EUR");
     m.CreateJobTree(true);
@@ -394,6 +380,7 @@ void tst_fmjobstreemodel::selectionColours()
     list->GetJobByJobID(1000)->Selected = (selectedJobs & 1) ? 1 : 0;
     list->GetJobByJobID(1001)->Selected = (selectedJobs & 2) ? 1 : 0;
     fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+    fmtest::checkModel(&m);
     m.CreateJobTree(true);
     const QModelIndex i = row < 0 ? m.index(0, column) : m.index(row, column, m.index(0, 0));
     const QVariant bg = i.data(Qt::BackgroundRole);
@@ -450,6 +437,7 @@ void tst_fmjobstreemodel::staleAndFlags()
 {
     auto list = makeList({{1000, "ann"}, {1001, "ann"}, {1002, "bob"}});
     fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+    fmtest::checkModel(&m);
     m.CreateJobTree(true);
     const QModelIndex group = m.index(0, 0);
     const QModelIndex job = m.index(0, 0, group);
@@ -479,6 +467,7 @@ void tst_fmjobstreemodel::initJobTreeLayout()
     QObject owner;
     initJobTree(v, model, selection, FM, *list, &owner, false);
     QVERIFY(model && selection);
+    fmtest::checkModel(model);
     model->CreateJobTree(true);
     QHeaderView* h = view.Tree->header();
     QCOMPARE(h->visualIndex(19), 1);

@@ -2,6 +2,8 @@
 #include "historydb/fmlogtreemodel.h"
 #include "jobs/fmjobhistory.h"
 
+#include "fmmodeltext.h"
+
 #include <QTreeView>
 #include <QtTest>
 
@@ -48,6 +50,7 @@ void tst_fmLogTreeModel::pages()
     job->PreviewEnabled = preview ? 1 : 0;
     QTreeView* view = nullptr;
     fmuiTreeViewLogModel m(view, nullptr);
+    fmtest::checkModel(&m);
     m.CreateLogTree(FM, job.get()); // a second build must not keep the first one's pages
     m.CreateLogTree(FM, hasJob ? job.get() : nullptr);
     QStringList got;
@@ -68,6 +71,7 @@ void tst_fmLogTreeModel::headers()
 {
     QTreeView* view = nullptr;
     fmuiTreeViewLogModel m(view, nullptr);
+    fmtest::checkModel(&m);
     QCOMPARE(m.columnCount(), 2);
     QCOMPARE(m.headerData(0, Qt::Horizontal).toString(), QString());
     QCOMPARE(m.headerData(1, Qt::Horizontal).toString(), QStringLiteral("Size"));
@@ -83,6 +87,7 @@ void tst_fmLogTreeModel::rebuildOnTheView()
     fmuiTreeViewLogModel* m = nullptr;
     initLogTree(view, m, &tree);
     QVERIFY(m && tree.model() == m && tree.selectionModel());
+    fmtest::checkModel(m);
     QCOMPARE(tree.columnWidth(0), 175);
     auto job = std::make_unique<fmJ::_jobsHistoryDB>();
     job->LogCount = 3;

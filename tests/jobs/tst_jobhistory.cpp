@@ -1,7 +1,7 @@
 #include "app/fm.h"
 #include "farm/fmclientlist.h"
 #include "jobs/fmjobhistory.h"
-#include "jobtestutil.h"
+#include "fmrecordbytes.h"
 
 #include <QTest>
 #include <memory>

@@ -1,5 +1,5 @@
 #include "jobs/fmjob.h"
-#include "jobtestutil.h"
+#include "fmrecordbytes.h"
 
 #include <QTest>
 #include <cmath>

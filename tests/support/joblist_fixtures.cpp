@@ -10,6 +10,28 @@
 
 namespace jlfix {
 
+std::unique_ptr<fmJ::_jobsHistoryDB_Runtime> makeRenderJob()
+{
+    auto j = std::make_unique<fmJ::_jobsHistoryDB_Runtime>();
+    j->SceneName = "/proj/scenes/shot 010.mb";
+    j->SceneOS = 2;
+    j->ImageDir = "/out/";
+    j->ImageFileName = "shot_";
+    j->ImageExtension = ".exr";
+    j->ImageFramePadding = 4;
+    j->ImageWidth = 1920;
+    j->ImageHeight = 1080;
+    j->SeqStart = 1;
+    j->SeqEnd = 100;
+    j->SeqStep = 1;
+    j->SeqFileOffset = 0;
+    j->Software = "Maya";
+    j->Renderer = "Arnold";
+    j->Version = 2022;
+    j->VersionMinor = 50;
+    return j;
+}
+
 std::unique_ptr<fmJ::_jobsHistoryDB> makeRecord(int n)
 {
     auto r = std::make_unique<fmJ::_jobsHistoryDB>();
@@ -57,20 +79,22 @@ std::unique_ptr<fmJ::_jobsHistoryDB> makeRecord(int n)
     return r;
 }
 
-QByteArray frame(const QByteArray& payload, uint16_t id, uint16_t version, uint32_t storedSize, bool compressPayload)
+QByteArray frame(const QByteArray& payload, uint16_t id, uint16_t version, uint32_t storedSize,
+                 bool compressPayload)
 {
     QByteArray body = payload;
     if (compressPayload) {
         uLongf len = compressBound(uLong(payload.size()));
         body.resize(int(len));
-        compress(reinterpret_cast<Bytef*>(body.data()), &len, reinterpret_cast<const Bytef*>(payload.constData()),
-                 uLong(payload.size()));
+        compress(reinterpret_cast<Bytef*>(body.data()), &len,
+                 reinterpret_cast<const Bytef*>(payload.constData()), uLong(payload.size()));
         body.resize(int(len));
     }
     QByteArray h(64, '\0');
     std::memcpy(h.data(), "     FMJob compr 01                         ", 44);
     auto put32 = [&](int at, uint32_t v) {
-        for (int i = 0; i < 4; ++i) h[at + i] = char(v >> (8 * i));
+        for (int i = 0; i < 4; ++i)
+            h[at + i] = char(v >> (8 * i));
     };
     put32(52, uint32_t(body.size()));
     put32(56, storedSize);
@@ -102,7 +126,8 @@ QByteArray readFile(const QString& path)
 
 LogCapture::LogCapture(int minLevel, int maxLevel) : MinLevel(minLevel), MaxLevel(maxLevel)
 {
-    for (int l = minLevel; l <= maxLevel && l < 25; ++l) FM.cfg->LogLevel[l] = true;
+    for (int l = minLevel; l <= maxLevel && l < 25; ++l)
+        FM.cfg->LogLevel[l] = true;
     connect(&FM, &__FM::signalLogUI, this, &LogCapture::onLog, Qt::DirectConnection);
 }
 

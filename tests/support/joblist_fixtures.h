@@ -18,6 +18,8 @@ namespace jlfix {
 
 // A plausible current record: sequence 1..100 step 1, a JobID of 1000 + n, texts that vary with n.
 std::unique_ptr<fmJ::_jobsHistoryDB> makeRecord(int n);
+// A Maya/Arnold job of frames 1..100 into /out/shot_####.exr, the scene on a Linux path.
+std::unique_ptr<fmJ::_jobsHistoryDB_Runtime> makeRenderJob();
 
 // The raw bytes of a record.
 template <class T> QByteArray bytesOf(const T& rec)

@@ -2,7 +2,8 @@
 #include "widgets/fmtreeview.h"
 #include "widgets/fmtreeviewmodel.h"
 
-#include <QAbstractItemModelTester>
+#include "fmmodeltext.h"
+
 #include <QSignalSpy>
 #include <QTest>
 
@@ -112,7 +113,7 @@ private slots:
     {
         fmTreeView* view = nullptr;
         TModel m(view);
-        QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        fmtest::checkModel(&m);
         m.Root->ForceSelected = m.Root->ForceDeselected = m.Root->ExplicitSelected = m.Root->IsExpanded =
             true;
         QCOMPARE(m.rowCount(), 0);
@@ -139,8 +140,8 @@ private slots:
         QFETCH(QString, edit);
         fmTreeView* view = nullptr;
         TModel m(view);
+        fmtest::checkModel(&m);
         m.build(5, 3, 2);
-        QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
         // Prime every hint, then edit the lists behind the model's back.
         for (auto* t : m.Root->Children)
             for (auto* c : t->Children)
@@ -188,6 +189,7 @@ private slots:
         {
             fmTreeView* view = nullptr;
             TModel m(view);
+            fmtest::checkModel(&m);
             m.build(groups, children, 0);
             auto* first = m.Root->Children.first();
             m.deleteAllChildren(m.Root);
@@ -209,6 +211,7 @@ private slots:
     {
         fmTreeView* view = nullptr;
         TModel m(view);
+        fmtest::checkModel(&m);
         m.build(fmuiTreeViewModel::DeleteLaterSize - 1, 0, 0);
         m.deleteAllChildren(m.Root);
         QCOMPARE(m.DeleteLaterCount, 4999);
@@ -239,6 +242,7 @@ private slots:
         QFETCH(int, rowsLeft);
         fmTreeView* view = nullptr;
         TModel m(view);
+        fmtest::checkModel(&m);
         m.build(3, 1, 0);
         m.deleteChildrenNr(m.Root, nr);
         QCOMPARE(m.rowCount(), rowsLeft);
@@ -271,8 +275,8 @@ private slots:
         QFETCH(QList<Path>, selected);
         fmTreeView* view = nullptr;
         TModel m(view);
+        fmtest::checkModel(&m);
         m.build(2, 2, 2);
-        QAbstractItemModelTester tester(&m, QAbstractItemModelTester::FailureReportingMode::QtTest);
         fmuiTreeViewSelectionModel sm(&m, FM);
         m.at({0, 0, 0})->SetDataIsSelected(true, FM);
         QSignalSpy spy(&sm, &fmuiTreeViewSelectionModel::SelectionUpdated);
@@ -303,6 +307,7 @@ private slots:
     {
         fmTreeView* view = nullptr;
         TModel m(view);
+        fmtest::checkModel(&m);
         m.build(1, 3, 0);
         fmuiTreeViewSelectionModel sm(&m, FM);
         QSignalSpy spy(&sm, &fmuiTreeViewSelectionModel::SelectionUpdated);
@@ -319,6 +324,7 @@ private slots:
     {
         fmTreeView* view = new fmTreeView;
         TModel m(view);
+        fmtest::checkModel(&m);
         m.build(2, 2, 1);
         view->Tree->setModel(&m);
         m.at({0})->IsExpanded = m.at({0, 1})->IsExpanded = true;

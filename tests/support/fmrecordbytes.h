@@ -1,5 +1,5 @@
 #pragma once
-// Helpers shared by the job record tests: byte patterns and raw field access by file offset.
+// Byte patterns and raw field access by file offset, for tests of packed records.
 
 #include <cstdint>
 #include <cstring>
@@ -21,11 +21,11 @@ inline uint8_t patternByte(size_t offset, uint32_t seed)
 inline void fillPattern(void* record, size_t size, uint32_t seed)
 {
     auto* b = static_cast<uint8_t*>(record);
-    for (size_t i = 0; i < size; ++i) b[i] = patternByte(i, seed);
+    for (size_t i = 0; i < size; ++i)
+        b[i] = patternByte(i, seed);
 }
 
-template <class T>
-T readAt(const void* record, size_t offset)
+template <class T> T readAt(const void* record, size_t offset)
 {
     static_assert(std::is_trivially_copyable_v<T>);
     T v;
@@ -33,8 +33,7 @@ T readAt(const void* record, size_t offset)
     return v;
 }
 
-template <class T>
-void writeAt(void* record, size_t offset, T v)
+template <class T> void writeAt(void* record, size_t offset, T v)
 {
     static_assert(std::is_trivially_copyable_v<T>);
     std::memcpy(static_cast<uint8_t*>(record) + offset, &v, sizeof(T));
@@ -44,7 +43,8 @@ void writeAt(void* record, size_t offset, T v)
 inline void writeText16(void* record, size_t offset, int capacity, const char16_t* text)
 {
     int n = 0;
-    for (; text[n] && n < capacity; ++n) writeAt<uint16_t>(record, offset + 2 * size_t(n), uint16_t(text[n]));
+    for (; text[n] && n < capacity; ++n)
+        writeAt<uint16_t>(record, offset + 2 * size_t(n), uint16_t(text[n]));
     writeAt<uint16_t>(record, offset + 2 * size_t(n), 0);
     writeAt<uint16_t>(record, offset + 2 * size_t(capacity) + 2, uint16_t(n));
 }

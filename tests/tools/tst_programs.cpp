@@ -1,0 +1,83 @@
+// The built programs run as processes: the window program's start-up in a demo root made by the
+// console program, as its log file tells it. (The console's exit codes are in tst_console.)
+
+#include "foundation/fmprocess.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+const QString kWindow = QStringLiteral(FM_WINDOW_EXE);
+const QString kConsole = QStringLiteral(FM_CONSOLE_EXE);
+
+QByteArray readAll(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+} // namespace
+
+class tst_programs : public QObject
+{
+    Q_OBJECT
+    QTemporaryDir Tmp;
+    QString Root;
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(Tmp.isValid());
+        Root = Tmp.filePath(QStringLiteral("root"));
+        QProcess p;
+        p.start(kConsole, {QStringLiteral("demo-root"), Root, QStringLiteral("--projects"),
+                           QStringLiteral("2"), QStringLiteral("--jobs"), QStringLiteral("12"),
+                           QStringLiteral("--seed"), QStringLiteral("3")});
+        QVERIFY(p.waitForFinished(120000));
+        QCOMPARE(p.exitCode(), 0);
+    }
+
+    // Catches a start-up that loads the farm's tables in another order than the log states, or
+    // that ends instead of going on to its window. The lines after "init done" wait in the log's
+    // buffer, so the window's own steps are not read here.
+    void windowStartupOrder()
+    {
+        // One instance a machine: another fmHistorydb running here would make ours end at once.
+        if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr))
+            QSKIP("another fmHistorydb runs on this machine");
+        QProcess p;
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.start(kWindow, {QStringLiteral("-fmRoot"), Root, QStringLiteral("-debug"), QStringLiteral("-OMN"),
+                          QStringLiteral("Box1")});
+        QVERIFY(p.waitForStarted());
+        const QString log = Root + QStringLiteral("/sub/log/fmHistorydb_Box1.txt");
+        QTRY_VERIFY_WITH_TIMEOUT(readAll(log).contains("init done") || p.state() == QProcess::NotRunning,
+                                 30000);
+        const bool running = p.state() == QProcess::Running;
+        p.terminate();
+        if (!p.waitForFinished(10000)) {
+            p.kill();
+            p.waitForFinished();
+        }
+        QVERIFY2(running, p.readAll().constData());
+        const QByteArray text = readAll(log);
+        qsizetype at = 0;
+        const QByteArray root = QFileInfo(Root).canonicalFilePath().toUtf8() + '/';
+        for (const QByteArray& step :
+             {QByteArray("FM Config..."), QByteArray("Application Init done"), QByteArray("SetupCfgSDK Done"),
+              QByteArray("init cfg"), "shared FM root is " + root, QByteArray("globalconfig.ini   loading"),
+              QByteArray("clients.ini   loaded"), QByteArray("clientgroups.ini   loaded"),
+              QByteArray("users7.dat   loaded"), QByteArray("init done")}) {
+            const qsizetype next = text.indexOf(step, at);
+            QVERIFY2(next >= 0, step.constData());
+            at = next;
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_programs)
+#include "tst_programs.moc"
