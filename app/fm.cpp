@@ -2,10 +2,10 @@
 
 #include "farm/fmcmd.h"
 
-#include "foundation/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmlogfile.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -23,8 +23,10 @@ __FM* __FM::First = nullptr;
 
 namespace {
 
-const char* const kInitLine = "----- ----- ----- ----- ----- ----- ----- init cfg ----- ----- ----- ----- ----- ----- ----- ";
-const char* const kDoneLine = "----- ----- ----- ----- ----- ----- ----- init done ----- ----- ----- ----- ----- ----- ----- ";
+const char* const kInitLine =
+    "----- ----- ----- ----- ----- ----- ----- init cfg ----- ----- ----- ----- ----- ----- ----- ";
+const char* const kDoneLine =
+    "----- ----- ----- ----- ----- ----- ----- init done ----- ----- ----- ----- ----- ----- ----- ";
 
 // Makes the folder with all parents when it is missing, then opens it to all; true when it stands.
 bool makeFolder(const QString& path, bool setRights)
@@ -83,7 +85,8 @@ QString __FM::AppVersion()
 
 QString __FM::AppTitle(bool)
 {
-    return QStringLiteral("%1    %2    fmVer%3").arg(AppName, QLatin1String(fmVersion), VersionText.toQString());
+    return QStringLiteral("%1    %2    fmVer%3")
+        .arg(AppName, QLatin1String(fmVersion), VersionText.toQString());
 }
 
 bool __FM::installFMEnvironmentVariable(bool)
@@ -96,9 +99,12 @@ bool __FM::installFMEnvironmentVariable(bool)
 bool __FM::setLocalPath(const char* path)
 {
     QString local;
-    if (path) local = QString::fromLocal8Bit(path);
-    else if (!LocalDataPath.isEmpty()) local = LocalDataPath.toQString();
-    else local = QLatin1String(fmLocalDataRoot);
+    if (path)
+        local = QString::fromLocal8Bit(path);
+    else if (!LocalDataPath.isEmpty())
+        local = LocalDataPath.toQString();
+    else
+        local = QLatin1String(fmLocalDataRoot);
     if (local.isEmpty()) return false;
     if (!local.endsWith(QLatin1Char('/'))) local += QLatin1Char('/');
     LocalDataPath = local;
@@ -110,15 +116,16 @@ bool __FM::CheckLocalPath(const char* path)
 {
     WriteLog(10, fmLog_NoPlace, QStringLiteral("CheckLocalPath..."), QStringLiteral("CheckLocalPath"));
     setLocalPath(path);
-    const fmString<250>* folders[] = {&LocalDataPath,         &LocalTexturesPath,      &LocalTempPath,
-                                      &LocalRenderOutPath,    &LocalCachedScenesPath, &LocalRendererPrefsPath,
+    const fmString<250>* folders[] = {&LocalDataPath,       &LocalTexturesPath,     &LocalTempPath,
+                                      &LocalRenderOutPath,  &LocalCachedScenesPath, &LocalRendererPrefsPath,
                                       &LocalRendererExePath};
     bool first = true;
     for (const fmString<250>* folder : folders) {
         const QString p = folder->toQString();
         if (!QFileInfo(p).isDir()) {
-            if (first) WriteLog(10, 0, QStringLiteral("create local path '") + p + QStringLiteral("'..."),
-                                QStringLiteral("CheckLocalPath"));
+            if (first)
+                WriteLog(10, 0, QStringLiteral("create local path '") + p + QStringLiteral("'..."),
+                         QStringLiteral("CheckLocalPath"));
             if (!makeFolder(p, !App.ServiceMode)) {
                 WriteLog(0, 0, QStringLiteral("Unable to create directory '") + p + QLatin1Char('\''),
                          QStringLiteral("FM,CheckLocalPath"));
@@ -142,9 +149,9 @@ bool __FM::CheckAllfmPaths()
     for (const fmString<250>* f : {&CfgGlobalPath, &CfgUserPath, &LogPath, &StatsPath, &ClientScriptsPath})
         if (!check(*f)) return false;
     if (AppType != fm_AppType_Server) return true;
-    for (const fmString<250>* f :
-         {&AutoloadPath, &WebsitePath, &RenderAppsConfigPath, &PrePostScriptsPath, &SetEnvPath, &ServerJobsPluginsPath,
-          &ServerNotifyPluginsPath, &ImagePluginsPath, &PluginsPath, &SceneParserPluginsPath, &HistoryDbPath})
+    for (const fmString<250>* f : {&AutoloadPath, &WebsitePath, &RenderAppsConfigPath, &PrePostScriptsPath,
+                                   &SetEnvPath, &ServerJobsPluginsPath, &ServerNotifyPluginsPath,
+                                   &ImagePluginsPath, &PluginsPath, &SceneParserPluginsPath, &HistoryDbPath})
         if (!check(*f)) return false;
     return true;
 }
@@ -155,10 +162,17 @@ void __FM::readStyleChoices(int argc, char** argv, bool darkDefault)
     c.Dark = darkDefault;
     if (const short* color = cfgGetI("UIcolor")) {
         switch (*color) {
-        case 0: c.Dark = false; break;
-        case 1: c.Dark = true; break;
-        case 2: c.Girly = true; break;
-        default: break;
+        case 0:
+            c.Dark = false;
+            break;
+        case 1:
+            c.Dark = true;
+            break;
+        case 2:
+            c.Girly = true;
+            break;
+        default:
+            break;
         }
     }
     if (const short* size = cfgGetI("FontLx")) {
@@ -200,8 +214,11 @@ void __FM::readStyleChoices(int argc, char** argv, bool darkDefault)
 void __FM::installStyle()
 {
     // The style lives on the window side; a console program or a test has none to install.
-    if (InstallStyleHook) InstallStyleHook(StyleChoices);
-    else WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: no window style to install"), QStringLiteral("SetupCfg"));
+    if (InstallStyleHook)
+        InstallStyleHook(StyleChoices);
+    else
+        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: no window style to install"),
+                 QStringLiteral("SetupCfg"));
 }
 
 bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScreen* splash)
@@ -215,7 +232,8 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
 
     auto splashText = [splash](const char* text) {
         if (!splash || !SplashMessageHook) return;
-        SplashMessageHook(splash, QStringLiteral("%1  v %2").arg(QLatin1String(text), -60).arg(QLatin1String(fmVersion)));
+        SplashMessageHook(
+            splash, QStringLiteral("%1  v %2").arg(QLatin1String(text), -60).arg(QLatin1String(fmVersion)));
     };
 
     splashText("Loading basics...");
@@ -230,7 +248,8 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
     WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   ") + AppTitle(false) + QStringLiteral("  64bit"),
              QStringLiteral("FM,SetupCfg"));
     if (LocalCopyMode)
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("    running in local copy mode ") + AppPath.toQString(),
+        WriteLog(3, fmLog_NoMessageBox,
+                 QStringLiteral("    running in local copy mode ") + AppPath.toQString(),
                  QStringLiteral("FM,SetupCfg"));
 
     installFMEnvironmentVariable(false);
@@ -267,7 +286,8 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
         WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: setLocalPath..."), QStringLiteral("SetupCfg"));
         setLocalPath(nullptr);
     } else {
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: CheckLocalPath..."), QStringLiteral("SetupCfg"));
+        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: CheckLocalPath..."),
+                 QStringLiteral("SetupCfg"));
         if (!CheckLocalPath(nullptr)) return false;
     }
 
@@ -279,31 +299,35 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
             const bool fatal = type == 3 || type == 4 || type == 5 || type == 7 || type == 8 || type >= 10;
             if (fatal) return false;
         }
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileClientGroups..."), QStringLiteral("SetupCfg"));
+        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileClientGroups..."),
+                 QStringLiteral("SetupCfg"));
         LoadFileClientGroups();
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - LoadFileClientGroups: ") + stage.restartAndString(),
+        WriteLog(3, fmLog_NoMessageBox,
+                 QStringLiteral("   time - LoadFileClientGroups: ") + stage.restartAndString(),
                  QStringLiteral("FM,SetupCfg"));
     }
     if (type != 0 && type != 5 && type != 8) {
         splashText("Loading Users...");
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileUserSettings..."), QStringLiteral("SetupCfg"));
+        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileUserSettings..."),
+                 QStringLiteral("SetupCfg"));
         LoadFileUserSettings();
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - LoadFileUserSettings: ") + stage.restartAndString(),
+        WriteLog(3, fmLog_NoMessageBox,
+                 QStringLiteral("   time - LoadFileUserSettings: ") + stage.restartAndString(),
                  QStringLiteral("FM,SetupCfg"));
     }
 
     if (const int off = fmTime_t::TestIfOfsetIsRight(false); off != 0)
-        WriteLog(2, 0,
-                 QStringLiteral("#########################################\nTime Offset is not right: %1  %2!\n"
-                                "#########################################")
-                     .arg(off)
-                     .arg(fmTime_t::fmTime_Start_OffSet),
-                 QStringLiteral("FM,SetupCfg"));
+        WriteLog(
+            2, 0,
+            QStringLiteral("#########################################\nTime Offset is not right: %1  %2!\n"
+                           "#########################################")
+                .arg(off)
+                .arg(fmTime_t::fmTime_Start_OffSet),
+            QStringLiteral("FM,SetupCfg"));
     WriteLog(4, fmLog_NoMessageBox,
              QStringLiteral("Time Zone %1").arg(fmSec2hms(fmTime_t::fmTime_Start_OffSet)),
              QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox,
-             QStringLiteral("   time - all init:") + whole.restartAndString(),
+    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - all init:") + whole.restartAndString(),
              QStringLiteral("FM,SetupCfg"));
     WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   ") + AppTitle(false), QStringLiteral("FM,SetupCfg"));
     WriteLog(3, fmLog_NoMessageBox, QLatin1String(kDoneLine), QStringLiteral("FM,SetupCfg"));

@@ -49,9 +49,12 @@ bool variantNumber(const QVariant& v, long long& out)
 void logStatus(__FM& fm, QSettings::Status st, const char* accessText, const char* where)
 {
     QString text;
-    if (st == QSettings::FormatError) text = QStringLiteral("globalconfig.ini has wrong file format, file broken!");
-    else if (st == QSettings::AccessError) text = QLatin1String(accessText);
-    else text = QStringLiteral("Unknown error while loading globalconfig.ini!");
+    if (st == QSettings::FormatError)
+        text = QStringLiteral("globalconfig.ini has wrong file format, file broken!");
+    else if (st == QSettings::AccessError)
+        text = QLatin1String(accessText);
+    else
+        text = QStringLiteral("Unknown error while loading globalconfig.ini!");
     fm.WriteLog(0, 0, text, QLatin1String(where));
 }
 } // namespace
@@ -135,12 +138,16 @@ bool __FM::LoadFileCfg()
         case fmgCfg_Float: {
             long long n = 0;
             if (!variantNumber(v, n)) {
-                WriteLog(1, 0, QStringLiteral("globalconfig.ini: parameter ") + p.Name.toQString() + QStringLiteral(" is not a valid number!"),
+                WriteLog(1, 0,
+                         QStringLiteral("globalconfig.ini: parameter ") + p.Name.toQString() +
+                             QStringLiteral(" is not a valid number!"),
                          QLatin1String(where));
                 break;
             }
-            if (p.Type == fmgCfg_Int) p.setI(n);
-            else p.setF(float(double(n) / 100.0)); // stored times 100
+            if (p.Type == fmgCfg_Int)
+                p.setI(n);
+            else
+                p.setF(float(double(n) / 100.0)); // stored times 100
             break;
         }
         default:
@@ -158,7 +165,9 @@ bool __FM::LoadFileCfg()
         _fmgConfig::uncMapFromText(variantText(v), m);
     }
     for (int i = 0; i < _fmgConfig::OSConversionCount; ++i)
-        _fmgConfig::osConversionFromText(variantText(ini.value(QStringLiteral("OSConversion/") + listKey("Path", i))), cfg->OSConversion[i]);
+        _fmgConfig::osConversionFromText(
+            variantText(ini.value(QStringLiteral("OSConversion/") + listKey("Path", i))),
+            cfg->OSConversion[i]);
     // A missing flag keeps its value, as every other parameter does.
     for (int i = 0; i < _fmgConfig::LogLevels; ++i) {
         const QString key = QStringLiteral("Interaction/") + listKey("LogLevel", i);
@@ -214,18 +223,29 @@ bool __FM::SaveFileCfg()
             // untouched value.
             if (cfg->find(p.Name.Data, p.Name.len()) != i) continue;
             switch (p.Type) {
-            case fmgCfg_Bool: ini.setValue(p.key(), p.ValueB); break;
-            case fmgCfg_String: ini.setValue(p.key(), p.ValueS.toQString()); break;
-            case fmgCfg_Int: ini.setValue(p.key(), int(p.ValueI)); break;
-            case fmgCfg_Float: ini.setValue(p.key(), int(std::lround(double(p.ValueF) * 100.0))); break;
-            default: break;
+            case fmgCfg_Bool:
+                ini.setValue(p.key(), p.ValueB);
+                break;
+            case fmgCfg_String:
+                ini.setValue(p.key(), p.ValueS.toQString());
+                break;
+            case fmgCfg_Int:
+                ini.setValue(p.key(), int(p.ValueI));
+                break;
+            case fmgCfg_Float:
+                ini.setValue(p.key(), int(std::lround(double(p.ValueF) * 100.0)));
+                break;
+            default:
+                break;
             }
         }
 
         for (int i = 0; i < _fmgConfig::UNCMapCount; ++i)
-            ini.setValue(QStringLiteral("UNC/") + listKey("Map", i), _fmgConfig::uncMapToText(cfg->UNCMaps[i]));
+            ini.setValue(QStringLiteral("UNC/") + listKey("Map", i),
+                         _fmgConfig::uncMapToText(cfg->UNCMaps[i]));
         for (int i = 0; i < _fmgConfig::OSConversionCount; ++i)
-            ini.setValue(QStringLiteral("OSConversion/") + listKey("Path", i), _fmgConfig::osConversionToText(cfg->OSConversion[i]));
+            ini.setValue(QStringLiteral("OSConversion/") + listKey("Path", i),
+                         _fmgConfig::osConversionToText(cfg->OSConversion[i]));
         for (int i = 0; i < _fmgConfig::LogLevels; ++i) {
             ini.setValue(QStringLiteral("Interaction/") + listKey("LogLevel", i), cfg->LogLevel[i]);
             ini.setValue(QStringLiteral("Interaction/") + listKey("LogLevelUI", i), cfg->LogLevelUI[i]);
@@ -240,15 +260,17 @@ bool __FM::SaveFileCfg()
     switch (st) {
     case QSettings::NoError:
         cfg->LastFileTime.t = fileTime(path);
-        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
-                                        QFileDevice::WriteGroup | QFileDevice::ReadOther | QFileDevice::WriteOther);
+        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                        QFileDevice::ReadGroup | QFileDevice::WriteGroup |
+                                        QFileDevice::ReadOther | QFileDevice::WriteOther);
         WriteLog(10, 0, folder + kCfgFileName + QStringLiteral("   written"), QLatin1String(where));
         return true;
     case QSettings::AccessError:
         WriteLog(0, 0, QStringLiteral("Unable to access globalconfig.ini, read-only?"), QLatin1String(where));
         return false;
     case QSettings::FormatError:
-        WriteLog(0, 0, QStringLiteral("globalconfig.ini has wrong file format, file broken!"), QLatin1String(where));
+        WriteLog(0, 0, QStringLiteral("globalconfig.ini has wrong file format, file broken!"),
+                 QLatin1String(where));
         return false;
     default:
         WriteLog(0, 0, QStringLiteral("Unknown error while writing globalconfig.ini!"), QLatin1String(where));

@@ -5,10 +5,10 @@
 // the file lock, the settings work there, and a save writes the result back while it still holds
 // the lock.
 #include "app/fm.h"
-#include "farm/fmclientlog.h"
 #include "farm/fmclient.h"
 #include "farm/fmclientgroups.h"
 #include "farm/fmclientlist.h"
+#include "farm/fmclientlog.h"
 #include "farm/fmusers.h"
 #include "foundation/fmfile.h"
 #include "foundation/fmfilelock.h"
@@ -46,7 +46,10 @@ void __FM::deleteFarmTables()
     ClientList = nullptr;
 }
 
-static QString clientsPath(const __FM& fm) { return fm.CfgGlobalPath.toQString() + QStringLiteral("clients.ini"); }
+static QString clientsPath(const __FM& fm)
+{
+    return fm.CfgGlobalPath.toQString() + QStringLiteral("clients.ini");
+}
 
 static int64_t fileTime(const QString& path)
 {
@@ -54,10 +57,16 @@ static int64_t fileTime(const QString& path)
     return fi.exists() ? fi.lastModified().toSecsSinceEpoch() : 0;
 }
 
-static QString lockOwner(const __FM& fm) { return fm.App.MachineName.toQString() + QLatin1Char(' ') + fm.AppName; }
+static QString lockOwner(const __FM& fm)
+{
+    return fm.App.MachineName.toQString() + QLatin1Char(' ') + fm.AppName;
+}
 
 // Applications that may create clients.ini when it is missing.
-static bool mayCreateClients(fm_AppType t) { return t == fm_AppType_Server || t == fm_AppType_Config; }
+static bool mayCreateClients(fm_AppType t)
+{
+    return t == fm_AppType_Server || t == fm_AppType_Config;
+}
 
 // Writes the bytes of the private copy over the shared file: beside it, flushed, renamed over it, so
 // that a failed write leaves the old file. Reports through the log; false on any failure.
@@ -102,7 +111,8 @@ static bool takeCopy(__FM& fm, fmPrivateCopy& copy, const QString& path, const Q
 static bool readStatusOk(__FM& fm, const QSettings& s, const QString& name, const QString& where)
 {
     switch (s.status()) {
-    case QSettings::NoError: return true;
+    case QSettings::NoError:
+        return true;
     case QSettings::FormatError:
         farmLog(fm, 0, 0, name + QStringLiteral(" has wrong file format, file broken!"), where);
         return false;
@@ -117,7 +127,8 @@ static bool readStatusOk(__FM& fm, const QSettings& s, const QString& name, cons
 static bool writeStatusOk(__FM& fm, const QSettings& s, const QString& name, const QString& where)
 {
     switch (s.status()) {
-    case QSettings::NoError: return true;
+    case QSettings::NoError:
+        return true;
     case QSettings::AccessError:
         farmLog(fm, 0, 0, QStringLiteral("Unable to access ") + name + QStringLiteral(", read-only?"), where);
         return false;
@@ -139,10 +150,12 @@ static bool lockAndCopy(__FM& fm, fmPrivateCopy& copy, const QString& path, int 
     fmFileLocker locker(path);
     int waited = 0;
     const bool server = fm.AppType == fm_AppType_Server;
-    const bool got = server ? locker.lock(timeoutMs, lockOwner(fm), &waited, false) : locker.isFree(timeoutMs, &waited);
+    const bool got =
+        server ? locker.lock(timeoutMs, lockOwner(fm), &waited, false) : locker.isFree(timeoutMs, &waited);
     if (waited > 500)
-        farmLog(fm, 3, 0, QStringLiteral("clients.ini lock took ") + QString::number(waited) + QStringLiteral("ms"),
-                    QStringLiteral("FM,LoadFileClient"));
+        farmLog(fm, 3, 0,
+                QStringLiteral("clients.ini lock took ") + QString::number(waited) + QStringLiteral("ms"),
+                QStringLiteral("FM,LoadFileClient"));
     if (!got) {
         if (waited < 0)
             farmLog(fm, 1, 0, QStringLiteral("You do not have the rights to lock ") + path + QLatin1Char('!'),
@@ -232,9 +245,13 @@ bool __FM::LoadFileClient(fmC::_Client& client, bool onlyListNo)
             break;
         }
     const bool ok = read->ReadClientCfg(file, onlyListNo);
-    if (!ok) farmLog(*this, 1, 0, QStringLiteral("Unable to load config of client ") + client.Status.Name.toQString(), where);
-    if (onlyListNo) client.ListNo = read->ListNo;
-    else client.copyCfgSettings(*read);
+    if (!ok)
+        farmLog(*this, 1, 0,
+                QStringLiteral("Unable to load config of client ") + client.Status.Name.toQString(), where);
+    if (onlyListNo)
+        client.ListNo = read->ListNo;
+    else
+        client.copyCfgSettings(*read);
     farmLog(*this, 4, 0, QStringLiteral("  single    loaded"), where);
     return ok;
 }
@@ -246,7 +263,9 @@ static bool saveClients(__FM& fm, _Client* one)
     const QString path = clientsPath(fm);
     QElapsedTimer total;
     total.start();
-    farmLog(fm, 3, 0, one ? path + QStringLiteral(" single writing...") : QStringLiteral("clients.ini all writing..."), where);
+    farmLog(fm, 3, 0,
+            one ? path + QStringLiteral(" single writing...") : QStringLiteral("clients.ini all writing..."),
+            where);
     if (!one && !fm.ClientList) {
         farmLog(fm, 1, 0, QStringLiteral("Client data not allocated!"), where);
         return false;
@@ -264,18 +283,22 @@ static bool saveClients(__FM& fm, _Client* one)
     fmFileLocker locker(path);
     int waited = 0;
     if (!locker.lock(30000, lockOwner(fm), &waited, false)) {
-        if (waited < 0) farmLog(fm, 1, 0, QStringLiteral("No rights to lock file ") + path + QLatin1Char('!'), where);
+        if (waited < 0)
+            farmLog(fm, 1, 0, QStringLiteral("No rights to lock file ") + path + QLatin1Char('!'), where);
         else
             farmLog(fm, 1, 0,
-                        path + (one ? QStringLiteral(" is locked! Aborting to save client config.")
-                                    : QStringLiteral(" is locked! Aborting to save all clients.")) +
-                            QStringLiteral("  Waited: %1s").arg(waited / 1000.0),
-                        where);
+                    path +
+                        (one ? QStringLiteral(" is locked! Aborting to save client config.")
+                             : QStringLiteral(" is locked! Aborting to save all clients.")) +
+                        QStringLiteral("  Waited: %1s").arg(waited / 1000.0),
+                    where);
         return false;
     }
     if (waited > 500)
-        farmLog(fm, 3, 0, QStringLiteral("clients.ini save lock took ") + QString::number(waited) + QStringLiteral("ms"),
-                    where);
+        farmLog(fm, 3, 0,
+                QStringLiteral("clients.ini save lock took ") + QString::number(waited) +
+                    QStringLiteral("ms"),
+                where);
 
     fmPrivateCopy copy;
     if (!takeCopy(fm, copy, path, where)) return false;
@@ -291,17 +314,21 @@ static bool saveClients(__FM& fm, _Client* one)
         }
         // A section of the same machine spelt in another case is replaced, not doubled.
         QHash<QString, QString> sections; // lower case -> as spelt in the file
-        for (const QString& sec : file.childGroups()) sections.insert(sec.toLower(), sec);
+        for (const QString& sec : file.childGroups())
+            sections.insert(sec.toLower(), sec);
         auto writeOne = [&file, &sections](const _Client& c) {
             const QString name = c.Status.Name.toQString();
-            if (name.isEmpty() || name.compare(QLatin1String(ReservedClientName), Qt::CaseInsensitive) == 0) return;
+            if (name.isEmpty() || name.compare(QLatin1String(ReservedClientName), Qt::CaseInsensitive) == 0)
+                return;
             const QString spelt = sections.value(name.toLower());
             if (!spelt.isEmpty() && spelt != name) file.remove(spelt);
             c.WriteClientCfg(file, true, true);
         };
-        if (one) writeOne(*one);
+        if (one)
+            writeOne(*one);
         else
-            for (int i = 0; i < fm.ClientList->count(); ++i) writeOne(fm.ClientList->Clients[i]);
+            for (int i = 0; i < fm.ClientList->count(); ++i)
+                writeOne(fm.ClientList->Clients[i]);
         file.sync();
         if (!writeStatusOk(fm, file, QStringLiteral("clients.ini"), where)) return false;
     }
@@ -315,19 +342,26 @@ static bool saveClients(__FM& fm, _Client* one)
     const double mb = double(QFileInfo(path).size()) / (1024.0 * 1024.0);
     if (one)
         farmLog(fm, 3, 0,
-                    path + QStringLiteral(" single    written (%1s, %2 mb, lock took %3s)")
-                               .arg(secs)
-                               .arg(mb, 0, 'f', 3)
-                               .arg(double(waited) / 1000.0),
-                    where);
+                path + QStringLiteral(" single    written (%1s, %2 mb, lock took %3s)")
+                           .arg(secs)
+                           .arg(mb, 0, 'f', 3)
+                           .arg(double(waited) / 1000.0),
+                where);
     else
-        farmLog(fm, 3, 0, path + QStringLiteral(" all    written (%1s, %2 mb)").arg(secs).arg(mb, 0, 'f', 3), where);
+        farmLog(fm, 3, 0, path + QStringLiteral(" all    written (%1s, %2 mb)").arg(secs).arg(mb, 0, 'f', 3),
+                where);
     return true;
 }
 
-bool __FM::SaveFileClient(fmC::_Client& client) { return saveClients(*this, &client); }
+bool __FM::SaveFileClient(fmC::_Client& client)
+{
+    return saveClients(*this, &client);
+}
 
-bool __FM::SaveFileClientsAll(QString) { return saveClients(*this, nullptr); }
+bool __FM::SaveFileClientsAll(QString)
+{
+    return saveClients(*this, nullptr);
+}
 
 // ---- clientgroups.ini
 
@@ -367,8 +401,10 @@ bool __FM::LoadFileClientGroups()
                 if (!ClientList) break;
                 const int n = ClientList->findClient(fmString<25>(c.trimmed()), 0);
                 if (n < 0) continue;
-                if (master) g->Place[n].SatelliteMaster = uint16_t(n);
-                else g->Place[n].Assigned = true;
+                if (master)
+                    g->Place[n].SatelliteMaster = uint16_t(n);
+                else
+                    g->Place[n].Assigned = true;
             }
         };
         mark(QStringLiteral("Assigned"), false);

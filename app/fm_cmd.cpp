@@ -17,8 +17,12 @@ void fmExecuteFMCommand(__FM& fm, const _FMCommands& command, const short& clien
     const QString where = QStringLiteral("executeFMCommand");
     const _fmcmdHooks& hooks = fmcmdHooks();
     const QString name = fmcmdName(command.Command).toQString();
-    const QString clientName = hooks.clientName ? hooks.clientName(client) : QStringLiteral("#%1").arg(client);
-    fm.WriteLog(3, 8, QStringLiteral("fmCommand: '%1' from %2@%3").arg(name, fm.getUserName(command.UserID, false), clientName), where);
+    const QString clientName =
+        hooks.clientName ? hooks.clientName(client) : QStringLiteral("#%1").arg(client);
+    fm.WriteLog(3, 8,
+                QStringLiteral("fmCommand: '%1' from %2@%3")
+                    .arg(name, fm.getUserName(command.UserID, false), clientName),
+                where);
     if (hooks.flushLog) hooks.flushLog();
 
     bool on = false;
@@ -39,18 +43,25 @@ void fmExecuteFMCommand(__FM& fm, const _FMCommands& command, const short& clien
         if (fm.cfg) {
             fm.LoadFileCfg();
             fm.ApplyCommandlineLogLevels();
-            fm.WriteLog(3, 8, QStringLiteral("fmCommand '%1' Global     done (%2)").arg(name, elapsedText(timer)), where);
+            fm.WriteLog(3, 8,
+                        QStringLiteral("fmCommand '%1' Global     done (%2)").arg(name, elapsedText(timer)),
+                        where);
         }
         if (fm.ClientList) {
             fm.LoadFileClientsAll(false, QString());
             fm.LoadFileClientGroups();
-            fm.WriteLog(3, 8, QStringLiteral("fmCommand '%1' Clients    done (%2)").arg(name, elapsedText(timer)), where);
+            fm.WriteLog(3, 8,
+                        QStringLiteral("fmCommand '%1' Clients    done (%2)").arg(name, elapsedText(timer)),
+                        where);
         }
         if (fm.UserSettings) {
             fm.LoadFileUserSettings();
-            fm.WriteLog(3, 8, QStringLiteral("fmCommand '%1' Users      done (%2)").arg(name, elapsedText(timer)), where);
+            fm.WriteLog(3, 8,
+                        QStringLiteral("fmCommand '%1' Users      done (%2)").arg(name, elapsedText(timer)),
+                        where);
         }
-        fm.WriteLog(3, 8, QStringLiteral("fmCommand '%1' all done (%2)").arg(name, elapsedText(timer)), where);
+        fm.WriteLog(3, 8, QStringLiteral("fmCommand '%1' all done (%2)").arg(name, elapsedText(timer)),
+                    where);
         return;
     }
     // Code 19 lands here too, after its value was set.

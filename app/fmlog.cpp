@@ -37,11 +37,21 @@ void __FM::WriteLogPluginError(int code, QString name)
 {
     QString reason;
     switch (code) {
-    case 1: reason = QStringLiteral("' returned error; File not found!"); break;
-    case 2: reason = QStringLiteral("' returned error; Unable to load plugin!"); break;
-    case 3: reason = QStringLiteral("' returned error; Wrong plugin version!"); break;
-    case 4: reason = QStringLiteral("' returned error; Plugin function missing!"); break;
-    default: reason = QStringLiteral("' returned error %1!").arg(code); break;
+    case 1:
+        reason = QStringLiteral("' returned error; File not found!");
+        break;
+    case 2:
+        reason = QStringLiteral("' returned error; Unable to load plugin!");
+        break;
+    case 3:
+        reason = QStringLiteral("' returned error; Wrong plugin version!");
+        break;
+    case 4:
+        reason = QStringLiteral("' returned error; Plugin function missing!");
+        break;
+    default:
+        reason = QStringLiteral("' returned error %1!").arg(code);
+        break;
     }
     WriteLog(1, 0, QStringLiteral("Plugin '") + name + reason, QStringLiteral("FM,Plugin"));
 }
@@ -53,10 +63,18 @@ void FMMessageOutput(QtMsgType type, const QMessageLogContext&, const QString& m
     if (msg.contains(QLatin1String("This implementation does not support subelements"))) return;
     int level = 19;
     switch (type) {
-    case QtWarningMsg: level = 2; break;
-    case QtCriticalMsg: level = 1; break;
-    case QtFatalMsg: level = 0; break;
-    default: level = 19; break;
+    case QtWarningMsg:
+        level = 2;
+        break;
+    case QtCriticalMsg:
+        level = 1;
+        break;
+    case QtFatalMsg:
+        level = 0;
+        break;
+    default:
+        level = 19;
+        break;
     }
     __FM* fm = __FM::First;
     if (!fm || !fm->logLevelOn(level)) return;

@@ -1,7 +1,6 @@
 // Root search, derived folders and path mapping.
 #include "app/fmpaths.h"
 
-#include "foundation/fmsdk.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmfile.h"
 #include "foundation/fmfileread.h"
@@ -36,11 +35,15 @@ bool validRootAsIs(const QString& root)
 
 QString up(QString path, int times)
 {
-    for (int i = 0; i < times && !path.isEmpty(); ++i) path = GetDirName(path, '/');
+    for (int i = 0; i < times && !path.isEmpty(); ++i)
+        path = GetDirName(path, '/');
     return path;
 }
 
-QString argText(char** argv, int i) { return fromXmlString(QString::fromLocal8Bit(argv[i])); }
+QString argText(char** argv, int i)
+{
+    return fromXmlString(QString::fromLocal8Bit(argv[i]));
+}
 
 QString withSlash(const QString& path)
 {
@@ -127,8 +130,10 @@ bool __FMSDK::pathsGetRootFromFolder(int argc, char** argv, const QString& appFo
         if (!candidate.isEmpty() || ArgC < 1) break;
         candidate = QString::fromLocal8Bit(ArgV[0]);
         const qsizetype slash = candidate.lastIndexOf(QLatin1Char('/'));
-        if (slash < 3) candidate.clear();
-        else candidate = up(candidate.left(slash + 1), times);
+        if (slash < 3)
+            candidate.clear();
+        else
+            candidate = up(candidate.left(slash + 1), times);
         validate();
     }
     if (candidate.isEmpty()) {
@@ -199,8 +204,10 @@ void __FMSDK::pathsCalcOtherPaths()
     StatsPath = root + QLatin1String("sub/stats/");
     WebsiteTemplatesPath = root + QLatin1String("sub/cfg_website_templates/");
     AutoloadPath = root + QLatin1String("autoload/");
-    if (StatusPath.isEmpty()) WebsitePath = root + QLatin1String("website/");
-    else WebsitePath = StatusPath.toQString() + QLatin1String("website/");
+    if (StatusPath.isEmpty())
+        WebsitePath = root + QLatin1String("website/");
+    else
+        WebsitePath = StatusPath.toQString() + QLatin1String("website/");
     RenderAppsConfigPath = root + QLatin1String("render_apps/_config/");
     PrePostScriptsPath = root + QLatin1String("render_apps/_prepost_scripts/");
     SetEnvPath = root + QLatin1String("render_apps/_setenv/lx/");

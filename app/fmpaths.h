@@ -2,8 +2,8 @@
 // The shared root: validity, the executable's own folder, separators and the mapping of a path
 // between the operating systems' views of the shared storage.
 
-#include "foundation/fmglobal.h"
 #include "farm/fmpathmap.h"
+#include "foundation/fmglobal.h"
 #include "foundation/fmstring.h"
 
 #include <QString>
@@ -11,10 +11,10 @@
 class __FMSDK;
 
 // Folder names of this platform.
-extern const char* const fmBinFolder;      // "bin/lx/"
-extern const char* const fmBin64Folder;    // "bin/lx64/"
-extern const char* const fmRelinkFile;     // "sub/cfg_global/relink_lx.cfg"
-extern const char* const fmLocalDataRoot;  // "/var/tmp/FM_localdata/"
+extern const char* const fmBinFolder;     // "bin/lx/"
+extern const char* const fmBin64Folder;   // "bin/lx64/"
+extern const char* const fmRelinkFile;    // "sub/cfg_global/relink_lx.cfg"
+extern const char* const fmLocalDataRoot; // "/var/tmp/FM_localdata/"
 
 // True when root (ending in "/") holds, in this order of testing, sub/cfg_global/globalconfig.ini,
 // the folder sub/cfg_global/, bin/lx/fmClientconsole, bin/lx/fmServerconsole or the relink file;

@@ -1,6 +1,5 @@
 #include "foundation/fmsdk.h"
 
-#include "foundation/fmlogfile.h"
 #include "app/fmpaths.h"
 #include "farm/fmgconfig.h"
 #include "foundation/fmfileread.h"
@@ -16,7 +15,6 @@
 #include <pwd.h>
 #include <unistd.h>
 
-
 static_assert(_fmgConfig::LogLevels == __FMSDK::kLogLevels, "logging reads the table's switches");
 
 namespace {
@@ -28,9 +26,15 @@ constexpr int32_t kErrorLogMax = 3145728;
 const char* const kStartupLine =
     "#################STARTUP#################################################################";
 
-QString argAt(char** argv, int i) { return fromXmlString(QString::fromLocal8Bit(argv[i])); }
+QString argAt(char** argv, int i)
+{
+    return fromXmlString(QString::fromLocal8Bit(argv[i]));
+}
 
-bool same(const QString& a, const char* b) { return a.compare(QLatin1String(b), Qt::CaseInsensitive) == 0; }
+bool same(const QString& a, const char* b)
+{
+    return a.compare(QLatin1String(b), Qt::CaseInsensitive) == 0;
+}
 
 } // namespace
 
@@ -70,16 +74,16 @@ bool __FMSDK::SetupCfgSDK(int& argc, char** argv)
     ArgC = argv ? argc : 0;
     ArgV = argv;
     WriteLog(15, 0,
-             QStringLiteral("Create FM running in thread %2")
-                 .arg(quintptr(QThread::currentThread()), 0, 16),
+             QStringLiteral("Create FM running in thread %2").arg(quintptr(QThread::currentThread()), 0, 16),
              QStringLiteral("__FMSDK,SetupCfgSDK"));
     MainThread = QThread::currentThread();
     App.MessageBoxAllowed = true;
 
     if (!pathsGetRootFromAppPath(argc, argv)) {
         WriteLog(1, fmLog_NoPlace,
-                 QStringLiteral("Unable to get FM Root path; This executable was not started from a FM directory.\n "
-                                "('%1')")
+                 QStringLiteral(
+                     "Unable to get FM Root path; This executable was not started from a FM directory.\n "
+                     "('%1')")
                      .arg(ArgC > 0 ? QString::fromLocal8Bit(ArgV[0]) : QString()),
                  QStringLiteral("FM,SetupCfg"));
         return false;
@@ -219,35 +223,58 @@ bool __FMSDK::AppInit()
     const QString machine = App.MachineName.toQString();
     QString prefix;
     switch (AppType) {
-    case fm_AppType_Server: prefix = QStringLiteral("server_"); break;
-    case fm_AppType_Client: prefix = QStringLiteral("c_"); break;
-    case fm_AppType_Submitter: prefix = QStringLiteral("submit_"); break;
-    case fm_AppType_Control: prefix = QStringLiteral("control_"); break;
-    case fm_AppType_PostScript: prefix = QStringLiteral("ps_"); break;
+    case fm_AppType_Server:
+        prefix = QStringLiteral("server_");
+        break;
+    case fm_AppType_Client:
+        prefix = QStringLiteral("c_");
+        break;
+    case fm_AppType_Submitter:
+        prefix = QStringLiteral("submit_");
+        break;
+    case fm_AppType_Control:
+        prefix = QStringLiteral("control_");
+        break;
+    case fm_AppType_PostScript:
+        prefix = QStringLiteral("ps_");
+        break;
     case fm_AppType_Test:
-    case fm_AppType_LogFile: prefix = QStringLiteral("TEST_"); break;
-    case fm_AppType_Config: prefix = QStringLiteral("config_"); break;
-    default: prefix = AppName + QLatin1Char('_'); break;
+    case fm_AppType_LogFile:
+        prefix = QStringLiteral("TEST_");
+        break;
+    case fm_AppType_Config:
+        prefix = QStringLiteral("config_");
+        break;
+    default:
+        prefix = AppName + QLatin1Char('_');
+        break;
     }
     if (!logPath.isEmpty()) {
-        LogError->FileName = logPath + QLatin1String(AppType == fm_AppType_Server ? "_ERROR_SERVER.txt" : "_ERROR.txt");
+        LogError->FileName =
+            logPath + QLatin1String(AppType == fm_AppType_Server ? "_ERROR_SERVER.txt" : "_ERROR.txt");
         Log->FileName = logPath + prefix + machine + QLatin1String(".txt");
     }
     switch (AppType) {
     case fm_AppType_Server: {
         NoLogFile = false;
-        const QString folder = (App.ServiceMode && !ThreadCheckFolder.isEmpty()) ? ThreadCheckFolder.toQString()
-                                                                                  : LocalDataPath.toQString();
+        const QString folder = (App.ServiceMode && !ThreadCheckFolder.isEmpty())
+                                   ? ThreadCheckFolder.toQString()
+                                   : LocalDataPath.toQString();
         Log->SecondFileName = folder + QLatin1String("fmServer_localLog.txt");
         break;
     }
     case fm_AppType_Client:
         NoLogFile = false;
-        Log->SecondFileName = LocalDataPath.toQString() + QLatin1String("c_") + machine + QLatin1String(".txt");
+        Log->SecondFileName =
+            LocalDataPath.toQString() + QLatin1String("c_") + machine + QLatin1String(".txt");
         break;
     case fm_AppType_Test:
-    case fm_AppType_LogFile: NoLogFile = false; break;
-    default: NoLogFile = !debug; break;
+    case fm_AppType_LogFile:
+        NoLogFile = false;
+        break;
+    default:
+        NoLogFile = !debug;
+        break;
     }
     // Lines gathered since an earlier option switched the file on must not reach a file that this
     // program does not write.

@@ -23,7 +23,8 @@ double seconds(Clock::time_point a, Clock::time_point b)
 // Data that compresses like a job database: runs of text with numbers and a little noise.
 std::vector<char> makeData(size_t n)
 {
-    static const char* words[] = {"render", "frame", "scene", "/mnt/projects/", "camera", "done", ".exr", "user"};
+    static const char* words[] = {"render", "frame", "scene", "/mnt/projects/",
+                                  "camera", "done",  ".exr",  "user"};
     std::vector<char> d(n);
     unsigned x = 12345;
     size_t i = 0;
@@ -39,8 +40,7 @@ std::vector<char> makeData(size_t n)
     return d;
 }
 
-template <class F>
-double best(int rounds, F&& f)
+template <class F> double best(int rounds, F&& f)
 {
     double b = 1e30;
     for (int r = 0; r < rounds; ++r) {
@@ -78,19 +78,23 @@ int main()
     double tRawC = 1e30, tRawD = 1e30, tBufC = 1e30, tBufD = 1e30;
     for (int round = 0; round < 7; ++round) {
         tRawC = std::min(tRawC, best(1, [&] {
-            zlen = uLongf(zbuf.size());
-            if (compress(zbuf.data(), &zlen, u, uLong(n)) != Z_OK) std::printf("raw compress failed\n");
-        }));
+                             zlen = uLongf(zbuf.size());
+                             if (compress(zbuf.data(), &zlen, u, uLong(n)) != Z_OK)
+                                 std::printf("raw compress failed\n");
+                         }));
         tBufC = std::min(tBufC, best(1, [&] {
-            if (!z.compressFromB(data.data(), int(n), 0)) std::printf("buffer compress failed: %d\n", z.Error);
-        }));
+                             if (!z.compressFromB(data.data(), int(n), 0))
+                                 std::printf("buffer compress failed: %d\n", z.Error);
+                         }));
         tRawD = std::min(tRawD, best(1, [&] {
-            uLongf olen = uLongf(n);
-            if (uncompress(out.data(), &olen, zbuf.data(), zlen) != Z_OK || olen != n) std::printf("raw uncompress failed\n");
-        }));
+                             uLongf olen = uLongf(n);
+                             if (uncompress(out.data(), &olen, zbuf.data(), zlen) != Z_OK || olen != n)
+                                 std::printf("raw uncompress failed\n");
+                         }));
         tBufD = std::min(tBufD, best(1, [&] {
-            if (!z.decompressTo(d) || d.DataSize != int(n)) std::printf("buffer decompress failed: %d\n", z.Error);
-        }));
+                             if (!z.decompressTo(d) || d.DataSize != int(n))
+                                 std::printf("buffer decompress failed: %d\n", z.Error);
+                         }));
     }
     if (std::memcmp(d.Data, data.data(), n) != 0) std::printf("round trip differs\n");
 

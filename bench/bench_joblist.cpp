@@ -70,7 +70,8 @@ std::unique_ptr<_jobsHistoryDB> realisticRecord(int n, std::mt19937& rnd)
     }
     for (int k = 0; k < 200; ++k) {
         uint8_t* p = reinterpret_cast<uint8_t*>(&r->FrameLog[k]);
-        for (size_t b = 0; b < sizeof(r->FrameLog[k]); ++b) p[b] = uint8_t(rnd() % 7);
+        for (size_t b = 0; b < sizeof(r->FrameLog[k]); ++b)
+            p[b] = uint8_t(rnd() % 7);
     }
     r->ExecutionTime = rnd() % 200000;
     r->AverageFrameTime = rnd() % 3000;
@@ -85,7 +86,10 @@ void print(const char* name, double value, const char* unit)
     std::fflush(stdout);
 }
 
-double ms(const QElapsedTimer& t) { return double(t.nsecsElapsed()) / 1e6; }
+double ms(const QElapsedTimer& t)
+{
+    return double(t.nsecsElapsed()) / 1e6;
+}
 
 // Reading the file and inflating every frame, nothing else: what no loader can beat.
 double floorRun(const QString& path)
@@ -137,17 +141,20 @@ int main()
         std::mt19937 rnd(20260101);
         QFile f(path);
         if (!f.open(QIODevice::WriteOnly)) return 1;
-        for (int n = 0; n < Jobs; ++n) f.write(jlfix::frameOf(*realisticRecord(n, rnd)));
+        for (int n = 0; n < Jobs; ++n)
+            f.write(jlfix::frameOf(*realisticRecord(n, rnd)));
         std::printf("file: %.2f MB\n", double(f.size()) / 1048576.0);
     }
 
     double floorBest = 1e99;
-    for (int k = 0; k < 3; ++k) floorBest = std::min(floorBest, floorRun(path));
+    for (int k = 0; k < 3; ++k)
+        floorBest = std::min(floorBest, floorRun(path));
     print("floor", floorBest, "ms");
 
     _JobList* list = nullptr;
     double load0 = 1e99;
-    for (int k = 0; k < 3; ++k) load0 = std::min(load0, loadRun(path, 0, list));
+    for (int k = 0; k < 3; ++k)
+        load0 = std::min(load0, loadRun(path, 0, list));
     print("load_sort0", load0, "ms");
     print("load_sort1", loadRun(path, 1, list), "ms");
     print("load_sort8", loadRun(path, 8, list), "ms");
@@ -170,7 +177,8 @@ int main()
             QElapsedTimer t;
             t.start();
             list->sort();
-            const QByteArray name = QStringLiteral("sort_%1_%2").arg(id).arg(order ? "desc" : "asc").toLatin1();
+            const QByteArray name =
+                QStringLiteral("sort_%1_%2").arg(id).arg(order ? "desc" : "asc").toLatin1();
             print(name.constData(), ms(t), "ms");
         }
     }
@@ -178,13 +186,13 @@ int main()
         list->SetSortID(0, Qt::AscendingOrder);
         QElapsedTimer t;
         t.start();
-        list->SetFilter(QString(), QString(), QString(), QStringLiteral("sh0123"), false, false, false, false, false,
-                        true);
+        list->SetFilter(QString(), QString(), QString(), QStringLiteral("sh0123"), false, false, false, false,
+                        false, true);
         print("filter_text", ms(t), "ms");
         std::printf("filter_text_kept: %d jobs\n", list->SortedCount);
         t.restart();
-        list->SetFilter(QStringLiteral("ARTIST7"), QString(), QStringLiteral("Maya"), QString(), false, false, false,
-                        false, false, true);
+        list->SetFilter(QStringLiteral("ARTIST7"), QString(), QStringLiteral("Maya"), QString(), false, false,
+                        false, false, false, true);
         print("filter_user_app", ms(t), "ms");
         list->SetFilter(QString(), QString(), QString(), QString(), false, true, true, true, true, true);
     }

@@ -50,7 +50,8 @@ struct fmReport
     fmReportRow Total;
 };
 
-// Groups the jobs that pass `filter`; `costPerGhzHour` is the farm's cfgCost. No key: no rows, the total alone.
+// Groups the jobs that pass `filter`; `costPerGhzHour` is the farm's cfgCost. No key: no rows, the total
+// alone.
 fmReport fmBuildReport(const fmHistorySummary& summary, const QList<fmReportKey>& by,
                        const fmReportFilter& filter, double costPerGhzHour);
 

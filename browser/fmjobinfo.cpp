@@ -4,7 +4,6 @@
 #include "foundation/fmfileread.h"
 #include "foundation/fmjobid.h"
 #include "jobs/fmjobhistory.h"
-#include "foundation/fmjobid.h"
 #include "jobs/fmjoblist.h"
 
 #include <QStringList>

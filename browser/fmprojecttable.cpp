@@ -92,7 +92,8 @@ void fmProjectTable::addProjectFile(const QString& path, fmTime_t time, long lon
     const QString name = GetFileNameBase(path, '/');
     int index = -1;
     for (int i = 0; i < nrOfProjects; ++i)
-        if (projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0) index = i; // the last match stands
+        if (projects[size_t(i)].Name.compare(name, Qt::CaseInsensitive) == 0)
+            index = i; // the last match stands
     if (index < 0) {
         index = nrOfProjects++;
         if (size_t(index) >= projects.size()) projects.emplace_back();
@@ -120,7 +121,8 @@ void fmProjectTable::calcAvJobSize()
     for (int i = 0; i < nrOfProjects; ++i) {
         const _projectInfo& p = projects[size_t(i)];
         if (!p.Loaded) continue;
-        for (const _projectInfo_files& f : p.Files) size += f.Size;
+        for (const _projectInfo_files& f : p.Files)
+            size += f.Size;
         jobs += p.NrOfJobs;
     }
     avJobSize = jobs > 0 ? float(size) / float(jobs) : 0.0f;
@@ -135,7 +137,8 @@ void fmProjectTable::setNrOfJobs()
         p.NrOfJobs = 0;
         if (!(avJobSize > 0.0f)) continue;
         long long size = 0;
-        for (const _projectInfo_files& f : p.Files) size += f.Size;
+        for (const _projectInfo_files& f : p.Files)
+            size += f.Size;
         const float estimate = std::round(float(size) / avJobSize); // half away from zero
         if (estimate >= float(std::numeric_limits<long long>::max()))
             p.NrOfJobs = std::numeric_limits<long long>::max();
@@ -197,6 +200,7 @@ QString fmProjectTable::comboText(const _projectInfo& project)
 
 int fmProjectTable::comboGrey(const _projectInfo& project, const fmTime_t& now)
 {
-    const int32_t age = static_cast<int32_t>(static_cast<uint32_t>(uint64_t(now.t) - uint64_t(project.DateLast.t)));
+    const int32_t age =
+        static_cast<int32_t>(static_cast<uint32_t>(uint64_t(now.t) - uint64_t(project.DateLast.t)));
     return std::clamp(age / 172800, 0, 150);
 }

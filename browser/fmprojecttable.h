@@ -50,10 +50,10 @@ public:
     // Entries [0, nrOfProjects) are in use; a scan reuses the others. No limit on the count.
     std::vector<_projectInfo> projects;
     int nrOfProjects = 0;
-    float avJobSize = 0.0f;        // average bytes of database file per job
-    QString currentProject;        // Name of the project whose jobs are in the job list
-    int currentProjectID = -1;     // its index in projects
-    bool dbChanged = false;        // jobs were deleted since the project was loaded
+    float avJobSize = 0.0f;    // average bytes of database file per job
+    QString currentProject;    // Name of the project whose jobs are in the job list
+    int currentProjectID = -1; // its index in projects
+    bool dbChanged = false;    // jobs were deleted since the project was loaded
 
     // Rebuilds the table from the application's history folder (HistoryDbPath).
     void loadProjectList();

@@ -22,15 +22,15 @@ namespace fmC {
 constexpr int MaxClients = 750;
 constexpr int MaxClientGroups = 30; // the group "ALL" among them
 constexpr int MaxClientThreads = 3;
-constexpr int CfgValueMax = 40;     // places of "cfgV" read at most
-constexpr int CfgBoolMax = 30;      // places of "cfgB" read at most
+constexpr int CfgValueMax = 40; // places of "cfgV" read at most
+constexpr int CfgBoolMax = 30;  // places of "cfgB" read at most
 constexpr int CfgValueDefaultCount = 26;
 constexpr int CfgBoolDefaultCount = 18;
 constexpr int AbortProcessMax = 20;
 constexpr int WOLFlagCount = 6;
 constexpr int HourTableDays = 7;
-constexpr int StrListMax = 20;      // names in a _cfgStrList
-constexpr int StrListItemMax = 50;  // characters of one name
+constexpr int StrListMax = 20;     // names in a _cfgStrList
+constexpr int StrListItemMax = 50; // characters of one name
 
 // Status codes of a job thread (Status). Codes 2, 7, 26 and 27 are disabled states whose reason
 // stands in JobID as a sub-code below 1000.
@@ -59,14 +59,14 @@ int _ClientStatus2SortID(const signed char& status);
 // One job thread of a client.
 struct _ClientStatusThread
 {
-    uint64_t JobID;         // job identifier; up to 1000 a sub-code of Status
-    int32_t FramesDone;     // progress of the job on this thread (frames finished)
-    int32_t FramesTotal;    // frames the thread was given
-    float FrameProgress;    // progress of the current frame, 0..100
-    uint32_t StatusTime;    // seconds in the current state, or left
-    signed char Status;     // ClientStatusCode
-    uint8_t CPUUsage;       // 0..255; 0 and 254 or more are "no value"
-    int32_t ThreadMemory;   // MB
+    uint64_t JobID;       // job identifier; up to 1000 a sub-code of Status
+    int32_t FramesDone;   // progress of the job on this thread (frames finished)
+    int32_t FramesTotal;  // frames the thread was given
+    float FrameProgress;  // progress of the current frame, 0..100
+    uint32_t StatusTime;  // seconds in the current state, or left
+    signed char Status;   // ClientStatusCode
+    uint8_t CPUUsage;     // 0..255; 0 and 254 or more are "no value"
+    int32_t ThreadMemory; // MB
 
     _ClientStatusThread() { clear(); }
     void clear();
@@ -84,7 +84,7 @@ struct _ClientStatusBasic
     fmString<25> UserName;
     signed char Temperature; // degrees Celsius, 0 unknown
     fmString<10> Version;
-    int16_t UserTime;        // minutes since the logged-on user was active, -1 unknown
+    int16_t UserTime; // minutes since the logged-on user was active, -1 unknown
     fmString<25> Name;
 
     _ClientStatusBasic();
@@ -106,19 +106,22 @@ struct _ClientStatus
     void clear(); // everything zero, one thread, UserTime -1
     // Clears the threads, one thread, UserTime -1; the name and the rest stay.
     void initStatusSingle();
-    int threadsInUse() const { return ThreadCount < 1 ? 1 : (ThreadCount > MaxClientThreads ? MaxClientThreads : ThreadCount); }
+    int threadsInUse() const
+    {
+        return ThreadCount < 1 ? 1 : (ThreadCount > MaxClientThreads ? MaxClientThreads : ThreadCount);
+    }
     QString clientStatusAsStringAll(fmJ::_JobRuntimeClient* job = nullptr) const;
 };
 
 struct _ClientHardware
 {
-    int32_t Memory;     // installed memory, MB; at least 99 after a file read
-    float Speed;        // relative speed index; in the file times 1000
-    uint8_t Cores;      // at least 1
-    uint8_t OSVersion;  // version of the system times 10
-    signed char OS;     // _fmOS: 1 Windows, 2 Linux, 3 Mac OS
+    int32_t Memory;    // installed memory, MB; at least 99 after a file read
+    float Speed;       // relative speed index; in the file times 1000
+    uint8_t Cores;     // at least 1
+    uint8_t OSVersion; // version of the system times 10
+    signed char OS;    // _fmOS: 1 Windows, 2 Linux, 3 Mac OS
     bool Is64Bit;
-    uint16_t MHz;       // processor clock, at least 1
+    uint16_t MHz; // processor clock, at least 1
 
     _ClientHardware() { clear(); }
     void clear();
@@ -139,18 +142,18 @@ struct _ClientUserMessage
 struct _Client
 {
     _ClientStatus Status;
-    int32_t ListNo; // place in the farm's order, -1 when not set
-    _cfgStrList<StrListMax> Reserved;        // users the client is reserved for
-    _cfgStrList<StrListMax> AcceptWH;        // users accepted during working hours
+    int32_t ListNo;                                             // place in the farm's order, -1 when not set
+    _cfgStrList<StrListMax> Reserved;                           // users the client is reserved for
+    _cfgStrList<StrListMax> AcceptWH;                           // users accepted during working hours
     _cfgStrList<StrListMax> AcceptThreadJobs[MaxClientThreads]; // job types of the threads A, B, C
-    fmString<25> AbortProcess[AbortProcessMax];         // a running process of these names aborts
+    fmString<25> AbortProcess[AbortProcessMax];                 // a running process of these names aborts
     uint8_t CfgBool[CfgBoolMax];
     int16_t CfgValue[CfgValueMax];
     _ClientHardware Hardware;
-    fmString8_evenSize<30> WOLMac;  // hexadecimal digits only
+    fmString8_evenSize<30> WOLMac; // hexadecimal digits only
     fmString8_evenSize<50> WOLIP;
     uint8_t WOLFlags[WOLFlagCount];
-    uint32_t WOLSchedule[HourTableDays];  // bit h of a day is the hour h
+    uint32_t WOLSchedule[HourTableDays]; // bit h of a day is the hour h
     uint32_t WorkingHours[HourTableDays];
     fmString<250> CustomInfo;
     _ClientUserMessage UserMessage;

@@ -9,7 +9,10 @@
 
 using namespace fmC;
 
-static QString readText(QSettings& file, const QString& key) { return fmcIniText(file, key); }
+static QString readText(QSettings& file, const QString& key)
+{
+    return fmcIniText(file, key);
+}
 
 QString fmC::fmcIniText(QSettings& file, const QString& key)
 {
@@ -18,8 +21,7 @@ QString fmC::fmcIniText(QSettings& file, const QString& key)
     return v.toString();
 }
 
-template <class T>
-static T clampTo(long long v, long long lo, long long hi)
+template <class T> static T clampTo(long long v, long long lo, long long hi)
 {
     return T(v < lo ? lo : (v > hi ? hi : v));
 }
@@ -48,7 +50,8 @@ static void readOldList(QSettings& file, const QString& prefix, _cfgStrList<StrL
 {
     QStringList names;
     for (int i = 1; i <= StrListMax; ++i) {
-        const QString n = readText(file, prefix + QStringLiteral("%1").arg(i, 2, 10, QLatin1Char('0'))).trimmed();
+        const QString n =
+            readText(file, prefix + QStringLiteral("%1").arg(i, 2, 10, QLatin1Char('0'))).trimmed();
         if (!n.isEmpty() && !n.contains(QLatin1Char(';'))) names << n;
     }
     list.fromString(names.join(QLatin1Char(';')) + QLatin1Char(';'));
@@ -67,7 +70,8 @@ bool _Client::ReadClientCfg(QSettings& file, bool onlyListNo)
 
     const QString b = readText(file, QStringLiteral("cfgB"));
     const int nb = b.size() < CfgBoolMax ? int(b.size()) : CfgBoolMax;
-    for (int i = 0; i < nb; ++i) CfgBool[i] = b.at(i) == QLatin1Char('1') ? 1 : 0;
+    for (int i = 0; i < nb; ++i)
+        CfgBool[i] = b.at(i) == QLatin1Char('1') ? 1 : 0;
     if (nb > CfgBoolCount) CfgBoolCount = int16_t(nb);
 
     QStringList v = readText(file, QStringLiteral("cfgV")).split(QLatin1Char(';'));
@@ -109,7 +113,8 @@ bool _Client::ReadClientCfg(QSettings& file, bool onlyListNo)
     WOLMac.set(w.value(0).remove(notHex));
     WOLIP.set(w.value(1).trimmed());
     const QString flags = w.value(2);
-    for (int i = 0; i < WOLFlagCount; ++i) WOLFlags[i] = i < flags.size() && flags.at(i) == QLatin1Char('1');
+    for (int i = 0; i < WOLFlagCount; ++i)
+        WOLFlags[i] = i < flags.size() && flags.at(i) == QLatin1Char('1');
 
     defaultHourTable(WOLSchedule);
     defaultHourTable(WorkingHours);
@@ -118,17 +123,23 @@ bool _Client::ReadClientCfg(QSettings& file, bool onlyListNo)
     if (file.contains(QStringLiteral("WorkingHours")))
         hourTableFromString(readText(file, QStringLiteral("WorkingHours")), WorkingHours);
 
-    if (file.contains(QStringLiteral("Reserved"))) Reserved.fromString(readText(file, QStringLiteral("Reserved")));
-    else readOldList(file, QStringLiteral("Reserved"), Reserved);
-    if (file.contains(QStringLiteral("AcceptWH"))) AcceptWH.fromString(readText(file, QStringLiteral("AcceptWH")));
-    else readOldList(file, QStringLiteral("AcceptWH"), AcceptWH);
+    if (file.contains(QStringLiteral("Reserved")))
+        Reserved.fromString(readText(file, QStringLiteral("Reserved")));
+    else
+        readOldList(file, QStringLiteral("Reserved"), Reserved);
+    if (file.contains(QStringLiteral("AcceptWH")))
+        AcceptWH.fromString(readText(file, QStringLiteral("AcceptWH")));
+    else
+        readOldList(file, QStringLiteral("AcceptWH"), AcceptWH);
 
     static const char* const threadKeys[MaxClientThreads] = {"acceptThreadJobsA", "acceptThreadJobsB",
                                                              "acceptThreadJobsC"};
     for (int t = 0; t < MaxClientThreads; ++t) {
         const QString key = QLatin1String(threadKeys[t]);
-        if (file.contains(key)) AcceptThreadJobs[t].fromString(readText(file, key));
-        else AcceptThreadJobs[t] = defaultThreadJobs(t);
+        if (file.contains(key))
+            AcceptThreadJobs[t].fromString(readText(file, key));
+        else
+            AcceptThreadJobs[t] = defaultThreadJobs(t);
     }
 
     for (int i = 0; i < AbortProcessMax; ++i)
@@ -148,28 +159,30 @@ void _Client::WriteClientCfg(QSettings& file, const bool& saveListNo, const bool
 
     QString b;
     const int nb = CfgBoolCount < 0 ? 0 : (CfgBoolCount > CfgBoolMax ? CfgBoolMax : CfgBoolCount);
-    for (int i = 0; i < nb; ++i) b += CfgBool[i] ? QLatin1Char('1') : QLatin1Char('0');
+    for (int i = 0; i < nb; ++i)
+        b += CfgBool[i] ? QLatin1Char('1') : QLatin1Char('0');
     file.setValue(QStringLiteral("cfgB"), b);
 
     QString v;
     const int nv = CfgValueCount < 0 ? 0 : (CfgValueCount > CfgValueMax ? CfgValueMax : CfgValueCount);
-    for (int i = 0; i < nv; ++i) v += QString::number(CfgValue[i]) + QLatin1Char(';');
+    for (int i = 0; i < nv; ++i)
+        v += QString::number(CfgValue[i]) + QLatin1Char(';');
     file.setValue(QStringLiteral("cfgV"), v);
 
     const long long speed = std::llround(double(Hardware.Speed) * 1000.0);
-    file.setValue(QStringLiteral("Hardware"),
-                  QStringLiteral("%1;%2;%3;%4;%5;%6;%7;")
-                      .arg(Hardware.Memory)
-                      .arg(int(Hardware.Cores))
-                      .arg(int(Hardware.OS))
-                      .arg(Hardware.Is64Bit ? 1 : 0)
-                      .arg(int(Hardware.MHz))
-                      .arg(int(Hardware.OSVersion))
-                      .arg(speed));
+    file.setValue(QStringLiteral("Hardware"), QStringLiteral("%1;%2;%3;%4;%5;%6;%7;")
+                                                  .arg(Hardware.Memory)
+                                                  .arg(int(Hardware.Cores))
+                                                  .arg(int(Hardware.OS))
+                                                  .arg(Hardware.Is64Bit ? 1 : 0)
+                                                  .arg(int(Hardware.MHz))
+                                                  .arg(int(Hardware.OSVersion))
+                                                  .arg(speed));
 
     static const QRegularExpression notHex(QStringLiteral("[^0-9a-fA-F]"));
     QString wol = WOLMac.toQString().remove(notHex) + QLatin1Char(';') + WOLIP.toQString() + QLatin1Char(';');
-    for (int i = 0; i < WOLFlagCount; ++i) wol += WOLFlags[i] ? QLatin1Char('1') : QLatin1Char('0');
+    for (int i = 0; i < WOLFlagCount; ++i)
+        wol += WOLFlags[i] ? QLatin1Char('1') : QLatin1Char('0');
     file.setValue(QStringLiteral("WOL"), wol);
 
     if (dropSchedules) {
@@ -187,14 +200,18 @@ void _Client::WriteClientCfg(QSettings& file, const bool& saveListNo, const bool
                                                              "acceptThreadJobsC"};
     for (int t = 0; t < MaxClientThreads; ++t) {
         const QString key = QLatin1String(threadKeys[t]);
-        if (AcceptThreadJobs[t].isEqual(defaultThreadJobs(t))) file.remove(key);
-        else file.setValue(key, AcceptThreadJobs[t].asString());
+        if (AcceptThreadJobs[t].isEqual(defaultThreadJobs(t)))
+            file.remove(key);
+        else
+            file.setValue(key, AcceptThreadJobs[t].asString());
     }
 
     for (int i = 0; i < AbortProcessMax; ++i) {
         const QString key = QStringLiteral("AbortProcess%1").arg(i + 1, 2, 10, QLatin1Char('0'));
-        if (AbortProcess[i].isEmpty()) file.remove(key);
-        else file.setValue(key, AbortProcess[i].toQString());
+        if (AbortProcess[i].isEmpty())
+            file.remove(key);
+        else
+            file.setValue(key, AbortProcess[i].toQString());
     }
 
     file.setValue(QStringLiteral("customClientInfo"), CustomInfo.toQString());

@@ -13,7 +13,8 @@ void _ClientGroup::clear()
 
 void _ClientGroupList::clear()
 {
-    for (int i = 0; i < Count && i < MaxClientGroups; ++i) Group[i].clear();
+    for (int i = 0; i < Count && i < MaxClientGroups; ++i)
+        Group[i].clear();
     Count = 0;
 }
 
@@ -31,7 +32,8 @@ void _ClientGroupList::addGroupAll()
 {
     _ClientGroup* g = addGroup(QStringLiteral("ALL"));
     if (!g) return;
-    for (auto& p : g->Place) p.Assigned = true;
+    for (auto& p : g->Place)
+        p.Assigned = true;
 }
 
 int _ClientGroupList::findGroup(const QString& name) const

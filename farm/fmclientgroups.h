@@ -9,7 +9,8 @@ namespace fmC {
 struct _ClientGroupPlace
 {
     bool Assigned;
-    uint16_t SatelliteMaster; // the client's own number when it is a satellite master of the group; 65535 when none
+    uint16_t SatelliteMaster; // the client's own number when it is a satellite master of the group; 65535
+                              // when none
 };
 
 struct _ClientGroup

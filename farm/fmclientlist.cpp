@@ -8,16 +8,14 @@
 
 namespace fmC {
 
-template <int N>
-static int compareText(const fmString<N>& a, const fmString<N>& b)
+template <int N> static int compareText(const fmString<N>& a, const fmString<N>& b)
 {
     return a.compare(b);
 }
 
 // Quicksort of index[left..right]: the middle element is the pivot, moved to the left end. The
 // smaller side recurses, the larger one loops, so the depth stays below log2(750).
-template <class Less>
-static void quicksortIndex(short* index, int left, int right, const Less& less)
+template <class Less> static void quicksortIndex(short* index, int left, int right, const Less& less)
 {
     while (left < right) {
         std::swap(index[left], index[(left + right) / 2]);
@@ -41,21 +39,24 @@ static void quicksortBy(short* index, _Client* clients, int count, bool descendi
     if (!index || !clients || count < 2) return;
     if (count > MaxClients) count = MaxClients;
     if (descending)
-        quicksortIndex(index, 0, count - 1, [&](short a, short b) { return cmp(clients[b], clients[a]) < 0; });
+        quicksortIndex(index, 0, count - 1,
+                       [&](short a, short b) { return cmp(clients[b], clients[a]) < 0; });
     else
-        quicksortIndex(index, 0, count - 1, [&](short a, short b) { return cmp(clients[a], clients[b]) < 0; });
+        quicksortIndex(index, 0, count - 1,
+                       [&](short a, short b) { return cmp(clients[a], clients[b]) < 0; });
 }
 
-template <class T>
-static int cmpNum(T a, T b)
+template <class T> static int cmpNum(T a, T b)
 {
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
-#define FM_CLIENT_SORT(NAME, EXPR)                                                                                     \
-    void fmQuicksortClient_2_##NAME(short* index, _Client* clients, const int& count, const bool& descending)        \
-    {                                                                                                                  \
-        quicksortBy(index, clients, count, descending, [](const _Client& a, const _Client& b) { return EXPR; });      \
+#define FM_CLIENT_SORT(NAME, EXPR)                                                                           \
+    void fmQuicksortClient_2_##NAME(short* index, _Client* clients, const int& count,                        \
+                                    const bool& descending)                                                  \
+    {                                                                                                        \
+        quicksortBy(index, clients, count, descending,                                                       \
+                    [](const _Client& a, const _Client& b) { return EXPR; });                                \
     }
 
 FM_CLIENT_SORT(byName, compareText(a.Status.Name, b.Status.Name))
@@ -80,8 +81,8 @@ _ClientList::_ClientList(__FMSDK& app) : App(app)
     filter();
 }
 
-bool _ClientList::SetFilter(bool windows, bool mac, bool linux_, bool bits64, bool bits32, int minMemory, short count,
-                            signed char* listA, bool* listB, unsigned flag)
+bool _ClientList::SetFilter(bool windows, bool mac, bool linux_, bool bits64, bool bits32, int minMemory,
+                            short count, signed char* listA, bool* listB, unsigned flag)
 {
     ShowWindows = windows;
     ShowMac = mac;
@@ -129,25 +130,52 @@ void _ClientList::sort(fmJ::_JobList*)
     if (n == 0) return;
     const bool descending = SortOrder == Qt::DescendingOrder;
     if (SortID == 1 && descending) {
-        for (int i = 0; i < n; ++i) SortedIndex[i] = int16_t(n - 1 - i);
+        for (int i = 0; i < n; ++i)
+            SortedIndex[i] = int16_t(n - 1 - i);
     } else {
-        for (int i = 0; i < n; ++i) SortedIndex[i] = int16_t(i);
+        for (int i = 0; i < n; ++i)
+            SortedIndex[i] = int16_t(i);
         if (SortID != 1) {
             short* idx = SortedIndex;
             switch (SortID) {
-            case 0: fmQuicksortClient_2_byName(idx, Clients, n, descending); break;
-            case 2: fmQuicksortClient_2_byStatus(idx, Clients, n, descending); break;
-            case 4: fmQuicksortClient_2_byCpuUsage(idx, Clients, n, descending); break;
-            case 5: fmQuicksortClient_2_byAvMemory(idx, Clients, n, descending); break;
-            case 6: fmQuicksortClient_2_byOS(idx, Clients, n, descending); break;
-            case 7: fmQuicksortClient_2_byUser(idx, Clients, n, descending); break;
-            case 8: fmQuicksortClient_2_byVersion(idx, Clients, n, descending); break;
-            case 9: fmQuicksortClient_2_byTemp(idx, Clients, n, descending); break;
-            case 10: fmQuicksortClient_2_byMemory(idx, Clients, n, descending); break;
-            case 11: fmQuicksortClient_2_byCores(idx, Clients, n, descending); break;
-            case 12: fmQuicksortClient_2_byPS(idx, Clients, n, descending); break;
-            case 13: fmQuicksortClient_2_byInfo(idx, Clients, n, descending); break;
-            default: break; // 3 and above 13 keep the list order
+            case 0:
+                fmQuicksortClient_2_byName(idx, Clients, n, descending);
+                break;
+            case 2:
+                fmQuicksortClient_2_byStatus(idx, Clients, n, descending);
+                break;
+            case 4:
+                fmQuicksortClient_2_byCpuUsage(idx, Clients, n, descending);
+                break;
+            case 5:
+                fmQuicksortClient_2_byAvMemory(idx, Clients, n, descending);
+                break;
+            case 6:
+                fmQuicksortClient_2_byOS(idx, Clients, n, descending);
+                break;
+            case 7:
+                fmQuicksortClient_2_byUser(idx, Clients, n, descending);
+                break;
+            case 8:
+                fmQuicksortClient_2_byVersion(idx, Clients, n, descending);
+                break;
+            case 9:
+                fmQuicksortClient_2_byTemp(idx, Clients, n, descending);
+                break;
+            case 10:
+                fmQuicksortClient_2_byMemory(idx, Clients, n, descending);
+                break;
+            case 11:
+                fmQuicksortClient_2_byCores(idx, Clients, n, descending);
+                break;
+            case 12:
+                fmQuicksortClient_2_byPS(idx, Clients, n, descending);
+                break;
+            case 13:
+                fmQuicksortClient_2_byInfo(idx, Clients, n, descending);
+                break;
+            default:
+                break; // 3 and above 13 keep the list order
             }
         }
     }
@@ -157,7 +185,8 @@ void _ClientList::sort(fmJ::_JobList*)
 void _ClientList::filter()
 {
     const int n = count();
-    if (ShowWindows && ShowMac && ShowLinux && Show64Bit && Show32Bit && MinMemory == 0 && TypeFilterCount == 0)
+    if (ShowWindows && ShowMac && ShowLinux && Show64Bit && Show32Bit && MinMemory == 0 &&
+        TypeFilterCount == 0)
         return;
     // One pass that keeps the order of the clients that stay; those taken out go behind them, so
     // that SortedIndex stays a permutation.
@@ -167,10 +196,13 @@ void _ClientList::filter()
         const int16_t c = SortedIndex[i];
         const _Client& cl = Clients[c >= 0 && c < MaxClients ? c : 0];
         const _ClientHardware& h = cl.Hardware;
-        const bool drop = (!ShowWindows && h.OS == 1) || (!ShowMac && h.OS == 3) || (!ShowLinux && h.OS == 2) ||
-                          (!Show64Bit && h.Is64Bit) || (!Show32Bit && !h.Is64Bit) || h.Memory < MinMemory;
-        if (drop) out[dropped++] = c;
-        else SortedIndex[kept++] = c;
+        const bool drop = (!ShowWindows && h.OS == 1) || (!ShowMac && h.OS == 3) ||
+                          (!ShowLinux && h.OS == 2) || (!Show64Bit && h.Is64Bit) ||
+                          (!Show32Bit && !h.Is64Bit) || h.Memory < MinMemory;
+        if (drop)
+            out[dropped++] = c;
+        else
+            SortedIndex[kept++] = c;
     }
     std::memcpy(SortedIndex + kept, out, size_t(dropped) * sizeof(int16_t));
     ShownCount = int16_t(kept);
@@ -185,7 +217,8 @@ void _ClientList::QSort_ID_Load(const short& left, const short& right, _Client& 
     // one move per cycle through temp.
     const int n = hi - lo + 1;
     std::unique_ptr<int16_t[]> order(new int16_t[size_t(n)]);
-    for (int i = 0; i < n; ++i) order[i] = int16_t(lo + i);
+    for (int i = 0; i < n; ++i)
+        order[i] = int16_t(lo + i);
     std::stable_sort(order.get(), order.get() + n,
                      [this](int16_t a, int16_t b) { return Clients[a].ListNo < Clients[b].ListNo; });
     std::unique_ptr<bool[]> done(new bool[size_t(n)]());
@@ -242,7 +275,8 @@ void _ClientList::removeClient(short number, bool resort)
 {
     const int n = count();
     if (number < 0 || number >= n) return;
-    for (int i = number; i < n - 1; ++i) Clients[i] = Clients[i + 1];
+    for (int i = number; i < n - 1; ++i)
+        Clients[i] = Clients[i + 1];
     Clients[n - 1].clear();
     Count = int16_t(n - 1);
     ++ChangeCount;

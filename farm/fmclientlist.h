@@ -76,7 +76,10 @@ public:
     int findClient(const fmString<25>& name, short start = 0) const;
 
     _Client* at(int number) { return number >= 0 && number < count() ? &Clients[number] : nullptr; }
-    const _Client* at(int number) const { return number >= 0 && number < count() ? &Clients[number] : nullptr; }
+    const _Client* at(int number) const
+    {
+        return number >= 0 && number < count() ? &Clients[number] : nullptr;
+    }
     int count() const { return Count < 0 ? 0 : (Count > MaxClients ? MaxClients : Count); }
     int shownCount() const { return ShownCount < 0 ? 0 : (ShownCount > count() ? count() : ShownCount); }
 

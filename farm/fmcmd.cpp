@@ -1,6 +1,5 @@
 #include "farm/fmcmd.h"
 
-
 fmString<250> fmcmdName(const _fmFMCommand& command)
 {
     static const char* const names[] = {

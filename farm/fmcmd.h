@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 
-
 // Command codes (32-bit), as they travel between the tools.
 enum _fmFMCommand : int32_t {
     fmCmd_None = 0,
@@ -66,4 +65,3 @@ struct _fmcmdHooks
     void (*setThreadStatusTime)(int seconds) = nullptr;   // the main log's thread status time
 };
 _fmcmdHooks& fmcmdHooks();
-

@@ -87,7 +87,8 @@ _fmgConfig::_fmgConfig() : ParamCount(0)
         LogLevel[i] = i <= 4;
         LogLevelUI[i] = i <= 4;
     }
-    for (int i = 0; i < EmailLogLevels; ++i) EmailLogLevel[i] = i < 2;
+    for (int i = 0; i < EmailLogLevels; ++i)
+        EmailLogLevel[i] = i < 2;
     for (_fmgUNCMap& m : UNCMaps) {
         m.Letter = 'A';
         m.Enabled = false;
@@ -335,7 +336,8 @@ namespace {
 inline uint32_t nameHash(const char* p, int n)
 {
     uint32_t h = 2166136261u;
-    for (int i = 0; i < n; ++i) h = (h ^ uint8_t(p[i])) * 16777619u;
+    for (int i = 0; i < n; ++i)
+        h = (h ^ uint8_t(p[i])) * 16777619u;
     return h;
 }
 } // namespace
@@ -371,7 +373,8 @@ int _fmgConfig::find(const char* name, int length) const
         const int i = Index[slot];
         if (i < ParamCount) {
             const fmString8_evenSize<100>& o = Params[i].Name;
-            if (o.len() == length && (length == 0 || (o.Data[0] == name[0] && std::memcmp(o.Data, name, size_t(length)) == 0)))
+            if (o.len() == length &&
+                (length == 0 || (o.Data[0] == name[0] && std::memcmp(o.Data, name, size_t(length)) == 0)))
                 return i;
         }
         slot = (slot + 1) & (IndexSize - 1);
@@ -402,7 +405,8 @@ bool _fmgConfig::removeParam(const char* name)
 {
     const int i = find(name);
     if (i < 0) return false;
-    for (int k = i; k + 1 < ParamCount; ++k) Params[k] = Params[k + 1];
+    for (int k = i; k + 1 < ParamCount; ++k)
+        Params[k] = Params[k + 1];
     --ParamCount;
     Params[ParamCount] = _fmgCfg_param();
     rebuildIndex();
@@ -428,9 +432,12 @@ void _fmgConfig::checkAfterLoad(__FMSDK&)
         const _fmgCfg_param* avgClients = param("cAverageClients");
         const _fmgCfg_param* avgUser = param("cAverageForUser");
         if (mode && avgClients && avgUser) {
-            if (!avgClients->ValueB) mode->setI(0);
-            else if (!avgUser->ValueB) mode->setI(2);
-            else mode->setI(1);
+            if (!avgClients->ValueB)
+                mode->setI(0);
+            else if (!avgUser->ValueB)
+                mode->setI(2);
+            else
+                mode->setI(1);
         }
 
         removeParam("cAverageAbort");
@@ -484,7 +491,8 @@ void _fmgConfig::uncMapFromText(const QString& text, _fmgUNCMap& map)
 QString _fmgConfig::osConversionToText(const _fmgOSConversion& row)
 {
     int used = 0;
-    for (int os = 1; os <= 3; ++os) used += row.Path[os].isEmpty() ? 0 : 1;
+    for (int os = 1; os <= 3; ++os)
+        used += row.Path[os].isEmpty() ? 0 : 1;
     if (used < 2) return QString();
     return row.Path[1].toQString() + QLatin1Char('?') + row.Path[2].toQString() + QLatin1Char('?') +
            row.Path[3].toQString();
@@ -492,7 +500,8 @@ QString _fmgConfig::osConversionToText(const _fmgOSConversion& row)
 
 void _fmgConfig::osConversionFromText(const QString& text, _fmgOSConversion& row)
 {
-    for (auto& p : row.Path) p.clear();
+    for (auto& p : row.Path)
+        p.clear();
     if (text.isEmpty()) return;
     qsizetype from = 0;
     for (int os = 1; os <= 3; ++os) {

@@ -95,8 +95,8 @@ public:
     // Sets the log switches and lists to their defaults and fills the table (initialize()).
     _fmgConfig();
 
-    fmTime_t LastFileTime; // modification time of globalconfig.ini when it was last read; 0 never
-    int32_t ParamCount;    // entries in use in Params, 0..MaxParams
+    fmTime_t LastFileTime;           // modification time of globalconfig.ini when it was last read; 0 never
+    int32_t ParamCount;              // entries in use in Params, 0..MaxParams
     fmString8_evenSize<250> Comment; // carried for the other tools; not read here
     _fmgCfg_param Params[MaxParams];
 
@@ -152,4 +152,5 @@ private:
 class __FMSDK;
 // The setters' lookup in sdk's table: an unknown name fails silently, a wrong type is logged at
 // level 1 with `where`. Null on failure.
-_fmgCfg_param* fmgCfgLookupSet(__FMSDK& sdk, const fmString8_evenSize<100>& name, uint8_t type, const char* where);
+_fmgCfg_param* fmgCfgLookupSet(__FMSDK& sdk, const fmString8_evenSize<100>& name, uint8_t type,
+                               const char* where);

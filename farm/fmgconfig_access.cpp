@@ -11,8 +11,7 @@ short gZeroI;
 fmString<100> gZeroS;
 float gZeroF;
 
-template <typename T>
-T* zeroOf(T& z)
+template <typename T> T* zeroOf(T& z)
 {
     z = T();
     return &z;
@@ -21,10 +20,14 @@ T* zeroOf(T& z)
 const char* typeText(uint8_t type)
 {
     switch (type) {
-    case fmgCfg_Bool: return " is not a boolean!";
-    case fmgCfg_String: return " is not a string!";
-    case fmgCfg_Int: return " is not an integer!";
-    default: return " is not a float!";
+    case fmgCfg_Bool:
+        return " is not a boolean!";
+    case fmgCfg_String:
+        return " is not a string!";
+    case fmgCfg_Int:
+        return " is not an integer!";
+    default:
+        return " is not a float!";
     }
 }
 
@@ -33,11 +36,18 @@ _fmgCfg_param* lookup(__FMSDK& sdk, const char* name, uint8_t type, const char* 
 {
     _fmgCfg_param* p = sdk.cfg ? sdk.cfg->param(name) : nullptr;
     if (!p) {
-        if (log) sdk.WriteLog(1, 0, QStringLiteral("config param not found: ") + QString::fromLatin1(name ? name : ""), QLatin1String(where));
+        if (log)
+            sdk.WriteLog(1, 0,
+                         QStringLiteral("config param not found: ") + QString::fromLatin1(name ? name : ""),
+                         QLatin1String(where));
         return nullptr;
     }
     if (p->Type != type) {
-        if (log) sdk.WriteLog(1, 0, QStringLiteral("config param ") + QString::fromLatin1(name) + QLatin1String(typeText(type)), QLatin1String(where));
+        if (log)
+            sdk.WriteLog(1, 0,
+                         QStringLiteral("config param ") + QString::fromLatin1(name) +
+                             QLatin1String(typeText(type)),
+                         QLatin1String(where));
         return nullptr;
     }
     return p;
@@ -52,19 +62,20 @@ const _fmgCfg_param* lookupConst(const __FMSDK& sdk, const char* name, uint8_t t
 } // namespace
 
 // The setters' lookup: an unknown name fails silently, a wrong type is logged.
-_fmgCfg_param* fmgCfgLookupSet(__FMSDK& fm, const fmString8_evenSize<100>& name, uint8_t type, const char* where)
+_fmgCfg_param* fmgCfgLookupSet(__FMSDK& fm, const fmString8_evenSize<100>& name, uint8_t type,
+                               const char* where)
 {
     if (!fm.cfg) return nullptr;
     const int i = fm.cfg->find(name.Data, name.len());
     if (i < 0) return nullptr;
     _fmgCfg_param* p = &fm.cfg->Params[i];
     if (p->Type != type) {
-        fm.WriteLog(1, 0, QStringLiteral("config param ") + name.toQString() + QLatin1String(typeText(type)), QLatin1String(where));
+        fm.WriteLog(1, 0, QStringLiteral("config param ") + name.toQString() + QLatin1String(typeText(type)),
+                    QLatin1String(where));
         return nullptr;
     }
     return p;
 }
-
 
 bool* __FMSDK::cfgGetB(const char* name)
 {

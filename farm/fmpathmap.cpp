@@ -14,8 +14,10 @@ QString fmConvertPDToOS(const QString& path)
 QString fmConvertPDToOS(const QString& path, _fmOS os)
 {
     QString out = path;
-    if (os == _fmOS_Windows) out.replace(QLatin1Char('/'), QLatin1Char('\\'));
-    else out.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    if (os == _fmOS_Windows)
+        out.replace(QLatin1Char('/'), QLatin1Char('\\'));
+    else
+        out.replace(QLatin1Char('\\'), QLatin1Char('/'));
     return out;
 }
 
@@ -35,9 +37,15 @@ fmString<500> fmConvertPDToOS(const fmString<500>& path)
     return out;
 }
 
-QString fmGetUncPath(QString path) { return fmConvertPDToOS(path); }
+QString fmGetUncPath(QString path)
+{
+    return fmConvertPDToOS(path);
+}
 
-bool fmIsRootpath(const QString& path) { return path.size() < 2; }
+bool fmIsRootpath(const QString& path)
+{
+    return path.size() < 2;
+}
 
 void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const _fmgOSConversion* rows, int rowCount,
                              bool force)
@@ -60,6 +68,8 @@ void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, const _fmgOSCo
 
 void ConvertPathsToOS_Single(QString& path, _fmOS from, _fmOS to, __FMSDK& sdk, bool force)
 {
-    if (sdk.cfg) ConvertPathsToOS_Single(path, from, to, sdk.cfg->OSConversion, _fmgConfig::OSConversionCount, force);
-    else ConvertPathsToOS_Single(path, from, to, nullptr, 0, force);
+    if (sdk.cfg)
+        ConvertPathsToOS_Single(path, from, to, sdk.cfg->OSConversion, _fmgConfig::OSConversionCount, force);
+    else
+        ConvertPathsToOS_Single(path, from, to, nullptr, 0, force);
 }

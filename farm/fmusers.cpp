@@ -1,8 +1,8 @@
 #include "farm/fmusers.h"
 
-#include "foundation/fmsdk.h"
 #include "foundation/fmchecksum.h"
 #include "foundation/fmcrypt.h"
+#include "foundation/fmsdk.h"
 
 #include <QByteArray>
 #include <cstring>
@@ -15,7 +15,10 @@ static const char* const DefaultGroupName = "DefaultGroup";
 
 // ---- the record
 
-void _fmgUserSettings70::clear() { std::memset(static_cast<void*>(this), 0, sizeof(*this)); }
+void _fmgUserSettings70::clear()
+{
+    std::memset(static_cast<void*>(this), 0, sizeof(*this));
+}
 
 bool _fmgUserSettings70::operator==(const _fmgUserSettings70& o) const
 {
@@ -42,7 +45,8 @@ void _fmgUserSettings70::from60(const _fmgUserSettings60& old)
     Created.t = fmTime_t::CurrentTime();
 
     const uint8_t* r = old.Rights;
-    for (int i = 0; i <= 4; ++i) RightsOwn[i] = r[i];
+    for (int i = 0; i <= 4; ++i)
+        RightsOwn[i] = r[i];
     RightsOwn[6] = RightsOwn[7] = r[0];
     RightsOwn[5] = r[1];
     RightsOwn[8] = r[2];
@@ -99,7 +103,8 @@ _fmgUserSettingsList::_fmgUserSettingsList()
 
 void _fmgUserSettingsList::clear()
 {
-    std::memset(static_cast<void*>(static_cast<_fmgUserSettingsFile70*>(this)), 0, sizeof(_fmgUserSettingsFile70));
+    std::memset(static_cast<void*>(static_cast<_fmgUserSettingsFile70*>(this)), 0,
+                sizeof(_fmgUserSettingsFile70));
     NextUniqueID = 500;
     UserCount = 0;
     GroupCount = 1;
@@ -134,14 +139,16 @@ void _fmgUserSettingsList::applyGroupsToUsers()
     copyOwnRights(Anonymous);
     const int groups = groupCount();
     QString groupNames[UserGroupMax];
-    for (int g = 0; g < groups; ++g) groupNames[g] = Group[g].Name.toQString();
+    for (int g = 0; g < groups; ++g)
+        groupNames[g] = Group[g].Name.toQString();
     for (int i = 0; i < userCount(); ++i) {
         _fmgUserSettings70& u = User[i];
         copyOwnRights(u);
         if (u.GroupName.isEmpty()) continue;
         const QString gn = u.GroupName.toQString();
         int g = 0;
-        while (g < groups && groupNames[g].compare(gn, Qt::CaseInsensitive) != 0) ++g;
+        while (g < groups && groupNames[g].compare(gn, Qt::CaseInsensitive) != 0)
+            ++g;
         if (g == groups) {
             u.GroupName.clear();
             continue;
@@ -191,8 +198,10 @@ bool _fmgUserSettingsList::userAllowedTo(__FMSDK&, int userID, int right, short 
     const bool known = userID >= 0 && userID < userCount();
     const _fmgUserSettings70& u = known ? User[userID] : Anonymous;
     int set = 1;
-    if (known && jobOwner == userID) set = 0;
-    else if (sameProject && *sameProject) set = 2;
+    if (known && jobOwner == userID)
+        set = 0;
+    else if (sameProject && *sameProject)
+        set = 2;
     if (usedSet) *usedSet = short(set);
     return u.EffectiveRights[set * 20 + right] != 0;
 }

@@ -18,8 +18,7 @@ struct _JobSubmitter;
 
 // A wide string without the reserved word of fmString: N units, the end mark, the Length.
 // 2N+4 bytes.
-template <int N>
-struct fmUserWideString
+template <int N> struct fmUserWideString
 {
     uint16_t Data[N + 1];
     uint16_t Length;
@@ -35,7 +34,8 @@ struct fmUserWideString
     {
         int n = int(s.size() & 0xFFFF);
         if (n > N) n = N;
-        for (int i = 0; i < n; ++i) Data[i] = s.at(i).unicode();
+        for (int i = 0; i < n; ++i)
+            Data[i] = s.at(i).unicode();
         Data[n] = 0;
         Length = uint16_t(n);
     }
@@ -70,40 +70,40 @@ struct fmUserTime
 // the record is laid out here as the old writer did: the password, a third text, the rights block.
 struct _fmgUserSettings60
 {
-    fmString8_evenSize<100> Name;     // 0, length at 102
-    fmString8_evenSize<100> Text1;    // 104, length at 206
-    fmString8_evenSize<50> Password;  // 208, held as on disk (plain or scrambled)
-    fmString8_evenSize<50> Text3;     // 262
-    uint8_t Rights[20];               // 316, the old rights block, one byte a right
-    uint8_t Reserved[272];            // 336
+    fmString8_evenSize<100> Name;    // 0, length at 102
+    fmString8_evenSize<100> Text1;   // 104, length at 206
+    fmString8_evenSize<50> Password; // 208, held as on disk (plain or scrambled)
+    fmString8_evenSize<50> Text3;    // 262
+    uint8_t Rights[20];              // 316, the old rights block, one byte a right
+    uint8_t Reserved[272];           // 336
 };
 
 // One user or user group, 928 bytes.
 struct _fmgUserSettings70
 {
-    fmString<100> Name;                // 0, length at 202
-    fmString8_evenSize<100> Text1;     // 206, length at 308
-    fmString8_evenSize<50> Password;   // 310, length at 362; scrambled ("fmCB...") or plain (old)
-    fmString8_evenSize<100> Text2;     // 364, length at 466
-    fmString8_evenSize<50> Text3;      // 468, length at 520
-    fmUserWideString<50> GroupName;    // 522, length at 624: the user's group
-    uint16_t Flags;                    // 626
-    fmUserWideString<48> DisplayName;  // 628, length at 726
-    uint16_t Reserved1;                // 728
-    bool Enabled1;                     // 730
-    bool Enabled2;                     // 731
-    fmUserTime Created;                // 732
-    fmUserTime Changed;                // 740
-    uint16_t UniqueID;                 // 748
-    uint8_t RightsOwn[20];             // 750: rights on own jobs
-    uint8_t RightsOther[20];           // 770: rights on other users' jobs
-    uint8_t RightsProject[20];         // 790: rights on the jobs of the project
-    uint8_t MiscRights[4];             // 810
-    uint8_t EffectiveRights[60];       // 814: user: the three sets in effect; group: override flags
-    uint8_t EffectiveMisc[4];          // 874: user: misc rights in effect; group: override flags
-    uint8_t EffectiveExtra;            // 878: user: Extra in effect; group: override flag
-    uint8_t Extra;                     // 879
-    uint8_t Reserved2[48];             // 880
+    fmString<100> Name;               // 0, length at 202
+    fmString8_evenSize<100> Text1;    // 206, length at 308
+    fmString8_evenSize<50> Password;  // 310, length at 362; scrambled ("fmCB...") or plain (old)
+    fmString8_evenSize<100> Text2;    // 364, length at 466
+    fmString8_evenSize<50> Text3;     // 468, length at 520
+    fmUserWideString<50> GroupName;   // 522, length at 624: the user's group
+    uint16_t Flags;                   // 626
+    fmUserWideString<48> DisplayName; // 628, length at 726
+    uint16_t Reserved1;               // 728
+    bool Enabled1;                    // 730
+    bool Enabled2;                    // 731
+    fmUserTime Created;               // 732
+    fmUserTime Changed;               // 740
+    uint16_t UniqueID;                // 748
+    uint8_t RightsOwn[20];            // 750: rights on own jobs
+    uint8_t RightsOther[20];          // 770: rights on other users' jobs
+    uint8_t RightsProject[20];        // 790: rights on the jobs of the project
+    uint8_t MiscRights[4];            // 810
+    uint8_t EffectiveRights[60];      // 814: user: the three sets in effect; group: override flags
+    uint8_t EffectiveMisc[4];         // 874: user: misc rights in effect; group: override flags
+    uint8_t EffectiveExtra;           // 878: user: Extra in effect; group: override flag
+    uint8_t Extra;                    // 879
+    uint8_t Reserved2[48];            // 880
 
     void clear();
     bool operator==(const _fmgUserSettings70& o) const;
@@ -118,8 +118,8 @@ struct _fmgUserSettings70
     uint8_t right(int i) const;
 };
 
-constexpr int UserMax = 200;         // user records in users7.dat
-constexpr int UserCountMax = 199;    // UserCount after a load
+constexpr int UserMax = 200;      // user records in users7.dat
+constexpr int UserCountMax = 199; // UserCount after a load
 constexpr int UserGroupMax = 25;
 constexpr int User60Max = 100;
 constexpr qint64 UsersFileSize = 211594;
@@ -130,26 +130,26 @@ constexpr qint64 Users60CRCOffset = 62624;
 // The file form of users7.dat, 211594 bytes.
 struct _fmgUserSettingsFile70
 {
-    int16_t NextUniqueID;                        // 0: next free unique user number
-    int16_t UserCount;                           // 2
-    int16_t GroupCount;                          // 4: at least 1
-    _fmgUserSettings70 User[UserMax];            // 6
-    _fmgUserSettings70 Admin;                    // 185606: "**FM Admin**"
-    _fmgUserSettings70 Template;                 // 186534: "**New User Template**"
-    _fmgUserSettings70 Anonymous;                // 187462: "**Anonymous**"
-    _fmgUserSettings70 Group[UserGroupMax];      // 188390
-    uint32_t CRC;                                // 211590: CRC-32 of the bytes before it
+    int16_t NextUniqueID;                   // 0: next free unique user number
+    int16_t UserCount;                      // 2
+    int16_t GroupCount;                     // 4: at least 1
+    _fmgUserSettings70 User[UserMax];       // 6
+    _fmgUserSettings70 Admin;               // 185606: "**FM Admin**"
+    _fmgUserSettings70 Template;            // 186534: "**New User Template**"
+    _fmgUserSettings70 Anonymous;           // 187462: "**Anonymous**"
+    _fmgUserSettings70 Group[UserGroupMax]; // 188390
+    uint32_t CRC;                           // 211590: CRC-32 of the bytes before it
 };
 
 // The file form of users.dat, 62630 bytes.
 struct _fmgUserSettingsList60
 {
-    _fmgUserSettings60 User[User60Max];          // 0
-    _fmgUserSettings60 Admin;                    // 60800
-    _fmgUserSettings60 Template;                 // 61408
-    _fmgUserSettings60 Anonymous;                // 62016
-    uint32_t CRC;                                // 62624: CRC-32 of the bytes before it
-    int16_t UserCount;                           // 62628
+    _fmgUserSettings60 User[User60Max]; // 0
+    _fmgUserSettings60 Admin;           // 60800
+    _fmgUserSettings60 Template;        // 61408
+    _fmgUserSettings60 Anonymous;       // 62016
+    uint32_t CRC;                       // 62624: CRC-32 of the bytes before it
+    int16_t UserCount;                  // 62628
 };
 
 #pragma pack(pop)
@@ -206,11 +206,11 @@ public:
     fmTime_t LastFileTime;  // modification time of the file at the last load
     bool ValidData = false; // a file was loaded
     int16_t ListID = -1;
-    uint8_t OpenAccess = 1; // everyone may do everything: a new or damaged table
+    uint8_t OpenAccess = 1;                   // everyone may do everything: a new or damaged table
     _fmgUserSettings70* pAdmin = nullptr;     // not owned: into this table
     _fmgUserSettings70* pTemplate = nullptr;  // not owned
     _fmgUserSettings70* pAnonymous = nullptr; // not owned
-    int16_t AdminID = 200; // the number that stands for the admin
+    int16_t AdminID = 200;                    // the number that stands for the admin
 
     _fmgUserSettingsList();
     _fmgUserSettingsList(const _fmgUserSettingsList&) = delete;
@@ -239,7 +239,10 @@ public:
     QByteArray saveToBytes();
 
     int userCount() const { return UserCount < 0 ? 0 : (UserCount > UserMax ? UserMax : UserCount); }
-    int groupCount() const { return GroupCount < 0 ? 0 : (GroupCount > UserGroupMax ? UserGroupMax : GroupCount); }
+    int groupCount() const
+    {
+        return GroupCount < 0 ? 0 : (GroupCount > UserGroupMax ? UserGroupMax : GroupCount);
+    }
 
 private:
     void makeSound();

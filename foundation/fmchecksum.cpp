@@ -10,7 +10,8 @@ constexpr std::array<uint64_t, 256> makeCrc64Table()
     std::array<uint64_t, 256> t{};
     for (uint64_t b = 0; b < 256; ++b) {
         uint64_t c = b;
-        for (int k = 0; k < 8; ++k) c = (c & 1) ? (c >> 1) ^ 0x95AC9329AC4BC9B5ull : c >> 1;
+        for (int k = 0; k < 8; ++k)
+            c = (c & 1) ? (c >> 1) ^ 0x95AC9329AC4BC9B5ull : c >> 1;
         t[b] = c;
     }
     return t;
@@ -23,7 +24,8 @@ constexpr std::array<uint16_t, 256> makeCrc16Table()
     std::array<uint16_t, 256> t{};
     for (uint32_t b = 0; b < 256; ++b) {
         uint32_t c = b << 8;
-        for (int k = 0; k < 8; ++k) c = (c & 0x8000) ? (c << 1) ^ 0x1021u : c << 1;
+        for (int k = 0; k < 8; ++k)
+            c = (c & 0x8000) ? (c << 1) ^ 0x1021u : c << 1;
         t[b] = uint16_t(c);
     }
     return t;
@@ -55,7 +57,8 @@ unsigned long long fmCRCCalc64(const void* p, unsigned long n)
     uint64_t c = 0;
     const unsigned char* s = static_cast<const unsigned char*>(p);
     if (!s) return 0;
-    for (unsigned long i = 0; i < n; ++i) c = crctab64[(c ^ s[i]) & 0xFF] ^ (c >> 8);
+    for (unsigned long i = 0; i < n; ++i)
+        c = crctab64[(c ^ s[i]) & 0xFF] ^ (c >> 8);
     return c;
 }
 
@@ -63,7 +66,8 @@ unsigned fmCRCCalc16(const unsigned char* p, unsigned long n)
 {
     uint16_t c = 0;
     if (!p) return 0;
-    for (unsigned long i = 0; i < n; ++i) c = uint16_t((c << 8) ^ crc16tab[((c >> 8) ^ p[i]) & 0xFF]);
+    for (unsigned long i = 0; i < n; ++i)
+        c = uint16_t((c << 8) ^ crc16tab[((c >> 8) ^ p[i]) & 0xFF]);
     return c;
 }
 
@@ -72,6 +76,7 @@ unsigned char fmCRCCalc8(const unsigned char* p, unsigned long n, bool everySeco
     unsigned char x = 0;
     if (!p) return 0;
     const unsigned long step = everySecond ? 2 : 1;
-    for (unsigned long i = 0; i < n; ++i) x ^= p[i * step];
+    for (unsigned long i = 0; i < n; ++i)
+        x ^= p[i * step];
     return x;
 }

@@ -32,7 +32,8 @@ void makeWalk(int n, int* placeOf)
     int p = 50;
     for (int i = 0; i < n; ++i) {
         p = (p + step[i]) % n;
-        while (taken[p]) p = (p + 1) % n;
+        while (taken[p])
+            p = (p + 1) % n;
         taken[p] = true;
         placeOf[i] = p;
     }
@@ -71,12 +72,14 @@ bool Rmpg4(char* buf, const int& bufSize, int outSize, unsigned short* length)
     };
     for (int i = n + 1; i < m; ++i)
         w[i] = static_cast<unsigned char>(filler());
-    for (int i = n + 1; i >= 0; --i) w[i] ^= w[i + 1];
+    for (int i = n + 1; i >= 0; --i)
+        w[i] ^= w[i + 1];
 
     int placeOf[kMaxScrambled];
     makeWalk(N, placeOf);
     std::memcpy(buf, "fmCB", 4);
-    for (int i = 0; i < N; ++i) buf[4 + i] = static_cast<char>(w[placeOf[i]]);
+    for (int i = 0; i < N; ++i)
+        buf[4 + i] = static_cast<char>(w[placeOf[i]]);
     for (int i = m; i < bufSize; ++i)
         buf[i] = filler();
     if (length) *length = static_cast<unsigned short>(m);
@@ -93,8 +96,10 @@ bool DeRmpg4(char* buf, const int& bufSize, unsigned short* length)
     int placeOf[kMaxScrambled];
     makeWalk(N, placeOf);
     unsigned char w[kMaxScrambled];
-    for (int i = 0; i < N; ++i) w[placeOf[i]] = static_cast<unsigned char>(buf[4 + i]);
-    for (int i = 0; i + 1 < N; ++i) w[i] ^= w[i + 1];
+    for (int i = 0; i < N; ++i)
+        w[placeOf[i]] = static_cast<unsigned char>(buf[4 + i]);
+    for (int i = 0; i + 1 < N; ++i)
+        w[i] ^= w[i + 1];
 
     const int n = w[0];
     if (n + 1 > bufSize || n > N - 2) return false;

@@ -104,13 +104,21 @@ QString cut50(const QString& s)
 QString fmConvertZLibError(const int& code)
 {
     switch (code) {
-    case Z_ERRNO: return QStringLiteral("Compression Error, system error;") + QString::fromLocal8Bit(std::strerror(errno));
-    case Z_STREAM_ERROR: return QStringLiteral("Compression Error, stream error");
-    case Z_DATA_ERROR: return QStringLiteral("Compression Error, data CRC error");
-    case Z_MEM_ERROR: return QStringLiteral("Compression Error, memory");
-    case Z_BUF_ERROR: return QStringLiteral("Compression Error, buffer");
-    case Z_VERSION_ERROR: return QStringLiteral("Compression Error, version mismatch");
-    default: return QStringLiteral("Compression Error, unknown error ") + QString::number(code);
+    case Z_ERRNO:
+        return QStringLiteral("Compression Error, system error;") +
+               QString::fromLocal8Bit(std::strerror(errno));
+    case Z_STREAM_ERROR:
+        return QStringLiteral("Compression Error, stream error");
+    case Z_DATA_ERROR:
+        return QStringLiteral("Compression Error, data CRC error");
+    case Z_MEM_ERROR:
+        return QStringLiteral("Compression Error, memory");
+    case Z_BUF_ERROR:
+        return QStringLiteral("Compression Error, buffer");
+    case Z_VERSION_ERROR:
+        return QStringLiteral("Compression Error, version mismatch");
+    default:
+        return QStringLiteral("Compression Error, unknown error ") + QString::number(code);
     }
 }
 
@@ -250,7 +258,8 @@ bool _FM_DataBuffer::compressFromB(const char* p, const int& n, const int& offse
     UncompressedSize = n;
     DataOffset = offset;
     uLongf out = uLongf(Capacity - offset);
-    const int r = compress(reinterpret_cast<Bytef*>(Data + offset), &out, reinterpret_cast<const Bytef*>(p), uLong(n));
+    const int r =
+        compress(reinterpret_cast<Bytef*>(Data + offset), &out, reinterpret_cast<const Bytef*>(p), uLong(n));
     Error = r;
     DataSize = r == Z_OK ? int(out) : 0;
     return r == Z_OK;
@@ -268,7 +277,8 @@ int _FM_DataBuffer::decompressToB(char* dst, const int& n, const int* offset)
     const int avail = Capacity - off;
     const int srcLen = DataSize < avail ? DataSize : avail;
     uLongf out = uLongf(n);
-    const int r = uncompress(reinterpret_cast<Bytef*>(dst), &out, reinterpret_cast<const Bytef*>(Data + off), uLong(srcLen));
+    const int r = uncompress(reinterpret_cast<Bytef*>(dst), &out, reinterpret_cast<const Bytef*>(Data + off),
+                             uLong(srcLen));
     Error = r;
     if (r == Z_OK && int64_t(out) != int64_t(UncompressedSize)) Error = fmDB_WrongSize;
     return Error == 0 ? int(out) : Error;
@@ -302,22 +312,35 @@ QString _FM_DataBuffer::errorString(const int& code, int sysErrno)
 {
     const int e = sysErrno ? sysErrno : errno;
     switch (code) {
-    case Z_ERRNO: return cut50(QStringLiteral("Compression Error, system error;") + QString::fromLocal8Bit(std::strerror(e)));
+    case Z_ERRNO:
+        return cut50(QStringLiteral("Compression Error, system error;") +
+                     QString::fromLocal8Bit(std::strerror(e)));
     case Z_STREAM_ERROR:
     case Z_DATA_ERROR:
     case Z_MEM_ERROR:
     case Z_BUF_ERROR:
-    case Z_VERSION_ERROR: return fmConvertZLibError(code);
-    case fmDB_NoMemory: return QStringLiteral("Unable to allocate memory");
-    case fmDB_SystemError: return cut50(QStringLiteral("System error: ") + QString::fromLocal8Bit(std::strerror(e)));
-    case fmDB_WrongHeader: return QStringLiteral("Wrong File Header");
-    case fmDB_CRCError: return QStringLiteral("CRC Error, data corrupt!");
-    case fmDB_ReadError: return QStringLiteral("Unable to read data from file!");
-    case fmDB_WriteError: return QStringLiteral("Unable to write data into file");
-    case fmDB_WrongSize: return QStringLiteral("Decompression error, wrong result size");
-    case fmDB_FileMissing: return QStringLiteral("File does not exists");
-    case fmDB_EndOfFile: return QStringLiteral("File error: End of file reached!");
-    default: break;
+    case Z_VERSION_ERROR:
+        return fmConvertZLibError(code);
+    case fmDB_NoMemory:
+        return QStringLiteral("Unable to allocate memory");
+    case fmDB_SystemError:
+        return cut50(QStringLiteral("System error: ") + QString::fromLocal8Bit(std::strerror(e)));
+    case fmDB_WrongHeader:
+        return QStringLiteral("Wrong File Header");
+    case fmDB_CRCError:
+        return QStringLiteral("CRC Error, data corrupt!");
+    case fmDB_ReadError:
+        return QStringLiteral("Unable to read data from file!");
+    case fmDB_WriteError:
+        return QStringLiteral("Unable to write data into file");
+    case fmDB_WrongSize:
+        return QStringLiteral("Decompression error, wrong result size");
+    case fmDB_FileMissing:
+        return QStringLiteral("File does not exists");
+    case fmDB_EndOfFile:
+        return QStringLiteral("File error: End of file reached!");
+    default:
+        break;
     }
     if (code < fmDB_EndOfFile) return QStringLiteral("File error %1.").arg(int64_t(fmDB_EndOfFile) - code);
     return QStringLiteral("unknown error %1.").arg(code);
@@ -335,22 +358,25 @@ namespace {
 // bad-character table holds for each byte value the distance of its last occurrence from the end
 // of the pattern (both cases when folding), the good-suffix table the shift after a mismatch at
 // each pattern position (Charras-Lecroq construction).
-template <bool IgnCase>
-int bmSearch(const unsigned char* text, int textLen, const char* pat, int m, int from)
+template <bool IgnCase> int bmSearch(const unsigned char* text, int textLen, const char* pat, int m, int from)
 {
     auto fold = [](unsigned char c) -> unsigned char {
-        if constexpr (IgnCase) return (c >= 'a' && c <= 'z') ? static_cast<unsigned char>(c - 32) : c;
-        else return c;
+        if constexpr (IgnCase)
+            return (c >= 'a' && c <= 'z') ? static_cast<unsigned char>(c - 32) : c;
+        else
+            return c;
     };
     if (m <= 0 || !text) return -1;
     if (from < 0) from = 0;
     if (from >= textLen || textLen - from < m) return -1;
 
     unsigned char x[256];
-    for (int i = 0; i < m; ++i) x[i] = fold(static_cast<unsigned char>(pat[i]));
+    for (int i = 0; i < m; ++i)
+        x[i] = fold(static_cast<unsigned char>(pat[i]));
 
     int32_t bc[256];
-    for (int i = 0; i < 256; ++i) bc[i] = m;
+    for (int i = 0; i < 256; ++i)
+        bc[i] = m;
     for (int i = 0; i < m - 1; ++i) {
         const unsigned char c = static_cast<unsigned char>(pat[i]);
         bc[c] = m - 1 - i;
@@ -368,22 +394,26 @@ int bmSearch(const unsigned char* text, int textLen, const char* pat, int m, int
         } else {
             if (i < g) g = i;
             f = i;
-            while (g >= 0 && x[g] == x[g + m - 1 - f]) --g;
+            while (g >= 0 && x[g] == x[g + m - 1 - f])
+                --g;
             suff[i] = f - g;
         }
     }
     int gs[256];
-    for (int i = 0; i < m; ++i) gs[i] = m;
+    for (int i = 0; i < m; ++i)
+        gs[i] = m;
     for (int i = m - 1, j = 0; i >= 0; --i)
         if (suff[i] == i + 1)
             for (; j < m - 1 - i; ++j)
                 if (gs[j] == m) gs[j] = m - 1 - i;
-    for (int i = 0; i <= m - 2; ++i) gs[m - 1 - suff[i]] = m - 1 - i;
+    for (int i = 0; i <= m - 2; ++i)
+        gs[m - 1 - suff[i]] = m - 1 - i;
 
     int j = from;
     while (j <= textLen - m) {
         int i = m - 1;
-        while (i >= 0 && x[i] == fold(text[i + j])) --i;
+        while (i >= 0 && x[i] == fold(text[i + j]))
+            --i;
         if (i < 0) return j;
         const int bcShift = bc[text[i + j]] - (m - 1 - i);
         j += gs[i] > bcShift ? gs[i] : bcShift;
@@ -395,12 +425,14 @@ int bmSearch(const unsigned char* text, int textLen, const char* pat, int m, int
 
 int _FM_DataBuffer::indexOf(const fmString8_evenSize<250>& s, int from) const
 {
-    return bmSearch<false>(reinterpret_cast<const unsigned char*>(Data), clampedDataSize(), s.Data, s.len(), from);
+    return bmSearch<false>(reinterpret_cast<const unsigned char*>(Data), clampedDataSize(), s.Data, s.len(),
+                           from);
 }
 
 int _FM_DataBuffer::indexOfIgnCase(const fmString8_evenSize<250>& s, int from) const
 {
-    return bmSearch<true>(reinterpret_cast<const unsigned char*>(Data), clampedDataSize(), s.Data, s.len(), from);
+    return bmSearch<true>(reinterpret_cast<const unsigned char*>(Data), clampedDataSize(), s.Data, s.len(),
+                          from);
 }
 
 // ---- container files ----
@@ -419,8 +451,8 @@ int _FM_DataBuffer::SaveToFile(const fmDataBufferPath& path, const bool& magic, 
     return ok ? 0 : fmDB_WriteError;
 }
 
-int _FM_DataBuffer::LoadFromFile(const fmDataBufferPath& path, const bool& magic, char* p1, const int& n1, char* p2,
-                                 const int& n2)
+int _FM_DataBuffer::LoadFromFile(const fmDataBufferPath& path, const bool& magic, char* p1, const int& n1,
+                                 char* p2, const int& n2)
 {
     const QByteArray name = localName(path);
     if (!fileExists(name)) return fmDB_FileMissing;
@@ -435,8 +467,10 @@ int _FM_DataBuffer::LoadFromFile(const fmDataBufferPath& path, const bool& magic
     int r = 0;
     if (magic) {
         char m[kMagicSize];
-        if (std::fread(m, 1, kMagicSize, f) != size_t(kMagicSize)) r = shortReadCode(f);
-        else if (std::memcmp(m, kMagicChecked, kMagicSize) != 0) r = fmDB_WrongHeader;
+        if (std::fread(m, 1, kMagicSize, f) != size_t(kMagicSize))
+            r = shortReadCode(f);
+        else if (std::memcmp(m, kMagicChecked, kMagicSize) != 0)
+            r = fmDB_WrongHeader;
     }
     if (r == 0 && p1 && n1 > 0 && std::fread(p1, 1, size_t(n1), f) != size_t(n1)) r = shortReadCode(f);
     if (r == 0 && p2 && n2 > 0 && std::fread(p2, 1, size_t(n2), f) != size_t(n2)) r = shortReadCode(f);
@@ -525,7 +559,8 @@ bool _FM_DataBuffer::SaveToFileCompressed(const fmDataBufferPath& path)
 {
     unsigned char h[kHeaderSize];
     headerToBytes(h);
-    Error = SaveToFileCompressed(path, true, reinterpret_cast<const char*>(h), kHeaderSize, Data, clampedDataSize());
+    Error = SaveToFileCompressed(path, true, reinterpret_cast<const char*>(h), kHeaderSize, Data,
+                                 clampedDataSize());
     if (Error) SysErrno = errno;
     return Error == 0;
 }
@@ -598,7 +633,8 @@ int _FM_DataBuffer::CompressNSaveToFile(const fmDataBufferPath& path, const char
     return b.Error;
 }
 
-int _FM_DataBuffer::CompressNLoadFromFile(const fmDataBufferPath& path, char* dst, const int& n, const bool& exact)
+int _FM_DataBuffer::CompressNLoadFromFile(const fmDataBufferPath& path, char* dst, const int& n,
+                                          const bool& exact)
 {
     _FM_DataBuffer b;
     if (!b.LoadFromFile(path, true)) return b.Error;
@@ -646,7 +682,8 @@ bool _FM_DataBuffer::LoadGzipFile(const fmDataBufferPath& path, const unsigned& 
     DataSize = 0;
     UncompressedSize = 0;
     // A step of 0 would never end; over the limit it could never be allocated.
-    const int64_t step = chunk == 0 ? kReadStep : (chunk > unsigned(kMaxSize) ? int64_t(kMaxSize) : int64_t(chunk));
+    const int64_t step =
+        chunk == 0 ? kReadStep : (chunk > unsigned(kMaxSize) ? int64_t(kMaxSize) : int64_t(chunk));
     int64_t total = 0;
     for (;;) {
         const int64_t want = total + step;
@@ -676,7 +713,8 @@ bool _FM_DataBuffer::LoadGzipFile(const fmDataBufferPath& path, const unsigned& 
     return true;
 }
 
-int _FM_DataBuffer::LoadGzipFile(const fmDataBufferPath& path, char* p, const unsigned& n, const bool& exact, int* got)
+int _FM_DataBuffer::LoadGzipFile(const fmDataBufferPath& path, char* p, const unsigned& n, const bool& exact,
+                                 int* got)
 {
     if (got) *got = 0;
     const QByteArray name = localName(path);
@@ -767,14 +805,17 @@ bool _FM_DataBuffer::chunkUnzipGet(z_stream& s, unsigned char* p, int n)
     s.avail_out = unsigned(n);
     const int r = inflate(&s, Z_NO_FLUSH);
     switch (r) {
-    case Z_STREAM_ERROR: Error = r; return false;
+    case Z_STREAM_ERROR:
+        Error = r;
+        return false;
     case Z_NEED_DICT:
     case Z_DATA_ERROR:
     case Z_MEM_ERROR:
         Error = r == Z_NEED_DICT ? Z_DATA_ERROR : r;
         inflateEnd(&s);
         return false;
-    default: break;
+    default:
+        break;
     }
     // After the end of the stream nothing more can come: anything behind it is ignored.
     DataOffset = r == Z_STREAM_END ? size : size - int(s.avail_in);

@@ -32,21 +32,21 @@ using fmDataBufferPath = fmString8_evenSize<250>;
 // Error codes of _FM_DataBuffer (texts in errorString). -1 .. -6 are zlib's own codes.
 enum fmDataBufferError : int {
     fmDB_OK = 0,
-    fmDB_ZErrno = Z_ERRNO,                // -1
-    fmDB_ZStream = Z_STREAM_ERROR,        // -2
-    fmDB_ZData = Z_DATA_ERROR,            // -3
-    fmDB_ZMem = Z_MEM_ERROR,              // -4
-    fmDB_ZBuf = Z_BUF_ERROR,              // -5
-    fmDB_ZVersion = Z_VERSION_ERROR,      // -6
-    fmDB_NoMemory = -100,                 // allocation failed or size limit exceeded
-    fmDB_SystemError = -101,              // fopen / gzopen for writing failed, fopen for reading failed
-    fmDB_WrongHeader = -102,              // magic differs
-    fmDB_CRCError = -103,                 // CRC differs, file too short to hold data
-    fmDB_ReadError = -104,                // gzopen for reading failed
-    fmDB_WriteError = -105,               // fwrite failed
-    fmDB_WrongSize = -106,                // sizes differ after uncompress
-    fmDB_FileMissing = -107,              // file does not exist
-    fmDB_EndOfFile = -1000,               // short read at end of file; -1000 - ferror below that
+    fmDB_ZErrno = Z_ERRNO,           // -1
+    fmDB_ZStream = Z_STREAM_ERROR,   // -2
+    fmDB_ZData = Z_DATA_ERROR,       // -3
+    fmDB_ZMem = Z_MEM_ERROR,         // -4
+    fmDB_ZBuf = Z_BUF_ERROR,         // -5
+    fmDB_ZVersion = Z_VERSION_ERROR, // -6
+    fmDB_NoMemory = -100,            // allocation failed or size limit exceeded
+    fmDB_SystemError = -101,         // fopen / gzopen for writing failed, fopen for reading failed
+    fmDB_WrongHeader = -102,         // magic differs
+    fmDB_CRCError = -103,            // CRC differs, file too short to hold data
+    fmDB_ReadError = -104,           // gzopen for reading failed
+    fmDB_WriteError = -105,          // fwrite failed
+    fmDB_WrongSize = -106,           // sizes differ after uncompress
+    fmDB_FileMissing = -107,         // file does not exist
+    fmDB_EndOfFile = -1000,          // short read at end of file; -1000 - ferror below that
 };
 
 // zlib's texts for -1 .. -6, "Compression Error, unknown error <n>" for anything else.
@@ -57,7 +57,7 @@ class _FM_DataBuffer
 public:
     static constexpr int kHeaderSize = 32;
     static constexpr int kMagicSize = 4;
-    static constexpr int kMaxSize = 0x30000000;      // 805,306,368 bytes, the limit of any block
+    static constexpr int kMaxSize = 0x30000000;       // 805,306,368 bytes, the limit of any block
     static constexpr int kMaxMB = kMaxSize / 1048576; // the same in MB for resize / newsize
     static constexpr const char* kMagicChecked = "fmDB";
     static constexpr const char* kMagicCompressed = "fmZP";
@@ -73,10 +73,10 @@ public:
     uint8_t IsCompressed = 0;
     uint8_t Pad[3] = {};
     // In memory only.
-    int32_t Capacity = 0;  // allocated size less the one spare byte (always 0 at Capacity)
-    char* Data = nullptr;  // owned (malloc family); a caller may take it by setting it to null
-    int32_t Error = 0;     // last error code, 0 = none
-    int SysErrno = 0;      // errno of the last system failure, for the texts of -1 and -101
+    int32_t Capacity = 0; // allocated size less the one spare byte (always 0 at Capacity)
+    char* Data = nullptr; // owned (malloc family); a caller may take it by setting it to null
+    int32_t Error = 0;    // last error code, 0 = none
+    int SysErrno = 0;     // errno of the last system failure, for the texts of -1 and -101
 
     _FM_DataBuffer() = default;
     ~_FM_DataBuffer();
@@ -129,8 +129,8 @@ public:
     static int SaveToFile(const fmDataBufferPath& path, const bool& magic, const char* p1, const int& n1,
                           const char* p2, const int& n2);
     // The mirror: -107 missing, -101 cannot open, -102 wrong magic, -1000 / -1000 - ferror short.
-    static int LoadFromFile(const fmDataBufferPath& path, const bool& magic, char* p1, const int& n1, char* p2,
-                            const int& n2);
+    static int LoadFromFile(const fmDataBufferPath& path, const bool& magic, char* p1, const int& n1,
+                            char* p2, const int& n2);
 
     bool SaveToFileCompressed(const fmDataBufferPath& path);
     // Low level through gzwrite ("fmZP" if magic); a failed write returns the gz error code.
@@ -141,7 +141,8 @@ public:
     bool LoadFromFileCompressed(const fmDataBufferPath& path, bool readAll);
 
     static int CompressNSaveToFile(const fmDataBufferPath& path, const char* p, const int& n);
-    static int CompressNLoadFromFile(const fmDataBufferPath& path, char* dst, const int& n, const bool& exact);
+    static int CompressNLoadFromFile(const fmDataBufferPath& path, char* dst, const int& n,
+                                     const bool& exact);
     static int SaveToFileCompressedHeader(const fmDataBufferPath& path, const char* p, const int& n);
     // Reads exactly n bytes of a compressed file into p (0 on success).
     static int LoadFromFileCompressedHeader(const fmDataBufferPath& path, char* p, const int& n);

@@ -239,14 +239,16 @@ QString fmCopyFile(const QString& from, const QString& to, bool keepTime, const 
     struct stat dt;
     if (::stat(dst.constData(), &dt) == 0 && dt.st_dev == st.st_dev && dt.st_ino == st.st_ino) {
         ::close(in);
-        return QStringLiteral("Cannot create target file: ") + QStringLiteral("source and target are the same file") +
-               QStringLiteral("!  '") + to + QStringLiteral("'");
+        return QStringLiteral("Cannot create target file: ") +
+               QStringLiteral("source and target are the same file") + QStringLiteral("!  '") + to +
+               QStringLiteral("'");
     }
     const int out = ::open(dst.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (out < 0) {
         const QString e = lastErr();
         ::close(in);
-        return QStringLiteral("Cannot create target file: ") + e + QStringLiteral("!  '") + to + QStringLiteral("'");
+        return QStringLiteral("Cannot create target file: ") + e + QStringLiteral("!  '") + to +
+               QStringLiteral("'");
     }
 
     size_t block = blockSize > 0 ? size_t(blockSize) : size_t(64 * 1024);
@@ -307,7 +309,11 @@ void fmSetFileTime(const QString& file, fmTime_t* time)
 QString fmWriteBufferToFile(QString file, unsigned char* p, long long n)
 {
     if (n < 0 || (n > 0 && !p))
-        return QStringLiteral("Unable to write %1b (%2/%3 done): %4").arg(n).arg(0).arg(n).arg(QStringLiteral("invalid buffer"));
+        return QStringLiteral("Unable to write %1b (%2/%3 done): %4")
+            .arg(n)
+            .arg(0)
+            .arg(n)
+            .arg(QStringLiteral("invalid buffer"));
     FILE* f = ::fopen(enc(file).constData(), "wb");
     if (!f) return QStringLiteral("Unable to write/open file: ") + lastErr();
     const size_t done = n > 0 ? std::fwrite(p, 1, size_t(n), f) : 0;
@@ -354,8 +360,12 @@ QString fmResumeFile(const QString& from, const QString& to, bool& finished, _FM
         size_t got = 0;
         if (::fseeko(in, off_t(offset), SEEK_SET) == 0) got = std::fread(buf.data(), 1, size_t(want), in);
         if ((long long)got != want) {
-            result = QStringLiteral("Unable to read all data  %1 != %2-%3").arg((long long)got).arg(offset + want).arg(offset);
-        } else if (::fseeko(out, off_t(offset), SEEK_SET) != 0 || std::fwrite(buf.data(), 1, got, out) != got) {
+            result = QStringLiteral("Unable to read all data  %1 != %2-%3")
+                         .arg((long long)got)
+                         .arg(offset + want)
+                         .arg(offset);
+        } else if (::fseeko(out, off_t(offset), SEEK_SET) != 0 ||
+                   std::fwrite(buf.data(), 1, got, out) != got) {
             result = QStringLiteral("Unable to write data");
         }
     }
@@ -365,8 +375,9 @@ QString fmResumeFile(const QString& from, const QString& to, bool& finished, _FM
     return result;
 }
 
-bool fmEmptyFolder(const QString& folder, const bool& recursive, const bool& removeFolders, const int& maxSeconds,
-                   const QStringList* keep, QString* error, int* count, long long* bytes)
+bool fmEmptyFolder(const QString& folder, const bool& recursive, const bool& removeFolders,
+                   const int& maxSeconds, const QStringList* keep, QString* error, int* count,
+                   long long* bytes)
 {
     if (!fmDirectoryExists(folder)) return true;
     const time_t start = ::time(nullptr);
@@ -378,7 +389,10 @@ bool fmEmptyFolder(const QString& folder, const bool& recursive, const bool& rem
     bool ok = true;
     while (dl.nextFile()) {
         if (maxSeconds > 0 && ::time(nullptr) - start >= maxSeconds) {
-            if (error) *error = QStringLiteral("Time limit of %1 s reached while emptying %2").arg(maxSeconds).arg(folder);
+            if (error)
+                *error = QStringLiteral("Time limit of %1 s reached while emptying %2")
+                             .arg(maxSeconds)
+                             .arg(folder);
             return false;
         }
         const QString name = dl.fileName();
@@ -434,8 +448,7 @@ bool fmSetFileRights_ReadWriteExecuteAll(const fmString<250>& path)
 
 namespace {
 // Applies fn to every entry of a folder (one level, no "." and ".."); false if any call failed.
-template <class F>
-bool forEntries(const QString& folder, F fn)
+template <class F> bool forEntries(const QString& folder, F fn)
 {
     fmDirListing dl;
     if (!dl.init(folder, false, true, true, false)) return false;
@@ -505,8 +518,8 @@ bool fmSetFolderRights_ReadWriteUser(const char* path, const char* user, bool wi
 }
 bool fmSetFolderRights_ReadWriteUser(const fmString<250>& path, const fmString<250>& user, bool withFiles)
 {
-    return fmSetFolderRights_ReadWriteUser(enc(path.toQString()).constData(), enc(user.toQString()).constData(),
-                                           withFiles);
+    return fmSetFolderRights_ReadWriteUser(enc(path.toQString()).constData(),
+                                           enc(user.toQString()).constData(), withFiles);
 }
 
 // ---- folder listing ----------------------------------------------------------------------------
@@ -566,13 +579,16 @@ bool fmDirListing::init(QString folder, const bool& sorted, const bool& withDirs
             CacheEntry c;
             c.Name = fmPathFromBytes(QByteArray(Entry->d_name));
             if (!passes(c.Name)) continue;
-            c.Kind = Entry->d_type == DT_DIR ? 2 : (Entry->d_type == DT_UNKNOWN || Entry->d_type == DT_LNK ? 0 : 1);
+            c.Kind = Entry->d_type == DT_DIR
+                         ? 2
+                         : (Entry->d_type == DT_UNKNOWN || Entry->d_type == DT_LNK ? 0 : 1);
             Cache.push_back(std::move(c));
         }
         ::closedir(Dir);
         Dir = nullptr;
         Entry = nullptr;
-        std::sort(Cache.begin(), Cache.end(), [](const CacheEntry& a, const CacheEntry& b) { return a.Name < b.Name; });
+        std::sort(Cache.begin(), Cache.end(),
+                  [](const CacheEntry& a, const CacheEntry& b) { return a.Name < b.Name; });
     }
     return true;
 }
@@ -638,7 +654,9 @@ bool fmDirListing::nextFile()
             Current = CacheEntry();
             Current.Name = fmPathFromBytes(QByteArray(Entry->d_name));
             if (!passes(Current.Name)) continue;
-            Current.Kind = Entry->d_type == DT_DIR ? 2 : (Entry->d_type == DT_UNKNOWN || Entry->d_type == DT_LNK ? 0 : 1);
+            Current.Kind = Entry->d_type == DT_DIR
+                               ? 2
+                               : (Entry->d_type == DT_UNKNOWN || Entry->d_type == DT_LNK ? 0 : 1);
         }
         // Network file systems and links leave the kind open: ask stat.
         if (Current.Kind == 0 || UseCache) {
@@ -718,7 +736,8 @@ namespace {
 
 void removeChars(QString& s, const char* chars)
 {
-    for (const char* c = chars; *c; ++c) s.remove(QLatin1Char(*c));
+    for (const char* c = chars; *c; ++c)
+        s.remove(QLatin1Char(*c));
 }
 
 // Steps shared by files and folders, from the fixed removals to the character range.

@@ -23,8 +23,7 @@ class _FM_DataBuffer;
 
 // stat(); false if it fails or the entry is a folder. Fills time and size where pointers are given.
 bool fmFileExists(const QString& file, fmTime_t* mtime = nullptr, long long* size = nullptr);
-template <int N>
-bool fmFileExists(const fmString<N>& f, fmTime_t* mtime = nullptr, long long* size = nullptr)
+template <int N> bool fmFileExists(const fmString<N>& f, fmTime_t* mtime = nullptr, long long* size = nullptr)
 {
     return fmFileExists(f.toQString(), mtime, size);
 }
@@ -37,13 +36,11 @@ bool fmFileExists(const fmString8_evenSize<N>& f, fmTime_t* mtime = nullptr, lon
 // stat() and the folder bit.
 bool fmDirectoryExists(const QString& path);
 bool fmDirectoryExists(const char* path);
-template <int N>
-bool fmDirectoryExists(const fmString<N>& f)
+template <int N> bool fmDirectoryExists(const fmString<N>& f)
 {
     return fmDirectoryExists(f.toQString());
 }
-template <int N>
-bool fmDirectoryExists(const fmString8_evenSize<N>& f)
+template <int N> bool fmDirectoryExists(const fmString8_evenSize<N>& f)
 {
     return fmDirectoryExists(f.toQString());
 }
@@ -54,13 +51,11 @@ bool fmDirectoryExists(const fmString8_evenSize<N>& f)
 // first; a last pd below index 2 gives an empty text ("/a" gives ""); "//server/share" stays whole.
 QString GetDirName(QString path, unsigned short pd = '/');
 QString GetDirNameAutoPD(QString path);
-template <int N>
-QString GetDirName(const fmString<N>& f)
+template <int N> QString GetDirName(const fmString<N>& f)
 {
     return GetDirName(f.toQString(), '/');
 }
-template <int N>
-QString GetDirName(const fmString8_evenSize<N>& f)
+template <int N> QString GetDirName(const fmString8_evenSize<N>& f)
 {
     return GetDirName(f.toQString(), '/');
 }
@@ -68,13 +63,11 @@ QString GetDirName(const fmString8_evenSize<N>& f)
 // The text behind the last pd, if that pd stands at index 2 or later; else the text stays.
 QString GetFileName(QString path, unsigned short pd = '/');
 QString GetFileNameAutoPD(QString path);
-template <int N>
-QString GetFileName(const fmString<N>& f)
+template <int N> QString GetFileName(const fmString<N>& f)
 {
     return GetFileName(f.toQString(), '/');
 }
-template <int N>
-QString GetFileName(const fmString8_evenSize<N>& f)
+template <int N> QString GetFileName(const fmString8_evenSize<N>& f)
 {
     return GetFileName(f.toQString(), '/');
 }
@@ -99,8 +92,7 @@ bool fmCreateFolder(const QString& path, bool withParents);
 // Empty on success or when there was nothing to delete; else "Unable to delete file, <error>".
 QString fmDeleteFile(const QString& path);
 QString fmDeleteFile(const char* path);
-template <int N>
-QString fmDeleteFile(const fmString<N>& f)
+template <int N> QString fmDeleteFile(const fmString<N>& f)
 {
     return fmDeleteFile(f.toQString());
 }
@@ -117,17 +109,18 @@ void fmSetFileTime(const QString& file, fmTime_t* time);
 QString fmWriteBufferToFile(QString file, unsigned char* p, long long n);
 // One pass of bringing the growing file `to` up to date with `from` (at most 256 KiB a pass).
 // finished is true when `to` has all of `from`. The buffer is not needed here and may be null.
-QString fmResumeFile(const QString& from, const QString& to, bool& finished, _FM_DataBuffer* buffer = nullptr);
+QString fmResumeFile(const QString& from, const QString& to, bool& finished,
+                     _FM_DataBuffer* buffer = nullptr);
 // Deletes the content of a folder. A missing folder gives true. Symbolic links are deleted, never
 // followed. keep holds names (or full paths) that stay. False if anything failed or the time ran
 // out; error then holds the reason. count and bytes sum up the deleted files.
-bool fmEmptyFolder(const QString& folder, const bool& recursive, const bool& removeFolders, const int& maxSeconds,
-                   const QStringList* keep = nullptr, QString* error = nullptr, int* count = nullptr,
-                   long long* bytes = nullptr);
+bool fmEmptyFolder(const QString& folder, const bool& recursive, const bool& removeFolders,
+                   const int& maxSeconds, const QStringList* keep = nullptr, QString* error = nullptr,
+                   int* count = nullptr, long long* bytes = nullptr);
 
 // ---- rights ------------------------------------------------------------------------------------
 
-bool fmSetFileRights_ReadWriteAll(const fmString<250>& path);        // chmod 0666
+bool fmSetFileRights_ReadWriteAll(const fmString<250>& path); // chmod 0666
 bool fmSetFileRights_ReadWriteAll(const char* path);
 bool fmSetFileRights_ReadWriteExecuteAll(const fmString<250>& path); // chmod 0777
 bool fmSetFileRights_ReadWriteExecuteAll(const char* path);
@@ -163,8 +156,8 @@ public:
     fmDirListing(const fmDirListing&) = delete;
     fmDirListing& operator=(const fmDirListing&) = delete;
 
-    bool init(QString folder, const bool& sorted = false, const bool& withDirs = true, const bool& withHidden = true,
-              const bool& withStat = false);
+    bool init(QString folder, const bool& sorted = false, const bool& withDirs = true,
+              const bool& withHidden = true, const bool& withStat = false);
     bool nextFile();
     bool isDir() const;
     QString fileName() const;
@@ -186,13 +179,13 @@ public:
 
     bool Valid = false;
     bool UseCache = false;
-    bool WithDirs = true;       // option flag
-    QString FolderName;         // as given
-    QString FilterPattern;      // wildcard split off the folder, empty for none
-    QString FolderPD;           // folder with trailing separator
-    QString ResolvedFolder;     // FolderPD with ".." resolved
+    bool WithDirs = true;   // option flag
+    QString FolderName;     // as given
+    QString FilterPattern;  // wildcard split off the folder, empty for none
+    QString FolderPD;       // folder with trailing separator
+    QString ResolvedFolder; // FolderPD with ".." resolved
     QString CurrentName;
-    DIR* Dir = nullptr;         // owned
+    DIR* Dir = nullptr;             // owned
     struct dirent* Entry = nullptr; // not owned: belongs to Dir
 
 private:

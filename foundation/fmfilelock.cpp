@@ -105,9 +105,10 @@ bool fmFileLocker::lock(const int& timeoutMs, const QString& owner, int* waitedM
             QByteArray who = owner.toLatin1();
             for (char& c : who)
                 if (static_cast<unsigned char>(c) > 0x7F || c < 0x20) c = '?';
-            const QByteArray text = QByteArray("\n File locked by: ") + who +
-                                    QByteArray("\n Time locked: ") + now.asString().toLatin1() +
-                                    QByteArray("\nInfo: This lock file should only exist a few seconds for config files.\n\n");
+            const QByteArray text =
+                QByteArray("\n File locked by: ") + who + QByteArray("\n Time locked: ") +
+                now.asString().toLatin1() +
+                QByteArray("\nInfo: This lock file should only exist a few seconds for config files.\n\n");
             // Write errors are of no concern: the existence of the file is the lock.
             (void)std::fwrite(text.constData(), 1, size_t(text.size()), f);
             std::fflush(f);

@@ -36,7 +36,8 @@ void IDDecomp::fromID(unsigned long long id)
 {
     unsigned char b[8];
     const unsigned long long v = id;
-    for (int i = 0; i < 8; ++i) b[i] = static_cast<unsigned char>(v >> (8 * i));
+    for (int i = 0; i < 8; ++i)
+        b[i] = static_cast<unsigned char>(v >> (8 * i));
     Counter = b[0];
     PartA = b[1];
     PartB = b[2];
@@ -46,8 +47,9 @@ void IDDecomp::fromID(unsigned long long id)
 
 unsigned long long IDDecomp::toID() const
 {
-    return (unsigned long long)Counter | ((unsigned long long)PartA << 8) | ((unsigned long long)PartB << 16) |
-           ((unsigned long long)Stamp << 24) | ((unsigned long long)Reserved << 56);
+    return (unsigned long long)Counter | ((unsigned long long)PartA << 8) |
+           ((unsigned long long)PartB << 16) | ((unsigned long long)Stamp << 24) |
+           ((unsigned long long)Reserved << 56);
 }
 
 QString IDDecomp::str()

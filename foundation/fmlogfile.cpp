@@ -19,8 +19,8 @@ constexpr int kLockWaitMs = 5000;
 } // namespace
 
 fmLogfile::fmLogfile(int32_t maxFileSize, int32_t flushInterval, bool keepSecondCopy, bool allowTrim)
-    : KeepSecondCopy(keepSecondCopy), MaxFileSize(maxFileSize), FlushInterval(flushInterval), AllowTrim(allowTrim),
-      Lock(new QMutex)
+    : KeepSecondCopy(keepSecondCopy), MaxFileSize(maxFileSize), FlushInterval(flushInterval),
+      AllowTrim(allowTrim), Lock(new QMutex)
 {
     Buffer = new char[size_t(BufferSize) + 1];
     Buffer[0] = 0;
@@ -135,9 +135,11 @@ bool fmLogfile::writetoLogFile(const QString& path, bool updateTime, bool report
             if (LastError.t == 0 && reportErrors) {
                 LastError.SetCurrentTime();
                 if (fmDirectoryExists(GetDirName(path, '/')))
-                    addSelfError("Log folder was found, but unable to write logfile '" + path + "'", true, err);
+                    addSelfError("Log folder was found, but unable to write logfile '" + path + "'", true,
+                                 err);
                 else
-                    addSelfError("Log folder was NOT found, unable to write logfile '" + path + "'", true, err);
+                    addSelfError("Log folder was NOT found, unable to write logfile '" + path + "'", true,
+                                 err);
             }
             return false;
         }
@@ -191,8 +193,10 @@ void fmLogfile::addSelfError(const QString& text, bool withOsError, int osError)
     }
     if (line.size() > 500) line.truncate(500);
     // A failed flush empties the buffer afterwards; the statement waits for the next lines.
-    if (LastError.t != 0) PendingSelfError = line;
-    else addLog_p(line.constData(), int(line.size()), false);
+    if (LastError.t != 0)
+        PendingSelfError = line;
+    else
+        addLog_p(line.constData(), int(line.size()), false);
 }
 
 void writeToLogFile(const fmString8_evenSize<250>& file, fmString8_evenSize<1000> text, bool appendNewline,

@@ -32,7 +32,8 @@ fmString8_UnevenSize<25> upperName(const fmString8_UnevenSize<25>& in, int cut)
     fmString8_UnevenSize<25> out;
     const int n = std::min(in.len(), cut);
     char buf[26];
-    for (int i = 0; i < n; ++i) buf[i] = upperAscii(in.Data[i]);
+    for (int i = 0; i < n; ++i)
+        buf[i] = upperAscii(in.Data[i]);
     buf[n] = 0;
     out.set(buf);
     return out;
@@ -82,8 +83,10 @@ struct ArgVector
     {
         Store.reserve(size_t(args.size()) + 1);
         Store.push_back(QFile::encodeName(exe.toQString()));
-        for (const QString& a : args) Store.push_back(a.toLocal8Bit());
-        for (QByteArray& b : Store) Ptrs.push_back(b.data());
+        for (const QString& a : args)
+            Store.push_back(a.toLocal8Bit());
+        for (QByteArray& b : Store)
+            Ptrs.push_back(b.data());
         Ptrs.push_back(nullptr);
     }
 };
@@ -92,7 +95,8 @@ QStringList toQStringList(const fmStringList& l)
 {
     QStringList out;
     out.reserve(l.count());
-    for (int i = 0; i < l.count(); ++i) out.append(l.at(i).toQString());
+    for (int i = 0; i < l.count(); ++i)
+        out.append(l.at(i).toQString());
     return out;
 }
 
@@ -168,7 +172,8 @@ void _fmProcessList::collectAllProcesses()
         if (!readStat(s, name, 25, &ppid)) continue;
         _fmProcessEntry& en = Entries[Count];
         std::memset(static_cast<void*>(&en), 0, sizeof(en));
-        for (char* p = name; *p; ++p) *p = upperAscii(*p);
+        for (char* p = name; *p; ++p)
+            *p = upperAscii(*p);
         en.Name.set(name);
         en.PID = int32_t(std::strtol(s, nullptr, 10));
         en.ParentPID = int32_t(ppid);

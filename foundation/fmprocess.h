@@ -62,7 +62,8 @@ private:
 
 // True if another process of this name runs. See the start-up use: ourProcessAlreadyExists("fmHistorydb",
 // false, false, nullptr) refuses a second instance.
-bool ourProcessAlreadyExists(fmString8_UnevenSize<25> name, bool exactFirst, bool withConsole, long long* pid = nullptr);
+bool ourProcessAlreadyExists(fmString8_UnevenSize<25> name, bool exactFirst, bool withConsole,
+                             long long* pid = nullptr);
 
 // The reading end of a started process's output.
 struct _processPipe

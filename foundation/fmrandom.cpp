@@ -24,7 +24,8 @@ unsigned fmRandCalc(const unsigned char* p, const unsigned& n)
 {
     uint32_t s = 0;
     if (p)
-        for (uint32_t i = 0; i < n; ++i) s += i * uint32_t(p[i]);
+        for (uint32_t i = 0; i < n; ++i)
+            s += i * uint32_t(p[i]);
     return fmRandStep(fmRandStep(s));
 }
 
@@ -35,9 +36,12 @@ fmString8_evenSize<10> fmRandString(unsigned seed, int mode)
     for (int i = 0; i < 10; ++i) {
         x = fmRandStep(x);
         char c;
-        if (mode == 2) c = fmNumbers[x % 10];
-        else if (mode == 1) c = fmLetters[x % 68];
-        else c = char(x & 0xFF);
+        if (mode == 2)
+            c = fmNumbers[x % 10];
+        else if (mode == 1)
+            c = fmLetters[x % 68];
+        else
+            c = char(x & 0xFF);
         r.Data[i] = c;
     }
     r.Data[10] = 0;

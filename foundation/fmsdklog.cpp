@@ -1,7 +1,7 @@
 // One call, WriteLog, serves all reporting: format one line, keep it for the log file and, where
 // allowed, show it to the user.
-#include "foundation/fmsdk.h"
 #include "foundation/fmlogfile.h"
+#include "foundation/fmsdk.h"
 #include "foundation/fmtextcodec.h"
 
 #include <cstdio>
@@ -11,10 +11,14 @@ namespace {
 QString levelPrefix(int level)
 {
     switch (level) {
-    case 0: return QStringLiteral("CRF Critical Failure - ");
-    case 1: return QStringLiteral("ERR ");
-    case 2: return QStringLiteral("WRN ");
-    default: return QStringLiteral("    ");
+    case 0:
+        return QStringLiteral("CRF Critical Failure - ");
+    case 1:
+        return QStringLiteral("ERR ");
+    case 2:
+        return QStringLiteral("WRN ");
+    default:
+        return QStringLiteral("    ");
     }
 }
 
@@ -30,7 +34,6 @@ void printLine(const QString& line)
     std::fflush(stdout);
 }
 
-
 const char* const kShutdownLine =
     "##################SHUTDOWN#########################################################";
 
@@ -45,9 +48,9 @@ bool __FMSDK::logLevelOn(int level) const
 
 QString fm_AppType_asString(int type)
 {
-    static const char* const names[] = {"None",    "Server",  "Client",      "Submitter", "Control",
-                                        "PostScript", "Test", "LogFile",     "ClientWatch", "Config",
-                                        "Viewer",  "Installer", "HistoryDB", "Script"};
+    static const char* const names[] = {"None",       "Server",    "Client",    "Submitter",   "Control",
+                                        "PostScript", "Test",      "LogFile",   "ClientWatch", "Config",
+                                        "Viewer",     "Installer", "HistoryDB", "Script"};
     if (type < 0 || type > 13) return QStringLiteral("unknown");
     return QLatin1String(names[type]);
 }
@@ -66,7 +69,6 @@ QString thisOS2String_short(bool with64)
     if (with64) s += QLatin1String("64");
     return s;
 }
-
 
 void __FMSDK::WriteLog(int level, int flags, const QString& text, const QString& where)
 {
@@ -121,15 +123,18 @@ void __FMSDK::LogNoUIExecute(int level, int flags, const QString& text, const QS
     line.replace(QLatin1Char(';'), QLatin1Char('\n'));
     line.remove(QLatin1String("()"));
     // Without a window side there is no box: the line goes where a console program puts it.
-    if (MessageBoxHook) MessageBoxHook(level == 0, line, QStringLiteral("Ok"), 90, flags & fmLog_Courier);
-    else printLine(line);
+    if (MessageBoxHook)
+        MessageBoxHook(level == 0, line, QStringLiteral("Ok"), 90, flags & fmLog_Courier);
+    else
+        printLine(line);
 }
 
 void __FMSDK::LogFileWrite(int level, int flags, const QString& text, const QString& where)
 {
     if (!logLevelOn(level) || !Log) return;
     // A crash-like message turns the log file on and writes every line at once from then on.
-    if (level == 0 || text.contains(QLatin1String("Access violation")) || text.contains(QLatin1String("PAGE_FAULT")) ||
+    if (level == 0 || text.contains(QLatin1String("Access violation")) ||
+        text.contains(QLatin1String("PAGE_FAULT")) ||
         text.contains(QLatin1String("std::bad_alloc:bad allocation"))) {
         HadCritical = true;
         NoLogFile = false;
@@ -147,7 +152,8 @@ void __FMSDK::LogFileWriteError(int level, int flags, const QString& text, const
     if (level >= 2 || NoLogFile || !LogError) return;
     QString line;
     FormatLogMessage(level, flags, text, where, line);
-    LogError->addLog(QLatin1Char('[') + App.MachineName.toQString() + QStringLiteral("]\n") + line + QLatin1Char('\n'));
+    LogError->addLog(QLatin1Char('[') + App.MachineName.toQString() + QStringLiteral("]\n") + line +
+                     QLatin1Char('\n'));
 }
 
 void __FMSDK::WriteLog_noQT(int level, int flags, const fmString<250>& text, const fmString<250>& where)
@@ -160,8 +166,8 @@ void __FMSDK::LogNoUIExecute_noQT(int level, int flags, const fmString<250>& tex
     LogNoUIExecute(level, flags, text.toQString(), where.toQString());
 }
 
-void __FMSDK::FormatLogMessage_noQT(int level, int flags, const fmString<250>& text, const fmString<250>& where,
-                                    fmString<250>& out)
+void __FMSDK::FormatLogMessage_noQT(int level, int flags, const fmString<250>& text,
+                                    const fmString<250>& where, fmString<250>& out)
 {
     QString line;
     FormatLogMessage(level, flags, text.toQString(), where.toQString(), line);
@@ -173,11 +179,20 @@ QString fmOutputStackTrace(int)
     return QString();
 }
 
-QString __FMSDK::getUserName(const int&, bool) { return QString(); }
+QString __FMSDK::getUserName(const int&, bool)
+{
+    return QString();
+}
 
-QString __FMSDK::getClientName(const int&) const { return QString(); }
+QString __FMSDK::getClientName(const int&) const
+{
+    return QString();
+}
 
-const fmC::_ClientList* __FMSDK::clientTable() const { return nullptr; }
+const fmC::_ClientList* __FMSDK::clientTable() const
+{
+    return nullptr;
+}
 
 __FMSDK::~__FMSDK()
 {

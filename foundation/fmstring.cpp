@@ -10,7 +10,8 @@ int fmCharLen(const unsigned short* s)
 {
     if (!s) return 0;
     int n = 0;
-    while (n < 1024 && s[n] != 0) ++n;
+    while (n < 1024 && s[n] != 0)
+        ++n;
     return n;
 }
 
@@ -28,7 +29,8 @@ fmString<25> float2Str(float v, const int& decimals, const unsigned short& separ
     if (std::isnan(v)) v = 0.0f;
     v = std::clamp(v, -2147483520.0f, 2147483520.0f);
     float scale = 1.0f;
-    for (int i = 0; i < decimals && i < 40; ++i) scale *= 10.0f;
+    for (int i = 0; i < decimals && i < 40; ++i)
+        scale *= 10.0f;
     const int whole = int(v);
     float f = (v - float(whole)) * scale;
     f += f >= 0.0f ? 0.5f : -0.5f;
@@ -44,13 +46,17 @@ fmString<25> float2Str(float v, const int& decimals, const unsigned short& separ
     std::snprintf(b, sizeof(b), "%d", int(f));
     const int digits = int(std::strlen(b));
     const uint16_t zero = '0';
-    for (int i = digits; i < decimals && r.len() < 25; ++i) r.append(&zero, 1);
+    for (int i = digits; i < decimals && r.len() < 25; ++i)
+        r.append(&zero, 1);
     const fmString<25> frac(b);
     r.append(frac.Data, frac.len());
     return r;
 }
 
-bool fmIsDigit(const unsigned short& c) { return c == '-' || (c >= '0' && c <= '9'); }
+bool fmIsDigit(const unsigned short& c)
+{
+    return c == '-' || (c >= '0' && c <= '9');
+}
 
 QString byte2Hex(const unsigned char* p, const int& n)
 {
@@ -65,7 +71,10 @@ QString byte2Hex(const unsigned char* p, const int& n)
     return r;
 }
 
-QString bool2String(const bool& b) { return b ? QStringLiteral("1") : QStringLiteral("0"); }
+QString bool2String(const bool& b)
+{
+    return b ? QStringLiteral("1") : QStringLiteral("0");
+}
 
 QString fmCalcShortName(const QString& name)
 {
@@ -95,7 +104,10 @@ bool fmStringCompareShort(const QString& a, QString b)
     return fmCalcShortName(a) == fmCalcShortName(b);
 }
 
-fmStringList::~fmStringList() { clear(); }
+fmStringList::~fmStringList()
+{
+    clear();
+}
 
 void fmStringList::clear()
 {
@@ -144,7 +156,8 @@ const char* fmStringList::atAsChar(const int& i)
     if (!List || i < 0 || i >= Count) return CharBuffer;
     const fmString<500>& e = List[i];
     const int n = std::min(e.len(), int(sizeof(CharBuffer)) - 1);
-    for (int k = 0; k < n; ++k) CharBuffer[k] = static_cast<char>(e.Data[k] & 0xFF);
+    for (int k = 0; k < n; ++k)
+        CharBuffer[k] = static_cast<char>(e.Data[k] & 0xFF);
     CharBuffer[n] = 0;
     return CharBuffer;
 }

@@ -21,11 +21,19 @@
 #include <type_traits>
 #include <utility>
 
-namespace fmStringDetail
+namespace fmStringDetail {
+inline uint16_t upper(uint16_t u)
 {
-inline uint16_t upper(uint16_t u) { return u < 256 ? static_cast<uint16_t>(::toupper(u) & 0xFFFF) : u; }
-inline char upper(char c) { return static_cast<char>(::toupper(static_cast<unsigned char>(c))); }
-inline uint16_t widen(char c) { return static_cast<unsigned char>(c); }
+    return u < 256 ? static_cast<uint16_t>(::toupper(u) & 0xFFFF) : u;
+}
+inline char upper(char c)
+{
+    return static_cast<char>(::toupper(static_cast<unsigned char>(c)));
+}
+inline uint16_t widen(char c)
+{
+    return static_cast<unsigned char>(c);
+}
 
 // Order of two units as memcmp sees their little-endian bytes.
 inline int unitOrder(uint16_t a, uint16_t b)
@@ -33,16 +41,21 @@ inline int unitOrder(uint16_t a, uint16_t b)
     const int lo = int(a & 0xFF) - int(b & 0xFF);
     return lo != 0 ? lo : int(a >> 8) - int(b >> 8);
 }
-inline int unitOrder(char a, char b) { return int(static_cast<unsigned char>(a)) - int(static_cast<unsigned char>(b)); }
+inline int unitOrder(char a, char b)
+{
+    return int(static_cast<unsigned char>(a)) - int(static_cast<unsigned char>(b));
+}
 
 // Length of a C text, masked to 16 bits as every fixed string stores it.
-inline int cLen(const char* s) { return s ? int(std::strlen(s) & 0xFFFF) : 0; }
+inline int cLen(const char* s)
+{
+    return s ? int(std::strlen(s) & 0xFFFF) : 0;
+}
 } // namespace fmStringDetail
 
 // Operations shared by the three families. D is the string type, U its unit (uint16_t or char).
 // An empty base: it adds no bytes, and D stays standard-layout and trivially copyable.
-template <class D, class U, int N>
-struct fmStringOps
+template <class D, class U, int N> struct fmStringOps
 {
     static constexpr int Capacity = N;
 
@@ -69,7 +82,8 @@ struct fmStringOps
         if constexpr (sizeof(U) == 1)
             std::memmove(d.Data, s, size_t(n));
         else
-            for (int i = 0; i < n; ++i) d.Data[i] = fmStringDetail::widen(s[i]);
+            for (int i = 0; i < n; ++i)
+                d.Data[i] = fmStringDetail::widen(s[i]);
         d.Data[n] = 0;
         d.Length = static_cast<uint16_t>(n);
     }
@@ -140,8 +154,10 @@ struct fmStringOps
             n[i] = fmStringDetail::upper(needle.Data[i]);
             ns += static_cast<std::make_unsigned_t<U>>(n[i]);
         }
-        for (int i = from; i < hl; ++i) h[i] = fmStringDetail::upper(self().Data[i]);
-        for (int i = from; i < from + nl; ++i) hs += static_cast<std::make_unsigned_t<U>>(h[i]);
+        for (int i = from; i < hl; ++i)
+            h[i] = fmStringDetail::upper(self().Data[i]);
+        for (int i = from; i < from + nl; ++i)
+            hs += static_cast<std::make_unsigned_t<U>>(h[i]);
         for (int p = from;; ++p) {
             if (hs == ns && std::memcmp(h + p, n, size_t(nl) * sizeof(U)) == 0) return p;
             if (p + nl >= hl) return -1;
@@ -183,8 +199,7 @@ struct fmStringOps
     }
     // 8-bit families: removes every occurrence of c, case-insensitively, from the end towards the
     // start; changes this value and also returns it.
-    D remove(const char& c)
-        requires(sizeof(U) == 1)
+    D remove(const char& c) requires(sizeof(U) == 1)
     {
         const char uc = fmStringDetail::upper(c);
         for (int i = len() - 1; i >= 0; --i)
@@ -251,19 +266,20 @@ private:
 
 // Any of the two 8-bit families, whatever its capacity.
 template <class O>
-concept fmString8Type = requires(const O& o) {
+concept fmString8Type = requires(const O& o)
+{
     o.Data[0];
     o.Length;
     o.len();
-} && (sizeof(std::declval<const O&>().Data[0]) == 1);
+}
+&&(sizeof(std::declval<const O&>().Data[0]) == 1);
 
 // 16-bit units (UTF-16 as QString holds it). Layout, little-endian:
 //   0       2(N+1)  Data: N units and at least one terminating 0
 //   2N+2    2       Length: units in use, 0..N
 //   2N+4    2       Reserved: 0 when built, carried along by copies, read by nothing
 // Total 2N+6 bytes.
-template <int N>
-struct fmString : fmStringOps<fmString<N>, uint16_t, N>
+template <int N> struct fmString : fmStringOps<fmString<N>, uint16_t, N>
 {
     static_assert(N > 0 && N < 65536);
     uint16_t Data[N + 1] = {};
@@ -273,20 +289,29 @@ struct fmString : fmStringOps<fmString<N>, uint16_t, N>
     fmString() = default;
     fmString(const char* s) { this->set(s); }
     fmString(const QString& s) { this->set(s); }
-    fmString& operator=(const char* s) { this->set(s); return *this; }
-    fmString& operator=(const QString& s) { this->set(s); return *this; }
+    fmString& operator=(const char* s)
+    {
+        this->set(s);
+        return *this;
+    }
+    fmString& operator=(const QString& s)
+    {
+        this->set(s);
+        return *this;
+    }
     // From another capacity: units copied, cut at N.
-    template <int M>
-    fmString(const fmString<M>& o) { this->setUnits(o.Data, o.len()); }
-    template <int M>
-    fmString& operator=(const fmString<M>& o) { this->setUnits(o.Data, o.len()); return *this; }
+    template <int M> fmString(const fmString<M>& o) { this->setUnits(o.Data, o.len()); }
+    template <int M> fmString& operator=(const fmString<M>& o)
+    {
+        this->setUnits(o.Data, o.len());
+        return *this;
+    }
     using fmStringOps<fmString<N>, uint16_t, N>::remove;
 };
 
 // 8-bit Latin-1 units, N even. Layout: Data N+1 bytes, one pad byte at N+1 (0 when built),
 // Length at N+2. Total N+4 bytes.
-template <int N>
-struct fmString8_evenSize : fmStringOps<fmString8_evenSize<N>, char, N>
+template <int N> struct fmString8_evenSize : fmStringOps<fmString8_evenSize<N>, char, N>
 {
     static_assert(N > 0 && N < 65536 && N % 2 == 0, "fmString8_evenSize needs an even capacity");
     char Data[N + 1] = {};
@@ -296,22 +321,34 @@ struct fmString8_evenSize : fmStringOps<fmString8_evenSize<N>, char, N>
     fmString8_evenSize() = default;
     fmString8_evenSize(const char* s) { this->set(s); }
     fmString8_evenSize(const QString& s) { this->set(s); }
-    fmString8_evenSize& operator=(const char* s) { this->set(s); return *this; }
-    fmString8_evenSize& operator=(const QString& s) { this->set(s); return *this; }
+    fmString8_evenSize& operator=(const char* s)
+    {
+        this->set(s);
+        return *this;
+    }
+    fmString8_evenSize& operator=(const QString& s)
+    {
+        this->set(s);
+        return *this;
+    }
     // From any 8-bit string of another capacity: bytes copied, cut at N.
     template <fmString8Type O>
-        requires(!std::is_same_v<O, fmString8_evenSize>)
-    fmString8_evenSize(const O& o) { this->setUnits(o.Data, o.len()); }
+    requires(!std::is_same_v<O, fmString8_evenSize>) fmString8_evenSize(const O& o)
+    {
+        this->setUnits(o.Data, o.len());
+    }
     template <fmString8Type O>
-        requires(!std::is_same_v<O, fmString8_evenSize>)
-    fmString8_evenSize& operator=(const O& o) { this->setUnits(o.Data, o.len()); return *this; }
+    requires(!std::is_same_v<O, fmString8_evenSize>) fmString8_evenSize& operator=(const O& o)
+    {
+        this->setUnits(o.Data, o.len());
+        return *this;
+    }
     using fmStringOps<fmString8_evenSize<N>, char, N>::remove;
 };
 
 // 8-bit Latin-1 units, N odd. Layout: Data N+1 bytes (even, so no pad), Length at N+1.
 // Total N+3 bytes.
-template <int N>
-struct fmString8_UnevenSize : fmStringOps<fmString8_UnevenSize<N>, char, N>
+template <int N> struct fmString8_UnevenSize : fmStringOps<fmString8_UnevenSize<N>, char, N>
 {
     static_assert(N > 0 && N < 65536 && N % 2 == 1, "fmString8_UnevenSize needs an odd capacity");
     char Data[N + 1] = {};
@@ -320,21 +357,34 @@ struct fmString8_UnevenSize : fmStringOps<fmString8_UnevenSize<N>, char, N>
     fmString8_UnevenSize() = default;
     fmString8_UnevenSize(const char* s) { this->set(s); }
     fmString8_UnevenSize(const QString& s) { this->set(s); }
-    fmString8_UnevenSize& operator=(const char* s) { this->set(s); return *this; }
-    fmString8_UnevenSize& operator=(const QString& s) { this->set(s); return *this; }
+    fmString8_UnevenSize& operator=(const char* s)
+    {
+        this->set(s);
+        return *this;
+    }
+    fmString8_UnevenSize& operator=(const QString& s)
+    {
+        this->set(s);
+        return *this;
+    }
     // From any 8-bit string of another capacity: bytes copied, cut at N.
     template <fmString8Type O>
-        requires(!std::is_same_v<O, fmString8_UnevenSize>)
-    fmString8_UnevenSize(const O& o) { this->setUnits(o.Data, o.len()); }
+    requires(!std::is_same_v<O, fmString8_UnevenSize>) fmString8_UnevenSize(const O& o)
+    {
+        this->setUnits(o.Data, o.len());
+    }
     template <fmString8Type O>
-        requires(!std::is_same_v<O, fmString8_UnevenSize>)
-    fmString8_UnevenSize& operator=(const O& o) { this->setUnits(o.Data, o.len()); return *this; }
+    requires(!std::is_same_v<O, fmString8_UnevenSize>) fmString8_UnevenSize& operator=(const O& o)
+    {
+        this->setUnits(o.Data, o.len());
+        return *this;
+    }
     using fmStringOps<fmString8_UnevenSize<N>, char, N>::remove;
 };
 
 // Pins size and Length offset of one instantiation, and that it stays a plain value.
-#define FM_STRING_LAYOUT(T, SIZE, LENGTH_AT)                                                           \
-    static_assert(sizeof(T) == (SIZE) && offsetof(T, Length) == (LENGTH_AT) &&                       \
+#define FM_STRING_LAYOUT(T, SIZE, LENGTH_AT)                                                                 \
+    static_assert(sizeof(T) == (SIZE) && offsetof(T, Length) == (LENGTH_AT) &&                               \
                   std::is_trivially_copyable_v<T> && std::is_standard_layout_v<T>)
 
 FM_STRING_LAYOUT(fmString<10>, 26, 22);
@@ -401,8 +451,7 @@ private:
 
 // A short list of names as the configuration stores it: twenty fmString<50> in a row and a
 // 32-bit count behind them, 2124 bytes, a plain value.
-template <int N>
-struct _cfgStrList
+template <int N> struct _cfgStrList
 {
     fmString<50> List[N];
     int32_t Count = 0;
@@ -414,8 +463,8 @@ struct _cfgStrList
     void fromString(const QString& s)
     {
         *this = _cfgStrList();
-        const QStringList parts = s.split(s.contains(QLatin1Char(';')) ? QLatin1Char(';') : QLatin1Char(','),
-                                          Qt::SkipEmptyParts);
+        const QStringList parts =
+            s.split(s.contains(QLatin1Char(';')) ? QLatin1Char(';') : QLatin1Char(','), Qt::SkipEmptyParts);
         int n = 0;
         for (const QString& p : parts) {
             if (n >= N) break;
@@ -444,7 +493,8 @@ private:
         for (int i = 0; i < N; ++i) {
             if (List[i].isEmpty()) continue;
             bool found = false;
-            for (int j = 0; j < N && !found; ++j) found = List[i].compare(other.List[j]) == 0;
+            for (int j = 0; j < N && !found; ++j)
+                found = List[i].compare(other.List[j]) == 0;
             if (!found) return false;
         }
         return true;

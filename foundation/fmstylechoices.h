@@ -7,9 +7,9 @@ struct fmStyleChoices
 {
     bool Dark = false;
     bool Easter = false;
-    bool Girly = false;       // the third palette
+    bool Girly = false; // the third palette
     bool FontDefaultSet = false;
-    int FontSizeDefault = 0;  // point size, when set
+    int FontSizeDefault = 0; // point size, when set
     bool FontSmallSet = false;
     int FontSizeSmall = 0;
 };

@@ -2,8 +2,7 @@
 
 #include <QByteArray>
 
-namespace
-{
+namespace {
 struct Entity
 {
     const char* plain;
@@ -12,7 +11,10 @@ struct Entity
 
 // Order matters: "&" first on the way out, last of the named ones on the way back.
 const Entity kNamed[] = {
-    {"<", "&lt;"}, {">", "&gt;"}, {"\"", "&quot;"}, {"'", "&apos;"},
+    {"<", "&lt;"},
+    {">", "&gt;"},
+    {"\"", "&quot;"},
+    {"'", "&apos;"},
 };
 const struct
 {
@@ -23,7 +25,10 @@ const struct
     {u'\u00F6', "&#246;"}, {u'\u00FC', "&#252;"}, {u'\u00DF', "&#223;"},
 };
 
-QString throughLatin1(const QString& s) { return QString::fromLatin1(s.toLatin1()); }
+QString throughLatin1(const QString& s)
+{
+    return QString::fromLatin1(s.toLatin1());
+}
 
 // Finds the word around index i: from behind the blank before it to the blank after it.
 void wordAround(const QString& text, qsizetype i, qsizetype& start, qsizetype& end)
@@ -63,8 +68,7 @@ QString toInBand(QString text, bool keepOriginal, const QString& marker, Encode 
     return text;
 }
 
-template <class Decode>
-QString fromInBand(QString text, const QString& marker, Decode decode)
+template <class Decode> QString fromInBand(QString text, const QString& marker, Decode decode)
 {
     // Each round removes the marker and puts back no more characters than the word held, so the
     // text shrinks and the loop ends.
@@ -92,16 +96,20 @@ QString fromInBand(QString text, const QString& marker, Decode decode)
 QString toXmlString(QString s)
 {
     s.replace(QLatin1String("&"), QLatin1String("&amp;"));
-    for (const Entity& e : kNamed) s.replace(QLatin1String(e.plain), QLatin1String(e.entity));
-    for (const auto& e : kNumeric) s.replace(QChar(e.ch), QLatin1String(e.entity));
+    for (const Entity& e : kNamed)
+        s.replace(QLatin1String(e.plain), QLatin1String(e.entity));
+    for (const auto& e : kNumeric)
+        s.replace(QChar(e.ch), QLatin1String(e.entity));
     return throughLatin1(s);
 }
 
 QString fromXmlString(QString s)
 {
-    for (const Entity& e : kNamed) s.replace(QLatin1String(e.entity), QLatin1String(e.plain));
+    for (const Entity& e : kNamed)
+        s.replace(QLatin1String(e.entity), QLatin1String(e.plain));
     s.replace(QLatin1String("&amp;"), QLatin1String("&"));
-    for (const auto& e : kNumeric) s.replace(QLatin1String(e.entity), QString(QChar(e.ch)));
+    for (const auto& e : kNumeric)
+        s.replace(QLatin1String(e.entity), QString(QChar(e.ch)));
     return throughLatin1(s);
 }
 

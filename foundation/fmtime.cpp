@@ -9,11 +9,13 @@ const char* const fmMonthNames[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 const char* const fmWeekDayNames[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
-namespace
-{
+namespace {
 // Sums of stored values wrap instead of overflowing: a value read from a damaged file may be
 // anything, and the result is then merely wrong, never undefined.
-int64_t wrapAdd(int64_t a, int64_t b) { return int64_t(uint64_t(a) + uint64_t(b)); }
+int64_t wrapAdd(int64_t a, int64_t b)
+{
+    return int64_t(uint64_t(a) + uint64_t(b));
+}
 
 int64_t offset()
 {
@@ -28,11 +30,26 @@ void localParts(int64_t v, tm& out)
     if (!localtime_r(&tt, &out)) out = tm{};
 }
 
-QString d2(long long v) { return QStringLiteral("%1").arg(v, 2, 10, QLatin1Char('0')); }
-QString monthName(const tm& x) { return QLatin1String(fmMonthNames[x.tm_mon >= 0 && x.tm_mon < 12 ? x.tm_mon : 0]); }
-QString dayName(const tm& x) { return QLatin1String(fmWeekDayNames[x.tm_wday >= 0 && x.tm_wday < 7 ? x.tm_wday : 0]); }
-long long year4(const tm& x) { return (long long)x.tm_year + 1900; }
-long long year2(const tm& x) { return year4(x) - 2000; }
+QString d2(long long v)
+{
+    return QStringLiteral("%1").arg(v, 2, 10, QLatin1Char('0'));
+}
+QString monthName(const tm& x)
+{
+    return QLatin1String(fmMonthNames[x.tm_mon >= 0 && x.tm_mon < 12 ? x.tm_mon : 0]);
+}
+QString dayName(const tm& x)
+{
+    return QLatin1String(fmWeekDayNames[x.tm_wday >= 0 && x.tm_wday < 7 ? x.tm_wday : 0]);
+}
+long long year4(const tm& x)
+{
+    return (long long)x.tm_year + 1900;
+}
+long long year2(const tm& x)
+{
+    return year4(x) - 2000;
+}
 
 // Seconds by which the clock in the local zone differs from the stored clock corrected by the
 // start offset, folded into half a day either way.
@@ -143,8 +160,14 @@ fmTime_t::operator tm() const
     return x;
 }
 
-void fmTime_t::to_tm(tm& out) const { localParts(t, out); }
-void fmTime_t::to_tm_Offset(tm& out, const long long& delta) const { localParts(wrapAdd(t, delta), out); }
+void fmTime_t::to_tm(tm& out) const
+{
+    localParts(t, out);
+}
+void fmTime_t::to_tm_Offset(tm& out, const long long& delta) const
+{
+    localParts(wrapAdd(t, delta), out);
+}
 
 int fmTime_t::month() const
 {
@@ -174,14 +197,32 @@ int fmTime_t::WeekDay() const
     return (x.tm_wday + 6) % 7;
 }
 
-int64_t fmTime_t::valueFixed() const { return int64_t(int32_t(uint32_t(uint64_t(t)) + uint32_t(offset()))); }
+int64_t fmTime_t::valueFixed() const
+{
+    return int64_t(int32_t(uint32_t(uint64_t(t)) + uint32_t(offset())));
+}
 
-void fmTime_t::convertFromLocalTime() { t = wrapAdd(t, -offset()); }
+void fmTime_t::convertFromLocalTime()
+{
+    t = wrapAdd(t, -offset());
+}
 
-int64_t fmTime_t::getTotalDays(long long delta) const { return wrapAdd(wrapAdd(t, offset()), delta) / 86400; }
-int fmTime_t::getDayHour() const { return int((wrapAdd(t, offset()) / 3600) % 24); }
-int fmTime_t::getDayMinutes() const { return int((wrapAdd(t, offset()) / 60) % 1440); }
-int fmTime_t::getDaySeconds(long long delta) const { return int(wrapAdd(wrapAdd(t, offset()), delta) % 86400); }
+int64_t fmTime_t::getTotalDays(long long delta) const
+{
+    return wrapAdd(wrapAdd(t, offset()), delta) / 86400;
+}
+int fmTime_t::getDayHour() const
+{
+    return int((wrapAdd(t, offset()) / 3600) % 24);
+}
+int fmTime_t::getDayMinutes() const
+{
+    return int((wrapAdd(t, offset()) / 60) % 1440);
+}
+int fmTime_t::getDaySeconds(long long delta) const
+{
+    return int(wrapAdd(wrapAdd(t, offset()), delta) % 86400);
+}
 
 bool fmTime_t::waitTimeIsOver(const long long& wait, const bool& reset, const fmTime_t* now)
 {
@@ -197,7 +238,10 @@ int32_t fmTime_t::waitTimeDifference(const long long& wait, const fmTime_t* now)
     return int32_t(uint32_t(uint64_t(wrapAdd(wrapAdd(t, wait), -n))));
 }
 
-QString fmTime_t::asString() const { return asStringOffset(0); }
+QString fmTime_t::asString() const
+{
+    return asStringOffset(0);
+}
 
 QString fmTime_t::asStringOffset(const long long& delta) const
 {
@@ -325,7 +369,8 @@ fmString8_evenSize<250> fmTime_t::asFM8String() const
     tm x;
     to_tm(x);
     char b[96];
-    std::snprintf(b, sizeof(b), "%02d.%02d. %02d:%02d.%02d", x.tm_mon + 1, x.tm_mday, x.tm_hour, x.tm_min, x.tm_sec);
+    std::snprintf(b, sizeof(b), "%02d.%02d. %02d:%02d.%02d", x.tm_mon + 1, x.tm_mday, x.tm_hour, x.tm_min,
+                  x.tm_sec);
     return fmString8_evenSize<250>(b);
 }
 
@@ -334,7 +379,8 @@ fmString8_evenSize<250> fmTime_t::asFM8StringDateMonth() const
     tm x;
     to_tm(x);
     char b[96];
-    std::snprintf(b, sizeof(b), "%02d.%s. ", x.tm_mday, fmMonthNames[x.tm_mon >= 0 && x.tm_mon < 12 ? x.tm_mon : 0]);
+    std::snprintf(b, sizeof(b), "%02d.%s. ", x.tm_mday,
+                  fmMonthNames[x.tm_mon >= 0 && x.tm_mon < 12 ? x.tm_mon : 0]);
     return fmString8_evenSize<250>(b);
 }
 
@@ -343,8 +389,8 @@ fmString8_evenSize<250> fmTime_t::asFM8StringDateMonthYear() const
     tm x;
     to_tm(x);
     char b[96];
-    std::snprintf(b, sizeof(b), "%02d.%s.%02lld ", x.tm_mday, fmMonthNames[x.tm_mon >= 0 && x.tm_mon < 12 ? x.tm_mon : 0],
-                  year4(x));
+    std::snprintf(b, sizeof(b), "%02d.%s.%02lld ", x.tm_mday,
+                  fmMonthNames[x.tm_mon >= 0 && x.tm_mon < 12 ? x.tm_mon : 0], year4(x));
     return fmString8_evenSize<250>(b);
 }
 
@@ -376,7 +422,10 @@ QString fmSec2hm(int s)
     return QStringLiteral("%1:%2").arg(d2(s / 3600), d2((a / 60) % 60));
 }
 
-QString fmSec2ms(long long s) { return QStringLiteral("%1.%2").arg(d2(s / 60), d2(s % 60)); }
+QString fmSec2ms(long long s)
+{
+    return QStringLiteral("%1.%2").arg(d2(s / 60), d2(s % 60));
+}
 
 QString fmSpaceTsd(long long v, bool signBlank)
 {
@@ -391,7 +440,9 @@ QString fmSpaceTsd(long long v, bool signBlank)
         u = (unsigned long long)v;
     }
     if (u <= 1000) return prefix + QString::number(u);
-    const auto group = [](unsigned long long g) { return QStringLiteral("%1").arg(g % 1000, 3, 10, QLatin1Char('0')); };
+    const auto group = [](unsigned long long g) {
+        return QStringLiteral("%1").arg(g % 1000, 3, 10, QLatin1Char('0'));
+    };
     QString tail = group(u);
     if (u < 1001000ULL) return prefix + QString::number(u / 1000) + QLatin1Char(' ') + tail;
     tail = group(u / 1000) + QLatin1Char(' ') + tail;
@@ -400,12 +451,17 @@ QString fmSpaceTsd(long long v, bool signBlank)
     return prefix + QString::number(u / 1000000000ULL) + QLatin1Char(' ') + tail;
 }
 
-namespace
+namespace {
+int64_t processMs()
 {
-int64_t processMs() { return int64_t(::clock()) * 1000 / 1000000; }
+    return int64_t(::clock()) * 1000 / 1000000;
+}
 } // namespace
 
-void fmTimer::start() { Start = processMs(); }
+void fmTimer::start()
+{
+    Start = processMs();
+}
 
 int fmTimer::elapsed() const
 {
@@ -419,4 +475,7 @@ int fmTimer::restart()
     return e;
 }
 
-QString fmTimer::restartAndString() { return fmMill2s(restart(), false) + QStringLiteral("ms"); }
+QString fmTimer::restartAndString()
+{
+    return fmMill2s(restart(), false) + QStringLiteral("ms");
+}

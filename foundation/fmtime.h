@@ -59,15 +59,15 @@ struct fmTime_t
     // Local parts.
     void to_tm(tm& out) const;
     void to_tm_Offset(tm& out, const long long& delta) const;
-    int month() const;                      // 1 to 12
-    int year() const;                       // four digits
+    int month() const;                        // 1 to 12
+    int year() const;                         // four digits
     int DayOfMonth(long long days = 0) const; // day of the month `days` days from this value
-    int WeekDay() const;                    // Monday 0 to Sunday 6
+    int WeekDay() const;                      // Monday 0 to Sunday 6
 
     // Arithmetic parts on value + start offset.
-    int64_t valueFixed() const;             // low 32 bits of value + offset, sign-extended
+    int64_t valueFixed() const; // low 32 bits of value + offset, sign-extended
     int64_t toLocalTime() const { return valueFixed(); }
-    void convertFromLocalTime();            // value -= offset
+    void convertFromLocalTime(); // value -= offset
     int64_t getTotalDays(long long delta = 0) const;
     int getDayHour() const;
     int getDayMinutes() const;
@@ -79,24 +79,24 @@ struct fmTime_t
     int32_t waitTimeDifference(const long long& wait, const fmTime_t* now = nullptr) const;
 
     // Text forms. D M h m s: two digits with zero; Y2 year less 2000, Y4 four digits.
-    QString asString() const;                          // "M.D h:m.s"
+    QString asString() const;                             // "M.D h:m.s"
     QString asStringOffset(const long long& delta) const; // same for value + delta
-    QString asStringDateHourMin() const;               // "D. h:m"
-    QString asStringHourMin() const;                   // "h:m"
-    QString asStringDate() const;                      // "D. Mon"
-    QString asStringMonth() const;                     // "Mon"
-    QString asStringWeekDay() const;                   // "D. Day"
-    QString asStringWeekDateMonth() const;             // "Day D. Mon"
-    QString asStringMonthYear() const;                 // "M.Y2"
-    QString asStringYearOnly() const;                  // "Y2"
-    QString asStringYearOnly2() const;                 // "Y4"
-    QString asStringYear() const;                      // "D.M.Y2"
-    QString asStringYear2() const;                     // "D.M.Y4"
-    QString asStringFileName() const;                  // "MD_hms"
-    QString asStringFileName_TruncSec() const;         // "MD_hm" + tens of the seconds
-    QString asStringFileNameDate() const;              // "Y2MD"
-    QString asStringFileNameHour() const;              // "Y2MD_h"
-    QString daytimeAsString() const;                   // "h:m.s" of value + offset, arithmetic
+    QString asStringDateHourMin() const;                  // "D. h:m"
+    QString asStringHourMin() const;                      // "h:m"
+    QString asStringDate() const;                         // "D. Mon"
+    QString asStringMonth() const;                        // "Mon"
+    QString asStringWeekDay() const;                      // "D. Day"
+    QString asStringWeekDateMonth() const;                // "Day D. Mon"
+    QString asStringMonthYear() const;                    // "M.Y2"
+    QString asStringYearOnly() const;                     // "Y2"
+    QString asStringYearOnly2() const;                    // "Y4"
+    QString asStringYear() const;                         // "D.M.Y2"
+    QString asStringYear2() const;                        // "D.M.Y4"
+    QString asStringFileName() const;                     // "MD_hms"
+    QString asStringFileName_TruncSec() const;            // "MD_hm" + tens of the seconds
+    QString asStringFileNameDate() const;                 // "Y2MD"
+    QString asStringFileNameHour() const;                 // "Y2MD_h"
+    QString daytimeAsString() const;                      // "h:m.s" of value + offset, arithmetic
 
     fmString8_evenSize<250> asFM8String() const;              // "%02d.%02d. %02d:%02d.%02d" M D h m s
     fmString8_evenSize<250> asFM8StringDateMonth() const;     // "%02d.%s. " day, month name
@@ -132,8 +132,10 @@ struct fmTime_t32
     QString asStringOffset(const long long& delta) const { return toTime64().asStringOffset(delta); }
 };
 
-static_assert(sizeof(fmTime_t) == 8 && std::is_trivially_copyable_v<fmTime_t> && std::is_standard_layout_v<fmTime_t>);
-static_assert(sizeof(fmTime_t32) == 4 && std::is_trivially_copyable_v<fmTime_t32> && std::is_standard_layout_v<fmTime_t32>);
+static_assert(sizeof(fmTime_t) == 8 && std::is_trivially_copyable_v<fmTime_t> &&
+              std::is_standard_layout_v<fmTime_t>);
+static_assert(sizeof(fmTime_t32) == 4 && std::is_trivially_copyable_v<fmTime_t32> &&
+              std::is_standard_layout_v<fmTime_t32>);
 
 // Month names from "Jan", week day names from "Sun".
 extern const char* const fmMonthNames[12];

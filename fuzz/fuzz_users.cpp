@@ -19,10 +19,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         QByteArray image(int(Users60FileSize), '\0');
         const size_t n = size - 1 < size_t(Users60FileSize) ? size - 1 : size_t(Users60FileSize);
         std::memcpy(image.data(), p + 1, n);
-        const uint32_t crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(image.constData()),
-                                       unsigned(Users60CRCOffset));
+        const uint32_t crc =
+            fmCRCCalc(reinterpret_cast<const unsigned char*>(image.constData()), unsigned(Users60CRCOffset));
         std::memcpy(image.data() + Users60CRCOffset, &crc, 4);
-        if (table->loadFromBytes60(image.constData(), image.size()) != _fmgUserSettingsList::LoadOk) std::abort();
+        if (table->loadFromBytes60(image.constData(), image.size()) != _fmgUserSettingsList::LoadOk)
+            std::abort();
         if (table->userCount() > 100 || table->groupCount() != 1) std::abort();
     }
     // A few lookups: each one walks the whole table.

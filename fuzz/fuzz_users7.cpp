@@ -25,7 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const uint32_t crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(image.constData()),
                                        unsigned(UsersFileCRCOffset));
         std::memcpy(image.data() + UsersFileCRCOffset, &crc, 4);
-        if (table->loadFromBytes(image.constData(), image.size()) != _fmgUserSettingsList::LoadOk) std::abort();
+        if (table->loadFromBytes(image.constData(), image.size()) != _fmgUserSettingsList::LoadOk)
+            std::abort();
     }
     if (table->ValidData) {
         const QByteArray once = table->saveToBytes();

@@ -102,8 +102,10 @@ void fmHistorydb::on_actionSave_Changes_into_db_triggered()
     // what is on disk now; a file that cannot be written stays as it was and is named here.
     QStringList messages;
     const bool saved = jobs.SaveSources(messages);
-    if (saved) DeletedJobs.clear(); // what is saved can no longer be undone
-    else fmMessageBox::Warning(this, messages.join(QLatin1Char('\n')), QStringLiteral("Ok"), 0);
+    if (saved)
+        DeletedJobs.clear(); // what is saved can no longer be undone
+    else
+        fmMessageBox::Warning(this, messages.join(QLatin1Char('\n')), QStringLiteral("Ok"), 0);
     showStatus(saved ? QStringLiteral("Saved %1 (%2 jobs)").arg(table.currentProject).arg(jobs.JobCount)
                      : QStringLiteral("Save failed: ") + messages.join(QStringLiteral("; ")));
     loadProjectList(); // sizes changed, and a file whose jobs all went is gone
@@ -124,7 +126,9 @@ void fmHistorydb::on_actionRevert_Changes_triggered()
     DeletedJobs.clear();
     loadProjectList();
     loadProject(table.currentProjectID);
-    showStatus(QStringLiteral("Reverted: %1 read again from disk, %2 jobs").arg(table.currentProject).arg(jobs.JobCount));
+    showStatus(QStringLiteral("Reverted: %1 read again from disk, %2 jobs")
+                   .arg(table.currentProject)
+                   .arg(jobs.JobCount));
 }
 
 void fmHistorydb::showStatus(const QString& text)

@@ -13,8 +13,8 @@
 #include <QDockWidget>
 #include <QGuiApplication>
 #include <QHeaderView>
-#include <QSaveFile>
 #include <QPushButton>
+#include <QSaveFile>
 #include <QScreen>
 #include <QSettings>
 #include <QStyle>

@@ -4,11 +4,11 @@
 #include "historydb/fmhistorydb.h"
 
 #include "app/fm.h"
-#include "foundation/fmfileread.h"
 #include "browser/fmjobinfo.h"
 #include "browser/fmjoblogpage.h"
 #include "browser/fmresubmit.h"
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 #include "foundation/fmjobid.h"
 #include "foundation/fmprocess.h"
 #include "historydb/fmlogtreemodel.h"

@@ -5,8 +5,8 @@
 
 #include "app/fm.h"
 
-#include "foundation/fmtime.h"
 #include "foundation/fmjobid.h"
+#include "foundation/fmtime.h"
 #include "jobs/fmjoblist.h"
 #include "widgets/fmtreeviewtypes.h"
 

@@ -2,8 +2,8 @@
 #include "app/fm.h"
 #include "foundation/fmfileread.h"
 #include "foundation/fminstance.h"
-#include "jobs/fmjoblist.h"
 #include "historydb/fmhistorydb.h"
+#include "jobs/fmjoblist.h"
 #include "widgets/fmmessagebox.h"
 #include "widgets/fmstyle.h"
 

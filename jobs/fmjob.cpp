@@ -46,7 +46,8 @@ int32_t clampToInt32(long long v)
 
 } // namespace
 
-int jobFramesTotal(double seqStart, double seqEnd, double seqStep, int imageChannelCount, int32_t* framesPerPass)
+int jobFramesTotal(double seqStart, double seqEnd, double seqStep, int imageChannelCount,
+                   int32_t* framesPerPass)
 {
     const int32_t perPass = truncToInt32((seqEnd - seqStart) / seqStep + 1.0);
     if (framesPerPass) *framesPerPass = perPass;
@@ -220,7 +221,8 @@ bool _JobSend::isRightStructVersion() const
 {
     return BasicsStructID == JobBasics_StructID && SubmitterStructID == JobSubmitter_StructID &&
            SaveStructID == JobSave_StructID && SendStructID == JobSend_StructID &&
-           BasicsStructVersion >= JobBasics_StructVersion && SubmitterStructVersion >= JobSubmitter_StructVersion &&
+           BasicsStructVersion >= JobBasics_StructVersion &&
+           SubmitterStructVersion >= JobSubmitter_StructVersion &&
            SaveStructVersion >= JobSave_StructVersion && SendStructVersion >= JobSend_StructVersion;
 }
 
@@ -345,7 +347,8 @@ bool _JobBasicsArray::SetArraySize(const int& count)
         Capacity = newCapacity;
     }
     _JobBasics* data = Data;
-    for (int i = Count; i < want; ++i) new (static_cast<void*>(data + i)) _JobBasics();
+    for (int i = Count; i < want; ++i)
+        new (static_cast<void*>(data + i)) _JobBasics();
     Count = want;
     return true;
 }

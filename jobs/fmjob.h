@@ -19,9 +19,9 @@
 // (fmTime_t t = job.InfoChanged;) before calling fmTime_t's functions.
 
 #include "foundation/fmglobal.h"
+#include "foundation/fmjobid.h"
 #include "foundation/fmstring.h"
 #include "foundation/fmtime.h"
-#include "foundation/fmjobid.h"
 
 #include <QString>
 #include <QStringList>
@@ -91,8 +91,9 @@ constexpr int JobFrameLog_Max = 200;
 constexpr int JobCustomData_Size = 5000;
 
 // Text that stands in SceneName while only a minimal record of the job has arrived.
-extern const char* const JobSceneName_WaitingForUpdate; // "?waiting for update. Or user right to view is missing."
-extern const char* const JobField_Update;               // "?update?"
+extern const char* const
+    JobSceneName_WaitingForUpdate;        // "?waiting for update. Or user right to view is missing."
+extern const char* const JobField_Update; // "?update?"
 
 // Rounds half away from zero into a 64-bit integer. NaN gives 0 and values beyond the range are
 // held near its ends, so numbers from a damaged record never make the conversion undefined.
@@ -109,7 +110,7 @@ enum CUSTOMData_Modes : char {
 // One error of a job, 12 bytes.
 struct _Error
 {
-    int16_t Who;   // client index or a negative code of another program
+    int16_t Who; // client index or a negative code of another program
     int8_t Code;
     uint8_t Free;
     fmTimePacked Time; // at +4
@@ -125,7 +126,7 @@ struct _Log
     uint8_t Param3;
     uint16_t Param2;
     uint16_t Param1;
-    int16_t FramesLeft;       // at most 30000
+    int16_t FramesLeft; // at most 30000
     int16_t Who;
 };
 
@@ -139,9 +140,9 @@ struct _JobImageChannel
 // Per client of the farm, by client index, 24 bytes.
 struct _JobClientStat
 {
-    uint8_t State[4];       // copied, not read here
+    uint8_t State[4]; // copied, not read here
     uint8_t Reserved4[16];
-    int32_t FramesDone;     // at +20
+    int32_t FramesDone; // at +20
 };
 
 // An entry of the submitter's option list, 68 bytes.
@@ -182,58 +183,58 @@ struct _JobBasics
     uint16_t SaveStructVersion;
     uint16_t SendStructID;
     uint16_t SendStructVersion;
-    uint16_t OuterStructID;                 // free for an embedding record (history keeps its ID here)
+    uint16_t OuterStructID; // free for an embedding record (history keeps its ID here)
     uint16_t OuterStructVersion;
-    uint8_t PathOS;                         // _fmOS the path fields are written for
-    uint8_t SceneOS;                        // _fmOS the scene was made on, 0 until analysed
-    uint8_t BasicsFlag22;                   // carried
+    uint8_t PathOS;       // _fmOS the path fields are written for
+    uint8_t SceneOS;      // _fmOS the scene was made on, 0 until analysed
+    uint8_t BasicsFlag22; // carried
     uint8_t Reserved23[1];
-    uint32_t VersionMinor;                  // three digits after the point
+    uint32_t VersionMinor; // three digits after the point
     fmString<25> Software;
     fmString<25> Renderer;
-    int16_t Version;                        // major version of the application
+    int16_t Version; // major version of the application
     fmString<25> SoftwareAlias;
     fmString<25> RenderType;
-    uint16_t AppValue254;                   // carried
-    uint16_t AppValue256;                   // carried
+    uint16_t AppValue254; // carried
+    uint16_t AppValue256; // carried
     uint8_t Reserved258[2];
     fmString<250> SceneName;
     fmString<250> SceneDatabaseDir;
-    fmString<250> ExtraScenePath;           // not kept in history
+    fmString<250> ExtraScenePath; // not kept in history
     fmString<50> Camera;
     fmString<50> Layer;
     fmString<50> Channel;
-    fmString<250> ImageFileNameVariable;    // output name before variables were replaced
+    fmString<250> ImageFileNameVariable; // output name before variables were replaced
     fmString<250> ImageDir;
-    fmString<250> ImageFileName;            // up to the frame number
-    fmString<250> ImageFileNamePost;        // behind the frame number
-    fmString<25> ImageExtension;            // with its dot
-    uint8_t ImageFormatFlag;                // carried
-    uint8_t ImageFramePadding;              // digits of the frame number
-    _JobImageChannel ImageChannels[25];     // additional outputs; history keeps 20
-    int16_t ImageWidth;                     // pixels
-    int16_t ImageHeight;                    // pixels
-    uint8_t ImageSingleOutputFile;          // 1: movie or other one-file output
+    fmString<250> ImageFileName;        // up to the frame number
+    fmString<250> ImageFileNamePost;    // behind the frame number
+    fmString<25> ImageExtension;        // with its dot
+    uint8_t ImageFormatFlag;            // carried
+    uint8_t ImageFramePadding;          // digits of the frame number
+    _JobImageChannel ImageChannels[25]; // additional outputs; history keeps 20
+    int16_t ImageWidth;                 // pixels
+    int16_t ImageHeight;                // pixels
+    uint8_t ImageSingleOutputFile;      // 1: movie or other one-file output
     uint8_t Reserved18233[1];
-    fmString<25> BasicsText25;              // carried
-    int8_t ImageChannelCount;               // outputs counting as passes; 0 or 1: one pass
+    fmString<25> BasicsText25; // carried
+    int8_t ImageChannelCount;  // outputs counting as passes; 0 or 1: one pass
     uint8_t Reserved18291[1];
-    fmString<10> BasicsTags[22];            // history keeps 20
-    double SeqStart;                        // first frame
-    double SeqEnd;                          // last frame
+    fmString<10> BasicsTags[22]; // history keeps 20
+    double SeqStart;             // first frame
+    double SeqEnd;               // last frame
     double SeqStep;
-    double SeqFileOffset;                   // added to a frame to form the file's number
-    fmString8_evenSize<100> BasicsText100;  // Latin-1, carried
-    uint8_t BasicsFlag19000;                // carried
+    double SeqFileOffset;                  // added to a frame to form the file's number
+    fmString8_evenSize<100> BasicsText100; // Latin-1, carried
+    uint8_t BasicsFlag19000;               // carried
     uint8_t Reserved19001[3];
     unsigned long long JobID;
     uint8_t Reserved19012[22];
-    fmString<250> CustomScratch;            // set by a settings file; not kept in history
-    int32_t CustomCount;                    // custom entries (untrusted)
-    int32_t CustomValueEnd;                 // size of index and values (untrusted)
-    int32_t CustomIndexEnd;                 // size of the index (untrusted)
-    uint8_t CustomData[5000];               // index entries, then values
-    uint8_t Selected;                       // marked in a view
+    fmString<250> CustomScratch; // set by a settings file; not kept in history
+    int32_t CustomCount;         // custom entries (untrusted)
+    int32_t CustomValueEnd;      // size of index and values (untrusted)
+    int32_t CustomIndexEnd;      // size of the index (untrusted)
+    uint8_t CustomData[5000];    // index entries, then values
+    uint8_t Selected;            // marked in a view
     uint8_t Reserved24553[63];
 
     _JobBasics();
@@ -279,42 +280,42 @@ struct _JobSubmitter : public _JobBasics
 {
     uint8_t Reserved24616[4];
     fmString<25> UserName;
-    fmString<25> SubmitterText25;           // carried
+    fmString<25> SubmitterText25; // carried
     fmString<25> CustomSeQName;
     fmString<25> CustomSHotName;
     fmString<25> CustomVersionName;
     fmString<50> CompanyProjectName;
     uint8_t Reserved25006[2];
     fmTimePacked DateSend;
-    uint8_t Color_ID;                       // 0 none, 1..7 a colour, 11..14 derive one
+    uint8_t Color_ID; // 0 none, 1..7 a colour, 11..14 derive one
     uint8_t PreviewEnabled;
-    uint16_t SeqDivMIN;                     // mirrored at SeqDivMINCurrent
-    uint16_t SeqDivMAX;                     // mirrored at SeqDivMAXCurrent
+    uint16_t SeqDivMIN; // mirrored at SeqDivMINCurrent
+    uint16_t SeqDivMAX; // mirrored at SeqDivMAXCurrent
     uint16_t MaxClientsAtATime;
     uint8_t Disabled;
     uint8_t Reserved25025[3];
-    uint32_t SubmitterValue;                // carried
-    _JobClientStat ClientStats[750];        // by client index
-    _JobCustomOption CustomOptions[30];     // not kept in history
-    uint8_t CustomOptionCount;              // entries in use, at most 30 (untrusted)
+    uint32_t SubmitterValue;            // carried
+    _JobClientStat ClientStats[750];    // by client index
+    _JobCustomOption CustomOptions[30]; // not kept in history
+    uint8_t CustomOptionCount;          // entries in use, at most 30 (untrusted)
     uint8_t OptionFlags[23];
     uint8_t Reserved45096[16];
-    _JobOptionB SubmitterOptionsB[30];      // not kept in history
+    _JobOptionB SubmitterOptionsB[30]; // not kept in history
     uint8_t SubmitterOptionsBCount;
     uint8_t SubmitFlagA;
     uint8_t SubmitFlagB;
-    int8_t Priority;                        // 0..100
-    unsigned long long WaitForJob[20];      // first 0 ends the list
-    fmString<25> SubmitterText25b;          // carried
-    fmString<150> SubmitterText150;         // carried
+    int8_t Priority;                   // 0..100
+    unsigned long long WaitForJob[20]; // first 0 ends the list
+    fmString<25> SubmitterText25b;     // carried
+    fmString<150> SubmitterText150;    // carried
     uint8_t SubmitFlagC;
     uint8_t SubmitFlagD;
-    fmTimePacked WaitForTime;                   // disabled until this time
-    fmString<250> JobFilesFolder;           // absolute or below the root
-    int8_t NumberPreview;                   // preview frames, 2..20 after a clear
+    fmTimePacked WaitForTime;     // disabled until this time
+    fmString<250> JobFilesFolder; // absolute or below the root
+    int8_t NumberPreview;         // preview frames, 2..20 after a clear
     uint8_t Reserved48075[1];
-    uint64_t SubmitterValue2;               // carried
-    uint16_t MaxFrameTime;                  // carried
+    uint64_t SubmitterValue2; // carried
+    uint16_t MaxFrameTime;    // carried
     uint8_t MaxCrashes;
     uint8_t Reserved48087[33];
 
@@ -340,30 +341,30 @@ struct _JobSubmitter : public _JobBasics
 struct _JobSave : public _JobSubmitter
 {
     uint8_t Reserved48120[4];
-    int8_t ErrorCountHard;                  // errors that block the job
-    int8_t ErrorCount;                      // entries in Errors (untrusted)
+    int8_t ErrorCountHard; // errors that block the job
+    int8_t ErrorCount;     // entries in Errors (untrusted)
     uint8_t Reserved48126[2];
     _Error Errors[50];
-    int16_t LogCount;                       // entries in Log (untrusted)
+    int16_t LogCount; // entries in Log (untrusted)
     uint8_t Reserved48730[2];
     _Log Log[750];
     uint16_t FrameCounters[7];
     uint8_t Reserved60746[2];
-    _JobFrameLog FrameLog[200];             // per received frame segment
-    uint16_t FramesSend;                    // frames handed to clients
+    _JobFrameLog FrameLog[200]; // per received frame segment
+    uint16_t FramesSend;        // frames handed to clients
     uint16_t FramesCrashed;
     uint16_t FramesAborted;
     uint8_t Reserved63954[2];
     float AverageClients;
     uint8_t Reserved63960[4];
-    uint32_t AverageFrameTime;              // seconds
+    uint32_t AverageFrameTime; // seconds
     uint8_t Reserved63968[4];
     fmTimePacked DateLastSegment;
-    fmTimePacked InfoChanged;                   // time of the last change
+    fmTimePacked InfoChanged; // time of the last change
     fmTimePacked DateStart;
-    uint64_t ExecutionTime;                 // seconds from first to last frame
-    uint64_t TotalPS;                       // render effort in PS
-    float TotalGhzHours;                    // render effort in GHz hours
+    uint64_t ExecutionTime; // seconds from first to last frame
+    uint64_t TotalPS;       // render effort in PS
+    float TotalGhzHours;    // render effort in GHz hours
     uint32_t FramesDone;
     uint8_t Status;
     uint8_t Reserved64021[3];
@@ -373,7 +374,7 @@ struct _JobSave : public _JobSubmitter
     uint16_t SeqDivMAXCurrent;
     uint8_t Reserved64038[2];
     fmTimePacked DateFirstFrame;
-    int32_t PreviewFirstFrame;              // below 0: no preview frames yet
+    int32_t PreviewFirstFrame; // below 0: no preview frames yet
     int32_t PreviewFrameStep;
     fmTimePacked SaveTimes[20];
     uint8_t Reserved64216[1244];
@@ -407,10 +408,10 @@ struct _SettingsOnly;
 struct _JobSend : public _JobSave
 {
     uint8_t Reserved65460[4];
-    double MeasureA;                        // -9999: nothing measured
-    double MeasureB;                        // -9999: nothing measured
+    double MeasureA; // -9999: nothing measured
+    double MeasureB; // -9999: nothing measured
     int32_t FramesLeft;
-    int32_t FramesTotal;                    // FramesPerPass times the passes
+    int32_t FramesTotal; // FramesPerPass times the passes
     int32_t FramesPerPass;
     int32_t SendValue65492;
     int32_t SendValue65496;
@@ -421,7 +422,7 @@ struct _JobSend : public _JobSave
     fmTimePacked SendTime65520;
     uint16_t SendValue65528;
     uint8_t Reserved65530[7];
-    uint8_t ServerOnly;                     // 0 or 1 (a byte, not a bool: files may hold any value)
+    uint8_t ServerOnly; // 0 or 1 (a byte, not a bool: files may hold any value)
     uint8_t Reserved65538[2];
     uint8_t JobFlags;
     uint8_t Reserved65541[3];
@@ -467,8 +468,8 @@ struct _JobMinInfo
     fmString<50> CompanyProjectName; // at 64
     fmString<25> CustomSeQName;      // at 170
     uint8_t Reserved226[2];
-    uint32_t JobFlags;               // at 228
-    uint8_t Bits;                    // at 232: 2 ServerOnly, 4 Disabled, 16 finished
+    uint32_t JobFlags; // at 228
+    uint8_t Bits;      // at 232: 2 ServerOnly, 4 Disabled, 16 finished
     uint8_t Reserved233[3];
 
     _JobMinInfo();
@@ -484,15 +485,15 @@ struct _SettingsOnly
     double SeqEnd;
     double SeqStep;
     double SeqFileOffset;
-    fmString<25> UserName;            // at 32
+    fmString<25> UserName; // at 32
     fmString<25> CustomSeQName;
     fmString<25> CustomSHotName;
     fmString<25> CustomVersionName;
-    fmString<50> CompanyProjectName;  // at 256
-    fmString<250> CustomScratch;      // at 362
-    uint8_t Color_ID;                 // at 868
+    fmString<50> CompanyProjectName; // at 256
+    fmString<250> CustomScratch;     // at 362
+    uint8_t Color_ID;                // at 868
     uint8_t Reserved869;
-    uint16_t SeqDivMIN;               // at 870
+    uint16_t SeqDivMIN; // at 870
     uint16_t SeqDivMAX;
     uint16_t MaxClientsAtATime;
     uint16_t MaxFrameTime;
@@ -504,22 +505,22 @@ struct _SettingsOnly
     uint8_t SubmitFlagB;
     int8_t Priority;
     uint8_t Reserved2947;
-    fmString<25> SubmitterText25b;      // at 2948
-    uint8_t SubmitFlagC;                // at 3004
+    fmString<25> SubmitterText25b; // at 2948
+    uint8_t SubmitFlagC;           // at 3004
     uint8_t Reserved3005;
-    fmString<150> SubmitterText150;     // at 3006
-    uint8_t SubmitFlagD;                // at 3312
+    fmString<150> SubmitterText150; // at 3006
+    uint8_t SubmitFlagD;            // at 3312
     uint8_t Reserved3313[7];
-    fmTimePacked WaitForTime;               // at 3320
-    int8_t NumberPreview;               // at 3328
+    fmTimePacked WaitForTime; // at 3320
+    int8_t NumberPreview;     // at 3328
     uint8_t MaxCrashes;
     uint8_t Reserved3330[2];
-    uint32_t SubmitterValue;            // at 3332
+    uint32_t SubmitterValue; // at 3332
     uint8_t Reserved3336[1848];
-    int32_t CustomCount;                // at 5184
+    int32_t CustomCount; // at 5184
     int32_t CustomValueEnd;
     int32_t CustomIndexEnd;
-    uint8_t CustomData[5000];           // at 5196
+    uint8_t CustomData[5000]; // at 5196
     uint8_t Reserved10196[32];
 
     _SettingsOnly();
@@ -542,13 +543,13 @@ struct _SettingsOnly
 // as they stand. Data is owned (malloc/realloc).
 struct _JobBasicsArray
 {
-    uint16_t ID;               // 0x0403
-    uint16_t Version;          // 3
+    uint16_t ID;      // 0x0403
+    uint16_t Version; // 3
     uint8_t Reserved4[1006];
-    uint16_t StructSize;       // at 1010: 24616
-    int32_t Count;             // at 1012
-    int32_t Capacity;          // at 1016
-    _JobBasics* Data;          // at 1020, owned
+    uint16_t StructSize; // at 1010: 24616
+    int32_t Count;       // at 1012
+    int32_t Capacity;    // at 1016
+    _JobBasics* Data;    // at 1020, owned
 
     _JobBasicsArray();
     ~_JobBasicsArray();
@@ -568,7 +569,7 @@ struct _JobBasicsArray
 // A command for a set of jobs. 60040 bytes.
 struct _JobCommandSend
 {
-    int16_t Count;        // IDs used (clamped to 7500 by readers)
+    int16_t Count; // IDs used (clamped to 7500 by readers)
     int16_t Command;
     unsigned long long IDs[7500]; // at 4
     uint8_t Reserved60004[36];
@@ -582,12 +583,12 @@ struct _JobCommandSend
 // A changed set of settings for a set of jobs. 80464 bytes.
 struct _JobSettingsSend
 {
-    uint16_t ID;          // 0x0403
-    uint16_t Version;     // 3
-    int32_t Count;        // IDs used (clamped to 7500 by readers)
+    uint16_t ID;                  // 0x0403
+    uint16_t Version;             // 3
+    int32_t Count;                // IDs used (clamped to 7500 by readers)
     unsigned long long IDs[7500]; // at 8
-    _SettingsOnly Values; // at 60008
-    _SettingsOnly Mask;   // at 70236
+    _SettingsOnly Values;         // at 60008
+    _SettingsOnly Mask;           // at 70236
 
     _JobSettingsSend();
     QString idsAsString() const;
@@ -600,7 +601,8 @@ constexpr int JobCommandSend_MaxIDs = 7500;
 // Frames of a sequence: truncate((end - start) / step + 1), times imageChannelCount if that is
 // at least 1. Saturates to the int range; NaN gives 0. `framesPerPass` (if not null) gets the
 // first factor.
-int jobFramesTotal(double seqStart, double seqEnd, double seqStep, int imageChannelCount, int32_t* framesPerPass);
+int jobFramesTotal(double seqStart, double seqEnd, double seqStep, int imageChannelCount,
+                   int32_t* framesPerPass);
 
 } // namespace fmJ
 
@@ -611,7 +613,8 @@ int jobFramesTotal(double seqStart, double seqEnd, double seqStep, int imageChan
 namespace fmJ {
 static_assert(sizeof(_Error) == 12 && offsetof(_Error, Code) == 2 && offsetof(_Error, Time) == 4);
 static_assert(sizeof(_Log) == 16);
-static_assert(offsetof(_Log, Message) == 4 && offsetof(_Log, JobStatus) == 5 && offsetof(_Log, ClientsRendering) == 6);
+static_assert(offsetof(_Log, Message) == 4 && offsetof(_Log, JobStatus) == 5 &&
+              offsetof(_Log, ClientsRendering) == 6);
 static_assert(offsetof(_Log, Param3) == 7 && offsetof(_Log, Param2) == 8 && offsetof(_Log, Param1) == 10);
 static_assert(offsetof(_Log, FramesLeft) == 12 && offsetof(_Log, Who) == 14);
 static_assert(sizeof(_JobImageChannel) == 562 && offsetof(_JobImageChannel, Extension) == 506);
@@ -762,9 +765,11 @@ static_assert(offsetof(_JobMinInfo, JobFlags) == 228 && offsetof(_JobMinInfo, Bi
 static_assert(offsetof(_SettingsOnly, UserName) == 32 && offsetof(_SettingsOnly, CompanyProjectName) == 256);
 static_assert(offsetof(_SettingsOnly, CustomScratch) == 362 && offsetof(_SettingsOnly, Color_ID) == 868);
 static_assert(offsetof(_SettingsOnly, CustomOptions) == 880 && offsetof(_SettingsOnly, OptionFlags) == 2921);
-static_assert(offsetof(_SettingsOnly, SubmitterText150) == 3006 && offsetof(_SettingsOnly, WaitForTime) == 3320);
+static_assert(offsetof(_SettingsOnly, SubmitterText150) == 3006 &&
+              offsetof(_SettingsOnly, WaitForTime) == 3320);
 static_assert(offsetof(_SettingsOnly, SubmitterValue) == 3332);
-static_assert(offsetof(_SettingsOnly, CustomCount) == 5184 && offsetof(_SettingsOnly, CustomValueEnd) == 5188);
+static_assert(offsetof(_SettingsOnly, CustomCount) == 5184 &&
+              offsetof(_SettingsOnly, CustomValueEnd) == 5188);
 static_assert(offsetof(_SettingsOnly, CustomIndexEnd) == 5192 && offsetof(_SettingsOnly, CustomData) == 5196);
 static_assert(sizeof(_SettingsOnly) == 10228);
 static_assert(offsetof(_JobBasicsArray, StructSize) == 1010 && offsetof(_JobBasicsArray, Count) == 1012);

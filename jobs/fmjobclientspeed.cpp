@@ -1,7 +1,7 @@
 // Client speeds for the GHz-hours estimate of history records, read from the application's client table.
 
-#include "foundation/fmsdk.h"
 #include "farm/fmclientlist.h"
+#include "foundation/fmsdk.h"
 #include "jobs/fmjobhistory.h"
 
 namespace fmJ {

@@ -51,7 +51,8 @@ QString costDisplay(__FMSDK& app)
 QString getVersionMinorDisplay(uint32_t versionMinor)
 {
     QString s = QStringLiteral("%1").arg(versionMinor, 3, 10, QLatin1Char('0'));
-    while (s.size() >= 2 && s.endsWith(QLatin1Char('0'))) s.chop(1);
+    while (s.size() >= 2 && s.endsWith(QLatin1Char('0')))
+        s.chop(1);
     return s;
 }
 
@@ -66,10 +67,11 @@ QString _JobList::toCSVString(QString text)
 
 QString _JobList::csvHeader(__FMSDK& app)
 {
-    return QStringLiteral("SceneName;SceneDatabaseDir;Camera;Layer;Channel;Software;Renderer;Version;SeqStart;SeqEnd;"
-                          "SeqStep;TotalFrames;ImageDir;ImageFilename;ImageExtension;UserName;CustomSeQName;"
-                          "CustomSHotName;CustomVersionName;CompanyProjectName;Date_Send;av.FrameTime;av.Clients;"
-                          "Date_Finished;ExecutionTime;totalPS;totalGhz;totalCost ") +
+    return QStringLiteral(
+               "SceneName;SceneDatabaseDir;Camera;Layer;Channel;Software;Renderer;Version;SeqStart;SeqEnd;"
+               "SeqStep;TotalFrames;ImageDir;ImageFilename;ImageExtension;UserName;CustomSeQName;"
+               "CustomSHotName;CustomVersionName;CompanyProjectName;Date_Send;av.FrameTime;av.Clients;"
+               "Date_Finished;ExecutionTime;totalPS;totalGhz;totalCost ") +
            costDisplay(app) + QStringLiteral(";\r\n");
 }
 

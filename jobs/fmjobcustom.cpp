@@ -77,7 +77,8 @@ QString subText(const unsigned char* data, int position, int length, char mode)
         if (length < n) n = length;
         s.reserve(n);
         // Only the low byte of each pair comes back: characters above 255 lose their high byte.
-        for (int i = 0; i < n; ++i) s += QChar::fromLatin1(char(data[position + 2 * i + 1]));
+        for (int i = 0; i < n; ++i)
+            s += QChar::fromLatin1(char(data[position + 2 * i + 1]));
     } else {
         int n = kData - position;
         if (length < n) n = length;
@@ -91,7 +92,8 @@ QString blockStr(const Block& b, const QString& name)
     const int end = b.indexEnd();
     Entry e;
     for (int at = 0; readEntry(b.data(), end, at, e); at = e.next)
-        if (e.name.compare(name, Qt::CaseInsensitive) == 0) return subText(b.data(), e.position, e.length, e.mode);
+        if (e.name.compare(name, Qt::CaseInsensitive) == 0)
+            return subText(b.data(), e.position, e.length, e.mode);
     return QString();
 }
 
@@ -243,9 +245,15 @@ const QString kUserInfo = QStringLiteral("UserInfo");
 
 } // namespace
 
-#define FM_CUSTOM_BLOCK(Type)                                                                                   \
-    Block blockOf(Type* r) { return Block{reinterpret_cast<unsigned char*>(r) + offsetof(Type, CustomCount)}; } \
-    Block blockOf(const Type* r) { return blockOf(const_cast<Type*>(r)); }
+#define FM_CUSTOM_BLOCK(Type)                                                                                \
+    Block blockOf(Type* r)                                                                                   \
+    {                                                                                                        \
+        return Block{reinterpret_cast<unsigned char*>(r) + offsetof(Type, CustomCount)};                     \
+    }                                                                                                        \
+    Block blockOf(const Type* r)                                                                             \
+    {                                                                                                        \
+        return blockOf(const_cast<Type*>(r));                                                                \
+    }
 namespace {
 FM_CUSTOM_BLOCK(_JobBasics)
 FM_CUSTOM_BLOCK(_SettingsOnly)
@@ -256,42 +264,57 @@ static_assert(offsetof(_SettingsOnly, CustomData) - offsetof(_SettingsOnly, Cust
 
 // ---- the same family on both records
 
-#define FM_CUSTOM_FUNCTIONS(Type)                                                                                \
-    QString Type::custom_Str(const QString& name) const { return blockStr(blockOf(this), name); }               \
-    QString Type::custom_StrByID(const int& id) const                                                          \
-    {                                                                                                          \
-        Entry e;                                                                                               \
-        const Block b = blockOf(this);                                                                         \
-        return blockEntryByID(b, id, e) ? subText(b.data(), e.position, e.length, e.mode) : QString();        \
-    }                                                                                                          \
-    QString Type::custom_NameByID(const int& id) const                                                         \
-    {                                                                                                          \
-        Entry e;                                                                                               \
-        return blockEntryByID(blockOf(this), id, e) ? e.name : QString();                                      \
-    }                                                                                                          \
-    int Type::custom_maxIDs() const { return blockMaxIDs(blockOf(this)); }                                     \
-    void Type::custom_All(QStringList& names, QStringList& values) const { blockAll(blockOf(this), names, values); } \
-    QString Type::custom_sub(const int& position, const int& length, const CUSTOMData_Modes& mode) const       \
-    {                                                                                                          \
-        return subText(blockOf(this).data(), position, length, char(mode));                                    \
-    }                                                                                                          \
-    void Type::customSet_Str(const QString& name, const QString& value)                                        \
-    {                                                                                                          \
-        Block b = blockOf(this);                                                                               \
-        blockSetStr(b, name, value);                                                                           \
-    }                                                                                                          \
-    void Type::customSet_StrByID(const int& id, const QString& value)                                          \
-    {                                                                                                          \
-        Block b = blockOf(this);                                                                               \
-        blockSetStrByID(b, id, value);                                                                         \
-    }                                                                                                          \
-    void Type::customSet_All(const QStringList& names, const QStringList& values)                              \
-    {                                                                                                          \
-        Block b = blockOf(this);                                                                               \
-        blockSetAll(b, names, values);                                                                         \
-    }                                                                                                          \
-    QString Type::custom_UserInfo() const { return custom_Str(kUserInfo); }                                    \
-    void Type::customSet_UserInfo(const QString& text) { customSet_Str(kUserInfo, text); }
+#define FM_CUSTOM_FUNCTIONS(Type)                                                                            \
+    QString Type::custom_Str(const QString& name) const                                                      \
+    {                                                                                                        \
+        return blockStr(blockOf(this), name);                                                                \
+    }                                                                                                        \
+    QString Type::custom_StrByID(const int& id) const                                                        \
+    {                                                                                                        \
+        Entry e;                                                                                             \
+        const Block b = blockOf(this);                                                                       \
+        return blockEntryByID(b, id, e) ? subText(b.data(), e.position, e.length, e.mode) : QString();       \
+    }                                                                                                        \
+    QString Type::custom_NameByID(const int& id) const                                                       \
+    {                                                                                                        \
+        Entry e;                                                                                             \
+        return blockEntryByID(blockOf(this), id, e) ? e.name : QString();                                    \
+    }                                                                                                        \
+    int Type::custom_maxIDs() const                                                                          \
+    {                                                                                                        \
+        return blockMaxIDs(blockOf(this));                                                                   \
+    }                                                                                                        \
+    void Type::custom_All(QStringList& names, QStringList& values) const                                     \
+    {                                                                                                        \
+        blockAll(blockOf(this), names, values);                                                              \
+    }                                                                                                        \
+    QString Type::custom_sub(const int& position, const int& length, const CUSTOMData_Modes& mode) const     \
+    {                                                                                                        \
+        return subText(blockOf(this).data(), position, length, char(mode));                                  \
+    }                                                                                                        \
+    void Type::customSet_Str(const QString& name, const QString& value)                                      \
+    {                                                                                                        \
+        Block b = blockOf(this);                                                                             \
+        blockSetStr(b, name, value);                                                                         \
+    }                                                                                                        \
+    void Type::customSet_StrByID(const int& id, const QString& value)                                        \
+    {                                                                                                        \
+        Block b = blockOf(this);                                                                             \
+        blockSetStrByID(b, id, value);                                                                       \
+    }                                                                                                        \
+    void Type::customSet_All(const QStringList& names, const QStringList& values)                            \
+    {                                                                                                        \
+        Block b = blockOf(this);                                                                             \
+        blockSetAll(b, names, values);                                                                       \
+    }                                                                                                        \
+    QString Type::custom_UserInfo() const                                                                    \
+    {                                                                                                        \
+        return custom_Str(kUserInfo);                                                                        \
+    }                                                                                                        \
+    void Type::customSet_UserInfo(const QString& text)                                                       \
+    {                                                                                                        \
+        customSet_Str(kUserInfo, text);                                                                      \
+    }
 
 FM_CUSTOM_FUNCTIONS(_JobBasics)
 FM_CUSTOM_FUNCTIONS(_SettingsOnly)

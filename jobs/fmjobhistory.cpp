@@ -135,14 +135,16 @@ _jobsHistoryDB& _jobsHistoryDB::operator=(const _JobSave& job)
     ImageExtension = job.ImageExtension;
     ImageFormatFlag = job.ImageFormatFlag;
     ImageFramePadding = job.ImageFramePadding;
-    std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, ImageChannels), bytes(&job) + offsetof(_JobBasics, ImageChannels),
+    std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, ImageChannels),
+                bytes(&job) + offsetof(_JobBasics, ImageChannels),
                 size_t(JobHistoryImageChannels_Max) * sizeof(_JobImageChannel));
     ImageWidth = job.ImageWidth;
     ImageHeight = job.ImageHeight;
     ImageSingleOutputFile = job.ImageSingleOutputFile;
     BasicsText25 = job.BasicsText25;
     ImageChannelCount = job.ImageChannelCount;
-    std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, BasicsTags), bytes(&job) + offsetof(_JobBasics, BasicsTags),
+    std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, BasicsTags),
+                bytes(&job) + offsetof(_JobBasics, BasicsTags),
                 size_t(JobHistoryBasicsTags_Max) * sizeof(fmString<10>));
     SeqStart = job.SeqStart;
     SeqEnd = job.SeqEnd;
@@ -185,8 +187,8 @@ _jobsHistoryDB& _jobsHistoryDB::operator=(const _JobSave& job)
     TotalPS = job.TotalPS;
     TotalGhzHours = job.TotalGhzHours;
     DateFinished.t = job.DateFinished.t;
-    std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, FrameCounters), bytes(&job) + offsetof(_JobSave, FrameCounters),
-                sizeof(FrameCounters));
+    std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, FrameCounters),
+                bytes(&job) + offsetof(_JobSave, FrameCounters), sizeof(FrameCounters));
     std::memcpy(bytes(this) + offsetof(_jobsHistoryDB, FrameLog), bytes(&job) + offsetof(_JobSave, FrameLog),
                 sizeof(FrameLog));
     FramesSend = job.FramesSend;
@@ -204,12 +206,11 @@ _jobsHistoryDB& _jobsHistoryDB::operator=(const _JobSave& job)
 namespace {
 
 // Copies field F from an old record to the same-named field of the current one, as raw bytes.
-#define FM_UPGRADE_FIELD(F)                                                                      \
-    static_assert(sizeof(Old::F) == sizeof(_jobsHistoryDB::F), "field " #F " changed its size"); \
+#define FM_UPGRADE_FIELD(F)                                                                                  \
+    static_assert(sizeof(Old::F) == sizeof(_jobsHistoryDB::F), "field " #F " changed its size");             \
     std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, F), bytes(&from) + offsetof(Old, F), sizeof(Old::F));
 
-template <class Old>
-void upgradeCommon(const Old& from, _jobsHistoryDB& to)
+template <class Old> void upgradeCommon(const Old& from, _jobsHistoryDB& to)
 {
     to.clear();
     to.BasicsStructID = JobBasics_StructID;
@@ -288,11 +289,13 @@ void upgradeCommon(const Old& from, _jobsHistoryDB& to)
     if (oldCount >= JobLog_Max) {
         to.LogCount = int16_t(JobHistoryLog_Keep);
         std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, Log),
-                    bytes(&from) + offsetof(Old, Log) + size_t(JobLog_Max - JobHistoryLog_Keep) * sizeof(_History_Log),
+                    bytes(&from) + offsetof(Old, Log) +
+                        size_t(JobLog_Max - JobHistoryLog_Keep) * sizeof(_History_Log),
                     size_t(JobHistoryLog_Keep) * sizeof(_History_Log));
     } else {
         to.LogCount = oldCount;
-        std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, Log), bytes(&from) + offsetof(Old, Log), sizeof(Old::Log));
+        std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, Log), bytes(&from) + offsetof(Old, Log),
+                    sizeof(Old::Log));
     }
     // BasicsText100 and TotalFrames are not computed: they stay empty and 0.
 }
@@ -305,10 +308,10 @@ void _OLD61__jobsHistoryDB::toJobHistoryDBNew(_jobsHistoryDB& to) const
 {
     upgradeCommon(*this, to);
     // 9 additional outputs and 400 clients; the rest stays zero.
-    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ImageChannels), bytes(this) + offsetof(_OLD61__jobsHistoryDB, ImageChannels),
-                sizeof(ImageChannels));
-    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ClientStats), bytes(this) + offsetof(_OLD61__jobsHistoryDB, ClientStats),
-                sizeof(ClientStats));
+    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ImageChannels),
+                bytes(this) + offsetof(_OLD61__jobsHistoryDB, ImageChannels), sizeof(ImageChannels));
+    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ClientStats),
+                bytes(this) + offsetof(_OLD61__jobsHistoryDB, ClientStats), sizeof(ClientStats));
 }
 
 void _OLD62_jobsHistoryDB::toJobHistoryDBNew(_jobsHistoryDB& to) const
@@ -316,10 +319,10 @@ void _OLD62_jobsHistoryDB::toJobHistoryDBNew(_jobsHistoryDB& to) const
     upgradeCommon(*this, to);
     static_assert(sizeof(ImageChannels) == sizeof(_jobsHistoryDB::ImageChannels));
     static_assert(sizeof(ClientStats) == sizeof(_jobsHistoryDB::ClientStats));
-    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ImageChannels), bytes(this) + offsetof(_OLD62_jobsHistoryDB, ImageChannels),
-                sizeof(ImageChannels));
-    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ClientStats), bytes(this) + offsetof(_OLD62_jobsHistoryDB, ClientStats),
-                sizeof(ClientStats));
+    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ImageChannels),
+                bytes(this) + offsetof(_OLD62_jobsHistoryDB, ImageChannels), sizeof(ImageChannels));
+    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ClientStats),
+                bytes(this) + offsetof(_OLD62_jobsHistoryDB, ClientStats), sizeof(ClientStats));
 }
 
 void _OLD627_jobsHistoryDB::toJobHistoryDBNew(_jobsHistoryDB& to) const
@@ -327,10 +330,10 @@ void _OLD627_jobsHistoryDB::toJobHistoryDBNew(_jobsHistoryDB& to) const
     upgradeCommon(*this, to);
     static_assert(sizeof(ImageChannels) == sizeof(_jobsHistoryDB::ImageChannels));
     static_assert(sizeof(ClientStats) == sizeof(_jobsHistoryDB::ClientStats));
-    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ImageChannels), bytes(this) + offsetof(_OLD627_jobsHistoryDB, ImageChannels),
-                sizeof(ImageChannels));
-    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ClientStats), bytes(this) + offsetof(_OLD627_jobsHistoryDB, ClientStats),
-                sizeof(ClientStats));
+    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ImageChannels),
+                bytes(this) + offsetof(_OLD627_jobsHistoryDB, ImageChannels), sizeof(ImageChannels));
+    std::memcpy(bytes(&to) + offsetof(_jobsHistoryDB, ClientStats),
+                bytes(this) + offsetof(_OLD627_jobsHistoryDB, ClientStats), sizeof(ClientStats));
 }
 
 // ---- _jobsHistoryDB_Runtime
@@ -356,8 +359,7 @@ QString fmFilterLower(const QString& text)
 }
 
 namespace {
-template <int N>
-void lowerInPlace(fmString<N>& s)
+template <int N> void lowerInPlace(fmString<N>& s)
 {
     const int n = s.len();
     for (int i = 0; i < n; ++i)
@@ -365,7 +367,8 @@ void lowerInPlace(fmString<N>& s)
 }
 } // namespace
 
-void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, const _ClientSpeed* speeds, int clientCount)
+void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, const _ClientSpeed* speeds,
+                                         int clientCount)
 {
     if (!stored) return;
     static_cast<_jobsHistoryDB&>(*this) = *stored;
@@ -373,7 +376,8 @@ void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, const _Cl
     UserNameLower = UserName; // whole value, both length words included
     const int n = CompanyProjectName.len() < 25 ? CompanyProjectName.len() : 25;
     CompanyProjectLower.clear();
-    for (int i = 0; i < n; ++i) CompanyProjectLower.Data[i] = CompanyProjectName.Data[i];
+    for (int i = 0; i < n; ++i)
+        CompanyProjectLower.Data[i] = CompanyProjectName.Data[i];
     CompanyProjectLower.Data[n] = 0;
     CompanyProjectLower.Length = uint16_t(n);
     lowerInPlace(UserNameLower);

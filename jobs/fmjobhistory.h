@@ -19,8 +19,8 @@ constexpr uint16_t JobHistoryOld61_StructID = 0x0A02;
 constexpr uint16_t JobHistoryOld62_StructID = 0x0A03; // also _OLD627_: told apart by size
 constexpr int JobHistoryImageChannels_Max = 20;
 constexpr int JobHistoryBasicsTags_Max = 20;
-constexpr int JobHistoryErrors_Keep = 49;  // a copy from _JobSave keeps at most 49 errors
-constexpr int JobHistoryLog_Keep = 749;    // and the newest 749 log entries
+constexpr int JobHistoryErrors_Keep = 49; // a copy from _JobSave keeps at most 49 errors
+constexpr int JobHistoryLog_Keep = 749;   // and the newest 749 log entries
 
 #pragma pack(push, 1)
 
@@ -111,7 +111,7 @@ struct _jobsHistoryDB
     double SeqEnd;
     double SeqStep;
     double SeqFileOffset;
-    fmString<50> BasicsText100;             // the job's Latin-1 text cut to 50
+    fmString<50> BasicsText100; // the job's Latin-1 text cut to 50
     uint8_t BasicsFlag19000;
     uint8_t Selected;
     unsigned long long JobID;
@@ -128,10 +128,10 @@ struct _jobsHistoryDB
     _HistoryClientStat ClientStats[750];
     int8_t Priority;
     int8_t ErrorCountHard;
-    int8_t ErrorCount;                      // untrusted
+    int8_t ErrorCount; // untrusted
     uint8_t Reserved22051[1];
     _History_Error Errors[50];
-    int16_t LogCount;                       // untrusted
+    int16_t LogCount; // untrusted
     uint8_t Reserved22654[2];
     _History_Log Log[750];
     uint64_t ExecutionTime;
@@ -471,12 +471,12 @@ struct _ClientSpeed
 // A loaded history record with what only memory needs. 38104 bytes; never written to disk.
 struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
 {
-    int32_t QueueID;                   // position in the job list; -1: slot not in use
-    uint8_t HistorySelected;           // selection flag when the job list is a copy
+    int32_t QueueID;         // position in the job list; -1: slot not in use
+    uint8_t HistorySelected; // selection flag when the job list is a copy
     uint8_t Reserved37985;
-    fmString<25> UserNameLower;        // UserName by fmFilterLower, for filtering
-    fmString<25> CompanyProjectLower;  // CompanyProjectName cut to 25, by fmFilterLower
-    uint16_t SourceFile;               // 1 + index of the file in _JobList::Sources; 0: none
+    fmString<25> UserNameLower;       // UserName by fmFilterLower, for filtering
+    fmString<25> CompanyProjectLower; // CompanyProjectName cut to 25, by fmFilterLower
+    uint16_t SourceFile;              // 1 + index of the file in _JobList::Sources; 0: none
     uint8_t Reserved38100[4];
 
     _jobsHistoryDB_Runtime();
@@ -509,15 +509,18 @@ int fmJobClientSpeeds(const __FMSDK& fm, _ClientSpeed* out, int max);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 namespace fmJ {
-static_assert(sizeof(_History_Error) == 12 && offsetof(_History_Error, Code) == 2 && offsetof(_History_Error, Time) == 4);
+static_assert(sizeof(_History_Error) == 12 && offsetof(_History_Error, Code) == 2 &&
+              offsetof(_History_Error, Time) == 4);
 static_assert(sizeof(_History_Log) == 16 && offsetof(_History_Log, Message) == 1);
 static_assert(offsetof(_History_Log, JobStatus) == 2 && offsetof(_History_Log, ClientsRendering) == 3);
 static_assert(offsetof(_History_Log, Who) == 4 && offsetof(_History_Log, FramesLeft) == 6);
 static_assert(offsetof(_History_Log, Param1) == 8 && offsetof(_History_Log, Param2) == 10);
 static_assert(offsetof(_History_Log, Time) == 12);
 static_assert(sizeof(_HistoryClientStat) == 8 && offsetof(_HistoryClientStat, FramesDone) == 4);
-static_assert(std::is_trivially_copyable_v<_jobsHistoryDB_Runtime> && std::is_trivially_copyable_v<_OLD627_jobsHistoryDB>);
-static_assert(std::is_trivially_copyable_v<_OLD61__jobsHistoryDB> && std::is_trivially_copyable_v<_OLD62_jobsHistoryDB>);
+static_assert(std::is_trivially_copyable_v<_jobsHistoryDB_Runtime> &&
+              std::is_trivially_copyable_v<_OLD627_jobsHistoryDB>);
+static_assert(std::is_trivially_copyable_v<_OLD61__jobsHistoryDB> &&
+              std::is_trivially_copyable_v<_OLD62_jobsHistoryDB>);
 static_assert(offsetof(_jobsHistoryDB, BasicsStructID) == 0);
 static_assert(offsetof(_jobsHistoryDB, BasicsStructVersion) == 2);
 static_assert(offsetof(_jobsHistoryDB, SubmitterStructID) == 4);

@@ -24,12 +24,9 @@ static_assert(std::is_trivially_copyable_v<_jobsHistoryDB_Runtime>);
 static_assert(std::is_trivially_destructible_v<_jobsHistoryDB_Runtime>);
 
 _JobList::_JobList(__FMSDK& app, _JobList* copyOf)
-    : CustomActiveSorted(new _jobsHistoryDB_Runtime*[MaxJobs]()),
-      MoveJobs(new _JobCommandSend[MaxMoveJobs]),
-      Queue(new _jobsHistoryDB_Runtime*[MaxJobs]()),
-      Sorted(new _jobsHistoryDB_Runtime*[MaxJobs]()),
-      Selection(new _jobsHistoryDB_Runtime*[MaxJobs]()),
-      CustomActive(new _jobsHistoryDB_Runtime*[MaxJobs]())
+    : CustomActiveSorted(new _jobsHistoryDB_Runtime*[MaxJobs]()), MoveJobs(new _JobCommandSend[MaxMoveJobs]),
+      Queue(new _jobsHistoryDB_Runtime*[MaxJobs]()), Sorted(new _jobsHistoryDB_Runtime*[MaxJobs]()),
+      Selection(new _jobsHistoryDB_Runtime*[MaxJobs]()), CustomActive(new _jobsHistoryDB_Runtime*[MaxJobs]())
 {
     App = &app;
     if (app.AppType == fm_AppType_Submitter) SortOrder = 0;
@@ -107,15 +104,18 @@ bool _JobList::grow()
     for (auto& a : arrays) {
         a.reset(new (std::nothrow) _jobsHistoryDB_Runtime*[n]());
         if (!a) {
-            App->WriteLog(0, 0,
-                          QStringLiteral("{ALL} Not enough memory for more than %1 jobs (%2 Mb more needed)")
-                              .arg(Capacity)
-                              .arg(double(n - size_t(Capacity)) * double(sizeof(_jobsHistoryDB_Runtime)) / 1048576.0, 0, 'f', 1),
-                          QStringLiteral("_JobList,GetNewJob"));
+            App->WriteLog(
+                0, 0,
+                QStringLiteral("{ALL} Not enough memory for more than %1 jobs (%2 Mb more needed)")
+                    .arg(Capacity)
+                    .arg(double(n - size_t(Capacity)) * double(sizeof(_jobsHistoryDB_Runtime)) / 1048576.0, 0,
+                         'f', 1),
+                QStringLiteral("_JobList,GetNewJob"));
             return false;
         }
     }
-    std::unique_ptr<_jobsHistoryDB_Runtime*[]>* mine[5] = {&Queue, &Sorted, &Selection, &CustomActive, &CustomActiveSorted};
+    std::unique_ptr<_jobsHistoryDB_Runtime*[]>* mine[5] = {&Queue, &Sorted, &Selection, &CustomActive,
+                                                           &CustomActiveSorted};
     for (int k = 0; k < 5; ++k) {
         std::copy_n(mine[k]->get(), Capacity, arrays[k].get());
         *mine[k] = std::move(arrays[k]);
@@ -267,7 +267,8 @@ void _JobList::applyMoveJobs()
             else
                 std::move(Queue.get() + p + 1, Queue.get() + target + 1, Queue.get() + p);
             Queue[target] = job;
-            for (int i = 0; i < JobCount; ++i) Queue[i]->QueueID = i;
+            for (int i = 0; i < JobCount; ++i)
+                Queue[i]->QueueID = i;
         }
     }
     TimeChanged.SetCurrentTime();

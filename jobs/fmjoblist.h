@@ -30,15 +30,15 @@ namespace fmJ {
 class _JobList
 {
 public:
-    static constexpr int MaxJobs = 15000;     // places the arrays have at first; they grow beyond
-    static constexpr int AllocBlock = 25;     // records allocated at a time
-    static constexpr int MaxMoveJobs = 20;    // move commands waiting at most
+    static constexpr int MaxJobs = 15000;  // places the arrays have at first; they grow beyond
+    static constexpr int AllocBlock = 25;  // records allocated at a time
+    static constexpr int MaxMoveJobs = 20; // move commands waiting at most
     static constexpr int FrameHeaderSize = 64;
     static constexpr uint16_t FrameID = JobHistory_StructID;
     static constexpr uint16_t FrameVersion = JobHistory_StructVersion;
     static constexpr int SaveLockWaitMs = 30000; // a save waits this long for a file's lock
-    static constexpr int ReadLimit = 65460;   // output limit of one current-format frame
-    static const char FrameMagic[45];         // 44 characters and the terminating 0
+    static constexpr int ReadLimit = 65460;      // output limit of one current-format frame
+    static const char FrameMagic[45];            // 44 characters and the terminating 0
 
     _JobList(__FMSDK& app, _JobList* copyOf = nullptr);
     ~_JobList();
@@ -60,8 +60,8 @@ public:
     std::unique_ptr<_jobsHistoryDB_Runtime*[]> CustomActiveSorted; // Capacity entries, not owning
 
     QString FilterUser, FilterProject, FilterApp, FilterText;
-    bool FilterFlag1 = true, FilterFlag2 = true, FilterFlag3 = true, FilterFlag4 = true,
-         FilterFlag5 = true, FilterInvert = false;
+    bool FilterFlag1 = true, FilterFlag2 = true, FilterFlag3 = true, FilterFlag4 = true, FilterFlag5 = true,
+         FilterInvert = false;
     // Jobs whose DateFinished lies outside [From, To] (seconds since the epoch) are filtered out.
     int64_t FilterFinishedFrom = INT64_MIN, FilterFinishedTo = INT64_MAX;
     int SortID = 0;
@@ -105,10 +105,10 @@ public:
     // What the last LoadFileJobs found, whatever the farm's log levels let through.
     struct LoadReport
     {
-        bool Read = true; // false when the file as a whole failed
-        int Loaded = 0;   // jobs it added
-        int Failed = 0;   // frames of a known identifier that could not be taken
-        int Skipped = 0;  // frames of an unknown identifier
+        bool Read = true;                    // false when the file as a whole failed
+        int Loaded = 0;                      // jobs it added
+        int Failed = 0;                      // frames of a known identifier that could not be taken
+        int Skipped = 0;                     // frames of an unknown identifier
         QList<QPair<int, QString>> Messages; // level and text of each message of levels 0 to 2
     };
     LoadReport LastLoad;
@@ -156,7 +156,8 @@ public:
 
     // Writes the records as frames through a temporary file renamed over `path` (none: the file
     // is deleted). An empty text, or why not, naming the file.
-    static QString writeJobFile(const QString& path, const std::vector<const _jobsHistoryDB*>& records, bool backup);
+    static QString writeJobFile(const QString& path, const std::vector<const _jobsHistoryDB*>& records,
+                                bool backup);
 
 private:
     friend class ViewUpdateBatch;

@@ -282,7 +282,8 @@ bool FrameLoader::run()
     }
     QString why;
     if (!fmOpenRegularFile(File, Path, fmFileCap::Database, &why)) {
-        log(0, QStringLiteral("{ALL} Unable to open '") + fmPathForDisplay(Path) + QStringLiteral("' !; ") + why);
+        log(0, QStringLiteral("{ALL} Unable to open '") + fmPathForDisplay(Path) + QStringLiteral("' !; ") +
+                   why);
         return false;
     }
     // A file's jobs carry 1 + its index in Sources, so that a save can find what each file held.

@@ -32,12 +32,14 @@ class fmFoldedNeedle
 public:
     explicit fmFoldedNeedle(const QString& needle);
     bool foundIn(const char16_t* text, int len) const;
-    template <int N>
-    bool foundIn(const fmString<N>& s) const
+    template <int N> bool foundIn(const fmString<N>& s) const
     {
         return foundIn(reinterpret_cast<const char16_t*>(s.Data), s.len());
     }
-    bool foundIn(const QString& s) const { return foundIn(reinterpret_cast<const char16_t*>(s.utf16()), int(s.size())); }
+    bool foundIn(const QString& s) const
+    {
+        return foundIn(reinterpret_cast<const char16_t*>(s.utf16()), int(s.size()));
+    }
     bool isEmpty() const { return Needle.isEmpty(); }
 
 private:

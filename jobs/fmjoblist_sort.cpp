@@ -27,22 +27,27 @@ namespace {
 
 struct SortEnt
 {
-    uint64_t Pre;                  // primary key, or the first 8 bytes of a text key
-    _jobsHistoryDB_Runtime* Rec;   // not owned
+    uint64_t Pre;                // primary key, or the first 8 bytes of a text key
+    _jobsHistoryDB_Runtime* Rec; // not owned
     int32_t Qid;
-    float F;                       // primary key of a float column
+    float F; // primary key of a float column
 };
 
 // Result of a key comparison: -1 below, 0 equal, 1 above, Unordered for none of them.
 constexpr int Unordered = 2;
 
-inline int cmpU64(uint64_t a, uint64_t b) { return a < b ? -1 : (a > b ? 1 : 0); }
-inline uint64_t signedKey(int64_t v) { return uint64_t(v) ^ (uint64_t(1) << 63); }
+inline int cmpU64(uint64_t a, uint64_t b)
+{
+    return a < b ? -1 : (a > b ? 1 : 0);
+}
+inline uint64_t signedKey(int64_t v)
+{
+    return uint64_t(v) ^ (uint64_t(1) << 63);
+}
 
 // Text as bytes: memcmp of the UTF-16 units over the shorter length, the shorter first if they
 // agree. Little-endian units, so the low byte of a unit decides first.
-template <int N>
-int cmpBytes(const fmString<N>& a, const fmString<N>& b)
+template <int N> int cmpBytes(const fmString<N>& a, const fmString<N>& b)
 {
     const int la = a.len(), lb = b.len();
     const int c = std::memcmp(a.Data, b.Data, size_t(std::min(la, lb)) * 2);
@@ -51,8 +56,7 @@ int cmpBytes(const fmString<N>& a, const fmString<N>& b)
 }
 
 // Text as units, as QString::compare with case: unit by unit, the shorter first if they agree.
-template <int N>
-int cmpUnits(const fmString<N>& a, const fmString<N>& b)
+template <int N> int cmpUnits(const fmString<N>& a, const fmString<N>& b)
 {
     const int la = a.len(), lb = b.len();
     const int n = std::min(la, lb);
@@ -66,8 +70,7 @@ int cmpUnits(const fmString<N>& a, const fmString<N>& b)
 // which is what the full comparison says as well. Equal prefixes need the full comparison.
 // Taken from unit `from` on, where every key of the column agrees before `from`: the order of
 // two keys is then the order of what follows.
-template <int N>
-uint64_t preBytes(const fmString<N>& s, int from)
+template <int N> uint64_t preBytes(const fmString<N>& s, int from)
 {
     const int l = s.len();
     uint64_t p = 0;
@@ -77,19 +80,18 @@ uint64_t preBytes(const fmString<N>& s, int from)
     }
     return p;
 }
-template <int N>
-uint64_t preUnits(const fmString<N>& s, int from)
+template <int N> uint64_t preUnits(const fmString<N>& s, int from)
 {
     const int l = s.len();
     uint64_t p = 0;
-    for (int i = from; i < from + 4; ++i) p = (p << 16) | (i < l ? s.Data[i] : 0);
+    for (int i = from; i < from + 4; ++i)
+        p = (p << 16) | (i < l ? s.Data[i] : 0);
     return p;
 }
 
 // Units at the start that all keys share (paths of one project often do), at most the shortest
 // key's length.
-template <class KeyOf>
-int commonPrefix(_jobsHistoryDB_Runtime* const* sorted, int n, const KeyOf& keyOf)
+template <class KeyOf> int commonPrefix(_jobsHistoryDB_Runtime* const* sorted, int n, const KeyOf& keyOf)
 {
     const auto& first = keyOf(*sorted[0]);
     int lcp = first.len();
@@ -97,20 +99,19 @@ int commonPrefix(_jobsHistoryDB_Runtime* const* sorted, int n, const KeyOf& keyO
         const auto& key = keyOf(*sorted[k]);
         const int l = std::min(lcp, key.len());
         int i = 0;
-        while (i < l && key.Data[i] == first.Data[i]) ++i;
+        while (i < l && key.Data[i] == first.Data[i])
+            ++i;
         lcp = i;
     }
     return lcp;
 }
 
-template <class Cmp>
-inline bool below(const SortEnt& x, const SortEnt& p, int order, const Cmp& cmp)
+template <class Cmp> inline bool below(const SortEnt& x, const SortEnt& p, int order, const Cmp& cmp)
 {
     const int c = cmp(x, p);
     return (order == 0 && c == -1) || (order == 1 && c == 1) || (c == 0 && x.Qid < p.Qid);
 }
-template <class Cmp>
-inline bool above(const SortEnt& x, const SortEnt& p, int order, const Cmp& cmp)
+template <class Cmp> inline bool above(const SortEnt& x, const SortEnt& p, int order, const Cmp& cmp)
 {
     const int c = cmp(x, p);
     return (order == 0 && c == 1) || (order == 1 && c == -1) || (c == 0 && x.Qid > p.Qid);
@@ -119,15 +120,16 @@ inline bool above(const SortEnt& x, const SortEnt& p, int order, const Cmp& cmp)
 // The quicksort of the list: pivot from the middle (a copy), i and j run towards each other,
 // swap, repeat until they cross, then the two sides. The smaller side recurses and the larger one
 // loops, which bounds the depth and leaves the result as it is.
-template <class Cmp>
-void quickSort(SortEnt* a, int left, int right, int order, const Cmp& cmp)
+template <class Cmp> void quickSort(SortEnt* a, int left, int right, int order, const Cmp& cmp)
 {
     while (left < right) {
         int i = left, j = right;
         const SortEnt p = a[left + (right - left) / 2];
         do {
-            while (i <= right && below(a[i], p, order, cmp)) ++i;
-            while (j >= left && above(a[j], p, order, cmp)) --j;
+            while (i <= right && below(a[i], p, order, cmp))
+                ++i;
+            while (j >= left && above(a[j], p, order, cmp))
+                --j;
             if (i <= j) {
                 std::swap(a[i], a[j]);
                 ++i;
@@ -157,7 +159,8 @@ void sortBy(_jobsHistoryDB_Runtime** sorted, int n, int order, const Fill& fill,
         fill(e, *e.Rec);
     }
     quickSort(ents.data(), 0, n - 1, order, cmp);
-    for (int k = 0; k < n; ++k) sorted[k] = ents[size_t(k)].Rec;
+    for (int k = 0; k < n; ++k)
+        sorted[k] = ents[size_t(k)].Rec;
 }
 
 // A column whose key is one number, kept whole in Pre.
@@ -172,7 +175,8 @@ void sortByNumber(_jobsHistoryDB_Runtime** sorted, int n, int order, const KeyOf
 // A column of text keys: Pre holds the prefix of the first key behind what all keys share;
 // `rest` compares the full keys. `units` orders by unit value (QString::compare), else by bytes.
 template <class KeyOf, class Rest>
-void sortByText(_jobsHistoryDB_Runtime** sorted, int n, int order, bool units, const KeyOf& keyOf, const Rest& rest)
+void sortByText(_jobsHistoryDB_Runtime** sorted, int n, int order, bool units, const KeyOf& keyOf,
+                const Rest& rest)
 {
     const int from = commonPrefix(sorted, n, keyOf);
     sortBy(
@@ -188,8 +192,7 @@ void sortByText(_jobsHistoryDB_Runtime** sorted, int n, int order, bool units, c
 
 using R = _jobsHistoryDB_Runtime;
 
-template <int N>
-bool equalsText(const fmString<N>& s, const QString& q)
+template <int N> bool equalsText(const fmString<N>& s, const QString& q)
 {
     const int l = s.len();
     return l == q.size() && std::memcmp(s.Data, q.utf16(), size_t(l) * 2) == 0;
@@ -208,44 +211,49 @@ void _JobList::sort()
 
     switch (SortID) {
     case -1: // Software, SceneName, Camera, Layer
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
-                   [](const R& a, const R& b) {
-                       int c = cmpBytes(a.Software, b.Software);
-                       if (c == 0) c = cmpBytes(a.SceneName, b.SceneName);
-                       if (c == 0) c = cmpBytes(a.Camera, b.Camera);
-                       if (c == 0) c = cmpBytes(a.Layer, b.Layer);
-                       return c;
-                   });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
+            [](const R& a, const R& b) {
+                int c = cmpBytes(a.Software, b.Software);
+                if (c == 0) c = cmpBytes(a.SceneName, b.SceneName);
+                if (c == 0) c = cmpBytes(a.Camera, b.Camera);
+                if (c == 0) c = cmpBytes(a.Layer, b.Layer);
+                return c;
+            });
         break;
     case 0:
         if (o == 1) std::reverse(s, s + n);
         break;
     case 1:
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.UserName; },
-                   [](const R& a, const R& b) { return cmpBytes(a.UserName, b.UserName); });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.UserName; },
+            [](const R& a, const R& b) { return cmpBytes(a.UserName, b.UserName); });
         break;
     case 2:
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.CompanyProjectName; },
-                   [](const R& a, const R& b) { return cmpBytes(a.CompanyProjectName, b.CompanyProjectName); });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.CompanyProjectName; },
+            [](const R& a, const R& b) { return cmpBytes(a.CompanyProjectName, b.CompanyProjectName); });
         break;
     case 3: // custom job name: sequence, then shot, by QString::compare
-        sortByText(s, n, o, true, [](const R& r) -> const auto& { return r.CustomSeQName; },
-                   [](const R& a, const R& b) {
-                       const int c = cmpUnits(a.CustomSeQName, b.CustomSeQName);
-                       return c != 0 ? c : cmpUnits(a.CustomSHotName, b.CustomSHotName);
-                   });
+        sortByText(
+            s, n, o, true, [](const R& r) -> const auto& { return r.CustomSeQName; },
+            [](const R& a, const R& b) {
+                const int c = cmpUnits(a.CustomSeQName, b.CustomSeQName);
+                return c != 0 ? c : cmpUnits(a.CustomSHotName, b.CustomSHotName);
+            });
         break;
     case 4: // Software, Renderer, Version
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
-                   [](const R& a, const R& b) {
-                       int c = cmpBytes(a.Software, b.Software);
-                       if (c == 0) c = cmpBytes(a.Renderer, b.Renderer);
-                       if (c == 0) {
-                           const int16_t va = a.Version, vb = b.Version;
-                           c = va < vb ? -1 : (va > vb ? 1 : 0);
-                       }
-                       return c;
-                   });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
+            [](const R& a, const R& b) {
+                int c = cmpBytes(a.Software, b.Software);
+                if (c == 0) c = cmpBytes(a.Renderer, b.Renderer);
+                if (c == 0) {
+                    const int16_t va = a.Version, vb = b.Version;
+                    c = va < vb ? -1 : (va > vb ? 1 : 0);
+                }
+                return c;
+            });
         break;
     case 5: // hard errors, then errors; both signed bytes, so one number orders them
         sortByNumber(s, n, o, [](const R& r) {
@@ -253,16 +261,19 @@ void _JobList::sort()
         });
         break;
     case 8:
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.SceneName; },
-                   [](const R& a, const R& b) { return cmpBytes(a.SceneName, b.SceneName); });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.SceneName; },
+            [](const R& a, const R& b) { return cmpBytes(a.SceneName, b.SceneName); });
         break;
     case 9:
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Layer; },
-                   [](const R& a, const R& b) { return cmpBytes(a.Layer, b.Layer); });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.Layer; },
+            [](const R& a, const R& b) { return cmpBytes(a.Layer, b.Layer); });
         break;
     case 10:
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Camera; },
-                   [](const R& a, const R& b) { return cmpBytes(a.Camera, b.Camera); });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.Camera; },
+            [](const R& a, const R& b) { return cmpBytes(a.Camera, b.Camera); });
         break;
     case 11:
         sortByNumber(s, n, o, [](const R& r) { return signedKey(int64_t(r.TotalFrames)); });
@@ -290,12 +301,14 @@ void _JobList::sort()
         sortByNumber(s, n, o, [](const R& r) { return signedKey(int64_t(r.DateFinished.t)); });
         break;
     case 24:
-        sortByText(s, n, o, true, [](const R& r) -> const auto& { return r.CustomSHotName; },
-                   [](const R& a, const R& b) { return cmpUnits(a.CustomSHotName, b.CustomSHotName); });
+        sortByText(
+            s, n, o, true, [](const R& r) -> const auto& { return r.CustomSHotName; },
+            [](const R& a, const R& b) { return cmpUnits(a.CustomSHotName, b.CustomSHotName); });
         break;
     case 99:
-        sortByText(s, n, o, false, [](const R& r) -> const auto& { return r.Channel; },
-                   [](const R& a, const R& b) { return cmpBytes(a.Channel, b.Channel); });
+        sortByText(
+            s, n, o, false, [](const R& r) -> const auto& { return r.Channel; },
+            [](const R& a, const R& b) { return cmpBytes(a.Channel, b.Channel); });
         break;
     default: // queue order
         break;
@@ -317,17 +330,19 @@ void _JobList::filter()
         if (r.DateFinished.t < FilterFinishedFrom || r.DateFinished.t > FilterFinishedTo) return false;
         if (!FilterUser.isEmpty() && !equalsText(r.UserNameLower, user)) return false;
         if (!FilterProject.isEmpty() && !equalsText(r.CompanyProjectLower, project)) return false;
-        if (!FilterApp.isEmpty() && !equalsText(r.Software, FilterApp) && !equalsText(r.SoftwareAlias, FilterApp))
+        if (!FilterApp.isEmpty() && !equalsText(r.Software, FilterApp) &&
+            !equalsText(r.SoftwareAlias, FilterApp))
             return false;
         if (!FilterText.isEmpty()) {
             // Any one field decides; the identifier's text is built last as it costs the most.
-            const bool found = text.foundIn(r.Software) || text.foundIn(r.Renderer) || text.foundIn(r.RenderType) ||
-                               text.foundIn(r.UserName) || text.foundIn(r.CompanyProjectName) ||
-                               text.foundIn(r.CustomVersionName) || text.foundIn(r.CustomSeQName) ||
-                               text.foundIn(r.CustomSHotName) || text.foundIn(r.SceneName) ||
-                               text.foundIn(r.SceneDatabaseDir) || text.foundIn(r.Camera) || text.foundIn(r.Layer) ||
-                               text.foundIn(r.ImageDir) || text.foundIn(r.ImageFileName) ||
-                               text.foundIn(r.ImageExtension) || text.foundIn(ID2str(r.JobID));
+            const bool found = text.foundIn(r.Software) || text.foundIn(r.Renderer) ||
+                               text.foundIn(r.RenderType) || text.foundIn(r.UserName) ||
+                               text.foundIn(r.CompanyProjectName) || text.foundIn(r.CustomVersionName) ||
+                               text.foundIn(r.CustomSeQName) || text.foundIn(r.CustomSHotName) ||
+                               text.foundIn(r.SceneName) || text.foundIn(r.SceneDatabaseDir) ||
+                               text.foundIn(r.Camera) || text.foundIn(r.Layer) || text.foundIn(r.ImageDir) ||
+                               text.foundIn(r.ImageFileName) || text.foundIn(r.ImageExtension) ||
+                               text.foundIn(ID2str(r.JobID));
             if (found == FilterInvert) return false;
         }
         return true;
@@ -373,7 +388,10 @@ bool _JobList::SetSortID(int sortID, Qt::SortOrder order)
 
 // ---- custom active list -------------------------------------------------------------------------
 
-void _JobList::listCustomActive_BuildStart() { CustomActiveSortedCount = 0; }
+void _JobList::listCustomActive_BuildStart()
+{
+    CustomActiveSortedCount = 0;
+}
 
 void _JobList::listCustomActive_BuildAppend(_jobsHistoryDB_Runtime* job)
 {
@@ -485,7 +503,8 @@ bool fmFoldedNeedle::foundIn(const char16_t* text, int len) const
     for (int i = 0; i + n <= len; ++i) {
         if (fold(text[i]) != first) continue;
         int k = 1;
-        while (k < n && fold(text[i + k]) == Lower[k]) ++k;
+        while (k < n && fold(text[i + k]) == Lower[k])
+            ++k;
         if (k == n) return true;
     }
     return false;

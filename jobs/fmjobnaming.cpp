@@ -1,9 +1,9 @@
 #include "jobs/fmjobnaming.h"
 
-#include "foundation/fmsdk.h"
-#include "farm/fmpathmap.h"
 #include "farm/fmgconfig.h"
+#include "farm/fmpathmap.h"
 #include "foundation/fmrandom.h"
+#include "foundation/fmsdk.h"
 #include "jobs/fmjob.h"
 #include "jobs/fmjobhistory.h"
 
@@ -15,7 +15,10 @@ namespace fmJ {
 
 namespace {
 
-bool isSep(QChar c) { return c == QLatin1Char('/') || c == QLatin1Char('\\'); }
+bool isSep(QChar c)
+{
+    return c == QLatin1Char('/') || c == QLatin1Char('\\');
+}
 
 // Steps shared by both display forms, after the extension cut and the removal of render folders:
 // two folder levels remain, and every folder separator gets four blanks behind it except the one
@@ -77,9 +80,9 @@ int folderStart(const QString& p, int first)
     return pos;
 }
 
-const char* const kMovieExtensions[] = {".AVI", ".MOV", ".WMV", ".DV", ".FLV", ".MPEG", ".MPG",
-                                        ".MP4", ".MPE", ".OMF", ".OMFI", ".MXF", ".WMA", ".WAV",
-                                        ".MP3", ".VOB", ".ASF", ".SWF", ".SWFT", ".SVG"};
+const char* const kMovieExtensions[] = {".AVI", ".MOV", ".WMV", ".DV",   ".FLV",  ".MPEG", ".MPG",
+                                        ".MP4", ".MPE", ".OMF", ".OMFI", ".MXF",  ".WMA",  ".WAV",
+                                        ".MP3", ".VOB", ".ASF", ".SWF",  ".SWFT", ".SVG"};
 
 bool isMovieExtension(const QString& ext)
 {
@@ -108,7 +111,8 @@ bool splitFramePattern(QString& name, QString& ext, int& padding)
         name.replace(QStringLiteral("#]"), QStringLiteral("#"));
         const int start = name.indexOf(QLatin1Char('#'));
         int end = start;
-        while (end < name.size() && name.at(end) == QLatin1Char('#')) ++end;
+        while (end < name.size() && name.at(end) == QLatin1Char('#'))
+            ++end;
         padding = end - start > 255 ? 255 : end - start;
         ext = name.mid(end);
         name.truncate(start);
@@ -118,12 +122,12 @@ bool splitFramePattern(QString& name, QString& ext, int& padding)
     if (dot >= 0) {
         ext = name.mid(dot);
         name.truncate(dot);
-        while (name.size() > 2 && name.at(name.size() - 1).isDigit()) name.chop(1);
+        while (name.size() > 2 && name.at(name.size() - 1).isDigit())
+            name.chop(1);
         return true;
     }
     return false;
 }
-
 
 void convertField(fmString<250>& field, _fmOS from, _fmOS to, __FMSDK& sdk)
 {
@@ -216,8 +220,10 @@ void _JobBasics::ConvertPathsToOS(__FMSDK& sdk, _fmOS target, bool log)
     const _fmOS source = static_cast<_fmOS>(PathOS);
     PathOS = static_cast<uint8_t>(target);
     if (log)
-        sdk.WriteLog(13, 0, QStringLiteral("%3 Converting from OS %1 to %2").arg(int(source)).arg(int(target)).arg(ID2str()),
-                     QStringLiteral("Job,ConvertPathsToOS"));
+        sdk.WriteLog(
+            13, 0,
+            QStringLiteral("%3 Converting from OS %1 to %2").arg(int(source)).arg(int(target)).arg(ID2str()),
+            QStringLiteral("Job,ConvertPathsToOS"));
     convertField(ImageDir, source, target, sdk);
     convertField(ImageFileName, source, target, sdk);
     convertField(ImageFileNamePost, source, target, sdk);
@@ -239,7 +245,8 @@ void _JobSubmitter::ConvertPathsToOS_submit(__FMSDK& sdk, _fmOS target, bool log
     const _fmOS source = static_cast<_fmOS>(PathOS);
     ConvertPathsToOS(sdk, target, log);
     const QString folder = JobFilesFolder.toQString();
-    if (!folder.isEmpty() && folder != QLatin1String("none")) convertField(JobFilesFolder, source, target, sdk);
+    if (!folder.isEmpty() && folder != QLatin1String("none"))
+        convertField(JobFilesFolder, source, target, sdk);
 }
 
 void _JobBasics::analyseNsetSceneOS(__FMSDK& sdk)
@@ -249,10 +256,14 @@ void _JobBasics::analyseNsetSceneOS(__FMSDK& sdk)
     if (dir.isEmpty()) return;
     const _fmgOSConversion* rows = sdk.cfg ? sdk.cfg->OSConversion : nullptr;
     const int count = rows ? int(_fmgConfig::OSConversionCount) : 0;
-    if (matchesTable(fmConvertPDToOS(dir, _fmOS_Windows), rows, count, _fmOS_Windows)) SceneOS = _fmOS_Windows;
-    else if (matchesTable(fmConvertPDToOS(dir, _fmOS_Linux), rows, count, _fmOS_Linux)) SceneOS = _fmOS_Linux;
-    else if (matchesTable(fmConvertPDToOS(dir, _fmOS_Mac), rows, count, _fmOS_Mac)) SceneOS = _fmOS_Mac;
-    else if (dir.size() >= 3 && (isSep(dir.at(1)) || dir.at(1) == QLatin1Char(':'))) SceneOS = _fmOS_Windows;
+    if (matchesTable(fmConvertPDToOS(dir, _fmOS_Windows), rows, count, _fmOS_Windows))
+        SceneOS = _fmOS_Windows;
+    else if (matchesTable(fmConvertPDToOS(dir, _fmOS_Linux), rows, count, _fmOS_Linux))
+        SceneOS = _fmOS_Linux;
+    else if (matchesTable(fmConvertPDToOS(dir, _fmOS_Mac), rows, count, _fmOS_Mac))
+        SceneOS = _fmOS_Mac;
+    else if (dir.size() >= 3 && (isSep(dir.at(1)) || dir.at(1) == QLatin1Char(':')))
+        SceneOS = _fmOS_Windows;
     ConvertPathsToOS(sdk, static_cast<_fmOS>(SceneOS), true);
 }
 
@@ -264,8 +275,10 @@ void _JobBasics::Check_SplitImageFileInto_DirFileExt(bool log)
     QString name = ImageFileName.toQString();
     if (!dir.isEmpty() && name.contains(QLatin1Char('\\')) && name.contains(QLatin1Char('/'))) {
         const bool backFirst = name.indexOf(QLatin1Char('\\')) < name.indexOf(QLatin1Char('/'));
-        if (backFirst) dir.replace(QLatin1Char('/'), QLatin1Char('\\'));
-        else dir.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        if (backFirst)
+            dir.replace(QLatin1Char('/'), QLatin1Char('\\'));
+        else
+            dir.replace(QLatin1Char('\\'), QLatin1Char('/'));
     }
     if (dir.isEmpty()) {
         const int cut = std::max(name.lastIndexOf(QLatin1Char('/')), name.lastIndexOf(QLatin1Char('\\')));
@@ -276,18 +289,20 @@ void _JobBasics::Check_SplitImageFileInto_DirFileExt(bool log)
     }
     if (dir.size() >= 4 && dir.at(1) == QLatin1Char(':') && !isSep(dir.at(2)))
         dir.insert(2, dir.contains(QLatin1Char('\\')) && !dir.contains(QLatin1Char('/')) ? QLatin1Char('\\')
-                                                                                           : QLatin1Char('/'));
+                                                                                         : QLatin1Char('/'));
     QString ext = ImageExtension.toQString();
     if (!ImageSingleOutputFile && ext.isEmpty()) {
         int padding = ImageFramePadding;
         if (splitFramePattern(name, ext, padding)) ImageFramePadding = static_cast<uint8_t>(padding);
     }
     if (isMovieExtension(ext)) ImageSingleOutputFile = 1;
-    if (!ImageSingleOutputFile && !ext.isEmpty() && name.endsWith(ext, Qt::CaseInsensitive)) name.chop(ext.size());
+    if (!ImageSingleOutputFile && !ext.isEmpty() && name.endsWith(ext, Qt::CaseInsensitive))
+        name.chop(ext.size());
     ImageDir.set(dir.left(250));
     ImageFileName.set(name.left(250));
     ImageExtension.set(ext.left(25));
-    for (int c = 0; c < JobImageChannels_Max; ++c) Check_SplitImageFileInto_DirFileExt_Channel(c, log);
+    for (int c = 0; c < JobImageChannels_Max; ++c)
+        Check_SplitImageFileInto_DirFileExt_Channel(c, log);
 }
 
 void _JobBasics::Check_SplitImageFileInto_DirFileExt_Channel(int channel, bool)
@@ -301,9 +316,9 @@ void replaceSquareBracketVariablesSub(fmString<250>& text)
 {
     QString s = text.toQString();
     if (!s.contains(QLatin1Char('[')) || !s.contains(QLatin1Char(']'))) return;
-    static const char* const names[] = {"User",    "LocalHost",   "CompanyProject", "Layer",
-                                        "Channel", "Camera",      "Camera_no.",     "Scene",
-                                        "SceneFolder", "Database", "DatabaseName"};
+    static const char* const names[] = {"User",        "LocalHost", "CompanyProject", "Layer",
+                                        "Channel",     "Camera",    "Camera_no.",     "Scene",
+                                        "SceneFolder", "Database",  "DatabaseName"};
     for (const char* n : names) {
         const QString key = QString::fromLatin1(n);
         s.replace(QLatin1Char('[') + key + QLatin1Char(']'), QLatin1Char('<') + key + QLatin1Char('>'));
@@ -315,7 +330,8 @@ void _JobBasics::replaceSquareBracketVariables()
 {
     replaceSquareBracketVariablesSub(ImageFileName);
     replaceSquareBracketVariablesSub(ImageDir);
-    for (_JobImageChannel& ch : ImageChannels) replaceSquareBracketVariablesSub(ch.FileName);
+    for (_JobImageChannel& ch : ImageChannels)
+        replaceSquareBracketVariablesSub(ch.FileName);
 }
 
 // ---- scene, shot and version names
@@ -361,9 +377,11 @@ void _JobSubmitter::setSSV(const __FMSDK& fm)
 {
     const int bySetting = cfgInt(fm, "jGetSSVbySetting", 1);
     if (bySetting == 0) return;
-    QString source = bySetting == 1 ? SceneName.toQString() : ImageDir.toQString() + ImageFileName.toQString();
+    QString source =
+        bySetting == 1 ? SceneName.toQString() : ImageDir.toQString() + ImageFileName.toQString();
     source.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    while (source.endsWith(QLatin1Char('/'))) source.chop(1);
+    while (source.endsWith(QLatin1Char('/')))
+        source.chop(1);
     QStringList parts = source.split(QLatin1Char('/'), Qt::SkipEmptyParts);
     const int byFile = cfgInt(fm, "jGetSSVbyFile", 0);
     QString text;
@@ -375,13 +393,15 @@ void _JobSubmitter::setSSV(const __FMSDK& fm)
         const int idx = int(parts.size()) - 1 - byFile;
         text = idx >= 0 ? parts.at(idx) : QString();
     }
-    auto unset = [](const fmString<25>& v) { return v.isEmpty() || v.toQString() == QLatin1String("<auto>"); };
+    auto unset = [](const fmString<25>& v) {
+        return v.isEmpty() || v.toQString() == QLatin1String("<auto>");
+    };
     fmString<25> scene = CustomSeQName, shot = CustomSHotName, version = CustomVersionName;
     if (!unset(scene) && !unset(shot) && !unset(version)) return;
     GetSSV(text, scene, shot, version, cfgText(fm, "jGetSSVScene"), cfgText(fm, "jGetSSVShot"),
            cfgText(fm, "jGetSSVVersion"), cfgText(fm, "jGetSSVSceneEnd"), cfgText(fm, "jGetSSVShotEnd"),
-           cfgText(fm, "jGetSSVVersionEnd"), cfgInt(fm, "jGetSSVSceneLength", 0), cfgInt(fm, "jGetSSVShotLength", 0),
-           cfgInt(fm, "jGetSSVVersionLength", 0));
+           cfgText(fm, "jGetSSVVersionEnd"), cfgInt(fm, "jGetSSVSceneLength", 0),
+           cfgInt(fm, "jGetSSVShotLength", 0), cfgInt(fm, "jGetSSVVersionLength", 0));
     CustomSeQName = scene;
     CustomSHotName = shot;
     CustomVersionName = version;
@@ -393,11 +413,21 @@ void _JobSubmitter::setRandomColor()
     if (id < 11) return;
     QString text;
     switch (id) {
-    case 11: text = SceneName.toQString(); break;
-    case 12: text = CompanyProjectName.toQString(); break;
-    case 13: text = UserName.toQString(); break;
-    case 14: text = Software.toQString() + Renderer.toQString() + QString::number(Version); break;
-    default: Color_ID = 0; return;
+    case 11:
+        text = SceneName.toQString();
+        break;
+    case 12:
+        text = CompanyProjectName.toQString();
+        break;
+    case 13:
+        text = UserName.toQString();
+        break;
+    case 14:
+        text = Software.toQString() + Renderer.toQString() + QString::number(Version);
+        break;
+    default:
+        Color_ID = 0;
+        return;
     }
     // The text's UTF-16 units, little-endian, as the record holds them: the same on every machine.
     QByteArray bytes(int(text.size()) * 2, '\0');
@@ -406,7 +436,8 @@ void _JobSubmitter::setRandomColor()
         bytes[2 * i] = char(u & 0xFF);
         bytes[2 * i + 1] = char(u >> 8);
     }
-    const unsigned r = fmRandCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), unsigned(bytes.size()));
+    const unsigned r =
+        fmRandCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), unsigned(bytes.size()));
     Color_ID = static_cast<uint8_t>((r % 7) + 1);
 }
 

@@ -17,8 +17,7 @@ bool anyByte(const void* p, size_t n)
     return false;
 }
 
-template <int N>
-bool maskSet(const fmString<N>& s)
+template <int N> bool maskSet(const fmString<N>& s)
 {
     return s.Length != 0;
 }

@@ -1,9 +1,9 @@
 #include "jobs/fmjobtext.h"
 
-#include "foundation/fmsdk.h"
 #include "farm/fmclient.h"
 #include "farm/fmclientlist.h"
 #include "foundation/fmjobid.h"
+#include "foundation/fmsdk.h"
 
 #include <QStringList>
 #include <cmath>
@@ -45,99 +45,122 @@ const StatusRow& statusRow(unsigned char status)
 const char* errorText(int code)
 {
     switch (code) {
-    case 0: return "";
-    case 1: return "crashed";
-    case 2: return "Output directory not found";
+    case 0:
+        return "";
+    case 1:
+        return "crashed";
+    case 2:
+        return "Output directory not found";
     case 3:
-    case 11: return "No drive space left";
-    case 4: return "Fileserver time difference";
-    case 5: return "Job started multiple times, but no frame found";
-    case 6: return "Warning - Sequence divide was adjusted";
-    case 7: return "Too many crashes";
-    case 8: return "Scene file not found";
-    case 9: return "Render application not found";
-    case 10: return "Execute Error";
-    case 12: return "User login failed";
-    case 13: return "No render license (licenses tempor. reduced)";
-    case 14: return "Render crashed";
-    case 15: return "Job send 3 times more than frames exist.";
-    case 16: return "Aborted because system memory was low.";
-    case 17: return "Render crashed - Permanently";
-    case 18: return "Render froze";
-    case 19: return "No right version of render application found.";
-    case 20: return "Client got job multiple times, but no render time measured.";
-    case 22: return "Post-script executed twice!";
-    case 23: return "Aborted because max render time reached!";
-    default: return nullptr;
+    case 11:
+        return "No drive space left";
+    case 4:
+        return "Fileserver time difference";
+    case 5:
+        return "Job started multiple times, but no frame found";
+    case 6:
+        return "Warning - Sequence divide was adjusted";
+    case 7:
+        return "Too many crashes";
+    case 8:
+        return "Scene file not found";
+    case 9:
+        return "Render application not found";
+    case 10:
+        return "Execute Error";
+    case 12:
+        return "User login failed";
+    case 13:
+        return "No render license (licenses tempor. reduced)";
+    case 14:
+        return "Render crashed";
+    case 15:
+        return "Job send 3 times more than frames exist.";
+    case 16:
+        return "Aborted because system memory was low.";
+    case 17:
+        return "Render crashed - Permanently";
+    case 18:
+        return "Render froze";
+    case 19:
+        return "No right version of render application found.";
+    case 20:
+        return "Client got job multiple times, but no render time measured.";
+    case 22:
+        return "Post-script executed twice!";
+    case 23:
+        return "Aborted because max render time reached!";
+    default:
+        return nullptr;
     }
 }
 
 // Index = message number 0..63; null: not known to this program.
 const char* const kLogTexts[64] = {
-    "",                                      // 0
-    "Abort reserved clients",                // 1
-    "Enable",                                // 2
-    "Disable",                               // 3
-    "Disable & Abort",                       // 4
-    "Approve",                               // 5
-    "DisApprove",                            // 6
-    "Delete",                                // 7
-    "Abort",                                 // 8
-    "Check",                                 // 9
-    "Reset",                                 // 10
-    "Reset & Delete",                        // 11
-    nullptr,                                 // 12
-    "Change Client Assignment",              // 13
-    "Render successful",                     // 14
-    "Render aborted",                        // 15
-    nullptr,                                 // 16
-    "Auto delete after days",                // 17
-    "Placeholder frames deleted",            // 18
-    "All frames assigned",                   // 19
-    "Sequence Divide adjusted",              // 20
-    "Receives Job ",                         // 21
-    "Settings Changed",                      // 22
-    "Deleted Finished Job",                  // 23
-    "Deleted Disabled Job",                  // 24
-    "Clear error messages",                  // 25
-    "Restrict render app to x32",            // 26
-    "Restrict render app to X64",            // 27
-    "Restrict render app to xAll",           // 28
-    "moved in queue",                        // 29
-    "User set job to finished",              // 30
-    nullptr,                                 // 31
-    nullptr,                                 // 32
-    "Export Debug Info",                     // 33
-    "Low SysMemory, Aborted",                // 34
-    "Frozen + Aborted",                      // 35
-    "Error",                                 // 36
-    "Client Waits",                          // 37
-    "Abort (High CPU usage of Artist)",      // 38
+    "",                                       // 0
+    "Abort reserved clients",                 // 1
+    "Enable",                                 // 2
+    "Disable",                                // 3
+    "Disable & Abort",                        // 4
+    "Approve",                                // 5
+    "DisApprove",                             // 6
+    "Delete",                                 // 7
+    "Abort",                                  // 8
+    "Check",                                  // 9
+    "Reset",                                  // 10
+    "Reset & Delete",                         // 11
+    nullptr,                                  // 12
+    "Change Client Assignment",               // 13
+    "Render successful",                      // 14
+    "Render aborted",                         // 15
+    nullptr,                                  // 16
+    "Auto delete after days",                 // 17
+    "Placeholder frames deleted",             // 18
+    "All frames assigned",                    // 19
+    "Sequence Divide adjusted",               // 20
+    "Receives Job ",                          // 21
+    "Settings Changed",                       // 22
+    "Deleted Finished Job",                   // 23
+    "Deleted Disabled Job",                   // 24
+    "Clear error messages",                   // 25
+    "Restrict render app to x32",             // 26
+    "Restrict render app to X64",             // 27
+    "Restrict render app to xAll",            // 28
+    "moved in queue",                         // 29
+    "User set job to finished",               // 30
+    nullptr,                                  // 31
+    nullptr,                                  // 32
+    "Export Debug Info",                      // 33
+    "Low SysMemory, Aborted",                 // 34
+    "Frozen + Aborted",                       // 35
+    "Error",                                  // 36
+    "Client Waits",                           // 37
+    "Abort (High CPU usage of Artist)",       // 38
     "Aborted because frame time was to high", // 39
-    "Abort low priority jobs",               // 40
-    "Client rendered less than 60s.",        // 41
-    "Clear error messages & enable",         // 42
-    "First check done",                      // 43
-    "Working hours, Aborted",                // 44
-    "Process Found, Aborted",                // 45
-    "Reserved Client, Aborted",              // 46
-    "High Priority Job, Aborted",            // 47
-    "fmControl, Aborted",                    // 48
-    "Client Averaging, Aborted",             // 49
-    "Free License, Aborted",                 // 50
-    "Local Artist, Aborted",                 // 51
-    "Disable - too many crashes",            // 52
-    "Disable - no frames found",             // 53
-    "Disable - output dir not found",        // 54
-    "Disable - UNC map failed",              // 55
-    "Disable - fileserver share full",       // 56
-    "Revert frame assignment A",             // 57
-    "Return frame assignment B",             // 58
-    nullptr,                                 // 59
-    "Close KSO scene",                       // 60
-    "Aborted, Client Disabled",              // 61
-    "Sequence Changed",                      // 62
-    "WaitFor-Job Finished",                  // 63
+    "Abort low priority jobs",                // 40
+    "Client rendered less than 60s.",         // 41
+    "Clear error messages & enable",          // 42
+    "First check done",                       // 43
+    "Working hours, Aborted",                 // 44
+    "Process Found, Aborted",                 // 45
+    "Reserved Client, Aborted",               // 46
+    "High Priority Job, Aborted",             // 47
+    "fmControl, Aborted",                     // 48
+    "Client Averaging, Aborted",              // 49
+    "Free License, Aborted",                  // 50
+    "Local Artist, Aborted",                  // 51
+    "Disable - too many crashes",             // 52
+    "Disable - no frames found",              // 53
+    "Disable - output dir not found",         // 54
+    "Disable - UNC map failed",               // 55
+    "Disable - fileserver share full",        // 56
+    "Revert frame assignment A",              // 57
+    "Return frame assignment B",              // 58
+    nullptr,                                  // 59
+    "Close KSO scene",                        // 60
+    "Aborted, Client Disabled",               // 61
+    "Sequence Changed",                       // 62
+    "WaitFor-Job Finished",                   // 63
 };
 
 } // namespace
@@ -197,41 +220,91 @@ fmString<50> Log2Str(const _Log& log, _JobSend* job)
                     : QStringLiteral("Reserved clients aborted by %1").arg(s);
         break;
     case 13:
-        if (p1 == 0 && p3 == 0) t = QStringLiteral("Change Client Assignment");
-        else if (p1 == 0) t = QStringLiteral("De-assigned %1 clients").arg(p3);
-        else if (p3 == 0) t = QStringLiteral("Assigned %1 clients").arg(p1);
-        else t = QStringLiteral("Assigned %1, De-assigned %2 clients").arg(p1).arg(p3);
+        if (p1 == 0 && p3 == 0)
+            t = QStringLiteral("Change Client Assignment");
+        else if (p1 == 0)
+            t = QStringLiteral("De-assigned %1 clients").arg(p3);
+        else if (p3 == 0)
+            t = QStringLiteral("Assigned %1 clients").arg(p1);
+        else
+            t = QStringLiteral("Assigned %1, De-assigned %2 clients").arg(p1).arg(p3);
         break;
-    case 14: t = range("Successful  %1-%2", "Successful  %1-%2,%3"); break;
-    case 15: t = range("Aborted      %1-%2", "Aborted      %1-%2,%3"); break;
+    case 14:
+        t = range("Successful  %1-%2", "Successful  %1-%2,%3");
+        break;
+    case 15:
+        t = range("Aborted      %1-%2", "Aborted      %1-%2,%3");
+        break;
     case 18:
-        t = p1 != 9999 ? QStringLiteral("%1 (placeholder) frames deleted").arg(p1) : QStringLiteral("all frames deleted");
+        t = p1 != 9999 ? QStringLiteral("%1 (placeholder) frames deleted").arg(p1)
+                       : QStringLiteral("all frames deleted");
         break;
-    case 20: t = QStringLiteral("Sequence Divide adjusted %1 %2").arg(p1).arg(p2); break;
-    case 21: t = range("Receives     %1-%2", "Receives     %1-%2,%3"); break;
-    case 34: t = range3("Low SysMemory, Aborted %1-%2,%3"); break;
-    case 35: t = range3("Frozen + aborted %1-%2,%3"); break;
-    case 36: t = range3("Error %1-%2,%3"); break;
-    case 38: t = range3("High artist CPU usage, Aborted %1-%2,%3"); break;
-    case 39: t = range3("Max Frame Time, Aborted %1-%2,%3"); break;
+    case 20:
+        t = QStringLiteral("Sequence Divide adjusted %1 %2").arg(p1).arg(p2);
+        break;
+    case 21:
+        t = range("Receives     %1-%2", "Receives     %1-%2,%3");
+        break;
+    case 34:
+        t = range3("Low SysMemory, Aborted %1-%2,%3");
+        break;
+    case 35:
+        t = range3("Frozen + aborted %1-%2,%3");
+        break;
+    case 36:
+        t = range3("Error %1-%2,%3");
+        break;
+    case 38:
+        t = range3("High artist CPU usage, Aborted %1-%2,%3");
+        break;
+    case 39:
+        t = range3("Max Frame Time, Aborted %1-%2,%3");
+        break;
     case 40:
         t = p3 != 0 ? QStringLiteral("Abort other low-prio jobs (%1 clients)").arg(p1)
                     : QStringLiteral("Abort by high-prio job %1").arg(s);
         break;
-    case 41: t = QStringLiteral("rendered %1s only, Seq. Div. to low?").arg(p1); break;
-    case 44: t = range3("Working hours, Aborted %1-%2,%3"); break;
-    case 45: t = range3("Process Found, Aborted %1-%2,%3"); break;
-    case 46: t = range3("Reserved Client, Aborted %1-%2,%3"); break;
-    case 47: t = range3("High Priority Job, Aborted %1-%2,%3"); break;
-    case 48: t = range3("fmControl, Aborted %1-%2,%3"); break;
-    case 49: t = range3("Client Averaging, Aborted %1-%2,%3"); break;
-    case 50: t = range3("Free License, Aborted %1-%2,%3"); break;
-    case 51: t = range3("Local Artist, Aborted %1-%2,%3"); break;
-    case 57: t = QStringLiteral("Revert %2+%3 frame assignments, frame #%1").arg(a).arg(p2).arg(p3); break;
-    case 58: t = QStringLiteral("Return frame assignments (%2+%3), frame #%1").arg(a).arg(p2).arg(p3); break;
-    case 61: t = range("Aborted (Client Disabled) %1-%2", "Aborted (Client Disabled) %1-%2,%3"); break;
-    case 63: t = QStringLiteral("Wait-for job %1 finished").arg(s); break;
-    default: return Log2StrID(log.Message);
+    case 41:
+        t = QStringLiteral("rendered %1s only, Seq. Div. to low?").arg(p1);
+        break;
+    case 44:
+        t = range3("Working hours, Aborted %1-%2,%3");
+        break;
+    case 45:
+        t = range3("Process Found, Aborted %1-%2,%3");
+        break;
+    case 46:
+        t = range3("Reserved Client, Aborted %1-%2,%3");
+        break;
+    case 47:
+        t = range3("High Priority Job, Aborted %1-%2,%3");
+        break;
+    case 48:
+        t = range3("fmControl, Aborted %1-%2,%3");
+        break;
+    case 49:
+        t = range3("Client Averaging, Aborted %1-%2,%3");
+        break;
+    case 50:
+        t = range3("Free License, Aborted %1-%2,%3");
+        break;
+    case 51:
+        t = range3("Local Artist, Aborted %1-%2,%3");
+        break;
+    case 57:
+        t = QStringLiteral("Revert %2+%3 frame assignments, frame #%1").arg(a).arg(p2).arg(p3);
+        break;
+    case 58:
+        t = QStringLiteral("Return frame assignments (%2+%3), frame #%1").arg(a).arg(p2).arg(p3);
+        break;
+    case 61:
+        t = range("Aborted (Client Disabled) %1-%2", "Aborted (Client Disabled) %1-%2,%3");
+        break;
+    case 63:
+        t = QStringLiteral("Wait-for job %1 finished").arg(s);
+        break;
+    default:
+        return Log2StrID(log.Message);
     }
     return fmString<50>(t);
 }
@@ -239,43 +312,108 @@ fmString<50> Log2Str(const _Log& log, _JobSend* job)
 fmString<50> Log2Username(const _Log& log, __FMSDK& app)
 {
     switch (log.Message) {
-    case 2: case 3: case 4: case 5: case 6: case 7: case 8: case 9: case 10: case 11:
-    case 13: case 22: case 25: case 29: case 30: case 33: case 42: case 62: {
+    case 2:
+    case 3:
+    case 4:
+    case 5:
+    case 6:
+    case 7:
+    case 8:
+    case 9:
+    case 10:
+    case 11:
+    case 13:
+    case 22:
+    case 25:
+    case 29:
+    case 30:
+    case 33:
+    case 42:
+    case 62: {
         int n = log.Param2;
         if (n > 65000) n -= 65536;
         return fmString<50>(QString::number(n) + QLatin1Char(' ') + app.getUserName(n, false));
     }
-    default: return fmString<50>("-");
+    default:
+        return fmString<50>("-");
     }
 }
 
 uint32_t LogColorID(const _LogMessage& message)
 {
     switch (message) {
-    case 2: case 21: case 63: return 0xFF00CC00u;
-    case 14: return 0xFF88BB00u;
-    case 5: case 6: return 0xFF469BCCu;
-    case 3: case 4: case 8: case 15: case 37: case 38: case 39:
-    case 44: case 45: case 46: case 47: case 48: case 49: case 50: case 51: case 52: case 53: case 54:
-    case 55: case 56: return 0xFFDD8822u;
-    case 9: case 13: case 20: case 22: case 25: case 26: case 27: case 28: case 29: case 30: case 57:
-    case 58: return 0xFFDD4400u;
-    case 34: case 35: case 36: case 41: return 0xFFFF0000u;
-    case 60: return 0xFF999999u;
-    default: return 0xFF000000u;
+    case 2:
+    case 21:
+    case 63:
+        return 0xFF00CC00u;
+    case 14:
+        return 0xFF88BB00u;
+    case 5:
+    case 6:
+        return 0xFF469BCCu;
+    case 3:
+    case 4:
+    case 8:
+    case 15:
+    case 37:
+    case 38:
+    case 39:
+    case 44:
+    case 45:
+    case 46:
+    case 47:
+    case 48:
+    case 49:
+    case 50:
+    case 51:
+    case 52:
+    case 53:
+    case 54:
+    case 55:
+    case 56:
+        return 0xFFDD8822u;
+    case 9:
+    case 13:
+    case 20:
+    case 22:
+    case 25:
+    case 26:
+    case 27:
+    case 28:
+    case 29:
+    case 30:
+    case 57:
+    case 58:
+        return 0xFFDD4400u;
+    case 34:
+    case 35:
+    case 36:
+    case 41:
+        return 0xFFFF0000u;
+    case 60:
+        return 0xFF999999u;
+    default:
+        return 0xFF000000u;
     }
 }
 
 fmString<25> Who2Str(int who, __FMSDK& app)
 {
     switch (who) {
-    case -1: return fmString<25>("*fmServer*");
-    case -2: return fmString<25>("-fmControl-");
-    case -3: return fmString<25>("-fmWebsite-");
-    case -4: return fmString<25>("-Unknown-");
-    case -5: return fmString<25>("-Remote-");
-    case -6: return fmString<25>("-jobAuth-");
-    default: break;
+    case -1:
+        return fmString<25>("*fmServer*");
+    case -2:
+        return fmString<25>("-fmControl-");
+    case -3:
+        return fmString<25>("-fmWebsite-");
+    case -4:
+        return fmString<25>("-Unknown-");
+    case -5:
+        return fmString<25>("-Remote-");
+    case -6:
+        return fmString<25>("-jobAuth-");
+    default:
+        break;
     }
     const fmC::_ClientList* clients = app.clientTable();
     if (clients && who >= 0 && who < clients->count()) {
@@ -302,7 +440,8 @@ fmString<250> _JobSave::StatusAsString() const
             if (id == 0) break;
             ++waiting;
         }
-        t += (waiting == 1 ? QStringLiteral("Wait for %1 job") : QStringLiteral("Wait for %1 jobs")).arg(waiting);
+        t += (waiting == 1 ? QStringLiteral("Wait for %1 job") : QStringLiteral("Wait for %1 jobs"))
+                 .arg(waiting);
     }
     return fmString<250>(t);
 }
@@ -337,7 +476,8 @@ uint16_t wrapParam(long long v)
 }
 } // namespace
 
-void _JobSend::addLogFrames(short who, signed char message, long long param1, long long param2, long long param3)
+void _JobSend::addLogFrames(short who, signed char message, long long param1, long long param2,
+                            long long param3)
 {
     int count = logCountClamped();
     if (count >= JobLog_Max) {
@@ -393,15 +533,18 @@ QString shortScene(QString scene)
 QString _JobSubmitter::GetJobLogString(bool preview, int lowCpuMinutes)
 {
     QString line = ID2str();
-    if (lowCpuMinutes >= 4) line += QStringLiteral(" Low CPU ") + QString::number(lowCpuMinutes) + QStringLiteral("min  ");
-    line += QLatin1Char(' ') + CompanyProjectName.toQString() + QLatin1Char('|') + Software.toQString() + QLatin1Char('|');
+    if (lowCpuMinutes >= 4)
+        line += QStringLiteral(" Low CPU ") + QString::number(lowCpuMinutes) + QStringLiteral("min  ");
+    line += QLatin1Char(' ') + CompanyProjectName.toQString() + QLatin1Char('|') + Software.toQString() +
+            QLatin1Char('|');
     line += CustomSeQName.toQString() + QLatin1Char('-') + CustomSHotName.toQString() + QLatin1Char('-') +
             CustomVersionName.toQString() + QLatin1Char('|');
     if (preview) line += QStringLiteral("PREVIEW|");
     const QString sceneName = SceneName.toQString();
     if (sceneName.startsWith(QLatin1Char('?'))) return line;
     const QString scene = shortScene(sceneName);
-    if (line.size() + scene.size() < 56) return line.leftJustified(55 - scene.size(), QLatin1Char(' ')) + scene;
+    if (line.size() + scene.size() < 56)
+        return line.leftJustified(55 - scene.size(), QLatin1Char(' ')) + scene;
     const int room = 55 - int(line.size());
     return room > 0 ? line + scene.right(room) : line;
 }
@@ -409,7 +552,8 @@ QString _JobSubmitter::GetJobLogString(bool preview, int lowCpuMinutes)
 QString _JobSubmitter::GetJobLogStringShort(bool, int lowCpuMinutes)
 {
     QString line = ID2str();
-    if (lowCpuMinutes >= 4) line += QStringLiteral(" LowCPU ") + QString::number(lowCpuMinutes) + QStringLiteral("min|");
+    if (lowCpuMinutes >= 4)
+        line += QStringLiteral(" LowCPU ") + QString::number(lowCpuMinutes) + QStringLiteral("min|");
     line += Software.toQString().left(4) + QLatin1Char('|') + CompanyProjectName.toQString().left(10);
     return line;
 }

@@ -44,11 +44,18 @@ fmStringListDialog::fmStringListDialog(QStringList& list, const QString& text, b
     ButtonSelect->setFocus();
 }
 
-QString fmStringListDialog::selectedText() const { return Combo->currentText(); }
+QString fmStringListDialog::selectedText() const
+{
+    return Combo->currentText();
+}
 
-int fmStringListDialog::selectedIndex() const { return Combo->currentIndex(); }
+int fmStringListDialog::selectedIndex() const
+{
+    return Combo->currentIndex();
+}
 
-fmEditLinesDialog::fmEditLinesDialog(const QString& text, const QString& lines, QWidget* parent) : QDialog(parent)
+fmEditLinesDialog::fmEditLinesDialog(const QString& text, const QString& lines, QWidget* parent)
+    : QDialog(parent)
 {
     auto* layout = new QVBoxLayout(this);
     TextLabel = new QLabel(text);
@@ -67,4 +74,7 @@ fmEditLinesDialog::fmEditLinesDialog(const QString& text, const QString& lines, 
     ButtonOk->setFocus();
 }
 
-QString fmEditLinesDialog::lines() const { return Edit->toPlainText(); }
+QString fmEditLinesDialog::lines() const
+{
+    return Edit->toPlainText();
+}

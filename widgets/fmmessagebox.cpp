@@ -51,9 +51,9 @@ QAction* copyAction(QWidget* owner)
 
 } // namespace
 
-fmMessageBox::fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QString& text, const QString& button1,
-                           int seconds, const QString& button2, bool* cancelled, const bool& exec, bool centered,
-                           bool courier)
+fmMessageBox::fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QString& text,
+                           const QString& button1, int seconds, const QString& button2, bool* cancelled,
+                           const bool& exec, bool centered, bool courier)
     : QDialog(parent), Button1Text(button1), Button2Text(button2), Cancelled(cancelled)
 {
     setMaximumSize(1200, 1000);
@@ -158,19 +158,30 @@ QPixmap fmMessageBox::standardIcon(QMessageBox::Icon icon)
     const int size = style->pixelMetric(QStyle::PM_MessageBoxIconSize);
     QStyle::StandardPixmap which;
     switch (icon) {
-    case QMessageBox::Information: which = QStyle::SP_MessageBoxInformation; break;
-    case QMessageBox::Warning: which = QStyle::SP_MessageBoxWarning; break;
-    case QMessageBox::Critical: which = QStyle::SP_MessageBoxCritical; break;
-    case QMessageBox::Question: which = QStyle::SP_MessageBoxQuestion; break;
-    default: return QPixmap();
+    case QMessageBox::Information:
+        which = QStyle::SP_MessageBoxInformation;
+        break;
+    case QMessageBox::Warning:
+        which = QStyle::SP_MessageBoxWarning;
+        break;
+    case QMessageBox::Critical:
+        which = QStyle::SP_MessageBoxCritical;
+        break;
+    case QMessageBox::Question:
+        which = QStyle::SP_MessageBoxQuestion;
+        break;
+    default:
+        return QPixmap();
     }
     return style->standardIcon(which).pixmap(size, size);
 }
 
 void fmMessageBox::renewButton1()
 {
-    if (CountDown > 0) Button1->setText(Button1Text + QStringLiteral("  (%1)").arg(CountDown));
-    else Button1->setText(Button1Text);
+    if (CountDown > 0)
+        Button1->setText(Button1Text + QStringLiteral("  (%1)").arg(CountDown));
+    else
+        Button1->setText(Button1Text);
 }
 
 void fmMessageBox::timerEvent(QTimerEvent* event)
@@ -215,11 +226,12 @@ bool fmMessageBox::NoIcon(QWidget* parent, const QString& text, const QString& b
 bool fmMessageBox::Information(QWidget* parent, const QString& text, const QString& button1, int seconds,
                                const QString& button2, bool* cancelled, bool courier)
 {
-    return run(parent, QMessageBox::Information, text, button1, seconds, button2, cancelled, !courier, courier);
+    return run(parent, QMessageBox::Information, text, button1, seconds, button2, cancelled, !courier,
+               courier);
 }
 
-bool fmMessageBox::Information_noCenter(QWidget* parent, const QString& text, const QString& button1, int seconds,
-                                        const QString& button2, bool* cancelled, bool courier)
+bool fmMessageBox::Information_noCenter(QWidget* parent, const QString& text, const QString& button1,
+                                        int seconds, const QString& button2, bool* cancelled, bool courier)
 {
     return run(parent, QMessageBox::Information, text, button1, seconds, button2, cancelled, false, courier);
 }
@@ -267,10 +279,9 @@ fmMessageBox4Buttons::fmMessageBox4Buttons(QWidget* parent, const QString& text,
     row->setSpacing(20);
     row->addItem(new QSpacerItem(5, 5, QSizePolicy::Expanding, QSizePolicy::Minimum));
     const QString texts[4] = {b1, b2, b3, b4};
-    void (fmMessageBox4Buttons::*handlers[4])() = {&fmMessageBox4Buttons::Button1Pressed,
-                                                &fmMessageBox4Buttons::Button2Pressed,
-                                                &fmMessageBox4Buttons::Button3Pressed,
-                                                &fmMessageBox4Buttons::Button4Pressed};
+    void (fmMessageBox4Buttons::*handlers[4])() = {
+        &fmMessageBox4Buttons::Button1Pressed, &fmMessageBox4Buttons::Button2Pressed,
+        &fmMessageBox4Buttons::Button3Pressed, &fmMessageBox4Buttons::Button4Pressed};
     for (int i = 0; i < 4; ++i) {
         if (texts[i].isEmpty()) continue;
         Button[i] = new QPushButton(texts[i]);
@@ -334,7 +345,8 @@ void fmInstallLogMessageBox()
 {
     __FMSDK::MessageBoxHook = [](bool critical, const QString& text, const QString& button, int seconds,
                                  bool courier) {
-        if (critical) return fmMessageBox::Critical(nullptr, text, button, seconds, QString(), nullptr, courier);
+        if (critical)
+            return fmMessageBox::Critical(nullptr, text, button, seconds, QString(), nullptr, courier);
         return fmMessageBox::Warning(nullptr, text, button, seconds, QString(), nullptr, courier);
     };
 }

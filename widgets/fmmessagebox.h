@@ -18,8 +18,9 @@ class fmMessageBox : public QDialog
     Q_OBJECT
 public:
     // With exec set the dialog runs inside the constructor; result() then holds the answer.
-    fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QString& text, const QString& button1, int seconds,
-                 const QString& button2, bool* cancelled, const bool& exec, bool centered, bool courier);
+    fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QString& text, const QString& button1,
+                 int seconds, const QString& button2, bool* cancelled, const bool& exec, bool centered,
+                 bool courier);
     ~fmMessageBox() override;
 
     // Each returns true exactly when the box ended as accepted (first button or time-out); false
@@ -27,10 +28,11 @@ public:
     static bool NoIcon(QWidget* parent, const QString& text, const QString& button1, int seconds = 0,
                        const QString& button2 = QString(), bool* cancelled = nullptr, bool courier = false);
     static bool Information(QWidget* parent, const QString& text, const QString& button1, int seconds = 0,
-                            const QString& button2 = QString(), bool* cancelled = nullptr, bool courier = false);
-    static bool Information_noCenter(QWidget* parent, const QString& text, const QString& button1, int seconds = 0,
-                                     const QString& button2 = QString(), bool* cancelled = nullptr,
-                                     bool courier = false);
+                            const QString& button2 = QString(), bool* cancelled = nullptr,
+                            bool courier = false);
+    static bool Information_noCenter(QWidget* parent, const QString& text, const QString& button1,
+                                     int seconds = 0, const QString& button2 = QString(),
+                                     bool* cancelled = nullptr, bool courier = false);
     static bool Information_noCenterCourier(QWidget* parent, const QString& text, const QString& button1,
                                             int seconds = 0, const QString& button2 = QString(),
                                             bool* cancelled = nullptr, bool courier = true);
@@ -59,7 +61,7 @@ public:
     QAction* CopyAction = nullptr;
     QAction* Shortcut1 = nullptr;
     QAction* Shortcut2 = nullptr;
-    QString Button2Text; // kept and unused
+    QString Button2Text;       // kept and unused
     bool* Cancelled = nullptr; // not owned: the caller's flag
     int CountDown = 0;         // seconds left; 0 or below for none
 
@@ -85,8 +87,8 @@ public:
 
     // The number of the button pressed, 1 to 4; 0 when the box was closed without one, or refused
     // off the application's thread.
-    static int Question(QWidget* parent, const QString& text, const QString& b1, const QString& b2, const QString& b3,
-                        const QString& b4);
+    static int Question(QWidget* parent, const QString& text, const QString& b1, const QString& b2,
+                        const QString& b3, const QString& b4);
 
     QPushButton* Button[4] = {nullptr, nullptr, nullptr, nullptr};
     QLabel* IconLabel = nullptr;

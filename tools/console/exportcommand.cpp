@@ -2,8 +2,8 @@
 // the window's export writes for the same jobs.
 
 #include "app/fm.h"
-#include "foundation/fmfileread.h"
 #include "browser/fmprojecttable.h"
+#include "foundation/fmfileread.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/consolecommand.h"
 #include "tools/console/consoleio.h"

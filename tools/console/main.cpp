@@ -37,7 +37,8 @@ int main(int argc, char** argv)
     }
     const fmConsoleCommand& command = *fmConsoleFindCommand(args.Command);
 
-    // jobs, delete, report and sql read their own options (already checked against their table entries above).
+    // jobs, delete, report and sql read their own options (already checked against their table entries
+    // above).
     if (const int r = fmConsoleEditCommand(FM, argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
     if (fmConsoleIsReport(QCoreApplication::arguments()))
         return fmConsoleReport(QCoreApplication::arguments(), argc, argv);

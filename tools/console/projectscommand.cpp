@@ -1,8 +1,8 @@
 // "projects": the project table as the window's project list shows it, as text or JSON.
 
 #include "app/fm.h"
-#include "foundation/fmfileread.h"
 #include "browser/fmprojecttable.h"
+#include "foundation/fmfileread.h"
 #include "jobs/fmjoblist.h"
 #include "tools/console/consolecommand.h"
 #include "tools/console/consoleio.h"
