@@ -92,7 +92,6 @@ void tst_fmtreeviewdelegate::percentLengths_data()
     QTest::addColumn<int>("lines");
     QTest::newRow("1% shows 2 lines") << 15 << 1 << 2;
     QTest::newRow("0% shows none") << 15 << 0 << 0;
-    QTest::newRow("50%") << 15 << 50 << 7;
     QTest::newRow("99% is H-3") << 15 << 99 << 12;
     QTest::newRow("100% is H-1") << 15 << 100 << 14;
     QTest::newRow("over 100% as 100%") << 15 << 250 << 14;

@@ -261,7 +261,6 @@ private slots:
         QTest::newRow("flags 0 = clear+select") << Path{1} << 0 << groupAll;
         QTest::newRow("select adds") << Path{1} << int(F::Select | F::Rows)
                                      << (QList<Path>{{0, 0, 0}} + groupAll);
-        QTest::newRow("clear+select") << Path{1} << int(F::ClearAndSelect) << groupAll;
         QTest::newRow("clear with current keeps")
             << Path{1, 1, 1} << int(F::ClearAndSelect | F::Current) << QList<Path>{{0, 0, 0}, {1, 1, 1}};
         QTest::newRow("end node") << Path{1, 1, 1} << int(F::Select) << QList<Path>{{0, 0, 0}, {1, 1, 1}};
@@ -345,24 +344,6 @@ private slots:
         QVERIFY(!m.at({0, 1})->IsExpanded && !m.at({1, 0})->IsExpanded);
         view->Tree->setModel(nullptr);
         delete view;
-    }
-
-    // Each flag owns one fixed position of the five-character diagnosis text.
-    void flagsText_data()
-    {
-        QTest::addColumn<int>("flags");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("none") << 0 << "     ";
-        QTest::newRow("clear+select") << 3 << "cs   ";
-        QTest::newRow("all") << (1 | 2 | 4 | 8 | 16) << "csdtC";
-        QTest::newRow("rows only") << 32 << "     ";
-        QTest::newRow("deselect current") << (4 | 16) << "  d C";
-    }
-    void flagsText()
-    {
-        QFETCH(int, flags);
-        QFETCH(QString, text);
-        QCOMPARE(flags2String(QItemSelectionModel::SelectionFlags(flags)), text);
     }
 };
 
