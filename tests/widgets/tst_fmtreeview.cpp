@@ -163,7 +163,6 @@ private slots:
     {
         QTest::addColumn<int>("rows");
         QTest::newRow("six rows") << 6;
-        QTest::newRow("one row") << 1;
     }
     void paintsRows()
     {
