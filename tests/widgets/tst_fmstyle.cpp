@@ -64,8 +64,6 @@ void tst_fmstyle::themePrecedence()
     QCOMPARE(style.standardPalette().color(QPalette::Active, QPalette::Window).rgba(), window);
     QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), window);
     QCOMPARE(fmStyle::DarkUI(), darkUI);
-    QCOMPARE(fmStyle::RedTextColor(), darkUI ? QStringLiteral("#FF7777") : QStringLiteral("#FF0000"));
-    QCOMPARE(fmStyle::PinkTextColor(), darkUI ? QStringLiteral("#CC77FF") : QStringLiteral("#CC00FF"));
 }
 
 // Catches font sizes below 4 getting through.
