@@ -308,17 +308,12 @@ void tst_console::arguments_data()
         << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--project"), QStringLiteral("x"),
                        QStringLiteral("-o"), QStringLiteral("x.csv")}
         << 2 << QStringLiteral("either --project NAME or --all");
-    QTest::newRow("output without name") << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("-o")} << 2
-                                         << QStringLiteral("-o needs a file name");
-    QTest::newRow("check without files") << QStringList{QStringLiteral("check")} << 2 << QStringLiteral("at least one");
     QTest::newRow("demo-root without folder") << QStringList{QStringLiteral("demo-root")} << 2 << QStringLiteral("exactly one folder");
     QTest::newRow("demo-root jobs 0") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"), QStringLiteral("--jobs"),
                                                       QStringLiteral("0")}
                                       << 2 << QStringLiteral("--jobs needs a number from 1 to 15000");
     QTest::newRow("demo-root in a _debug folder") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x_debug")} << 1
                                                   << QStringLiteral("can't be a farm root");
-    QTest::newRow("projects takes no export option") << QStringList{QStringLiteral("projects"), QStringLiteral("--all")} << 2
-                                                     << QStringLiteral("does not take");
     QTest::newRow("no root") << QStringList{QStringLiteral("projects")} << 100 << QStringLiteral("Unable to get FM Root path");
     QTest::newRow("root not a farm") << QStringList{QStringLiteral("-fmRoot"), QStringLiteral("/nonexistent/farm"),
                                                      QStringLiteral("projects")}
