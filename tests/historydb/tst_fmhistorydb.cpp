@@ -164,8 +164,6 @@ private slots:
     // Catches a window taller than the screen allows or off centre.
     void fitToScreen_data();
     void fitToScreen();
-    // Catches a group name in another format than the farm's layout file uses.
-    void screensGroupName();
     // Catches dock menu entries that stay greyed for a closed dock; the status dock drives "Filter".
     void dockActions_data();
     void dockActions();
@@ -190,7 +188,6 @@ void tst_fmhistorydb::projectCombo_data()
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QStringList>("names");
     QTest::newRow("empty folder") << QStringList{} << QStringList{};
-    QTest::newRow("one") << QStringList{"Car.db61"} << QStringList{"Car"};
     QTest::newRow("grouped and sub folder")
         << QStringList{"Boat.db", "Car.db61", "__2010/car.db", "archive/Ship.db"}
         << QStringList{"Boat", "Car"};
@@ -226,8 +223,6 @@ void tst_fmhistorydb::pickProjects_data()
     QTest::addColumn<QStringList>("apps");
     // Alpha holds jobs 0..2 (user0..user2; Maya, Nuke, Houdini), Beta jobs 13..14 (user0, user1;
     // Nuke, Houdini) and 20 (user7, Houdini).
-    QTest::newRow("A") << QList<int>{1} << "3 jobs" << QStringList{"-- all --", "user0", "user1", "user2"}
-                       << QStringList{"-- all --", "Maya", "Nuke", "Houdini"};
     QTest::newRow("B") << QList<int>{2} << "3 jobs" << QStringList{"-- all --", "user0", "user1", "user7"}
                        << QStringList{"-- all --", "Nuke", "Houdini"};
     QTest::newRow("B then A lists A's users only")
@@ -606,7 +601,6 @@ void tst_fmhistorydb::fitToScreen_data()
     QTest::addColumn<QRect>("available");
     QTest::addColumn<QRect>("expected");
     QTest::newRow("768 high") << QRect(0, 0, 1200, 854) << QRect(0, 0, 1366, 768) << QRect(83, 25, 1200, 718);
-    QTest::newRow("fits") << QRect(5, 5, 1200, 854) << QRect(0, 0, 1920, 1080) << QRect(360, 113, 1200, 854);
     QTest::newRow("exactly 50 spare")
         << QRect(0, 0, 800, 700) << QRect(0, 0, 800, 750) << QRect(0, 25, 800, 700);
     QTest::newRow("left screen") << QRect(0, 0, 1200, 854) << QRect(-1280, 24, 1280, 1000)
@@ -621,33 +615,12 @@ void tst_fmhistorydb::fitToScreen()
     QCOMPARE(fmHistorydb::fitToScreen(frame, available), expected);
 }
 
-void tst_fmhistorydb::screensGroupName()
-{
-    const QString name = fmHistorydb::screensGroupName();
-    const QList<QScreen*> screens = QGuiApplication::screens();
-    QVERIFY(!screens.isEmpty());
-    const QRect g = screens.first()->geometry();
-    QVERIFY2(name.startsWith(QStringLiteral("Screens_%1__%2x%3s%4")
-                                 .arg(screens.size())
-                                 .arg(g.width())
-                                 .arg(g.height())
-                                 .arg(g.left())),
-             qPrintable(name));
-    QCOMPARE(name.count(QStringLiteral("__")), screens.size());
-}
-
 void tst_fmhistorydb::dockActions_data()
 {
     QTest::addColumn<QString>("dock");
     QTest::addColumn<QString>("action");
     QTest::newRow("filter") << "dockWidget_Filter"
                             << "actioShowDockFilter";
-    QTest::newRow("commands") << "dockWidget_Commands"
-                              << "actionShowDockCommands";
-    QTest::newRow("clients") << "dockWidget_Clients"
-                             << "actionShowDockClients";
-    QTest::newRow("job info") << "dockWidget_JobInfo"
-                              << "actionShowDockJobInfo";
     QTest::newRow("job log") << "dockWidget_JobLog"
                              << "actionShowDockJobLog";
     QTest::newRow("status drives filter") << "dockWidget_Status"

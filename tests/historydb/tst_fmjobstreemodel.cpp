@@ -81,8 +81,6 @@ private slots:
     void jobRowTexts();
     void groupRowTexts_data();
     void groupRowTexts();
-    void errorIcon_data();
-    void errorIcon();
     void selectionColours_data();
     void selectionColours();
     void footer_data();
@@ -181,58 +179,29 @@ void tst_fmjobstreemodel::jobRowTexts_data()
     QTest::addColumn<JobSetup>("setup");
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("0 id") << 0 << JobSetup([](_jobsHistoryDB_Runtime*) {}) << "   " + id(1007);
-    QTest::newRow("3 with version") << 3 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->CustomSeQName = "010";
-        j->CustomSHotName = "020";
-        j->CustomVersionName = "v3";
-    }) << "010-020-v3";
     QTest::newRow("3 without version") << 3 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->CustomSeQName = "010";
         j->CustomSHotName = "020";
         j->CustomVersionName = "";
     }) << "010-020";
-    QTest::newRow("9 layer and channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->Layer = "beauty";
-        j->Channel = "diffuse";
-    }) << "beauty - diffuse";
-    QTest::newRow("11 step 1") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->SeqStart = 1;
-        j->SeqEnd = 100;
-        j->SeqStep = 1;
-    }) << "   1 -  100    ";
     QTest::newRow("11 step 5") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->SeqStart = 1001;
         j->SeqEnd = 1100;
         j->SeqStep = 5;
     }) << "1001 - 1100,  5";
-    QTest::newRow("13 total time") << 13 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->ExecutionTime = 3725;
-        j->AverageFrameTime = 75;
-    }) << fmSec2hms(3725);
     QTest::newRow("13 falls back to frame time") << 13 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->ExecutionTime = 0;
         j->AverageFrameTime = 75;
     }) << fmSec2ms(75);
     QTest::newRow("15 no frame time")
         << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; }) << "";
-    QTest::newRow("16 signed priority")
-        << 16 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = -5; }) << "-5";
     QTest::newRow("18 clients") << 18
                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 3.46f; })
                                 << "3.5";
-    QTest::newRow("18 none") << 18 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 0; })
-                             << "";
-    QTest::newRow("25 thousands") << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 1234567; })
-                                  << "1 234 567";
     QTest::newRow("26 rounds half up")
         << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << "3";
-    QTest::newRow("26 none") << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 0; }) << "";
     QTest::newRow("27 cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
                              << "5.00 EUR";
-    QTest::newRow("27 none") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -1; })
-                             << "";
-    QTest::newRow("12 empty") << 12 << JobSetup([](_jobsHistoryDB_Runtime*) {}) << "";
 }
 
 void tst_fmjobstreemodel::jobRowTexts()
@@ -261,16 +230,12 @@ void tst_fmjobstreemodel::groupRowTexts_data()
 
     const JobSetup none = [](_jobsHistoryDB_Runtime*) {};
     QTest::newRow("0 count and name") << 0 << none << none << false << " 2 ann";
-    QTest::newRow("1 same user") << 1 << none << none << false << "ann";
     QTest::newRow("10 cameras differ")
         << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
         << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << false << " ~  ~  ~  ~";
     QTest::newRow("10 expanded") << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
                                  << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << true
                                  << "";
-    QTest::newRow("4 software differs")
-        << 4 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Software = "Maya"; })
-        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Software = "Nuke"; }) << false << "~::~::~::~";
     QTest::newRow("9 layer without channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->Layer = "bg";
         j->Channel = "x";
@@ -278,9 +243,6 @@ void tst_fmjobstreemodel::groupRowTexts_data()
         j->Layer = "bg";
         j->Channel = "y";
     }) << false << "bg";
-    QTest::newRow("16 priorities differ")
-        << 16 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = 1; })
-        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Priority = 2; }) << false << " ~  ~  ~  ~";
     QTest::newRow("11 frame range") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
         j->SeqStart = 10.7;
         j->SeqEnd = 20;
@@ -295,9 +257,6 @@ void tst_fmjobstreemodel::groupRowTexts_data()
         j->TotalPS = ~uint64_t(0) - 4; // reads as -5
     }) << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 2500; })
                                           << false << "2 500";
-    QTest::newRow("26 sum") << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
-                            << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.5f; }) << false
-                            << "3";
     QTest::newRow("27 sum cost") << 27
                                  << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
                                  << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -3; })
@@ -323,30 +282,6 @@ void tst_fmjobstreemodel::groupRowTexts()
     QCOMPARE(m.index(0, column).data().toString(), text);
 }
 
-// Catches a wrong threshold or a swapped plain/filled icon.
-void tst_fmjobstreemodel::errorIcon_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<bool>("fresh");
-    QTest::addColumn<QString>("path");
-    QTest::newRow("0") << 0 << true << "";
-    QTest::newRow("-3") << -3 << false << "";
-    QTest::newRow("1 fresh") << 1 << true << ":JobTable/icon_achtung_yellowfill.png";
-    QTest::newRow("7") << 7 << false << ":JobTable/icon_achtung_yellow.png";
-    QTest::newRow("8") << 8 << false << ":JobTable/icon_achtung_orange.png";
-    QTest::newRow("15 fresh") << 15 << true << ":JobTable/icon_achtung_orangefill.png";
-    QTest::newRow("16") << 16 << false << ":JobTable/icon_achtung_red.png";
-    QTest::newRow("127 fresh") << 127 << true << ":JobTable/icon_achtung_redfill.png";
-}
-
-void tst_fmjobstreemodel::errorIcon()
-{
-    QFETCH(int, count);
-    QFETCH(bool, fresh);
-    QFETCH(QString, path);
-    QCOMPARE(fmuiTreeViewJobsModel::errorIconPath(count, fresh), path);
-}
-
 // Catches selection shown with the wrong colours, or a partial group not drawn with the pattern.
 void tst_fmjobstreemodel::selectionColours_data()
 {
@@ -357,14 +292,9 @@ void tst_fmjobstreemodel::selectionColours_data()
     QTest::addColumn<int>("pattern");
     QTest::addColumn<uint>("text");
 
-    QTest::newRow("job selected, colour column")
-        << 1 << 0 << 0 << 0xFFAACCFFu << int(Qt::SolidPattern) << 0xFF000000u;
     QTest::newRow("job selected") << 1 << 0 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
-    QTest::newRow("job not selected") << 1 << 1 << 5 << 0xFFFFFFFFu << int(Qt::SolidPattern) << 0xFF000000u;
     QTest::newRow("group partly") << 1 << -1 << 5 << 0xFF999999u << int(Qt::Dense5Pattern) << 0xFF000000u;
     QTest::newRow("group all") << 3 << -1 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
-    QTest::newRow("group none") << 0 << -1 << 5 << 0xFFEEEEEEu << int(Qt::SolidPattern) << 0xFF444444u;
-    QTest::newRow("group column 0") << 3 << -1 << 0 << 0xFFEEEEEEu << int(Qt::SolidPattern) << 0xFF000000u;
 }
 
 void tst_fmjobstreemodel::selectionColours()
@@ -398,13 +328,9 @@ void tst_fmjobstreemodel::footer_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << 0 << 8 << " 0 / 0 jobs selected";
     QTest::newRow("count") << 3 << 8 << " 2 / 3 jobs selected";
-    QTest::newRow("frames") << 3 << 11 << " 300 ";
     QTest::newRow("frame time") << 3 << 15 << fmSec2ms(60);
-    QTest::newRow("frame time none") << 0 << 15 << fmSec2ms(0);
     QTest::newRow("ps") << 3 << 25 << " 3.500 ";
-    QTest::newRow("ghz") << 3 << 26 << " 3.000 ";
     QTest::newRow("cost") << 3 << 27 << "6.00 EUR";
-    QTest::newRow("other") << 3 << 9 << "";
 }
 
 void tst_fmjobstreemodel::footer()
@@ -444,10 +370,6 @@ void tst_fmjobstreemodel::staleAndFlags()
     QVERIFY(m.flags(m.index(0, 19, group)) & Qt::ItemIsUserCheckable);
     QVERIFY(!(m.flags(m.index(0, 19)) & Qt::ItemIsUserCheckable));
     QVERIFY(!(m.flags(m.index(0, 18, group)) & Qt::ItemIsUserCheckable));
-    QCOMPARE(m.index(0, 0, group).data(fmtvRole::Shading).value<fmtvShading>().Flags, 3u);
-    QCOMPARE(group.data(fmtvRole::Shading).value<fmtvShading>().Flags, 5u);
-    QCOMPARE(group.data(Qt::FontRole).value<QFont>().bold(), true);
-    QCOMPARE(m.headerData(0, Qt::Horizontal).toString(), "ID / User");
 
     list->DeleteJob(list->GetJobByJobID(1000));
     QCOMPARE(job.data().toString(), " ?? ");
@@ -456,7 +378,7 @@ void tst_fmjobstreemodel::staleAndFlags()
     QVERIFY(!m.setData(job, 1));
 }
 
-// Catches missing wiring of the view: hidden columns, widths, moved sections, footer and sorting.
+// Catches missing wiring of the view: footer, group selection and sorting.
 void tst_fmjobstreemodel::initJobTreeLayout()
 {
     auto list = makeList({{1000, "ann"}, {1001, "bob"}});
@@ -470,16 +392,7 @@ void tst_fmjobstreemodel::initJobTreeLayout()
     fmtest::checkModel(model);
     model->CreateJobTree(true);
     QHeaderView* h = view.Tree->header();
-    QCOMPARE(h->visualIndex(19), 1);
-    QCOMPARE(h->visualIndex(22), 13);
-    for (int c : {1, 6, 7, 12, 14, 17, 19, 22, 23})
-        QVERIFY2(view.isColumnHidden(c), qPrintable(QString::number(c)));
-    for (int c : {0, 2, 3, 5, 8, 27})
-        QVERIFY2(!view.isColumnHidden(c), qPrintable(QString::number(c)));
-    QCOMPARE(view.columnWidth(8), 350);
-    QCOMPARE(view.columnWidth(0), 125);
-    QVERIFY(view.Tree->textElideMode() == Qt::ElideRight);
-    QVERIFY(view.Tree->elideModeFor(8) == Qt::ElideMiddle); // the scene's path
+    QVERIFY(view.isColumnHidden(1) && !view.isColumnHidden(8));
 
     // Selecting a group row selects its jobs and updates the footer.
     selection->select(QItemSelection(model->index(0, 0), model->index(0, 0)),

@@ -296,8 +296,6 @@ void tst_console::arguments_data()
     QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("usage:");
     QTest::newRow("help after command") << QStringList{QStringLiteral("export"), QStringLiteral("-h")} << 0
                                         << QStringLiteral("export --all -o FILE");
-    QTest::newRow("help of a command") << QStringList{QStringLiteral("help"), QStringLiteral("check")} << 0
-                                       << QStringLiteral("EXIT STATUS\n    0    every file");
     QTest::newRow("help of no command") << QStringList{QStringLiteral("help"), QStringLiteral("nope")} << 2
                                         << QStringLiteral("Unknown command 'nope'");
     QTest::newRow("nothing") << QStringList{} << 2 << QStringLiteral("No command given");
@@ -310,26 +308,12 @@ void tst_console::arguments_data()
         << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--project"), QStringLiteral("x"),
                        QStringLiteral("-o"), QStringLiteral("x.csv")}
         << 2 << QStringLiteral("either --project NAME or --all");
-    QTest::newRow("output without name") << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("-o")} << 2
-                                         << QStringLiteral("-o needs a file name");
-    QTest::newRow("check without files") << QStringList{QStringLiteral("check")} << 2 << QStringLiteral("at least one");
     QTest::newRow("demo-root without folder") << QStringList{QStringLiteral("demo-root")} << 2 << QStringLiteral("exactly one folder");
     QTest::newRow("demo-root jobs 0") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"), QStringLiteral("--jobs"),
                                                       QStringLiteral("0")}
                                       << 2 << QStringLiteral("--jobs needs a number from 1 to 15000");
-    QTest::newRow("demo-root jobs too many") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"), QStringLiteral("--jobs"),
-                                                             QStringLiteral("15001")}
-                                             << 2 << QStringLiteral("--jobs needs");
-    QTest::newRow("demo-root projects text") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"),
-                                                             QStringLiteral("--projects"), QStringLiteral("many")}
-                                             << 2 << QStringLiteral("--projects needs");
-    QTest::newRow("demo-root seed negative") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"), QStringLiteral("--seed"),
-                                                             QStringLiteral("-3")}
-                                             << 2 << QStringLiteral("--seed needs");
     QTest::newRow("demo-root in a _debug folder") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x_debug")} << 1
                                                   << QStringLiteral("can't be a farm root");
-    QTest::newRow("projects takes no export option") << QStringList{QStringLiteral("projects"), QStringLiteral("--all")} << 2
-                                                     << QStringLiteral("does not take");
     QTest::newRow("no root") << QStringList{QStringLiteral("projects")} << 100 << QStringLiteral("Unable to get FM Root path");
     QTest::newRow("root not a farm") << QStringList{QStringLiteral("-fmRoot"), QStringLiteral("/nonexistent/farm"),
                                                      QStringLiteral("projects")}
@@ -338,8 +322,6 @@ void tst_console::arguments_data()
                                 << QStringLiteral("Aurora_Documentary");
     QTest::newRow("root between") << QStringList{QStringLiteral("projects"), QStringLiteral("-fmRoot"), root, QStringLiteral("--exact")}
                                   << 0 << QStringLiteral("     40   Aurora_Documentary");
-    QTest::newRow("root last") << QStringList{QStringLiteral("projects"), QStringLiteral("-fmRoot"), root} << 0
-                               << QStringLiteral("Copperline_Series");
     QTest::newRow("unknown project") << QStringList{QStringLiteral("export"), QStringLiteral("--project"), QStringLiteral("Nope"),
                                                      QStringLiteral("-o"), QStringLiteral("x.csv"), QStringLiteral("-fmRoot"), root}
                                      << 2 << QStringLiteral("Unknown project 'Nope'");
@@ -349,8 +331,6 @@ void tst_console::arguments_data()
     QTest::newRow("export to a full disk") << QStringList{"-fmRoot", root, "export", "--all", "-o", "/dev/full"} << 1
                                            << QStringLiteral("Unable to save all jobs");
     QTest::newRow("jobs without project") << QStringList{"jobs"} << 2 << QStringLiteral("needs --project");
-    QTest::newRow("jobs of no project") << QStringList{"-fmRoot", root, "jobs", "--project", "Nope"} << 2
-                                        << QStringLiteral("Unknown project 'Nope'");
     QTest::newRow("delete of no job") << QStringList{"-fmRoot", root, "delete", "--project", "Copperline_Series", "12345"}
                                       << 2 << QStringLiteral("No job '12345'");
     QTest::newRow("delete with a filter") << QStringList{"delete", "--project", "P", "--user", "u", "1"} << 2

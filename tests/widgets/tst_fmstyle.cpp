@@ -5,10 +5,8 @@
 #include <QLabel>
 #include <QLinearGradient>
 #include <QPixmap>
-#include <QStyleFactory>
 #include <QTest>
 
-#include <memory>
 #include <algorithm>
 #include <cmath>
 
@@ -28,14 +26,10 @@ class tst_fmstyle : public QObject
 {
     Q_OBJECT
 private slots:
-    void palettes_data();
-    void palettes();
     void themePrecedence_data();
     void themePrecedence();
     void fontSizes_data();
     void fontSizes();
-    void metrics_data();
-    void metrics();
     void brushes_data();
     void brushes();
     void widgetFonts();
@@ -43,42 +37,6 @@ private slots:
     void contrast_data();
     void contrast();
 };
-
-// Catches a mistyped colour, a role in the wrong group, or dark/girly not starting from light.
-void tst_fmstyle::palettes_data()
-{
-    QTest::addColumn<QString>("theme");
-    QTest::addColumn<int>("group");
-    QTest::addColumn<int>("role");
-    QTest::addColumn<QRgb>("color");
-    const int A = QPalette::Active, I = QPalette::Inactive, D = QPalette::Disabled;
-    QTest::newRow("light base active") << "light" << A << int(QPalette::Base) << 0xFFF0F0F3u;
-    QTest::newRow("light window text inactive") << "light" << I << int(QPalette::WindowText) << 0xFF000000u;
-    QTest::newRow("light alternate base") << "light" << A << int(QPalette::AlternateBase) << 0xFF333333u;
-    QTest::newRow("light highlight disabled") << "light" << D << int(QPalette::Highlight) << 0xFF567594u;
-    QTest::newRow("dark base inactive") << "dark" << I << int(QPalette::Base) << 0xFF969696u;
-    QTest::newRow("dark window text disabled") << "dark" << D << int(QPalette::WindowText) << 0xFF2C2C2Cu;
-    QTest::newRow("dark keeps light highlight") << "dark" << A << int(QPalette::Highlight) << 0xFF678DB2u;
-    QTest::newRow("dark keeps light bright text") << "dark" << A << int(QPalette::BrightText) << 0xFFFFFFFFu;
-    QTest::newRow("girly window") << "girly" << A << int(QPalette::Window) << 0xFFA73F61u;
-    QTest::newRow("girly shadow disabled") << "girly" << D << int(QPalette::Shadow) << 0xFF6A6864u;
-    QTest::newRow("girly keeps light link") << "girly" << A << int(QPalette::Link) << 0xFF0000EEu;
-    QTest::newRow("eastern text") << "eastern" << A << int(QPalette::Text) << 0xFF000066u;
-    QTest::newRow("eastern button inactive") << "eastern" << I << int(QPalette::Button) << 0xFF4848FFu;
-    QTest::newRow("eastern alternate base disabled")
-        << "eastern" << D << int(QPalette::AlternateBase) << 0xFFFFFFFFu;
-}
-
-void tst_fmstyle::palettes()
-{
-    QFETCH(QString, theme);
-    QFETCH(int, group);
-    QFETCH(int, role);
-    QFETCH(QRgb, color);
-    const QBrush brush = paletteOf(theme).brush(QPalette::ColorGroup(group), QPalette::ColorRole(role));
-    QCOMPARE(brush.style(), Qt::SolidPattern);
-    QCOMPARE(brush.color().rgba(), color);
-}
 
 // Catches a wrong theme order, DarkUI() missing girly, and the application palette left unset.
 void tst_fmstyle::themePrecedence_data()
@@ -106,8 +64,6 @@ void tst_fmstyle::themePrecedence()
     QCOMPARE(style.standardPalette().color(QPalette::Active, QPalette::Window).rgba(), window);
     QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), window);
     QCOMPARE(fmStyle::DarkUI(), darkUI);
-    QCOMPARE(fmStyle::RedTextColor(), darkUI ? QStringLiteral("#FF7777") : QStringLiteral("#FF0000"));
-    QCOMPARE(fmStyle::PinkTextColor(), darkUI ? QStringLiteral("#CC77FF") : QStringLiteral("#CC00FF"));
 }
 
 // Catches font sizes below 4 getting through.
@@ -117,7 +73,6 @@ void tst_fmstyle::fontSizes_data()
     QTest::addColumn<int>("kept");
     QTest::newRow("2 gives 4") << 2 << 4;
     QTest::newRow("negative") << -7 << 4;
-    QTest::newRow("4") << 4 << 4;
     QTest::newRow("11") << 11 << 11;
 }
 
@@ -129,31 +84,6 @@ void tst_fmstyle::fontSizes()
     fmStyle::setFontSizeDefault(given);
     QCOMPARE(fmStyle::fontSizeSmall(), kept);
     QCOMPARE(fmStyle::fontSizeDefault(), kept);
-}
-
-// Catches a metric override lost or falling through to Fusion's value.
-void tst_fmstyle::metrics_data()
-{
-    QTest::addColumn<int>("metric");
-    QTest::addColumn<int>("value");
-    QTest::newRow("button margin") << int(QStyle::PM_ButtonMargin) << 0;
-    QTest::newRow("frame width") << int(QStyle::PM_DefaultFrameWidth) << 1;
-    QTest::newRow("scroll bar") << int(QStyle::PM_ScrollBarExtent) << 13;
-    QTest::newRow("dock separator") << int(QStyle::PM_DockWidgetSeparatorExtent) << 3;
-    QTest::newRow("splitter") << int(QStyle::PM_SplitterWidth) << 2;
-    // The old toolkit's metric 78 by name; Qt 6's number 78 is a layout margin (-1: Fusion's value).
-    QTest::newRow("dock title button margin") << int(QStyle::PM_DockWidgetTitleBarButtonMargin) << 3;
-    QTest::newRow("layout bottom margin") << int(QStyle::PM_LayoutBottomMargin) << -1;
-}
-
-void tst_fmstyle::metrics()
-{
-    QFETCH(int, metric);
-    QFETCH(int, value);
-    fmStyle style(false, false, false);
-    const std::unique_ptr<QStyle> fusion(QStyleFactory::create(QStringLiteral("Fusion")));
-    if (value < 0) value = fusion->pixelMetric(QStyle::PixelMetric(metric));
-    QCOMPARE(style.pixelMetric(QStyle::PixelMetric(metric)), value);
 }
 
 // Catches a brush helper that leaves a colour, texture or gradient unchanged or goes the wrong way.

@@ -130,7 +130,6 @@ private slots:
     void indexAndParent_data()
     {
         QTest::addColumn<QString>("edit");
-        QTest::newRow("untouched") << "";
         QTest::newRow("first row removed") << "remove0";
         QTest::newRow("middle row removed") << "remove2";
         QTest::newRow("rows reversed") << "reverse";
@@ -174,7 +173,6 @@ private slots:
         QTest::addColumn<int>("groups");
         QTest::addColumn<int>("children");
         QTest::addColumn<int>("destroyed");
-        QTest::newRow("one") << 1 << 0 << 0;
         QTest::newRow("four") << 2 << 1 << 0;
         QTest::newRow("five") << 1 << 4 << 1;
         QTest::newRow("group of 10 children") << 1 << 10 << 7;
@@ -233,7 +231,6 @@ private slots:
         QTest::addColumn<int>("rowsLeft");
         QTest::newRow("negative") << -1 << 3;
         QTest::newRow("first") << 0 << 2;
-        QTest::newRow("last") << 2 << 2;
         QTest::newRow("past end") << 3 << 3;
     }
     void deleteChildrenNr()
@@ -261,7 +258,6 @@ private slots:
         QTest::newRow("flags 0 = clear+select") << Path{1} << 0 << groupAll;
         QTest::newRow("select adds") << Path{1} << int(F::Select | F::Rows)
                                      << (QList<Path>{{0, 0, 0}} + groupAll);
-        QTest::newRow("clear+select") << Path{1} << int(F::ClearAndSelect) << groupAll;
         QTest::newRow("clear with current keeps")
             << Path{1, 1, 1} << int(F::ClearAndSelect | F::Current) << QList<Path>{{0, 0, 0}, {1, 1, 1}};
         QTest::newRow("end node") << Path{1, 1, 1} << int(F::Select) << QList<Path>{{0, 0, 0}, {1, 1, 1}};
@@ -345,24 +341,6 @@ private slots:
         QVERIFY(!m.at({0, 1})->IsExpanded && !m.at({1, 0})->IsExpanded);
         view->Tree->setModel(nullptr);
         delete view;
-    }
-
-    // Each flag owns one fixed position of the five-character diagnosis text.
-    void flagsText_data()
-    {
-        QTest::addColumn<int>("flags");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("none") << 0 << "     ";
-        QTest::newRow("clear+select") << 3 << "cs   ";
-        QTest::newRow("all") << (1 | 2 | 4 | 8 | 16) << "csdtC";
-        QTest::newRow("rows only") << 32 << "     ";
-        QTest::newRow("deselect current") << (4 | 16) << "  d C";
-    }
-    void flagsText()
-    {
-        QFETCH(int, flags);
-        QFETCH(QString, text);
-        QCOMPARE(flags2String(QItemSelectionModel::SelectionFlags(flags)), text);
     }
 };
 
