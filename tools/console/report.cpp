@@ -116,9 +116,10 @@ int fmConsoleReport(const QStringList& args, int argc, char** argv)
     }
     // Log lines go to standard error: standard output holds the report alone.
     FM.NoUILog = true;
+    // By value: FM outlives this function and still logs at its end.
     QObject::connect(&FM, &__FM::signalLogUI, &FM,
-                     [&r](int level, int flags, const QString& text, const QString& where) {
-                         if ((flags & fmLog_FileOnly) || (level > 2 && !r.Verbose)) return;
+                     [verbose = r.Verbose](int level, int flags, const QString& text, const QString& where) {
+                         if ((flags & fmLog_FileOnly) || (level > 2 && !verbose)) return;
                          QString line;
                          FM.FormatLogMessage(level, flags, text, where, line);
                          printTo(stderr, line.toUtf8() + '\n');

@@ -137,9 +137,10 @@ int fmConsoleSqlMain(int argc, char** argv, bool (*familyValueOption)(const QStr
 
     // Log lines go to standard error: errors and warnings always, the rest with --verbose.
     FM.NoUILog = true;
+    // By value: FM outlives this function and still logs at its end.
     QObject::connect(&FM, &__FM::signalLogUI, &FM,
-                     [&a](int level, int flags, const QString& text, const QString& where) {
-                         if ((flags & fmLog_FileOnly) || (level > 2 && !a.Verbose)) return;
+                     [verbose = a.Verbose](int level, int flags, const QString& text, const QString& where) {
+                         if ((flags & fmLog_FileOnly) || (level > 2 && !verbose)) return;
                          QString line;
                          FM.FormatLogMessage(level, flags, text, where, line);
                          printTo(stderr, line + QLatin1Char('\n'));
