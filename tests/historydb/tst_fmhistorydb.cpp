@@ -706,7 +706,8 @@ void tst_fmhistorydb::reportMonthAndJobSearch()
     for (const QString& text : {fmJ::ID2str(id), fmJ::ID2strFull(id)}) {
         w.ui.treeJobs->Tree->setCurrentIndex(QModelIndex());
         QVERIFY(w.selectJobByText(text));
-        const auto* node = static_cast<fmuiTreeViewJobsNode*>(w.ui.treeJobs->Tree->currentIndex().internalPointer());
+        const auto* node =
+            static_cast<fmuiTreeViewJobsNode*>(w.ui.treeJobs->Tree->currentIndex().internalPointer());
         QCOMPARE(node->data()->JobID, id);
     }
     QVERIFY(!w.selectJobByText(QStringLiteral("{ZZZZ}")));

@@ -30,7 +30,9 @@ bool fmTestRoot::writeFile(const QString& rel, const QByteArray& bytes) const
 
 fmTestArgs::fmTestArgs(const QStringList& args) : argc(int(args.size()))
 {
-    for (const QString& a : args) Texts.append(a.toLocal8Bit());
-    for (QByteArray& t : Texts) Pointers.push_back(t.data());
+    for (const QString& a : args)
+        Texts.append(a.toLocal8Bit());
+    for (QByteArray& t : Texts)
+        Pointers.push_back(t.data());
     Pointers.push_back(nullptr);
 }

@@ -76,7 +76,8 @@ QList<qsizetype> frameOffsets(const QByteArray& b)
     qsizetype pos = 0;
     while (pos + 64 <= b.size()) {
         offsets.append(pos);
-        pos += 64 + qsizetype(qFromLittleEndian<quint32>(reinterpret_cast<const uchar*>(b.constData() + pos) + 52));
+        pos += 64 + qsizetype(
+                        qFromLittleEndian<quint32>(reinterpret_cast<const uchar*>(b.constData() + pos) + 52));
     }
     return offsets;
 }
@@ -84,9 +85,11 @@ QList<qsizetype> frameOffsets(const QByteArray& b)
 QStringList databaseFiles(const QString& root)
 {
     QStringList files;
-    QDirIterator it(root + QStringLiteral("/sub/history_db"), {QStringLiteral("*.db"), QStringLiteral("*.db61")}, QDir::Files,
+    QDirIterator it(root + QStringLiteral("/sub/history_db"),
+                    {QStringLiteral("*.db"), QStringLiteral("*.db61")}, QDir::Files,
                     QDirIterator::Subdirectories);
-    while (it.hasNext()) files.append(it.next());
+    while (it.hasNext())
+        files.append(it.next());
     files.sort();
     return files;
 }
@@ -134,8 +137,9 @@ void tst_console::initTestCase()
     QVERIFY2(QFileInfo(kConsole).isExecutable(), qPrintable(kConsole));
     RootA = Tmp.filePath(QStringLiteral("rootA"));
     RootB = Tmp.filePath(QStringLiteral("rootB"));
-    const Run r = runConsole({QStringLiteral("demo-root"), RootA, QStringLiteral("--projects"), QStringLiteral("3"),
-                              QStringLiteral("--jobs"), QStringLiteral("40"), QStringLiteral("--seed"), QStringLiteral("7")});
+    const Run r = runConsole({QStringLiteral("demo-root"), RootA, QStringLiteral("--projects"),
+                              QStringLiteral("3"), QStringLiteral("--jobs"), QStringLiteral("40"),
+                              QStringLiteral("--seed"), QStringLiteral("7")});
     QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
 
     connect(&FM, &__FM::signalLogUI, this, [this](int level, int, const QString& text, const QString&) {
@@ -159,14 +163,16 @@ void tst_console::sameSeedSameFiles()
     QStringList rel = {QStringLiteral("sub/cfg_global/clientgroups.ini"),
                        QStringLiteral("sub/cfg_global/users7.dat"), QStringLiteral("sub/version.info"),
                        QStringLiteral("sub/SplashScreen.png")};
-    for (const QString& f : databaseFiles(RootB)) rel.append(QDir(RootB).relativeFilePath(f));
+    for (const QString& f : databaseFiles(RootB))
+        rel.append(QDir(RootB).relativeFilePath(f));
     QCOMPARE(databaseFiles(RootA).size(), databaseFiles(RootB).size());
     for (const QString& r : rel) {
         const QByteArray a = readAll(RootA + QLatin1Char('/') + r);
         QVERIFY2(!a.isEmpty(), qPrintable(r));
         QVERIFY2(a == readAll(RootB + QLatin1Char('/') + r), qPrintable(r));
         if (r.contains(QLatin1String("history_db")))
-            QCOMPARE(QFileInfo(RootA + QLatin1Char('/') + r).lastModified(), QFileInfo(RootB + QLatin1Char('/') + r).lastModified());
+            QCOMPARE(QFileInfo(RootA + QLatin1Char('/') + r).lastModified(),
+                     QFileInfo(RootB + QLatin1Char('/') + r).lastModified());
     }
 }
 
@@ -223,10 +229,12 @@ void tst_console::framesOfAllLayouts()
 {
     QSet<int> sizes;
     for (const QString& f : databaseFiles(RootB))
-        for (const auto& k : frameKinds(f)) sizes.insert(k.second);
+        for (const auto& k : frameKinds(f))
+            sizes.insert(k.second);
     QCOMPARE(sizes, (QSet<int>{30188, 39516, 46908, 37980}));
     int old = 0;
-    for (const fmDemoProjectReport& p : ReportB.Projects) old += p.OldFrames;
+    for (const fmDemoProjectReport& p : ReportB.Projects)
+        old += p.OldFrames;
     QVERIFY(old > 0);
 }
 
@@ -240,8 +248,10 @@ void tst_console::logsAndErrorsOfEveryKind()
         QVERIFY(list->LoadFileJobs(f));
         for (int q = 0; q < list->JobCount; ++q) {
             const fmJ::_jobsHistoryDB_Runtime* job = list->GetJobByQueueID(q);
-            for (int l = 0; l < job->logCountClamped(); ++l) messages.insert(job->Log[l].Message);
-            for (int e = 0; e < job->errorCountClamped(); ++e) errors.insert(job->Errors[e].Code);
+            for (int l = 0; l < job->logCountClamped(); ++l)
+                messages.insert(job->Log[l].Message);
+            for (int e = 0; e < job->errorCountClamped(); ++e)
+                errors.insert(job->Errors[e].Code);
         }
     }
     for (int m = 1; m < 64; ++m) {
@@ -281,8 +291,8 @@ void tst_console::splashIsValidPng()
     QCOMPARE(pos, png.size());
     uLongf size = uLongf((w * 3 + 1) * h);
     QByteArray raw(qsizetype(size), '\0');
-    QCOMPARE(uncompress(reinterpret_cast<Bytef*>(raw.data()), &size, reinterpret_cast<const Bytef*>(idat.constData()),
-                        uLong(idat.size())),
+    QCOMPARE(uncompress(reinterpret_cast<Bytef*>(raw.data()), &size,
+                        reinterpret_cast<const Bytef*>(idat.constData()), uLong(idat.size())),
              Z_OK);
     QCOMPARE(qsizetype(size), qsizetype((w * 3 + 1) * h));
 }
@@ -299,40 +309,55 @@ void tst_console::arguments_data()
     QTest::newRow("help of no command") << QStringList{QStringLiteral("help"), QStringLiteral("nope")} << 2
                                         << QStringLiteral("Unknown command 'nope'");
     QTest::newRow("nothing") << QStringList{} << 2 << QStringLiteral("No command given");
-    QTest::newRow("unknown command") << QStringList{QStringLiteral("frobnicate")} << 2 << QStringLiteral("Unknown command 'frobnicate'");
-    QTest::newRow("unknown option") << QStringList{QStringLiteral("projects"), QStringLiteral("--frobnicate")} << 2
-                                    << QStringLiteral("Unknown option '--frobnicate'");
-    QTest::newRow("export without output") << QStringList{QStringLiteral("export"), QStringLiteral("--all")} << 2
-                                           << QStringLiteral("-o FILE");
+    QTest::newRow("unknown command") << QStringList{QStringLiteral("frobnicate")} << 2
+                                     << QStringLiteral("Unknown command 'frobnicate'");
+    QTest::newRow("unknown option") << QStringList{QStringLiteral("projects"), QStringLiteral("--frobnicate")}
+                                    << 2 << QStringLiteral("Unknown option '--frobnicate'");
+    QTest::newRow("export without output")
+        << QStringList{QStringLiteral("export"), QStringLiteral("--all")} << 2 << QStringLiteral("-o FILE");
     QTest::newRow("export all and project")
-        << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--project"), QStringLiteral("x"),
-                       QStringLiteral("-o"), QStringLiteral("x.csv")}
+        << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--project"),
+                       QStringLiteral("x"),      QStringLiteral("-o"),    QStringLiteral("x.csv")}
         << 2 << QStringLiteral("either --project NAME or --all");
-    QTest::newRow("demo-root without folder") << QStringList{QStringLiteral("demo-root")} << 2 << QStringLiteral("exactly one folder");
-    QTest::newRow("demo-root jobs 0") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"), QStringLiteral("--jobs"),
-                                                      QStringLiteral("0")}
+    QTest::newRow("demo-root without folder")
+        << QStringList{QStringLiteral("demo-root")} << 2 << QStringLiteral("exactly one folder");
+    QTest::newRow("demo-root jobs 0") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"),
+                                                     QStringLiteral("--jobs"), QStringLiteral("0")}
                                       << 2 << QStringLiteral("--jobs needs a number from 1 to 15000");
-    QTest::newRow("demo-root in a _debug folder") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x_debug")} << 1
-                                                  << QStringLiteral("can't be a farm root");
-    QTest::newRow("no root") << QStringList{QStringLiteral("projects")} << 100 << QStringLiteral("Unable to get FM Root path");
-    QTest::newRow("root not a farm") << QStringList{QStringLiteral("-fmRoot"), QStringLiteral("/nonexistent/farm"),
-                                                     QStringLiteral("projects")}
+    QTest::newRow("demo-root in a _debug folder")
+        << QStringList{QStringLiteral("demo-root"), QStringLiteral("x_debug")} << 1
+        << QStringLiteral("can't be a farm root");
+    QTest::newRow("no root") << QStringList{QStringLiteral("projects")} << 100
+                             << QStringLiteral("Unable to get FM Root path");
+    QTest::newRow("root not a farm") << QStringList{QStringLiteral("-fmRoot"),
+                                                    QStringLiteral("/nonexistent/farm"),
+                                                    QStringLiteral("projects")}
                                      << 100 << QStringLiteral("Unable to get FM Root path");
-    QTest::newRow("root first") << QStringList{QStringLiteral("-fmRoot"), root, QStringLiteral("projects")} << 0
-                                << QStringLiteral("Aurora_Documentary");
-    QTest::newRow("root between") << QStringList{QStringLiteral("projects"), QStringLiteral("-fmRoot"), root, QStringLiteral("--exact")}
+    QTest::newRow("root first") << QStringList{QStringLiteral("-fmRoot"), root, QStringLiteral("projects")}
+                                << 0 << QStringLiteral("Aurora_Documentary");
+    QTest::newRow("root between") << QStringList{QStringLiteral("projects"), QStringLiteral("-fmRoot"), root,
+                                                 QStringLiteral("--exact")}
                                   << 0 << QStringLiteral("     40   Aurora_Documentary");
-    QTest::newRow("unknown project") << QStringList{QStringLiteral("export"), QStringLiteral("--project"), QStringLiteral("Nope"),
-                                                     QStringLiteral("-o"), QStringLiteral("x.csv"), QStringLiteral("-fmRoot"), root}
+    QTest::newRow("unknown project") << QStringList{QStringLiteral("export"),
+                                                    QStringLiteral("--project"),
+                                                    QStringLiteral("Nope"),
+                                                    QStringLiteral("-o"),
+                                                    QStringLiteral("x.csv"),
+                                                    QStringLiteral("-fmRoot"),
+                                                    root}
                                      << 2 << QStringLiteral("Unknown project 'Nope'");
-    QTest::newRow("export unwritable") << QStringList{QStringLiteral("-fmRoot"), root, QStringLiteral("export"), QStringLiteral("--all"),
-                                                       QStringLiteral("-o"), QStringLiteral("/nonexistent/dir/all.csv")}
-                                       << 1 << QStringLiteral("Unable to save all jobs");
-    QTest::newRow("export to a full disk") << QStringList{"-fmRoot", root, "export", "--all", "-o", "/dev/full"} << 1
-                                           << QStringLiteral("Unable to save all jobs");
+    QTest::newRow("export unwritable")
+        << QStringList{QStringLiteral("-fmRoot"), root,
+                       QStringLiteral("export"),  QStringLiteral("--all"),
+                       QStringLiteral("-o"),      QStringLiteral("/nonexistent/dir/all.csv")}
+        << 1 << QStringLiteral("Unable to save all jobs");
+    QTest::newRow("export to a full disk")
+        << QStringList{"-fmRoot", root, "export", "--all", "-o", "/dev/full"} << 1
+        << QStringLiteral("Unable to save all jobs");
     QTest::newRow("jobs without project") << QStringList{"jobs"} << 2 << QStringLiteral("needs --project");
-    QTest::newRow("delete of no job") << QStringList{"-fmRoot", root, "delete", "--project", "Copperline_Series", "12345"}
-                                      << 2 << QStringLiteral("No job '12345'");
+    QTest::newRow("delete of no job")
+        << QStringList{"-fmRoot", root, "delete", "--project", "Copperline_Series", "12345"} << 2
+        << QStringLiteral("No job '12345'");
     QTest::newRow("delete with a filter") << QStringList{"delete", "--project", "P", "--user", "u", "1"} << 2
                                           << QStringLiteral("does not take --user");
 }
@@ -368,17 +393,20 @@ void tst_console::helpPages()
 {
     QFETCH(QString, command);
     const Run overview = runConsole({QStringLiteral("--help")});
-    QVERIFY2(overview.Out.contains(QStringLiteral("\n   ") + command + QLatin1Char(' ')), qPrintable(overview.Out));
+    QVERIFY2(overview.Out.contains(QStringLiteral("\n   ") + command + QLatin1Char(' ')),
+             qPrintable(overview.Out));
     const Run page = runConsole({QStringLiteral("help"), command});
     QCOMPARE(page.Code, 0);
-    for (const char* section : {"NAME\n", "SYNOPSIS\n", "DESCRIPTION\n", "OPTIONS\n", "EXIT STATUS\n", "EXAMPLE\n"})
+    for (const char* section :
+         {"NAME\n", "SYNOPSIS\n", "DESCRIPTION\n", "OPTIONS\n", "EXIT STATUS\n", "EXAMPLE\n"})
         QVERIFY2(page.Out.contains(QLatin1String(section)), section);
     const Run options = runConsole({QStringLiteral("help"), QStringLiteral("--options"), command});
     QCOMPARE(options.Code, 0);
     // Each option heads a line of its own: "    --name VALUE" or "    -o, --name VALUE".
     for (const QString& option : options.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        const QRegularExpression head(QStringLiteral("^    (-\\w, )?%1( |$)").arg(QRegularExpression::escape(option)),
-                                      QRegularExpression::MultilineOption);
+        const QRegularExpression head(
+            QStringLiteral("^    (-\\w, )?%1( |$)").arg(QRegularExpression::escape(option)),
+            QRegularExpression::MultilineOption);
         QVERIFY2(head.match(page.Out).hasMatch(), qPrintable(option));
     }
 }
@@ -386,13 +414,15 @@ void tst_console::helpPages()
 // Catches a demo root that the start-up warns about: configuration, clients, groups, users.
 void tst_console::startupPassesWithoutWarnings()
 {
-    const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("projects")});
+    const Run r = runConsole(
+        {QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("projects")});
     QCOMPARE(r.Code, 0);
     QVERIFY2(r.Out.contains(QLatin1String("init done")), qPrintable(r.Out));
     QVERIFY2(r.Out.contains(QLatin1String("users7.dat   loaded")), qPrintable(r.Out));
     QVERIFY2(r.Out.contains(QLatin1String("clientgroups.ini   loaded")), qPrintable(r.Out));
     for (const QString& line : r.Out.split(QLatin1Char('\n')))
-        QVERIFY2(!line.contains(QLatin1String(" ERR ")) && !line.contains(QLatin1String(" WRN ")) && !line.contains(QLatin1String("CRF")),
+        QVERIFY2(!line.contains(QLatin1String(" ERR ")) && !line.contains(QLatin1String(" WRN ")) &&
+                     !line.contains(QLatin1String("CRF")),
                  qPrintable(line));
 }
 
@@ -402,7 +432,8 @@ void tst_console::projectsText()
     auto table = std::make_unique<fmProjectTable>(FM);
     table->loadProjectList(RootA + QStringLiteral("/sub/history_db/"));
     QStringList expected;
-    for (int i = 0; i < table->nrOfProjects; ++i) expected.append(fmProjectTable::comboText(table->projects[size_t(i)]));
+    for (int i = 0; i < table->nrOfProjects; ++i)
+        expected.append(fmProjectTable::comboText(table->projects[size_t(i)]));
     const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("projects")});
     QCOMPARE(r.Code, 0);
     QCOMPARE(r.Out, expected.join(QLatin1Char('\n')) + QLatin1Char('\n'));
@@ -412,8 +443,9 @@ void tst_console::projectsText()
 // Catches JSON that is not parseable, mixed with log lines, or off from the files on disk.
 void tst_console::projectsJson()
 {
-    const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("projects"),
-                              QStringLiteral("--json"), QStringLiteral("--exact")});
+    const Run r =
+        runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("projects"),
+                    QStringLiteral("--json"), QStringLiteral("--exact")});
     QCOMPARE(r.Code, 0);
     QJsonParseError error;
     const QJsonDocument doc = QJsonDocument::fromJson(r.Out.toUtf8(), &error);
@@ -431,7 +463,8 @@ void tst_console::projectsJson()
             const QFileInfo info(f[QStringLiteral("path")].toString());
             QVERIFY(info.isFile());
             QCOMPARE(qint64(f[QStringLiteral("size")].toDouble()), info.size());
-            QCOMPARE(QDateTime::fromString(f[QStringLiteral("time")].toString(), Qt::ISODate), info.lastModified());
+            QCOMPARE(QDateTime::fromString(f[QStringLiteral("time")].toString(), Qt::ISODate),
+                     info.lastModified());
         }
         QVERIFY(p[QStringLiteral("first")].toString() <= p[QStringLiteral("last")].toString());
     }
@@ -441,7 +474,8 @@ void tst_console::projectsJson()
 void tst_console::exportAllMatchesWindowExport()
 {
     const QString out = Tmp.filePath(QStringLiteral("all.csv"));
-    const Run r = runConsole({QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("-o"), out, QStringLiteral("-fmRoot"), RootA});
+    const Run r = runConsole({QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("-o"), out,
+                              QStringLiteral("-fmRoot"), RootA});
     QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
 
     // The same walk in this process, on the root made here with the same seed.
@@ -457,13 +491,15 @@ void tst_console::exportAllMatchesWindowExport()
     const QByteArray bytes = readAll(out);
     QCOMPARE(bytes, readAll(mine));
     // "-o -": the same bytes on standard output, with the log lines kept off it.
-    const Run piped = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("export"),
-                                  QStringLiteral("--all"), QStringLiteral("-o"), QStringLiteral("-")});
+    const Run piped =
+        runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("export"),
+                    QStringLiteral("--all"), QStringLiteral("-o"), QStringLiteral("-")});
     QCOMPARE(piped.Code, 0);
     QVERIFY(piped.Out.toUtf8() == bytes);
     QVERIFY(piped.Err.contains(QLatin1String("init done")));
     const QList<QByteArray> lines = bytes.split('\n');
-    QCOMPARE(lines.size(), ReportB.totalJobs() + 2); // header, jobs, and the empty rest behind the last "\r\n"
+    QCOMPARE(lines.size(),
+             ReportB.totalJobs() + 2); // header, jobs, and the empty rest behind the last "\r\n"
     QVERIFY(lines.first().startsWith("SceneName;"));
     QCOMPARE(bytes.count("SceneName;SceneDatabaseDir;"), 1);
     const int columns = int(lines.first().count(';'));
@@ -478,8 +514,8 @@ void tst_console::exportOneProject()
 {
     const QString out = Tmp.filePath(QStringLiteral("one.csv"));
     const fmDemoProjectReport& p = ReportB.Projects[1];
-    const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("export"), QStringLiteral("--project"),
-                              p.Name.toUpper(), QStringLiteral("-o"), out});
+    const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("export"),
+                              QStringLiteral("--project"), p.Name.toUpper(), QStringLiteral("-o"), out});
     QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
     const QByteArray bytes = readAll(out);
     QCOMPARE(int(bytes.count("\r\n")), p.Jobs + 1);
@@ -493,11 +529,13 @@ void tst_console::checkDatabases_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("intact") << QString() << 0 << QStringLiteral("0 frames failed");
     QTest::newRow("one frame's data") << QStringLiteral("data") << 1 << QStringLiteral("1 frame failed");
-    QTest::newRow("one frame's size") << QStringLiteral("size") << 1 << QStringLiteral("Data size does not match");
+    QTest::newRow("one frame's size")
+        << QStringLiteral("size") << 1 << QStringLiteral("Data size does not match");
     QTest::newRow("cut inside a frame") << QStringLiteral("cut") << 1 << QStringLiteral("could not be read");
     QTest::newRow("bad magic") << QStringLiteral("magic") << 1 << QStringLiteral("jobs.db format error");
     QTest::newRow("63 bytes") << QStringLiteral("short") << 1 << QStringLiteral("Wrong file size");
-    QTest::newRow("empty") << QStringLiteral("empty") << 0 << QStringLiteral("0 jobs loaded, 0 frames failed");
+    QTest::newRow("empty") << QStringLiteral("empty") << 0
+                           << QStringLiteral("0 jobs loaded, 0 frames failed");
     QTest::newRow("missing") << QStringLiteral("missing") << 1 << QStringLiteral("not found");
     QTest::newRow("unknown identifier") << QStringLiteral("id") << 1 << QStringLiteral("1 frame skipped");
 }
@@ -520,7 +558,8 @@ void tst_console::checkDatabases()
         QVERIFY(frames.size() >= 3);
         const qsizetype second = frames[1];
         if (damage == QLatin1String("data")) {
-            for (int k = 0; k < 8; ++k) b[second + 64 + 40 + k] = char(b[second + 64 + 40 + k] ^ 0x5A);
+            for (int k = 0; k < 8; ++k)
+                b[second + 64 + 40 + k] = char(b[second + 64 + 40 + k] ^ 0x5A);
         } else if (damage == QLatin1String("size")) {
             qToLittleEndian<quint32>(12345, reinterpret_cast<uchar*>(b.data()) + second + 56);
         } else if (damage == QLatin1String("cut")) {
@@ -554,7 +593,8 @@ void tst_console::checkDatabases()
                                     .arg(ReportB.totalJobs())),
                  qPrintable(r.Out));
     }
-    if (damage == QLatin1String("data")) QVERIFY2(r.Out.contains(QLatin1String("Error decompressing job #2")), qPrintable(r.Out));
+    if (damage == QLatin1String("data"))
+        QVERIFY2(r.Out.contains(QLatin1String("Error decompressing job #2")), qPrintable(r.Out));
 }
 
 // Catches saves that undo each other: two processes delete a different job of one project at
@@ -594,11 +634,16 @@ void tst_console::submitterRecordsArguments()
     const QString script = RootA + QStringLiteral("/bin/lx/fmSubmitter");
     QVERIFY(QFileInfo(script).isExecutable());
     QVERIFY(QFileInfo(RootA + QStringLiteral("/bin/lx/fmHistorydbconsole")).isExecutable());
-    QCOMPARE(QProcess::execute(script, {QStringLiteral("-scene"), QStringLiteral("/mnt/my scene.ma"), QString()}), 0);
-    const QStringList lines = QString::fromUtf8(readAll(RootA + QStringLiteral("/sub/log/submitter_calls.txt"))).split(QLatin1Char('\n'));
+    QCOMPARE(
+        QProcess::execute(script, {QStringLiteral("-scene"), QStringLiteral("/mnt/my scene.ma"), QString()}),
+        0);
+    const QStringList lines =
+        QString::fromUtf8(readAll(RootA + QStringLiteral("/sub/log/submitter_calls.txt")))
+            .split(QLatin1Char('\n'));
     QVERIFY(lines.size() >= 5);
     QVERIFY(lines[0].startsWith(QLatin1String("---- ")));
-    QCOMPARE(lines.mid(1, 4), (QStringList{QStringLiteral("-scene"), QStringLiteral("/mnt/my scene.ma"), QString(), QString()}));
+    QCOMPARE(lines.mid(1, 4), (QStringList{QStringLiteral("-scene"), QStringLiteral("/mnt/my scene.ma"),
+                                           QString(), QString()}));
 }
 
 QTEST_GUILESS_MAIN(tst_console)

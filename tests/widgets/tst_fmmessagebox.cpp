@@ -30,7 +30,10 @@ void onNextDialog(std::function<void(QDialog*)> act)
     timer->start();
 }
 
-fmMessageBox* asBox(QDialog* d) { return qobject_cast<fmMessageBox*>(d); }
+fmMessageBox* asBox(QDialog* d)
+{
+    return qobject_cast<fmMessageBox*>(d);
+}
 
 } // namespace
 
@@ -77,10 +80,14 @@ void tst_fmmessagebox::answers()
         QVERIFY(box);
         sawCancelButton = box->ButtonCancel != nullptr;
         if (withFlag) QVERIFY(cancelled); // "no answer" until one is given
-        if (press == "1") box->Button1->click();
-        else if (press == "2") box->Button2->click();
-        else if (press == "cancel") box->ButtonCancel->click();
-        else box->reject();
+        if (press == "1")
+            box->Button1->click();
+        else if (press == "2")
+            box->Button2->click();
+        else if (press == "cancel")
+            box->ButtonCancel->click();
+        else
+            box->reject();
     });
     const bool r = fmMessageBox::Question(nullptr, QStringLiteral("Save?"), QStringLiteral("Yes"), 0,
                                           QStringLiteral("No"), withFlag ? &cancelled : nullptr);
@@ -95,8 +102,8 @@ void tst_fmmessagebox::countDownIsFirstAnswer()
     QString shown;
     onNextDialog([&](QDialog* d) { shown = asBox(d)->Button1->text(); });
     bool cancelled = false;
-    QVERIFY(fmMessageBox::Warning(nullptr, QStringLiteral("Wait"), QStringLiteral("Ok"), 2, QStringLiteral("Stop"),
-                                  &cancelled));
+    QVERIFY(fmMessageBox::Warning(nullptr, QStringLiteral("Wait"), QStringLiteral("Ok"), 2,
+                                  QStringLiteral("Stop"), &cancelled));
     QCOMPARE(shown, QStringLiteral("Ok  (2)"));
     QVERIFY(cancelled); // no answer was given
 }
@@ -108,9 +115,18 @@ void tst_fmmessagebox::shortcuts_data()
     QTest::addColumn<QString>("b2");
     QTest::addColumn<QString>("key1");
     QTest::addColumn<QString>("key2");
-    QTest::newRow("yes no") << "Yes" << "No" << "y" << "n";
-    QTest::newRow("ampersand") << "&Retry" << "Abort" << "r" << "a";
-    QTest::newRow("same letter") << "Save" << "skip" << "" << "";
+    QTest::newRow("yes no") << "Yes"
+                            << "No"
+                            << "y"
+                            << "n";
+    QTest::newRow("ampersand") << "&Retry"
+                               << "Abort"
+                               << "r"
+                               << "a";
+    QTest::newRow("same letter") << "Save"
+                                 << "skip"
+                                 << ""
+                                 << "";
 }
 
 void tst_fmmessagebox::shortcuts()
@@ -119,7 +135,8 @@ void tst_fmmessagebox::shortcuts()
     QFETCH(QString, b2);
     QFETCH(QString, key1);
     QFETCH(QString, key2);
-    fmMessageBox box(nullptr, QMessageBox::Question, QStringLiteral("?"), b1, 0, b2, nullptr, false, true, false);
+    fmMessageBox box(nullptr, QMessageBox::Question, QStringLiteral("?"), b1, 0, b2, nullptr, false, true,
+                     false);
     QCOMPARE(box.Shortcut1 ? box.Shortcut1->shortcut().toString() : QString(), key1.toUpper());
     QCOMPARE(box.Shortcut2 ? box.Shortcut2->shortcut().toString() : QString(), key2.toUpper());
     if (box.Shortcut2) {
@@ -135,8 +152,8 @@ void tst_fmmessagebox::shortcuts()
 // Ctrl+C copies the text with its trailing line break.
 void tst_fmmessagebox::copyText()
 {
-    fmMessageBox box(nullptr, QMessageBox::Warning, QStringLiteral("Disk full"), QStringLiteral("Ok"), 0, QString(),
-                     nullptr, false, true, false);
+    fmMessageBox box(nullptr, QMessageBox::Warning, QStringLiteral("Disk full"), QStringLiteral("Ok"), 0,
+                     QString(), nullptr, false, true, false);
     QApplication::clipboard()->clear();
     box.CopyAction->trigger();
     QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("Disk full\n"));
