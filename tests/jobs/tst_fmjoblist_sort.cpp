@@ -155,7 +155,6 @@ private slots:
     void sortUnordered_data();
     void sortUnordered();
     // Catches SetSortID not telling whether anything changed.
-    void setSortIDReportsChange();
     // Catches the case rules of the filters and the invert flag.
     void filter_data();
     void filter();
@@ -229,17 +228,6 @@ void tst_fmjoblist_sort::sortUnordered()
     QCOMPARE(v.size(), 200);
     std::sort(v.begin(), v.end());
     for (int i = 0; i < 200; ++i) QCOMPARE(v[i], i);
-}
-
-void tst_fmjoblist_sort::setSortIDReportsChange()
-{
-    _JobList l(FM, nullptr);
-    QCOMPARE(l.SortID, 0);
-    QCOMPARE(l.SortOrder, 1);
-    QVERIFY(!l.SetSortID(0, Qt::DescendingOrder));
-    QVERIFY(l.SetSortID(1, Qt::DescendingOrder));
-    QVERIFY(!l.SetSortID(1, Qt::DescendingOrder));
-    QVERIFY(l.SetSortID(1, Qt::AscendingOrder));
 }
 
 void tst_fmjoblist_sort::filter_data()
