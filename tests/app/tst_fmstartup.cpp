@@ -85,8 +85,6 @@ void tst_fmstartup::commandLine_data()
     QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true << 60;
     QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true << 60;
     QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true << 60;
-    QTest::newRow("debugNetwork") << QStringList{"-debugNetwork"} << QList<int>{12} << QList<int>{10} << true << 60;
-    QTest::newRow("debugThreads") << QStringList{"-debugThreads"} << QList<int>{15} << QList<int>{10} << true << 60;
     QTest::newRow("useLogfile is not enough") << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true
                                               << 60;
     QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
