@@ -43,7 +43,6 @@ private slots:
     void oldListKeys();
     void dropSchedules();
     void loadKeepsStatus();
-    void loadOnlyWhenNewer();
     void nemoNeverWritten();
     void singleSaveAndLoad();
     void missingFile();
@@ -335,19 +334,6 @@ void tst_fmClientFiles::loadKeepsStatus()
     QCOMPARE(k.ListNo, 4);
     QCOMPARE(int(k.CfgValue[0]), 20);
     QVERIFY(list().findClient(fmString<25>("fresh"), 0) >= 0);
-}
-
-// Catches a load that reads an unchanged file again without force.
-void tst_fmClientFiles::loadOnlyWhenNewer()
-{
-    writeText(clientsIni(), "[a]\nlistNo=1\n");
-    QVERIFY(FM.LoadFileClientsAll(false, QString()));
-    QCOMPARE(list().count(), 1);
-    list().clear();
-    QVERIFY(FM.LoadFileClientsAll(false, QString()));
-    QCOMPARE(list().count(), 0);
-    QVERIFY(FM.LoadFileClientsAll(true, QString()));
-    QCOMPARE(list().count(), 1);
 }
 
 // Catches the reserved name written by a single save in any case of letters, and a save of it

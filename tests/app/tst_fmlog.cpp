@@ -78,8 +78,6 @@ void tst_fmlog::format_data()
                              << "  WRN careful";
     QTest::newRow("warning with place") << 2 << 16 << true << "careful"
                                         << "  WRN careful;;   (W,here)";
-    QTest::newRow("info with place") << 3 << 16 << true << "x"
-                                     << "      x;;   (W,here)";
     QTest::newRow("error") << 1 << 16 << false << "bad"
                            << "  ERR bad;;   (W,here)" + stack;
     QTest::newRow("critical") << 0 << 16 << false << "boom"

@@ -57,8 +57,6 @@ void tst_fmpaths::validRoot_data()
                                   << "farm" << true;
     QTest::newRow("client console") << "bin/lx/fmClientconsole"
                                     << "farm" << true;
-    QTest::newRow("server console") << "bin/lx/fmServerconsole"
-                                    << "farm" << true;
     QTest::newRow("mac console is not ours") << "bin/mac/fmClientconsole"
                                              << "farm" << false;
     QTest::newRow("nothing") << ""

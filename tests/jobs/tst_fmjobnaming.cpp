@@ -30,8 +30,6 @@ private slots:
         QTest::addColumn<QString>("shown");
         QTest::newRow("scenes folder") << "/proj/Scenes/shot.ma"
                                        << "/    proj/    shot";
-        QTest::newRow("two levels") << "/a/b/c/d/file.mb"
-                                    << ".../    d/    file";
         QTest::newRow("drive") << "D:/job/RENDER_PICTURES/x.c4d"
                                << ".../    job/    x";
         QTest::newRow("short dot") << "ab.c"
@@ -63,8 +61,6 @@ private slots:
                                << "/mnt";
         QTest::newRow("second two") << "/mnt/proj/shots/a.ma" << 2 << 2 << "proj_shots"
                                     << "/mnt/proj/shots";
-        QTest::newRow("drive") << "X:/proj/shots/a.ma" << 1 << 1 << "proj"
-                               << "X:/proj";
         QTest::newRow("server") << "//srv/share/x/y" << 2 << 1 << "share"
                                 << "//srv/share";
         QTest::newRow("short") << "/ab" << 3 << 1 << "/ab"
@@ -96,11 +92,6 @@ private slots:
                                 << "/out/"
                                 << "frame"
                                 << ".exr" << 4 << false;
-        QTest::newRow("printf bare") << "/out/"
-                                     << "f%d.png"
-                                     << "/out/"
-                                     << "f"
-                                     << ".png" << 1 << false;
         QTest::newRow("hash") << "/out/"
                               << "beauty.####.tif"
                               << "/out/"

@@ -35,30 +35,18 @@ private slots:
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("shortText");
         QTest::addColumn<QString>("longText");
-        QTest::newRow("0") << 0 << "First Check"
-                           << "First Check";
         QTest::newRow("39") << 39 << "First Check"
                             << "First Check";
         QTest::newRow("40") << 40 << "Wait for jobs"
                             << "Wait for 0 jobs";
-        QTest::newRow("60") << 60 << "Pre Render"
-                            << "Script (PreRender)";
-        QTest::newRow("80") << 80 << "Preview"
-                            << "Preview";
-        QTest::newRow("90") << 90 << "Script Preview"
-                            << "Script (Preview)";
         QTest::newRow("100") << 100 << "Approval Wait"
                              << "Approval Wait";
         QTest::newRow("119") << 119 << "Approval Wait"
                              << "Approval Wait";
         QTest::newRow("120") << 120 << "Render"
                              << "Render";
-        QTest::newRow("140") << 140 << "Script Post Render"
-                             << "Script (PostRender)";
         QTest::newRow("160") << 160 << "Approval Wait"
                              << "Approval Wait";
-        QTest::newRow("180") << 180 << "Script Finished"
-                             << "Script (Finish)";
         QTest::newRow("199") << 199 << "Script Finished"
                              << "Script (Finish)";
         QTest::newRow("200") << 200 << "Finished"
@@ -83,13 +71,10 @@ private slots:
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("text");
         QTest::newRow("0") << 0 << "";
-        QTest::newRow("1") << 1 << "crashed";
         QTest::newRow("3") << 3 << "No drive space left";
         QTest::newRow("11") << 11 << "No drive space left";
-        QTest::newRow("13") << 13 << "No render license (licenses tempor. reduced)";
         QTest::newRow("20 cut") << 20 << "Client got job multiple times, but no render time m";
         QTest::newRow("21") << 21 << "Unknown error 21";
-        QTest::newRow("23") << 23 << "Aborted because max render time reached!";
         QTest::newRow("-5") << -5 << "Unknown error -5";
     }
     void errorTexts()
@@ -112,24 +97,18 @@ private slots:
         QTest::newRow("0") << 0 << 0 << 0 << 0 << "";
         QTest::newRow("2") << 2 << 0 << 0 << 0 << "Enable";
         QTest::newRow("12 unknown") << 12 << 0 << 0 << 0 << "Unknown command 12";
-        QTest::newRow("64") << 64 << 0 << 0 << 0 << "Unknown command 64";
         QTest::newRow("-3") << -3 << 0 << 0 << 0 << "Unknown command -3";
         QTest::newRow("1 count") << 1 << 4 << 9 << 1 << "Aborted 4 reserved clients (max required: 9)";
-        QTest::newRow("13 plain") << 13 << 0 << 0 << 0 << "Change Client Assignment";
         QTest::newRow("13 de") << 13 << 0 << 5 << 3 << "De-assigned 3 clients";
         QTest::newRow("13 as") << 13 << 7 << 5 << 0 << "Assigned 7 clients";
         QTest::newRow("13 both") << 13 << 7 << 5 << 3 << "Assigned 7, De-assigned 3 clients";
         QTest::newRow("14 raw") << 14 << 10 << 20 << 1 << "Successful  10-20";
         QTest::newRow("14 three") << 14 << 10 << 20 << 4 << "Successful  10-20,4";
-        QTest::newRow("15") << 15 << 1 << 2 << 0 << "Aborted      1-2";
         QTest::newRow("18") << 18 << 12 << 0 << 1 << "12 (placeholder) frames deleted";
         QTest::newRow("18 all") << 18 << 9999 << 0 << 1 << "all frames deleted";
-        QTest::newRow("20") << 20 << 3 << 8 << 1 << "Sequence Divide adjusted 3 8";
         QTest::newRow("34") << 34 << 5 << 6 << 7 << "Low SysMemory, Aborted 5-6,7";
         QTest::newRow("40 count") << 40 << 6 << 0 << 1 << "Abort other low-prio jobs (6 clients)";
-        QTest::newRow("41") << 41 << 33 << 0 << 0 << "rendered 33s only, Seq. Div. to low?";
         QTest::newRow("57") << 57 << 11 << 2 << 3 << "Revert 2+3 frame assignments, frame #11";
-        QTest::newRow("58") << 58 << 11 << 2 << 3 << "Return frame assignments (2+3), frame #11";
         QTest::newRow("61") << 61 << 1 << 9 << 2 << "Aborted (Client Disabled) 1-9,2";
     }
     void logTexts()

@@ -518,7 +518,6 @@ void tst_jobhistory::ghzHours_data()
     QTest::newRow("speed 2 per core") << 0.0f << 3600LL << 11 << 4 << 2.0f << 6;
     QTest::newRow("too few frames") << 0.0f << 3600LL << 10 << 4 << 0.0f << 6;
     QTest::newRow("no cores") << 0.0f << 3600LL << 50 << 0 << 0.0f << 6;
-    QTest::newRow("no PS") << 0.0f << 0LL << 50 << 4 << 0.0f << 6;
     QTest::newRow("negative PS") << 0.0f << -5LL << 50 << 4 << 0.0f << 6;
     QTest::newRow("stored kept") << 5.0f << 3600LL << 50 << 4 << 5.0f << 0;
     QTest::newRow("negative stored recomputed") << -1.0f << 7200LL << 50 << 4 << 4.0f << 6;

@@ -13,7 +13,6 @@ class tst_jobrecords : public QObject
 {
     Q_OBJECT
 private slots:
-    void constructedDefaults();
     void clearBasicsKeepsHeader();
     void clearSaveRepairs_data();
     void clearSaveRepairs();
@@ -34,45 +33,6 @@ private slots:
     void commandSend();
     void settingsSend();
 };
-
-// Wrong defaults or a clear that misses a layer would give every new job wrong settings.
-void tst_jobrecords::constructedDefaults()
-{
-    auto job = std::make_unique<_JobSend>();
-    const uint8_t* b = reinterpret_cast<const uint8_t*>(job.get());
-    QCOMPARE(readAt<uint16_t>(b, 0), uint16_t(0x0403));
-    QCOMPARE(readAt<uint16_t>(b, 2), uint16_t(3));
-    QCOMPARE(readAt<uint16_t>(b, 4), uint16_t(0x0506));
-    QCOMPARE(readAt<uint16_t>(b, 6), uint16_t(7));
-    QCOMPARE(readAt<uint16_t>(b, 8), uint16_t(0x0606));
-    QCOMPARE(readAt<uint16_t>(b, 10), uint16_t(6));
-    QCOMPARE(readAt<uint16_t>(b, 12), uint16_t(0x0705));
-    QCOMPARE(readAt<uint16_t>(b, 14), uint16_t(5));
-    QCOMPARE(int(job->PathOS), int(fmThisOS));
-    QCOMPARE(int(job->ImageFramePadding), 4);
-    QCOMPARE(double(job->SeqStep), 1.0);
-    QCOMPARE(job->UserName.toQString(), QStringLiteral("none"));
-    QCOMPARE(job->JobFilesFolder.toQString(), QStringLiteral("none"));
-    QCOMPARE(job->CustomSeQName.toQString(), QStringLiteral("<auto>"));
-    QCOMPARE(job->CustomVersionName.toQString(), QStringLiteral("<auto>"));
-    QCOMPARE(int(job->PreviewEnabled), 1);
-    QCOMPARE(int(job->SeqDivMIN), 10);
-    QCOMPARE(int(job->SeqDivMAX), 25);
-    QCOMPARE(int(job->MaxClientsAtATime), 750);
-    QCOMPARE(int(job->Priority), 50);
-    QCOMPARE(int(job->NumberPreview), 5);
-    QCOMPARE(int(job->MaxCrashes), 30);
-    QCOMPARE(int64_t(job->WaitForTime.t), int64_t(job->DateSend.t) - 4320000);
-    QVERIFY(job->DateSend.t > 0);
-    QCOMPARE(int(job->PreviewFirstFrame), -1);
-    QCOMPARE(int(job->PreviewFrameStep), 1);
-    QCOMPARE(double(job->MeasureA), -9999.0);
-    QCOMPARE(int(job->FrameTimeSeconds), 7200);
-    QCOMPARE(int(job->FramesTotal), 1);
-    QCOMPARE(int(job->FramesLeft), 1);
-    // Every byte of the custom block and the counts start at zero.
-    for (int i = 0; i < JobCustomData_Size; ++i) QCOMPARE(int(job->CustomData[i]), 0);
-}
 
 // A clear of the basics layer must keep the 20 bytes of header and outer identifier.
 void tst_jobrecords::clearBasicsKeepsHeader()
