@@ -86,7 +86,8 @@ void tst_fmClientFiles::initTestCase()
 
 void tst_fmClientFiles::init()
 {
-    for (const QString& f : {clientsIni(), lockFile(), groupsIni(), dir.path() + QStringLiteral("/_newclientsort.cfg")})
+    for (const QString& f :
+         {clientsIni(), lockFile(), groupsIni(), dir.path() + QStringLiteral("/_newclientsort.cfg")})
         QFile::remove(f);
     list().clear();
     list().LastFileTime.t = 0;
@@ -120,16 +121,27 @@ void tst_fmClientFiles::writeText(const QString& path, const QByteArray& text)
 static QString cfgText(const _Client& c)
 {
     QString t = QStringLiteral("%1|").arg(c.ListNo);
-    for (int i = 0; i < c.CfgBoolCount; ++i) t += QString::number(c.CfgBool[i]);
-    for (int i = 0; i < c.CfgValueCount; ++i) t += QStringLiteral(",%1").arg(c.CfgValue[i]);
+    for (int i = 0; i < c.CfgBoolCount; ++i)
+        t += QString::number(c.CfgBool[i]);
+    for (int i = 0; i < c.CfgValueCount; ++i)
+        t += QStringLiteral(",%1").arg(c.CfgValue[i]);
     const _ClientHardware& h = c.Hardware;
-    t += QStringLiteral("|%1,%2,%3,%4,%5,%6,%7|").arg(h.Memory).arg(int(h.Cores)).arg(int(h.OS)).arg(int(h.Is64Bit))
-             .arg(int(h.MHz)).arg(int(h.OSVersion)).arg(double(h.Speed));
+    t += QStringLiteral("|%1,%2,%3,%4,%5,%6,%7|")
+             .arg(h.Memory)
+             .arg(int(h.Cores))
+             .arg(int(h.OS))
+             .arg(int(h.Is64Bit))
+             .arg(int(h.MHz))
+             .arg(int(h.OSVersion))
+             .arg(double(h.Speed));
     t += c.WOLMac.toQString().toLower() + QLatin1Char(',') + c.WOLIP.toQString() + QLatin1Char(',');
-    for (int i = 0; i < 6; ++i) t += QString::number(c.WOLFlags[i]);
+    for (int i = 0; i < 6; ++i)
+        t += QString::number(c.WOLFlags[i]);
     t += QLatin1Char('|') + c.Reserved.asString() + QLatin1Char('|') + c.AcceptWH.asString();
-    for (const auto& l : c.AcceptThreadJobs) t += QLatin1Char('|') + l.asString();
-    for (const auto& p : c.AbortProcess) t += QLatin1Char('|') + p.toQString();
+    for (const auto& l : c.AcceptThreadJobs)
+        t += QLatin1Char('|') + l.asString();
+    for (const auto& p : c.AbortProcess)
+        t += QLatin1Char('|') + p.toQString();
     return t + QLatin1Char('|') + c.CustomInfo.toQString();
 }
 
@@ -146,7 +158,8 @@ _Client& tst_fmClientFiles::addNamed(const QString& name)
 void tst_fmClientFiles::roundTrip750()
 {
     for (int i = 0; i < MaxClients; ++i) {
-        _Client& c = addNamed(i == 17 ? QStringLiteral("NeMo") : QStringLiteral("render%1").arg(i, 3, 10, QLatin1Char('0')));
+        _Client& c = addNamed(i == 17 ? QStringLiteral("NeMo")
+                                      : QStringLiteral("render%1").arg(i, 3, 10, QLatin1Char('0')));
         c.ListNo = MaxClients - i;
         c.CfgBool[0] = uint8_t(i & 1);
         c.CfgValue[1] = int16_t(i);
@@ -173,12 +186,14 @@ void tst_fmClientFiles::roundTrip750()
         QSettings s(clientsIni(), QSettings::IniFormat);
         const QStringList groups = s.childGroups();
         QCOMPARE(groups.size(), MaxClients - 1);
-        for (const QString& g : groups) QVERIFY(g.compare(QLatin1String("nemo"), Qt::CaseInsensitive) != 0);
+        for (const QString& g : groups)
+            QVERIFY(g.compare(QLatin1String("nemo"), Qt::CaseInsensitive) != 0);
         QCOMPARE(s.value(QStringLiteral("render001/cfgV")).toString().count(QLatin1Char(';')), 26);
         QVERIFY(!s.contains(QStringLiteral("render001/WOLSchedule")));
         QVERIFY(!s.contains(QStringLiteral("render000/acceptThreadJobsB")));
         QVERIFY(s.contains(QStringLiteral("render001/acceptThreadJobsB")));
-        QCOMPARE(s.value(QStringLiteral("render001/WOL")).toString(), QStringLiteral("001A2b3c4D5e;10.0.0.1;001000"));
+        QCOMPARE(s.value(QStringLiteral("render001/WOL")).toString(),
+                 QStringLiteral("001A2b3c4D5e;10.0.0.1;001000"));
     }
     QFile f(clientsIni());
     QVERIFY(f.open(QIODevice::ReadOnly));
@@ -186,7 +201,8 @@ void tst_fmClientFiles::roundTrip750()
     f.close();
 
     std::unique_ptr<_ClientList> saved(new _ClientList(FM));
-    for (int i = 0; i < list().count(); ++i) saved->Clients[i] = list().Clients[i];
+    for (int i = 0; i < list().count(); ++i)
+        saved->Clients[i] = list().Clients[i];
     list().clear();
     QVERIFY(FM.LoadFileClientsAll(true, QStringLiteral("test")));
     QCOMPARE(tapped.last(), QStringLiteral("clients.ini   loaded"));
@@ -209,29 +225,47 @@ void tst_fmClientFiles::readKeys_data()
     QTest::addColumn<QByteArray>("section");
     QTest::addColumn<QString>("check");
     QTest::addColumn<QString>("want");
-    QTest::newRow("cfgV stops at x") << QByteArray("cfgV=\"10;20;x;5;\"\n") << "cfgV" << "15,20,2,75,26";
-    QTest::newRow("cfgV 30 places") << QByteArray("cfgV=\"1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;7;\"\n")
-                                    << "cfgV" << "15,1,1,15,30";
-    QTest::newRow("cfgV 45 places") << QByteArray("cfgV=\"" + QByteArray("20;").repeated(45) + "\"\n") << "cfgV"
+    QTest::newRow("cfgV stops at x") << QByteArray("cfgV=\"10;20;x;5;\"\n") << "cfgV"
+                                     << "15,20,2,75,26";
+    QTest::newRow("cfgV 30 places")
+        << QByteArray("cfgV=\"1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;7;\"\n") << "cfgV"
+        << "15,1,1,15,30";
+    QTest::newRow("cfgV 45 places") << QByteArray("cfgV=\"" + QByteArray("20;").repeated(45) + "\"\n")
+                                    << "cfgV"
                                     << "20,20,10,20,40";
-    QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << "cfgV" << "15,32767,1,95,26";
-    QTest::newRow("cfgB long") << QByteArray("cfgB=") + QByteArray("10").repeated(20) + "\n" << "cfgB" << "1010,30";
-    QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << "cfgB" << "0111,18";
-    QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << "hw" << "99,1,3,1,1,106,1.5";
+    QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << "cfgV"
+                                 << "15,32767,1,95,26";
+    QTest::newRow("cfgB long") << QByteArray("cfgB=") + QByteArray("10").repeated(20) + "\n"
+                               << "cfgB"
+                               << "1010,30";
+    QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << "cfgB"
+                                << "0111,18";
+    QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << "hw"
+                               << "99,1,3,1,1,106,1.5";
     QTest::newRow("hardware negative speed") << QByteArray("Hardware=\"4096;8;2;0;2400;26;-5;\"\n") << "hw"
                                              << "4096,8,2,0,2400,26,0";
-    QTest::newRow("hardware huge") << QByteArray("Hardware=\"99999999999;999;999;7;99999999;999;1e40;\"\n") << "hw"
+    QTest::newRow("hardware huge") << QByteArray("Hardware=\"99999999999;999;999;7;99999999;999;1e40;\"\n")
+                                   << "hw"
                                    << "2147483647,255,127,1,65535,255,0";
-    QTest::newRow("no accept A") << QByteArray("listNo=3\n") << "acceptA" << "comp;archive;3d;execute";
-    QTest::newRow("accept A given") << QByteArray("acceptThreadJobsA=Nuke\n") << "acceptA" << "nuke";
-    QTest::newRow("listNo broken") << QByteArray("listNo=abc\n") << "listNo" << "0";
-    QTest::newRow("hours given") << QByteArray("WorkingHours=FFFFFF000000000000000000000000000000000001\n") << "hours"
+    QTest::newRow("no accept A") << QByteArray("listNo=3\n") << "acceptA"
+                                 << "comp;archive;3d;execute";
+    QTest::newRow("accept A given") << QByteArray("acceptThreadJobsA=Nuke\n") << "acceptA"
+                                    << "nuke";
+    QTest::newRow("listNo broken") << QByteArray("listNo=abc\n") << "listNo"
+                                   << "0";
+    QTest::newRow("hours given") << QByteArray("WorkingHours=FFFFFF000000000000000000000000000000000001\n")
+                                 << "hours"
                                  << "ffffff,0,1";
-    QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << "hours" << "f,7fe00,0";
-    QTest::newRow("hours missing") << QByteArray("listNo=12\n") << "hours" << "7fe00,7fe00,0";
-    QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << "wol" << "aaBBcc,1.2.3.4,101000";
-    QTest::newRow("info with comma") << QByteArray("customClientInfo=\"a, b\"\n") << "info" << "a, b";
-    QTest::newRow("info list") << QByteArray("customClientInfo=a, b\n") << "info" << "a,b";
+    QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << "hours"
+                                 << "f,7fe00,0";
+    QTest::newRow("hours missing") << QByteArray("listNo=12\n") << "hours"
+                                   << "7fe00,7fe00,0";
+    QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << "wol"
+                                 << "aaBBcc,1.2.3.4,101000";
+    QTest::newRow("info with comma") << QByteArray("customClientInfo=\"a, b\"\n") << "info"
+                                     << "a, b";
+    QTest::newRow("info list") << QByteArray("customClientInfo=a, b\n") << "info"
+                               << "a,b";
 }
 
 // Catches a key read with the wrong limit, default or separator. Values with ";" stand in quotes,
@@ -248,23 +282,41 @@ void tst_fmClientFiles::readKeys()
     const _Client& c = list().Clients[n];
     QString got;
     if (check == QLatin1String("cfgV"))
-        got = QStringLiteral("%1,%2,%3,%4,%5").arg(c.CfgValue[0]).arg(c.CfgValue[1]).arg(c.CfgValue[2]).arg(c.CfgValue[3])
+        got = QStringLiteral("%1,%2,%3,%4,%5")
+                  .arg(c.CfgValue[0])
+                  .arg(c.CfgValue[1])
+                  .arg(c.CfgValue[2])
+                  .arg(c.CfgValue[3])
                   .arg(c.CfgValueCount);
     else if (check == QLatin1String("cfgB"))
-        got = QStringLiteral("%1%2%3%4,%5").arg(int(c.CfgBool[0])).arg(int(c.CfgBool[1])).arg(int(c.CfgBool[2])).arg(int(c.CfgBool[3]))
+        got = QStringLiteral("%1%2%3%4,%5")
+                  .arg(int(c.CfgBool[0]))
+                  .arg(int(c.CfgBool[1]))
+                  .arg(int(c.CfgBool[2]))
+                  .arg(int(c.CfgBool[3]))
                   .arg(c.CfgBoolCount);
     else if (check == QLatin1String("hw"))
-        got = QStringLiteral("%1,%2,%3,%4,%5,%6,%7").arg(c.Hardware.Memory).arg(int(c.Hardware.Cores)).arg(int(c.Hardware.OS))
-                  .arg(int(c.Hardware.Is64Bit)).arg(int(c.Hardware.MHz)).arg(int(c.Hardware.OSVersion)).arg(double(c.Hardware.Speed));
+        got = QStringLiteral("%1,%2,%3,%4,%5,%6,%7")
+                  .arg(c.Hardware.Memory)
+                  .arg(int(c.Hardware.Cores))
+                  .arg(int(c.Hardware.OS))
+                  .arg(int(c.Hardware.Is64Bit))
+                  .arg(int(c.Hardware.MHz))
+                  .arg(int(c.Hardware.OSVersion))
+                  .arg(double(c.Hardware.Speed));
     else if (check == QLatin1String("acceptA"))
         got = c.AcceptThreadJobs[0].asString().remove(QLatin1Char(' '));
     else if (check == QLatin1String("listNo"))
         got = QString::number(c.ListNo);
     else if (check == QLatin1String("hours"))
-        got = QStringLiteral("%1,%2,%3").arg(c.WorkingHours[0], 0, 16).arg(c.WorkingHours[1], 0, 16).arg(c.WorkingHours[6], 0, 16);
+        got = QStringLiteral("%1,%2,%3")
+                  .arg(c.WorkingHours[0], 0, 16)
+                  .arg(c.WorkingHours[1], 0, 16)
+                  .arg(c.WorkingHours[6], 0, 16);
     else if (check == QLatin1String("wol")) {
         got = c.WOLMac.toQString() + QLatin1Char(',') + c.WOLIP.toQString() + QLatin1Char(',');
-        for (int i = 0; i < 6; ++i) got += QString::number(c.WOLFlags[i]);
+        for (int i = 0; i < 6; ++i)
+            got += QString::number(c.WOLFlags[i]);
     } else if (check == QLatin1String("info"))
         got = c.CustomInfo.toQString();
     QCOMPARE(got, want);
@@ -487,7 +539,8 @@ void tst_fmClientFiles::heldLockAbortsSave()
     writeText(lockFile(), "held");
     addNamed(QStringLiteral("b"));
     QVERIFY(!FM.SaveFileClientsAll(QString()));
-    QVERIFY(tapped.last().startsWith(clientsIni() + QStringLiteral(" is locked! Aborting to save all clients.  Waited: ")));
+    QVERIFY(tapped.last().startsWith(clientsIni() +
+                                     QStringLiteral(" is locked! Aborting to save all clients.  Waited: ")));
     QSettings s(clientsIni(), QSettings::IniFormat);
     QCOMPARE(s.childGroups(), QStringList{QStringLiteral("a")});
     QVERIFY(QFile::exists(lockFile()));
@@ -510,15 +563,17 @@ void tst_fmClientFiles::hostileFiles_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<int>("clients");
     QByteArray many;
-    for (int i = 0; i < 1000; ++i) many += "[c" + QByteArray::number(i) + "]\nlistNo=" + QByteArray::number(-i) + "\n";
+    for (int i = 0; i < 1000; ++i)
+        many += "[c" + QByteArray::number(i) + "]\nlistNo=" + QByteArray::number(-i) + "\n";
     QTest::newRow("empty") << QByteArray() << 0;
     QTest::newRow("1000 sections") << many << MaxClients;
     QTest::newRow("binary") << QByteArray("\0\xff\x01[\x80\x81]\n=\xfe\n\0\0", 14) << -1;
-    QTest::newRow("long name") << QByteArray("[" + QByteArray(300, 'n') + "]\nlistNo=1\n[ok]\nlistNo=2\n") << 1;
-    QTest::newRow("long values") << QByteArray("[x]\ncfgV=\"" + QByteArray("7;").repeated(100000) + "\"\ncfgB=" +
-                                               QByteArray(100000, '1') + "\nReserved=\"" +
-                                               QByteArray("a;").repeated(5000) + "\"\nAbortProcess01=" +
-                                               QByteArray(500, 'p') + "\n")
+    QTest::newRow("long name") << QByteArray("[" + QByteArray(300, 'n') + "]\nlistNo=1\n[ok]\nlistNo=2\n")
+                               << 1;
+    QTest::newRow("long values") << QByteArray("[x]\ncfgV=\"" + QByteArray("7;").repeated(100000) +
+                                               "\"\ncfgB=" + QByteArray(100000, '1') + "\nReserved=\"" +
+                                               QByteArray("a;").repeated(5000) +
+                                               "\"\nAbortProcess01=" + QByteArray(500, 'p') + "\n")
                                  << 1;
     QTest::newRow("keys only") << QByteArray("listNo=1\ncfgV=1;\n") << 0;
     QTest::newRow("unterminated") << QByteArray("[x\nlistNo=1\n[y]\ncfgV=\"1;2") << -1;
@@ -557,7 +612,8 @@ void tst_fmClientFiles::groupsRoundTrip()
     _ClientGroupList& g = *FM.ClientGroups;
     QCOMPARE(int(g.Count), 3);
     QCOMPARE(g.Group[g.Count - 1].Name.toQString(), QStringLiteral("ALL"));
-    for (int i = 0; i < MaxClients; ++i) QVERIFY(g.Group[g.Count - 1].Place[i].Assigned);
+    for (int i = 0; i < MaxClients; ++i)
+        QVERIFY(g.Group[g.Count - 1].Place[i].Assigned);
     const int l = g.findGroup(QStringLiteral("lighting"));
     QVERIFY(l >= 0);
     QVERIFY(g.Group[l].Place[0].Assigned);
@@ -586,7 +642,8 @@ void tst_fmClientFiles::groupsHostile()
     QVERIFY(FM.LoadFileClientGroups());
     QCOMPARE(int(FM.ClientGroups->Count), 1);
     QByteArray many;
-    for (int i = 0; i < 100; ++i) many += "[g" + QByteArray::number(i) + "]\nAssigned=\"" + QByteArray("x;").repeated(1000) + "\"\n";
+    for (int i = 0; i < 100; ++i)
+        many += "[g" + QByteArray::number(i) + "]\nAssigned=\"" + QByteArray("x;").repeated(1000) + "\"\n";
     writeText(groupsIni(), many);
     QVERIFY(FM.LoadFileClientGroups());
     QCOMPARE(int(FM.ClientGroups->Count), MaxClientGroups);

@@ -1,7 +1,7 @@
 #include "app/fm.h"
-#include "foundation/fmlogfile.h"
 #include "farm/fmgconfig.h"
 #include "fmtestroot.h"
+#include "foundation/fmlogfile.h"
 
 #include <QDir>
 #include <QFile>
@@ -82,19 +82,23 @@ void tst_fmstartup::commandLine_data()
     QTest::addColumn<QList<int>>("levelsOff");
     QTest::addColumn<bool>("noLogFile");
     QTest::addColumn<int>("flushInterval");
-    QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true << 60;
-    QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true << 60;
-    QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true << 60;
-    QTest::newRow("useLogfile is not enough") << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true
-                                              << 60;
+    QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true
+                          << 60;
+    QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true
+                               << 60;
+    QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true
+                               << 60;
+    QTest::newRow("useLogfile is not enough")
+        << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true << 60;
     QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
                            << QList<int>{11, 12, 20, 24} << false << 60;
-    QTest::newRow("debug any case") << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false << 60;
-    QTest::newRow("debug prefix is not debug") << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true
-                                               << 60;
+    QTest::newRow("debug any case") << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false
+                                    << 60;
+    QTest::newRow("debug prefix is not debug")
+        << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true << 60;
     QTest::newRow("flush all") << QStringList{"-LogFlushAll"} << QList<int>{} << QList<int>{10} << true << 0;
-    QTest::newRow("value of a value option is skipped") << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{}
-                                                        << QList<int>{10} << false << 60;
+    QTest::newRow("value of a value option is skipped")
+        << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{} << QList<int>{10} << false << 60;
 }
 
 void tst_fmstartup::commandLine()
@@ -108,8 +112,10 @@ void tst_fmstartup::commandLine()
     __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
     fmTestArgs a(withRoot(root, args));
     QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
-    for (int l : levelsOn) QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
-    for (int l : levelsOff) QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
+    for (int l : levelsOn)
+        QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
+    for (int l : levelsOff)
+        QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
     // AppInit reads "-debug" as a whole argument, so a value that spells it still counts there.
     QCOMPARE(fm.NoLogFile, noLogFile);
     QCOMPARE(fm.Log->FlushInterval, flushInterval);
@@ -213,7 +219,8 @@ void tst_fmstartup::debugLogFile()
     root.makeFolder(QStringLiteral("sub/log"));
     {
         __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fmTestArgs a(withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
+        fmTestArgs a(
+            withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
         QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
         fm.ArgC = 0;
         fm.ArgV = nullptr;
@@ -229,7 +236,8 @@ void tst_fmstartup::debugLogFile()
         QVERIFY2(stamp.match(l).hasMatch() || l.startsWith(indent), line.constData());
     }
     QVERIFY(text.contains("|           params: '-debug' ;;   (CheckCommandlineParameter)\n"));
-    QVERIFY(text.contains("|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
+    QVERIFY(
+        text.contains("|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
     QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
     QVERIFY(text.contains("##################SHUTDOWN#####"));
     QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
@@ -251,7 +259,8 @@ void tst_fmstartup::noLogFileWithoutDebug()
     }
     QVERIFY(QDir(root.path() + QStringLiteral("sub/log")).exists());
     const QStringList files = QDir(root.path() + QStringLiteral("sub/log")).entryList(QDir::Files);
-    QVERIFY2(files.isEmpty(), qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
+    QVERIFY2(files.isEmpty(),
+             qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
 }
 
 // Catches log flags that a globalconfig.ini without them turns off, and file flags that undo the
@@ -287,14 +296,15 @@ void tst_fmstartup::styleChoices_data()
     QTest::addColumn<int>("small");
     QTest::newRow("defaults") << QStringList{} << false << false << false << 8 << 7;
     QTest::newRow("contained anywhere") << QStringList{"x-DARKui"} << true << false << false << 8 << 7;
-    QTest::newRow("easter wins over earlier dark") << QStringList{"-darkUI", "-easterUI"} << false << true << false
-                                                   << 8 << 7;
-    QTest::newRow("light after dark") << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
+    QTest::newRow("easter wins over earlier dark")
+        << QStringList{"-darkUI", "-easterUI"} << false << true << false << 8 << 7;
+    QTest::newRow("light after dark")
+        << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
     QTest::newRow("viola") << QStringList{"-violaUI"} << false << false << true << 8 << 7;
-    QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false << false
-                                << false << 11 << 6;
-    QTest::newRow("font size not a number") << QStringList{"-defaultFontSize", "big"} << false << false << false << 8
-                                            << 7;
+    QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false
+                                << false << false << 11 << 6;
+    QTest::newRow("font size not a number")
+        << QStringList{"-defaultFontSize", "big"} << false << false << false << 8 << 7;
 }
 
 void tst_fmstartup::styleChoices()

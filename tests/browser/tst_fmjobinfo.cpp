@@ -2,8 +2,8 @@
 
 #include "browser/fmjobinfo.h"
 
-#include "jobs/fmjobhistory.h"
 #include "foundation/fmjobid.h"
+#include "jobs/fmjobhistory.h"
 
 #include <QDir>
 #include <QFile>

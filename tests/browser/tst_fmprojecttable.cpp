@@ -22,7 +22,8 @@ void makeDb(const QString& path, int jobs, int bytes = 0, int firstJob = 0)
 {
     QDir().mkpath(QFileInfo(path).path());
     QByteArray f;
-    for (int n = 0; n < jobs; ++n) f += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
+    for (int n = 0; n < jobs; ++n)
+        f += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
     if (jobs == 0) f = QByteArray(bytes, 'x');
     QVERIFY(jlfix::writeFile(path, f));
 }
@@ -30,7 +31,8 @@ void makeDb(const QString& path, int jobs, int bytes = 0, int firstJob = 0)
 QStringList filesOf(const _projectInfo& p, const QString& root)
 {
     QStringList out;
-    for (const _projectInfo_files& f : p.Files) out.append(QString(f.FileName).remove(root));
+    for (const _projectInfo_files& f : p.Files)
+        out.append(QString(f.FileName).remove(root));
     return out;
 }
 
@@ -119,7 +121,8 @@ void tst_fmprojecttable::noProjectLimit()
 {
     fmProjectTable t(FM);
     fmTime_t time;
-    for (int i = 0; i < 1600; ++i) t.addProjectFile(QStringLiteral("/h/proj%1.db").arg(i), time, 10);
+    for (int i = 0; i < 1600; ++i)
+        t.addProjectFile(QStringLiteral("/h/proj%1.db").arg(i), time, 10);
     QCOMPARE(t.nrOfProjects, 1600);
     t.addProjectFile("/h/proj0.db61", time, 10); // a known project gets its second file
     QCOMPARE(t.projects[0].Files.size(), 2);
@@ -196,8 +199,8 @@ void tst_fmprojecttable::loadProject()
     QCOMPARE(t.currentProjectID, 0);
     QCOMPARE(t.projects[0].DateFirst.t, int64_t(jlfix::makeRecord(0)->DateSend.t));
     QCOMPARE(t.projects[0].DateLast.t, int64_t(jlfix::makeRecord(11)->DateFinished.t));
-    const float expectedAv = float(124300 + QFileInfo(root + "Car.db").size() + QFileInfo(root + "Car.db61").size()) /
-                             float(55);
+    const float expectedAv =
+        float(124300 + QFileInfo(root + "Car.db").size() + QFileInfo(root + "Car.db61").size()) / float(55);
     QCOMPARE(t.avJobSize, expectedAv);
 
     // A file that vanished since the scan stops the load after the files before it.

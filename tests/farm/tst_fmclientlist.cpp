@@ -30,7 +30,10 @@ private:
     QStringList names() const;
 };
 
-void tst_fmClientList::init() { list.reset(new _ClientList(FM)); }
+void tst_fmClientList::init()
+{
+    list.reset(new _ClientList(FM));
+}
 
 // Five clients whose keys give each column a different order. Numbers 0..4.
 void tst_fmClientList::addFive()
@@ -75,7 +78,8 @@ QList<int> tst_fmClientList::order() const
     QList<int> r;
     for (int i = 0; i < list->ShownCount; ++i) {
         r << list->SortedIndex[i];
-        if (list->SortedPointers[i] != &list->Clients[list->SortedIndex[i]]) r << -100; // pointers out of step
+        if (list->SortedPointers[i] != &list->Clients[list->SortedIndex[i]])
+            r << -100; // pointers out of step
     }
     return r;
 }
@@ -83,7 +87,8 @@ QList<int> tst_fmClientList::order() const
 QStringList tst_fmClientList::names() const
 {
     QStringList r;
-    for (int i = 0; i < list->ShownCount; ++i) r << list->SortedPointers[i]->Status.Name.toQString();
+    for (int i = 0; i < list->ShownCount; ++i)
+        r << list->SortedPointers[i]->Status.Name.toQString();
     return r;
 }
 
@@ -123,12 +128,16 @@ void tst_fmClientList::sortByColumn()
     auto key = [&](int n) {
         const _Client& c = list->Clients[n];
         switch (column) {
-        case 2: return _ClientStatus2SortID(c.Status.Thread[0].Status);
-        case 6: return int(c.Hardware.OS);
-        default: return 0;
+        case 2:
+            return _ClientStatus2SortID(c.Status.Thread[0].Status);
+        case 6:
+            return int(c.Hardware.OS);
+        default:
+            return 0;
         }
     };
-    for (int i = 1; i < 5; ++i) QVERIFY(key(up[i - 1]) <= key(up[i]));
+    for (int i = 1; i < 5; ++i)
+        QVERIFY(key(up[i - 1]) <= key(up[i]));
 
     QVERIFY(list->SetSortID(column, Qt::DescendingOrder, nullptr));
     const QList<int> down = order();
@@ -136,7 +145,8 @@ void tst_fmClientList::sortByColumn()
         QList<int> rev(ascending.rbegin(), ascending.rend());
         QCOMPARE(down, rev);
     }
-    for (int i = 1; i < 5; ++i) QVERIFY(key(down[i - 1]) >= key(down[i]));
+    for (int i = 1; i < 5; ++i)
+        QVERIFY(key(down[i - 1]) >= key(down[i]));
 }
 
 // Catches a quicksort that loses or duplicates indexes on many equal keys and a large list.
@@ -153,13 +163,16 @@ void tst_fmClientList::sortLargeWithTies()
         list->SetSortID(column, Qt::DescendingOrder, nullptr);
         QCOMPARE(int(list->ShownCount), MaxClients);
         QList<int> seen(MaxClients, 0);
-        for (int i = 0; i < MaxClients; ++i) ++seen[list->SortedIndex[i]];
+        for (int i = 0; i < MaxClients; ++i)
+            ++seen[list->SortedIndex[i]];
         QCOMPARE(seen.count(1), MaxClients);
         for (int i = 1; i < MaxClients; ++i) {
             const _Client& a = *list->SortedPointers[i - 1];
             const _Client& b = *list->SortedPointers[i];
-            if (column == 10) QVERIFY(a.Hardware.Memory >= b.Hardware.Memory);
-            else QVERIFY(a.Status.Name.compare(b.Status.Name) > 0);
+            if (column == 10)
+                QVERIFY(a.Hardware.Memory >= b.Hardware.Memory);
+            else
+                QVERIFY(a.Status.Name.compare(b.Status.Name) > 0);
         }
     }
 }
@@ -186,8 +199,8 @@ void tst_fmClientList::filter_data()
                            << QStringList{"delta", "Alpha", "charlie"};
     QTest::newRow("memory 8000") << true << true << true << true << true << 8000
                                  << QStringList{"delta", "Alpha", "charlie"};
-    QTest::newRow("memory 8001, no 32") << true << true << true << true << false << 8001
-                                        << QStringList{"Alpha", "charlie"};
+    QTest::newRow("memory 8001, no 32")
+        << true << true << true << true << false << 8001 << QStringList{"Alpha", "charlie"};
     QTest::newRow("no system") << false << false << false << true << true << 0 << QStringList{};
 }
 
@@ -207,7 +220,8 @@ void tst_fmClientList::filter()
     QCOMPARE(int(list->Count), 5);
     // The sorted places stay a permutation: the hidden clients stand behind the shown ones.
     QList<int> seen(5, 0);
-    for (int i = 0; i < 5; ++i) ++seen[list->SortedIndex[i]];
+    for (int i = 0; i < 5; ++i)
+        ++seen[list->SortedIndex[i]];
     QCOMPARE(seen.count(1), 5);
 }
 
@@ -242,7 +256,7 @@ void tst_fmClientList::addRemoveFind()
     QCOMPARE(names(), (QStringList{"delta", "echo", "charlie", "Bravo"}));
     for (int i = 0; i < 4; ++i)
         QCOMPARE(list->Clients[i].ListNo, i); // the later numbers close the gap
-    list->removeClient(9, true); // out of range: nothing
+    list->removeClient(9, true);              // out of range: nothing
     list->removeClient(-1, true);
     QCOMPARE(int(list->Count), 4);
     list->removeClient(0, false);
@@ -252,7 +266,8 @@ void tst_fmClientList::addRemoveFind()
 // Catches an addition past the fixed array.
 void tst_fmClientList::addPastLimit()
 {
-    for (int i = 0; i < MaxClients; ++i) QCOMPARE(list->addClient(), i);
+    for (int i = 0; i < MaxClients; ++i)
+        QCOMPARE(list->addClient(), i);
     QCOMPARE(list->addClient(), -1);
     QCOMPARE(int(list->Count), MaxClients);
 }
@@ -268,7 +283,10 @@ void tst_fmClientList::sortIDLoad()
     }
     list->sort_ID_Load();
     QStringList got;
-    for (int i = 0; i < 7; ++i) got << QStringLiteral("%1:%2").arg(list->Clients[i].ListNo).arg(list->Clients[i].Status.Name.toQString());
+    for (int i = 0; i < 7; ++i)
+        got << QStringLiteral("%1:%2")
+                   .arg(list->Clients[i].ListNo)
+                   .arg(list->Clients[i].Status.Name.toQString());
     QCOMPARE(got, (QStringList{"-1:n1", "0:n4", "3:n2", "3:n5", "5:n0", "7:n6", "9:n3"}));
 }
 

@@ -25,7 +25,10 @@ class CatchFM : public __FM
 {
 public:
     CatchFM() : __FM(true, fm_AppType_Test, QStringLiteral("fmTest"), false) {}
-    void WriteLog(int level, int, const QString& text, const QString& where) override { lines.append({level, text, where}); }
+    void WriteLog(int level, int, const QString& text, const QString& where) override
+    {
+        lines.append({level, text, where});
+    }
     bool has(int level, const QString& text, const QString& where = QString()) const
     {
         for (const LogLine& l : lines)
@@ -92,17 +95,26 @@ void tst_fmgconfig::roundTrip()
     for (int i = 0; i < c.ParamCount; ++i) {
         _fmgCfg_param& p = c.Params[i];
         switch (p.Type) {
-        case fmgCfg_Bool: p.ValueB = !p.ValueB; break;
-        case fmgCfg_String: p.ValueS.set(QStringLiteral("v%1, ;=\"[x] ü€ #%2").arg(i).arg(p.Name.toQString())); break;
-        case fmgCfg_Int: p.setI(p.Max - (i % 3)); break;
-        case fmgCfg_Float: p.setF(1.23f); break;
+        case fmgCfg_Bool:
+            p.ValueB = !p.ValueB;
+            break;
+        case fmgCfg_String:
+            p.ValueS.set(QStringLiteral("v%1, ;=\"[x] ü€ #%2").arg(i).arg(p.Name.toQString()));
+            break;
+        case fmgCfg_Int:
+            p.setI(p.Max - (i % 3));
+            break;
+        case fmgCfg_Float:
+            p.setF(1.23f);
+            break;
         }
     }
     for (int i = 0; i < 25; ++i) {
         c.LogLevel[i] = i % 2;
         c.LogLevelUI[i] = i % 3 == 0;
     }
-    for (int i = 0; i < 20; ++i) c.EmailLogLevel[i] = i % 4 == 1;
+    for (int i = 0; i < 20; ++i)
+        c.EmailLogLevel[i] = i % 4 == 1;
     c.UNCMaps[2].Letter = 'Z';
     c.UNCMaps[2].Path.set("//srv/share");
     c.UNCMaps[2].Enabled = true;
@@ -135,7 +147,9 @@ void tst_fmgconfig::roundTrip()
         const _fmgCfg_param& x = c.Params[i];
         const _fmgCfg_param& y = d.Params[i];
         const QByteArray what = x.key().toLatin1();
-        QVERIFY2(x.ValueB == y.ValueB || x.Type != fmgCfg_Bool || x.Name.toQString() == QLatin1String("nTCPRequiresAuth"), what);
+        QVERIFY2(x.ValueB == y.ValueB || x.Type != fmgCfg_Bool ||
+                     x.Name.toQString() == QLatin1String("nTCPRequiresAuth"),
+                 what);
         QVERIFY2(x.ValueI == y.ValueI, what);
         QVERIFY2(x.ValueS.toQString() == y.ValueS.toQString(), what);
         QVERIFY2(x.ValueF == y.ValueF, what);
@@ -144,7 +158,8 @@ void tst_fmgconfig::roundTrip()
         QCOMPARE(d.LogLevel[i], c.LogLevel[i]);
         QCOMPARE(d.LogLevelUI[i], c.LogLevelUI[i]);
     }
-    for (int i = 0; i < 20; ++i) QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
     QCOMPARE(d.UNCMaps[2].Letter, uint8_t('Z'));
     QCOMPARE(d.UNCMaps[2].Path.toQString(), QStringLiteral("//srv/share"));
     QCOMPARE(d.UNCMaps[18].Letter, uint8_t('Q'));
@@ -166,10 +181,14 @@ void tst_fmgconfig::clampOnRead_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<double>("expected");
     QTest::newRow("below min") << QByteArray("[Jobs]\njDeleteIfNumber=5\n") << "jDeleteIfNumber" << 100.0;
-    QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber" << 10000.0;
-    QTest::newRow("beyond 16 bits") << QByteArray("[Jobs]\njDeleteIfNumber=4294967396\n") << "jDeleteIfNumber" << 10000.0;
-    QTest::newRow("very negative") << QByteArray("[NetWork]\nnFMServerPort=-9223372036854775808\n") << "nFMServerPort" << 10.0;
-    QTest::newRow("in range") << QByteArray("[Jobs]\njDeleteIfNumber=  2500 \n") << "jDeleteIfNumber" << 2500.0;
+    QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber"
+                               << 10000.0;
+    QTest::newRow("beyond 16 bits") << QByteArray("[Jobs]\njDeleteIfNumber=4294967396\n") << "jDeleteIfNumber"
+                                    << 10000.0;
+    QTest::newRow("very negative") << QByteArray("[NetWork]\nnFMServerPort=-9223372036854775808\n")
+                                   << "nFMServerPort" << 10.0;
+    QTest::newRow("in range") << QByteArray("[Jobs]\njDeleteIfNumber=  2500 \n") << "jDeleteIfNumber"
+                              << 2500.0;
     QTest::newRow("float times 100") << QByteArray("[Misc]\ncfgCost=5\n") << "cfgCost" << 0.05;
     QTest::newRow("float above") << QByteArray("[Misc]\ncfgCost=70000\n") << "cfgCost" << 6.55;
     QTest::newRow("float below") << QByteArray("[Misc]\ncfgCost=-3\n") << "cfgCost" << 0.0;
@@ -185,15 +204,18 @@ void tst_fmgconfig::clampOnRead()
     f.writeIni(ini);
     QVERIFY(f.load());
     const _fmgCfg_param& p = f.p(name.toLatin1().constData());
-    if (p.Type == fmgCfg_Float) QCOMPARE(p.ValueF, float(expected));
-    else QCOMPARE(int(p.ValueI), int(expected));
+    if (p.Type == fmgCfg_Float)
+        QCOMPARE(p.ValueF, float(expected));
+    else
+        QCOMPARE(int(p.ValueI), int(expected));
 }
 
 void tst_fmgconfig::badNumberKeepsValue_data()
 {
     QTest::addColumn<QByteArray>("ini");
     QTest::addColumn<QString>("name");
-    QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n") << "jPreviewPriorityIncrease";
+    QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n")
+                         << "jPreviewPriorityIncrease";
     QTest::newRow("empty") << QByteArray("[Jobs]\njPreviewPriorityIncrease=\n") << "jPreviewPriorityIncrease";
     QTest::newRow("float") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost";
 }
@@ -212,7 +234,8 @@ void tst_fmgconfig::badNumberKeepsValue()
     QVERIFY(f.load());
     QCOMPARE(p.ValueI, before.ValueI);
     QCOMPARE(p.ValueF, before.ValueF);
-    QVERIFY(f.fm->has(1, QStringLiteral("globalconfig.ini: parameter %1 is not a valid number!").arg(name), QStringLiteral("FM,LoadFileCfg")));
+    QVERIFY(f.fm->has(1, QStringLiteral("globalconfig.ini: parameter %1 is not a valid number!").arg(name),
+                      QStringLiteral("FM,LoadFileCfg")));
     QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000)); // the others are still read
 }
 
@@ -223,14 +246,16 @@ void tst_fmgconfig::uncMaps_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("enabled");
     QTest::addColumn<QString>("written");
-    QTest::newRow("lower letter") << "z@//srv/share@" << int('Z') << "//srv/share" << true << "Z@//srv/share@";
+    QTest::newRow("lower letter") << "z@//srv/share@" << int('Z') << "//srv/share" << true
+                                  << "Z@//srv/share@";
     QTest::newRow("no closing") << "k@/mnt/k" << int('K') << "/mnt/k" << true << "K@/mnt/k@";
     QTest::newRow("longer head") << "share@/x@junk" << int('S') << "/x" << true << "S@/x@";
     QTest::newRow("no path") << "m@@" << int('M') << "" << false << "";
     QTest::newRow("no at") << "m" << int('M') << "" << false << "";
     QTest::newRow("empty") << "" << int('A') << "" << false << "";
     QTest::newRow("wide letter") << QString(QChar(0x4E2D)) + "@/p@" << 0 << "/p" << true << "@/p@";
-    QTest::newRow("latin1 letter") << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true << QString(QChar(0xC9)) + "@/p@";
+    QTest::newRow("latin1 letter") << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true
+                                   << QString(QChar(0xC9)) + "@/p@";
 }
 
 // A drive mapping that changes its form on the way through the file.
@@ -264,8 +289,10 @@ void tst_fmgconfig::osConversion_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<QString>("written");
-    QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"} << "P:\\a?/mnt/a?/Volumes/a";
-    QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"} << "P:\\a?\?/Volumes/a";
+    QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"}
+                           << "P:\\a?/mnt/a?/Volumes/a";
+    QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"}
+                         << "P:\\a?\?/Volumes/a";
     QTest::newRow("one only") << "?/mnt/a?" << QStringList{"", "/mnt/a", ""} << "";
     QTest::newRow("short") << "P:\\a?/mnt/a" << QStringList{"P:\\a", "/mnt/a", ""} << "P:\\a?/mnt/a?";
     QTest::newRow("extra parts") << "a?b?c?d" << QStringList{"a", "b", "c"} << "a?b?c";
@@ -286,7 +313,8 @@ void tst_fmgconfig::osConversion()
     QVERIFY(f.load());
     const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
     QVERIFY(row.Path[0].isEmpty());
-    for (int os = 1; os <= 3; ++os) QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
+    for (int os = 1; os <= 3; ++os)
+        QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
     QVERIFY(f.fm->SaveFileCfg());
     QSettings s(f.iniPath(), QSettings::IniFormat);
     QCOMPARE(s.value(QStringLiteral("OSConversion/Path60")).toString(), written);
@@ -312,15 +340,24 @@ void tst_fmgconfig::hostileFiles_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QByteArray junk(70000, '\0');
-    for (int i = 0; i < junk.size(); ++i) junk[i] = char((i * 7919 + 13) & 0xFF);
+    for (int i = 0; i < junk.size(); ++i)
+        junk[i] = char((i * 7919 + 13) & 0xFF);
     QTest::newRow("binary junk") << junk;
     QTest::newRow("junk after section") << QByteArray("[Jobs]\n") + junk;
-    QTest::newRow("long line") << QByteArray("[NetWork]\nnServerName=") + QByteArray(300000, 'x') + "\n[UNC]\nMap01=c@" + QByteArray(5000, 'p') + "@\n";
-    QTest::newRow("long key") << QByteArray("[") + QByteArray(100000, 's') + "]\n" + QByteArray(100000, 'k') + "=1\n";
-    QTest::newRow("negative indexes") << QByteArray("[UNC]\nMap-1=c@/x@\nMap00=d@/y@\nMap20=e@/z@\n[OSConversion]\nPath-01=a?b?c\nPath61=a?b?c\n[Interaction]\nLogLevel-1=true\nLogLevel26=true\n");
+    QTest::newRow("long line") << QByteArray("[NetWork]\nnServerName=") + QByteArray(300000, 'x') +
+                                      "\n[UNC]\nMap01=c@" + QByteArray(5000, 'p') + "@\n";
+    QTest::newRow("long key") << QByteArray("[") + QByteArray(100000, 's') + "]\n" + QByteArray(100000, 'k') +
+                                     "=1\n";
+    QTest::newRow("negative indexes") << QByteArray(
+        "[UNC]\nMap-1=c@/x@\nMap00=d@/y@\nMap20=e@/"
+        "z@\n[OSConversion]\nPath-01=a?b?c\nPath61=a?b?c\n[Interaction]\nLogLevel-1=true\nLogLevel26=true\n");
     QTest::newRow("no sections") << QByteArray("jDeleteIfNumber=7\nfoo\n=\n[\n]\n");
-    QTest::newRow("huge values") << QByteArray("[Jobs]\njDeleteIfNumber=1e308\njChunkSize=99999999999999999999999999\n[Misc]\ncfgCost=-1e999\n[OSConversion]\nPath01=") + QByteArray(1000, '?') + "\n";
-    QTest::newRow("escapes") << QByteArray("[NetWork]\nnServerName=\"\\x\\u\\xffffffff\\0\n[Email]\nLogLevel01=\"\n");
+    QTest::newRow("huge values")
+        << QByteArray("[Jobs]\njDeleteIfNumber=1e308\njChunkSize=99999999999999999999999999\n[Misc]\ncfgCost="
+                      "-1e999\n[OSConversion]\nPath01=") +
+               QByteArray(1000, '?') + "\n";
+    QTest::newRow("escapes") << QByteArray(
+        "[NetWork]\nnServerName=\"\\x\\u\\xffffffff\\0\n[Email]\nLogLevel01=\"\n");
     QTest::newRow("empty") << QByteArray();
 }
 
@@ -337,12 +374,15 @@ void tst_fmgconfig::hostileFiles()
         const _fmgCfg_param& p = c.Params[i];
         QVERIFY(p.ValueS.len() <= 100);
         if (p.Type == fmgCfg_Int) QVERIFY(p.ValueI >= p.Min && p.ValueI <= p.Max);
-        if (p.Type == fmgCfg_Float) QVERIFY(!std::isnan(p.ValueF) && p.ValueF >= p.Min / 100.0f && p.ValueF <= p.Max / 100.0f);
+        if (p.Type == fmgCfg_Float)
+            QVERIFY(!std::isnan(p.ValueF) && p.ValueF >= p.Min / 100.0f && p.ValueF <= p.Max / 100.0f);
     }
-    for (const _fmgUNCMap& m : c.UNCMaps) QVERIFY(m.Path.len() <= 250);
+    for (const _fmgUNCMap& m : c.UNCMaps)
+        QVERIFY(m.Path.len() <= 250);
     for (const _fmgOSConversion& r : c.OSConversion) {
         QVERIFY(r.Path[0].isEmpty());
-        for (const auto& p : r.Path) QVERIFY(p.len() <= 200);
+        for (const auto& p : r.Path)
+            QVERIFY(p.len() <= 200);
     }
 }
 
@@ -422,7 +462,8 @@ void tst_fmgconfig::upgradeOldFiles()
     QFETCH(bool, upgraded);
     Farm f;
     f.writeIni(QStringLiteral("[Misc]\nConfigVersionMajor=%1\nConfigVersionMinor=%2\n"
-                              "[Clients]\ncAverageAbort=false\ncAverageAbortHourDelay=12\ncAverageClients=true\ncAverageForUser=false\n"
+                              "[Clients]\ncAverageAbort=false\ncAverageAbortHourDelay=12\ncAverageClients="
+                              "true\ncAverageForUser=false\n"
                               "[Jobs]\njAverageAbort=true\njAverageAbortHourDelay=3\njPrioLvlAmode=4\n")
                    .arg(major)
                    .arg(minor)
@@ -436,7 +477,8 @@ void tst_fmgconfig::upgradeOldFiles()
     QCOMPARE(fm.cfg->find("cAverageAbort") < 0, upgraded);
     QCOMPARE(fm.cfg->find("cAverageAbortHourDelay") < 0, upgraded);
     // The entries behind the removed ones are still found, and in order.
-    QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(), QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
+    QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(),
+             QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
     QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
 }
 
@@ -491,9 +533,11 @@ void tst_fmgconfig::setters()
     QVERIFY(!fm.cfgSetS("noSuchKey", fmString<200>("x")));
     QVERIFY(fm.lines.isEmpty());
     QVERIFY(!fm.cfgSetB("jChunkSize", true));
-    QVERIFY(fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgSetB")));
+    QVERIFY(
+        fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgSetB")));
     QVERIFY(!fm.cfgSetI("cfgCost", 1));
-    QVERIFY(fm.has(1, QStringLiteral("config param cfgCost is not an integer!"), QStringLiteral("FM,cfgSetI")));
+    QVERIFY(
+        fm.has(1, QStringLiteral("config param cfgCost is not an integer!"), QStringLiteral("FM,cfgSetI")));
     QVERIFY(!fm.cfgSetF("sgEnable", 1.0f));
     QVERIFY(fm.has(1, QStringLiteral("config param sgEnable is not a float!"), QStringLiteral("FM,cfgSetF")));
     QVERIFY(!fm.cfgSetS("UIcolor", fmString<200>("1")));

@@ -63,8 +63,14 @@ private slots:
         b.CRC = 0xCAFEBABE;
         b.IsCompressed = 1;
         b.Pad[0] = 0x77;
-        const QByteArray want = QByteArray::fromHex("00000000" "04030201" "feffffff" "10000000" "bebafeca"
-                                                    "0000000000000000" "01" "770000");
+        const QByteArray want = QByteArray::fromHex("00000000"
+                                                    "04030201"
+                                                    "feffffff"
+                                                    "10000000"
+                                                    "bebafeca"
+                                                    "0000000000000000"
+                                                    "01"
+                                                    "770000");
         QCOMPARE(headerOf(b), want);
         _FM_DataBuffer c;
         c.headerFromBytes(reinterpret_cast<const unsigned char*>(want.constData()));
@@ -72,7 +78,8 @@ private slots:
         QCOMPARE(c.UncompressedSize, -2);
     }
 
-    // resize losing content or shrinking, newsize keeping stale bytes, limits not enforced, append misplacing.
+    // resize losing content or shrinking, newsize keeping stale bytes, limits not enforced, append
+    // misplacing.
     void blockHandling()
     {
         _FM_DataBuffer b;
@@ -126,7 +133,8 @@ private slots:
         QByteArray out(size, 0);
         uLongf outLen = uLongf(size);
         QCOMPARE(uncompress(reinterpret_cast<Bytef*>(out.data()), &outLen,
-                            reinterpret_cast<const Bytef*>(z.Data + offset), uLong(z.DataSize)), Z_OK);
+                            reinterpret_cast<const Bytef*>(z.Data + offset), uLong(z.DataSize)),
+                 Z_OK);
         QCOMPARE(out, data);
         // A given offset is kept as the stored one.
         z.DataOffset = 0;
@@ -166,8 +174,10 @@ private slots:
         z.UncompressedSize = uncompressedSize;
         QCOMPARE(z.decompressTo(d), error == 0);
         QCOMPARE(z.Error, error);
-        if (error == 0) QCOMPARE(QByteArray(d.Data, d.DataSize), data);
-        else if (error != fmDB_NoMemory) QCOMPARE(d.DataSize, error);
+        if (error == 0)
+            QCOMPARE(QByteArray(d.Data, d.DataSize), data);
+        else if (error != fmDB_NoMemory)
+            QCOMPARE(d.DataSize, error);
     }
 
     // A wrong or missing error text.
@@ -273,7 +283,8 @@ private slots:
             QCOMPARE(l.Error, int(fmDB_CRCError));
         }
         char head[32], rest[400];
-        QCOMPARE(_FM_DataBuffer::LoadFromFile(path("t2.fmdb"), true, head, 32, rest, 400), int(fmDB_EndOfFile));
+        QCOMPARE(_FM_DataBuffer::LoadFromFile(path("t2.fmdb"), true, head, 32, rest, 400),
+                 int(fmDB_EndOfFile));
     }
 
     // Compressed container that doesn't round-trip, reads past a fixed block, or has its magic outside gzip.
@@ -318,9 +329,12 @@ private slots:
         QTest::newRow("gzip cut inside header") << gz.left(20) << int(Z_BUF_ERROR);
         QTest::newRow("content ends inside header")
             << gzipOf(content.left(20)) << int(Z_OK); // gzerror's word
-        QTest::newRow("gzip CRC mismatch") << QByteArray(gz).replace(n - 8, 1, "\x00\x01", 1) << int(Z_DATA_ERROR);
-        QTest::newRow("gzip length mismatch") << QByteArray(gz).replace(n - 3, 1, "\x7f", 1) << int(Z_DATA_ERROR);
-        QTest::newRow("damaged deflate data") << QByteArray(gz).replace(12, 2, "\xff\xff") << int(Z_DATA_ERROR);
+        QTest::newRow("gzip CRC mismatch")
+            << QByteArray(gz).replace(n - 8, 1, "\x00\x01", 1) << int(Z_DATA_ERROR);
+        QTest::newRow("gzip length mismatch")
+            << QByteArray(gz).replace(n - 3, 1, "\x7f", 1) << int(Z_DATA_ERROR);
+        QTest::newRow("damaged deflate data")
+            << QByteArray(gz).replace(12, 2, "\xff\xff") << int(Z_DATA_ERROR);
     }
     void compressedFileDamaged()
     {
@@ -359,10 +373,13 @@ private slots:
         QByteArray block(5001, 'Q');
         QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("h.fmzp"), block.data(), 5000), 0);
         QCOMPARE(block, data + 'Q');
-        QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("h.fmzp"), block.data(), 3999), int(fmDB_WrongSize));
+        QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("h.fmzp"), block.data(), 3999),
+                 int(fmDB_WrongSize));
         QCOMPARE(block[3999], data[3999]); // nothing written behind the 3999 bytes
-        QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("h.fmzp"), block.data(), 5001), int(fmDB_EndOfFile));
-        QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("no.fmzp"), block.data(), 9), int(fmDB_FileMissing));
+        QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("h.fmzp"), block.data(), 5001),
+                 int(fmDB_EndOfFile));
+        QCOMPARE(_FM_DataBuffer::LoadFromFileCompressedHeader(path("no.fmzp"), block.data(), 9),
+                 int(fmDB_FileMissing));
 
         QCOMPARE(_FM_DataBuffer::SaveGzipFile(path("p.gz"), data.constData(), 5000), 0);
         for (unsigned chunk : {0u, 7u, 65536u}) {
@@ -394,9 +411,12 @@ private slots:
         QByteArray out(30000, 0);
         QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 20000, true), 0);
         QCOMPARE(out.left(20000), data);
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 30000, true), int(fmDB_WrongSize));
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 30000, false), int(fmDB_WrongSize));
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 100, false), int(Z_BUF_ERROR));
+        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 30000, true),
+                 int(fmDB_WrongSize));
+        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 30000, false),
+                 int(fmDB_WrongSize));
+        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 100, false),
+                 int(Z_BUF_ERROR));
         _FM_DataBuffer l;
         QVERIFY(l.LoadFromFile(path("n.fmdb"), true));
         for (int hostile : {0x7FFFFFFF, -1, l.DataSize}) {
@@ -470,8 +490,10 @@ private slots:
         auto next = [&] { return seed = fmRandStep(seed); };
         for (int round = 0; round < 3000; ++round) {
             QByteArray text(int(next() % 200), 0), pat(1 + int(next() % 12), 0);
-            for (char& c : text) c = "abAB\xe4"[next() % 5];
-            for (char& c : pat) c = "abAB\xe4"[next() % 5];
+            for (char& c : text)
+                c = "abAB\xe4"[next() % 5];
+            for (char& c : pat)
+                c = "abAB\xe4"[next() % 5];
             const int from = int(next() % 210) - 5;
             _FM_DataBuffer b;
             b.append(text.constData(), int(text.size()));

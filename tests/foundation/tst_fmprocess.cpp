@@ -57,8 +57,17 @@ private slots:
     {
         QTemporaryDir tmp;
         const QString out = tmp.filePath("args.bin");
-        const QStringList payload{"two words", "'single'", "\"double\"", "a;b", "$(touch " + tmp.filePath("pwned") + ")",
-                                  "`id`", "", "back\\slash", "*", "line\nfeed", "  lead and trail  "};
+        const QStringList payload{"two words",
+                                  "'single'",
+                                  "\"double\"",
+                                  "a;b",
+                                  "$(touch " + tmp.filePath("pwned") + ")",
+                                  "`id`",
+                                  "",
+                                  "back\\slash",
+                                  "*",
+                                  "line\nfeed",
+                                  "  lead and trail  "};
         QStringList args{"-c", "printf '%s\\0' \"$@\" > \"$0.part\" && mv \"$0.part\" \"$0\"", out};
         args += payload;
         QVERIFY(fmStartProcess(fmString<250>("/bin/sh"), args, fmString<250>()) > 0);
@@ -68,7 +77,8 @@ private slots:
         QList<QByteArray> got = f.readAll().split('\0');
         QCOMPARE(got.takeLast(), QByteArray()); // behind the last terminator
         QCOMPARE(got.size(), payload.size());
-        for (int i = 0; i < payload.size(); ++i) QCOMPARE(QString::fromUtf8(got.at(i)), payload.at(i));
+        for (int i = 0; i < payload.size(); ++i)
+            QCOMPARE(QString::fromUtf8(got.at(i)), payload.at(i));
         QVERIFY(!QFile::exists(tmp.filePath("pwned")));
     }
 
@@ -100,8 +110,8 @@ private slots:
     void pipeOutput()
     {
         _processPipe pp;
-        const long long pid =
-            fmStartProcess_pipe(pp, fmString<250>("/bin/sh"), QStringList{"-c", "printf 'one\\ntwo'"}, fmString<250>());
+        const long long pid = fmStartProcess_pipe(pp, fmString<250>("/bin/sh"),
+                                                  QStringList{"-c", "printf 'one\\ntwo'"}, fmString<250>());
         QVERIFY(pid > 0);
         while (pp.readPipe(1000) >= 0) {
         }
@@ -136,7 +146,8 @@ private slots:
         const long long other = startSleeper(sleeperCopy(tmp, QString::fromLatin1(self)));
         QVERIFY(other > 0);
         // The child's name changes at exec: look until it shows (no time limit on the outcome).
-        while (!ourProcessAlreadyExists(lower, false, false, &pid)) fmSleep(10);
+        while (!ourProcessAlreadyExists(lower, false, false, &pid))
+            fmSleep(10);
         QCOMPARE(pid, other); // the other process, not ourselves
         QVERIFY(ourProcessAlreadyExists(name, true, true, nullptr));
     }
@@ -150,7 +161,8 @@ private slots:
         QVERIFY(!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), false, true, nullptr));
         const long long c = startSleeper(sleeperCopy(tmp, QString::fromLatin1(base + "console")));
         QVERIFY(c > 0);
-        while (!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), false, true, nullptr)) fmSleep(10);
+        while (!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), false, true, nullptr))
+            fmSleep(10);
         // exactFirst: one plain match is enough, the console name must run twice.
         QVERIFY(!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), true, true, nullptr));
 

@@ -23,8 +23,7 @@ using jlfix::makeRecord;
 namespace {
 
 // Old layouts with the fields that identify a job set; everything else zero.
-template <class Old>
-QByteArray oldRecord(int n, const char* user)
+template <class Old> QByteArray oldRecord(int n, const char* user)
 {
     auto o = std::make_unique<Old>();
     std::memset(static_cast<void*>(o.get()), 0, sizeof(Old));
@@ -38,12 +37,16 @@ QByteArray oldRecord(int n, const char* user)
     return bytesOf(*o);
 }
 
-std::unique_ptr<_JobList> newList() { return std::make_unique<_JobList>(FM, nullptr); }
+std::unique_ptr<_JobList> newList()
+{
+    return std::make_unique<_JobList>(FM, nullptr);
+}
 
 QList<unsigned long long> idsOf(_JobList& l)
 {
     QList<unsigned long long> ids;
-    for (int i = 0; i < l.JobCount; ++i) ids.append(l.Queue[i]->JobID);
+    for (int i = 0; i < l.JobCount; ++i)
+        ids.append(l.Queue[i]->JobID);
     return ids;
 }
 
@@ -105,18 +108,18 @@ void tst_fmjoblist::loadMixedFile()
     longSoft->Software.Length = 600;
 
     QByteArray f;
-    f += frameOf(*a);                                                                     // job 1
-    f += frame(QByteArray(100, 'x'), 0x0B01, 1, 100);                                     // skipped silently
-    f += frame(oldRecord<_OLD61__jobsHistoryDB>(2, "old61"), 0x0A02, 1, 30188);           // job 2
-    f += frame(bytesOf(*a).left(37000), 0x0A04, 3, 37000);                                // failure 1: size
-    f += frame(oldRecord<_OLD62_jobsHistoryDB>(3, "old62"), 0x0A03, 1, 39516);            // job 3
-    f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false);                     // failure 2: zlib
-    f += frame(oldRecord<_OLD627_jobsHistoryDB>(4, "old627"), 0x0A03, 1, 46908);          // job 4
-    f += frame(bytesOf(*bad), 0x0A04, 3, 37980);                                          // failure 3: data
-    f += frameOf(*e);                                                                     // job 5
-    f += frame(bytesOf(*a) + QByteArray(10, '\0'), 0x0A04, 3, 37980);                    // failure 4: size after inflate
-    f += frameOf(*badID);                                                                 // failure 5: job ID
-    f += frameOf(*longSoft);                                                              // job 6, left empty
+    f += frameOf(*a);                                                            // job 1
+    f += frame(QByteArray(100, 'x'), 0x0B01, 1, 100);                            // skipped silently
+    f += frame(oldRecord<_OLD61__jobsHistoryDB>(2, "old61"), 0x0A02, 1, 30188);  // job 2
+    f += frame(bytesOf(*a).left(37000), 0x0A04, 3, 37000);                       // failure 1: size
+    f += frame(oldRecord<_OLD62_jobsHistoryDB>(3, "old62"), 0x0A03, 1, 39516);   // job 3
+    f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false);            // failure 2: zlib
+    f += frame(oldRecord<_OLD627_jobsHistoryDB>(4, "old627"), 0x0A03, 1, 46908); // job 4
+    f += frame(bytesOf(*bad), 0x0A04, 3, 37980);                                 // failure 3: data
+    f += frameOf(*e);                                                            // job 5
+    f += frame(bytesOf(*a) + QByteArray(10, '\0'), 0x0A04, 3, 37980); // failure 4: size after inflate
+    f += frameOf(*badID);                                             // failure 5: job ID
+    f += frameOf(*longSoft);                                          // job 6, left empty
     const QString p = path("mixed.db");
     QVERIFY(jlfix::writeFile(p, f));
 
@@ -134,7 +137,8 @@ void tst_fmjoblist::loadMixedFile()
     QCOMPARE(l->Queue[3]->UserNameLower.toQString(), QStringLiteral("old627"));
     QCOMPARE(l->Queue[4]->JobID, e->JobID);
     QCOMPARE(l->Queue[5]->JobID, 0ULL); // kept as the empty job
-    for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->QueueID, i);
+    for (int i = 0; i < l->JobCount; ++i)
+        QCOMPARE(l->Queue[i]->QueueID, i);
     QCOMPARE(l->SortedCount, 6);
 
     const QStringList expected = {
@@ -155,7 +159,8 @@ void tst_fmjoblist::loadMixedFile()
     QCOMPARE(quiet->LastLoad.Failed, 5);
     QCOMPARE(quiet->LastLoad.Skipped, 1);
     QCOMPARE(quiet->LastLoad.Messages.size(), 2);
-    QCOMPARE(quiet->LastLoad.Messages.last().second, QStringLiteral("{ALL} 5 Jobs in jobs.db could not be loaded; "));
+    QCOMPARE(quiet->LastLoad.Messages.last().second,
+             QStringLiteral("{ALL} 5 Jobs in jobs.db could not be loaded; "));
 }
 
 void tst_fmjoblist::loadAcrossRuns_data()
@@ -196,7 +201,8 @@ void tst_fmjoblist::loadAcrossRuns()
     jlfix::LogCapture log(0, 2);
     QCOMPARE(l->LoadFileJobs(p), !badMagicAtEnd);
     QCOMPARE(l->JobCount, int(ids.size()));
-    for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->JobID, ids[i]);
+    for (int i = 0; i < l->JobCount; ++i)
+        QCOMPARE(l->Queue[i]->JobID, ids[i]);
     QStringList expected;
     if (!damaged.isEmpty())
         // The number is the job count with the record of the failing frame already taken.
@@ -206,7 +212,8 @@ void tst_fmjoblist::loadAcrossRuns()
     else if (!damaged.isEmpty())
         expected << QStringLiteral("2|0|{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(damaged.size());
     QCOMPARE(log.Lines.size(), expected.size());
-    for (int i = 0; i < expected.size(); ++i) QVERIFY2(log.Lines[i].startsWith(expected[i]), qPrintable(log.Lines[i]));
+    for (int i = 0; i < expected.size(); ++i)
+        QVERIFY2(log.Lines[i].startsWith(expected[i]), qPrintable(log.Lines[i]));
 }
 
 void tst_fmjoblist::loadFileFailures_data()
@@ -224,12 +231,16 @@ void tst_fmjoblist::loadFileFailures_data()
     QByteArray noNul = good;
     noNul[44] = 'x';
     QTest::newRow("empty") << QByteArray() << true << 0 << QString();
-    QTest::newRow("63 bytes") << good.left(63) << false << 0 << QStringLiteral("0|0|{ALL} Wrong file size '%1'!; ");
+    QTest::newRow("63 bytes") << good.left(63) << false << 0
+                              << QStringLiteral("0|0|{ALL} Wrong file size '%1'!; ");
     QTest::newRow("magic") << badMagic << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
-    QTest::newRow("magic without end") << noNul << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
-    QTest::newRow("second magic") << good + badMagic << false << 1 << QStringLiteral("1|0|{ALL} jobs.db format error!");
+    QTest::newRow("magic without end")
+        << noNul << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
+    QTest::newRow("second magic") << good + badMagic << false << 1
+                                  << QStringLiteral("1|0|{ALL} jobs.db format error!");
     QTest::newRow("buffer") << huge << false << 0 << QStringLiteral("1|0|{ALL} Job read buffer too small!");
-    QTest::newRow("no body") << good.left(64) << false << 0 << QStringLiteral("1|0|{ALL} Unable to read '%1' !; ");
+    QTest::newRow("no body") << good.left(64) << false << 0
+                             << QStringLiteral("1|0|{ALL} Unable to read '%1' !; ");
 }
 
 void tst_fmjoblist::loadFileFailures()
@@ -283,12 +294,24 @@ void tst_fmjoblist::plausibility()
     QFETCH(QString, message);
     auto r = makeRecord(3);
     switch (field) {
-    case 0: r->SeqStep = value; break;
-    case 1: r->SeqStart = value; break;
-    case 2: r->SeqEnd = value; break;
-    case 3: r->SeqFileOffset = value; break;
-    case 4: r->ImageFileName.Data[0] = uint16_t(value); break;
-    case 5: r->JobID = uint64_t(value); break;
+    case 0:
+        r->SeqStep = value;
+        break;
+    case 1:
+        r->SeqStart = value;
+        break;
+    case 2:
+        r->SeqEnd = value;
+        break;
+    case 3:
+        r->SeqFileOffset = value;
+        break;
+    case 4:
+        r->ImageFileName.Data[0] = uint16_t(value);
+        break;
+    case 5:
+        r->JobID = uint64_t(value);
+        break;
     case 6:
         r->JobID = uint64_t(value);
         r->SubmitterStructVersion = 6;
@@ -426,9 +449,11 @@ void tst_fmjoblist::truncatedAtEveryByte()
         l->deleteAll();
         const bool ok = l->LoadFileJobs(p);
         int whole = 0;
-        while (whole < ends.size() && ends[whole] <= cut) ++whole;
+        while (whole < ends.size() && ends[whole] <= cut)
+            ++whole;
         QCOMPARE(l->JobCount, whole);
-        for (int n = 0; n < whole; ++n) QCOMPARE(l->Queue[n]->JobID, makeRecord(n)->JobID);
+        for (int n = 0; n < whole; ++n)
+            QCOMPARE(l->Queue[n]->JobID, makeRecord(n)->JobID);
         // A cut at a frame's end is a clean end of file; a cut inside a header is a read failure.
         if (cut == 0 || ends.contains(cut)) QVERIFY(ok);
         const int start = whole == 0 ? 0 : ends[whole - 1];
@@ -456,7 +481,8 @@ void tst_fmjoblist::recordReuse()
     l->DeleteJob(gone);
     QCOMPARE(l->JobCount, 59);
     QCOMPARE(l->Queue[3]->JobID, 1004ULL);
-    for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->QueueID, i);
+    for (int i = 0; i < l->JobCount; ++i)
+        QCOMPARE(l->Queue[i]->QueueID, i);
     QCOMPARE(gone->QueueID, -1);
     QVERIFY(!l->isValidJob(gone));
     QCOMPARE(l->GetNewJob(), gone); // reused, and cleared
@@ -467,16 +493,19 @@ void tst_fmjoblist::recordReuse()
     l->DeleteJob(&stranger);
     QCOMPARE(l->JobCount, 60);
     // Spare records beyond 25 are freed five at a time.
-    while (l->JobCount > 40) l->DeleteJob(l->Queue[0]);
+    while (l->JobCount > 40)
+        l->DeleteJob(l->Queue[0]);
     QVERIFY(l->Allocated <= l->JobCount + 30);
     QCOMPARE(l->Allocated % 5, 0);
-    for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->QueueID, i);
+    for (int i = 0; i < l->JobCount; ++i)
+        QCOMPARE(l->Queue[i]->QueueID, i);
 }
 
 void tst_fmjoblist::copyRefusesChanges()
 {
     auto l = newList();
-    for (int n = 0; n < 4; ++n) l->GetNewJob()->JobID = 2000 + uint64_t(n);
+    for (int n = 0; n < 4; ++n)
+        l->GetNewJob()->JobID = 2000 + uint64_t(n);
     {
         _JobList copy(FM, l.get());
         QVERIFY(copy.IsCopy);
@@ -501,7 +530,8 @@ void tst_fmjoblist::copyRefusesChanges()
 void tst_fmjoblist::moveJobs()
 {
     auto l = newList();
-    for (int n = 0; n < 6; ++n) l->GetNewJob()->JobID = 3000 + uint64_t(n);
+    for (int n = 0; n < 6; ++n)
+        l->GetNewJob()->JobID = 3000 + uint64_t(n);
     _JobCommandSend cmd;
     cmd.Count = 2;
     cmd.IDs[0] = 3001; // target: where this job stands
@@ -516,8 +546,10 @@ void tst_fmjoblist::moveJobs()
     l->applyMoveJobs();
     QCOMPARE(l->MoveJobsCount, 0);
     QCOMPARE(idsOf(*l), (QList<unsigned long long>{3000, 3004, 3001, 3002, 3003, 3005}));
-    for (int i = 0; i < l->JobCount; ++i) QCOMPARE(l->Queue[i]->QueueID, i);
-    for (int n = 0; n < 25; ++n) l->addMoveJobs(cmd);
+    for (int i = 0; i < l->JobCount; ++i)
+        QCOMPARE(l->Queue[i]->QueueID, i);
+    for (int n = 0; n < 25; ++n)
+        l->addMoveJobs(cmd);
     QCOMPARE(l->MoveJobsCount, 20);
 }
 

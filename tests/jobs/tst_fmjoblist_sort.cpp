@@ -38,8 +38,7 @@ int cmpB(const QByteArray& a, const QByteArray& b)
     if (c) return c < 0 ? -1 : 1;
     return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
 }
-template <class T>
-int cmpN(T a, T b)
+template <class T> int cmpN(T a, T b)
 {
     return a < b ? -1 : (a > b ? 1 : 0);
 }
@@ -62,8 +61,10 @@ std::function<int(const R&, const R&)> reference(int sortID)
             if (!c) c = cmpB(t(a.Layer), t(b.Layer));
             return c;
         };
-    case 1: return [t](const R& a, const R& b) { return cmpB(t(a.UserName), t(b.UserName)); };
-    case 2: return [t](const R& a, const R& b) { return cmpB(t(a.CompanyProjectName), t(b.CompanyProjectName)); };
+    case 1:
+        return [t](const R& a, const R& b) { return cmpB(t(a.UserName), t(b.UserName)); };
+    case 2:
+        return [t](const R& a, const R& b) { return cmpB(t(a.CompanyProjectName), t(b.CompanyProjectName)); };
     case 3:
         return [](const R& a, const R& b) {
             const int c = cmpQ(a.CustomSeQName.toQString(), b.CustomSeQName.toQString());
@@ -81,19 +82,32 @@ std::function<int(const R&, const R&)> reference(int sortID)
             const int c = cmpN<int>(a.ErrorCountHard, b.ErrorCountHard);
             return c ? c : cmpN<int>(a.ErrorCount, b.ErrorCount);
         };
-    case 8: return [t](const R& a, const R& b) { return cmpB(t(a.SceneName), t(b.SceneName)); };
-    case 9: return [t](const R& a, const R& b) { return cmpB(t(a.Layer), t(b.Layer)); };
-    case 10: return [t](const R& a, const R& b) { return cmpB(t(a.Camera), t(b.Camera)); };
-    case 11: return [](const R& a, const R& b) { return cmpN<int>(a.TotalFrames, b.TotalFrames); };
-    case 13: return [](const R& a, const R& b) { return cmpN<uint64_t>(a.ExecutionTime, b.ExecutionTime); };
-    case 15: return [](const R& a, const R& b) { return cmpN<uint32_t>(a.AverageFrameTime, b.AverageFrameTime); };
-    case 18: return [](const R& a, const R& b) { return cmpN<float>(a.AverageClients, b.AverageClients); };
-    case 20: return [](const R& a, const R& b) { return cmpN<int64_t>(a.DateSend.t, b.DateSend.t); };
-    case 21: return [](const R& a, const R& b) { return cmpN<int64_t>(a.DateFinished.t, b.DateFinished.t); };
+    case 8:
+        return [t](const R& a, const R& b) { return cmpB(t(a.SceneName), t(b.SceneName)); };
+    case 9:
+        return [t](const R& a, const R& b) { return cmpB(t(a.Layer), t(b.Layer)); };
+    case 10:
+        return [t](const R& a, const R& b) { return cmpB(t(a.Camera), t(b.Camera)); };
+    case 11:
+        return [](const R& a, const R& b) { return cmpN<int>(a.TotalFrames, b.TotalFrames); };
+    case 13:
+        return [](const R& a, const R& b) { return cmpN<uint64_t>(a.ExecutionTime, b.ExecutionTime); };
+    case 15:
+        return [](const R& a, const R& b) { return cmpN<uint32_t>(a.AverageFrameTime, b.AverageFrameTime); };
+    case 18:
+        return [](const R& a, const R& b) { return cmpN<float>(a.AverageClients, b.AverageClients); };
+    case 20:
+        return [](const R& a, const R& b) { return cmpN<int64_t>(a.DateSend.t, b.DateSend.t); };
+    case 21:
+        return [](const R& a, const R& b) { return cmpN<int64_t>(a.DateFinished.t, b.DateFinished.t); };
     case 24:
-        return [](const R& a, const R& b) { return cmpQ(a.CustomSHotName.toQString(), b.CustomSHotName.toQString()); };
-    case 99: return [t](const R& a, const R& b) { return cmpB(t(a.Channel), t(b.Channel)); };
-    default: return nullptr;
+        return [](const R& a, const R& b) {
+            return cmpQ(a.CustomSHotName.toQString(), b.CustomSHotName.toQString());
+        };
+    case 99:
+        return [t](const R& a, const R& b) { return cmpB(t(a.Channel), t(b.Channel)); };
+    default:
+        return nullptr;
     }
 }
 
@@ -103,9 +117,10 @@ std::unique_ptr<_JobList> makeList(int count, unsigned seed, const QString& comm
 {
     auto l = std::make_unique<_JobList>(FM, nullptr);
     std::mt19937 rnd(seed);
-    const QStringList words = {QStringLiteral("abc"),       QStringLiteral("Abc"),     QStringLiteral("abcdefgh"),
-                               QStringLiteral("abcdefgz"),  QStringLiteral("ab"),      QStringLiteral(""),
-                               QStringLiteral("\u00e9t\u00e9"), QStringLiteral("\u0100x"), QStringLiteral("zz")};
+    const QStringList words = {
+        QStringLiteral("abc"),           QStringLiteral("Abc"),     QStringLiteral("abcdefgh"),
+        QStringLiteral("abcdefgz"),      QStringLiteral("ab"),      QStringLiteral(""),
+        QStringLiteral("\u00e9t\u00e9"), QStringLiteral("\u0100x"), QStringLiteral("zz")};
     auto w = [&]() { return common + words[int(rnd() % unsigned(words.size()))]; };
     for (int n = 0; n < count; ++n) {
         auto r = jlfix::makeRecord(n);
@@ -136,7 +151,8 @@ std::unique_ptr<_JobList> makeList(int count, unsigned seed, const QString& comm
 QList<int> view(_JobList& l)
 {
     QList<int> q;
-    for (int i = 0; i < l.SortedCount; ++i) q.append(l.Sorted[i]->QueueID);
+    for (int i = 0; i < l.SortedCount; ++i)
+        q.append(l.Sorted[i]->QueueID);
     return q;
 }
 
@@ -173,8 +189,8 @@ void tst_fmjoblist_sort::sortEveryColumn_data()
     QTest::addColumn<QString>("common");
     for (int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 18, 20, 21, 24, 99, 100})
         for (int order : {0, 1})
-            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc"))) << id << order
-                                                                                                 << QString();
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc")))
+                << id << order << QString();
     // Every text of a column begins alike, one is nothing more than that beginning.
     for (int id : {1, 3, 8})
         for (int order : {0, 1})
@@ -192,7 +208,8 @@ void tst_fmjoblist_sort::sortEveryColumn()
     QCOMPARE(l->SortedCount, 120);
 
     QList<int> expected;
-    for (int i = 0; i < 120; ++i) expected.append(i);
+    for (int i = 0; i < 120; ++i)
+        expected.append(i);
     auto key = reference(sortID);
     if (key) {
         std::stable_sort(expected.begin(), expected.end(), [&](int a, int b) {
@@ -220,14 +237,16 @@ void tst_fmjoblist_sort::sortUnordered()
     QFETCH(int, sortID);
     QFETCH(int, order);
     auto l = makeList(200, 7);
-    for (int i = 0; i < 200; i += 3) l->Queue[i]->AverageClients = std::numeric_limits<float>::quiet_NaN();
+    for (int i = 0; i < 200; i += 3)
+        l->Queue[i]->AverageClients = std::numeric_limits<float>::quiet_NaN();
     l->SortID = sortID;
     l->SortOrder = order;
     l->sort();
     QList<int> v = view(*l);
     QCOMPARE(v.size(), 200);
     std::sort(v.begin(), v.end());
-    for (int i = 0; i < 200; ++i) QCOMPARE(v[i], i);
+    for (int i = 0; i < 200; ++i)
+        QCOMPARE(v[i], i);
 }
 
 void tst_fmjoblist_sort::filter_data()
@@ -240,25 +259,61 @@ void tst_fmjoblist_sort::filter_data()
     QTest::addColumn<bool>("flags");
     QTest::addColumn<QList<int>>("kept");
     const QList<int> all = {0, 1, 2, 3};
-    QTest::newRow("nothing") << "" << "" << "" << "" << false << true << all;
-    QTest::newRow("invert, no text") << "" << "" << "" << "" << true << false << all;
-    QTest::newRow("user in capitals") << "ANNA" << "" << "" << "" << false << false << QList<int>{0, 2};
-    QTest::newRow("user prefix") << "ann" << "" << "" << "" << false << false << QList<int>{};
-    QTest::newRow("project 25") << "" << "abcdefghijklmnopqrstuvwxy" << "" << "" << false << false << QList<int>{3};
-    QTest::newRow("project 30") << "" << "abcdefghijklmnopqrstuvwxyz1234" << "" << "" << false << false
-                                << QList<int>{};
+    QTest::newRow("nothing") << ""
+                             << ""
+                             << ""
+                             << "" << false << true << all;
+    QTest::newRow("invert, no text") << ""
+                                     << ""
+                                     << ""
+                                     << "" << true << false << all;
+    QTest::newRow("user in capitals") << "ANNA"
+                                      << ""
+                                      << ""
+                                      << "" << false << false << QList<int>{0, 2};
+    QTest::newRow("user prefix") << "ann"
+                                 << ""
+                                 << ""
+                                 << "" << false << false << QList<int>{};
+    QTest::newRow("project 25") << ""
+                                << "abcdefghijklmnopqrstuvwxy"
+                                << ""
+                                << "" << false << false << QList<int>{3};
+    QTest::newRow("project 30") << ""
+                                << "abcdefghijklmnopqrstuvwxyz1234"
+                                << ""
+                                << "" << false << false << QList<int>{};
     QTest::newRow("project small") << ""
                                    << "SHOW"
                                    << ""
                                    << "" << false << false << QList<int>{0, 1};
-    QTest::newRow("app exact") << "" << "" << "Maya" << "" << false << false << QList<int>{0};
-    QTest::newRow("app alias") << "" << "" << "mtoa" << "" << false << false << QList<int>{1};
-    QTest::newRow("text in ImageDir") << "" << "" << "" << "secret" << false << false << QList<int>{2};
-    QTest::newRow("text inverted") << "" << "" << "" << "secret" << true << false << QList<int>{0, 1, 3};
-    QTest::newRow("text non-ASCII") << "" << "" << "" << QStringLiteral("\u00c4RGER") << false << false
-                                    << QList<int>{1};
-    QTest::newRow("text kelvin") << "" << "" << "" << "kelvin" << false << false << QList<int>{3};
-    QTest::newRow("text job id") << "" << "" << "" << "{" << false << false << QList<int>{0, 1, 2, 3};
+    QTest::newRow("app exact") << ""
+                               << ""
+                               << "Maya"
+                               << "" << false << false << QList<int>{0};
+    QTest::newRow("app alias") << ""
+                               << ""
+                               << "mtoa"
+                               << "" << false << false << QList<int>{1};
+    QTest::newRow("text in ImageDir") << ""
+                                      << ""
+                                      << ""
+                                      << "secret" << false << false << QList<int>{2};
+    QTest::newRow("text inverted") << ""
+                                   << ""
+                                   << ""
+                                   << "secret" << true << false << QList<int>{0, 1, 3};
+    QTest::newRow("text non-ASCII") << ""
+                                    << ""
+                                    << "" << QStringLiteral("\u00c4RGER") << false << false << QList<int>{1};
+    QTest::newRow("text kelvin") << ""
+                                 << ""
+                                 << ""
+                                 << "kelvin" << false << false << QList<int>{3};
+    QTest::newRow("text job id") << ""
+                                 << ""
+                                 << ""
+                                 << "{" << false << false << QList<int>{0, 1, 2, 3};
     // Names beyond ASCII, in the other case than the jobs have them.
     QTest::newRow("user non-ASCII") << QStringLiteral("\u00f6LAF") << ""
                                     << ""
@@ -317,7 +372,8 @@ void tst_fmjoblist_sort::batchedLoadEqualsPerJob_data()
     QTest::addColumn<int>("order");
     QTest::addColumn<QString>("text");
     for (int id : {-1, 0, 3, 18})
-        for (int order : {0, 1}) QTest::newRow(qPrintable(QStringLiteral("%1/%2").arg(id).arg(order))) << id << order << "";
+        for (int order : {0, 1})
+            QTest::newRow(qPrintable(QStringLiteral("%1/%2").arg(id).arg(order))) << id << order << "";
     QTest::newRow("filtered") << 1 << 0 << "ab";
 }
 
@@ -366,24 +422,29 @@ void tst_fmjoblist_sort::customActive()
         l.GetNewJob()->fromJobSave(r.get(), FM);
     }
     l.listCustomActive_BuildStart();
-    for (int i = 4; i >= 0; --i) l.listCustomActive_BuildAppend(l.Queue[i]);
+    for (int i = 4; i >= 0; --i)
+        l.listCustomActive_BuildAppend(l.Queue[i]);
     l.listCustomActive_BuildSort_User();
     l.listCustomActive_BuildEnd();
     QCOMPARE(l.CustomActiveCount, 5);
     QCOMPARE(l.CustomActiveSortedCount, 0);
     QList<int> order;
-    for (int i = 0; i < l.CustomActiveCount; ++i) order.append(l.CustomActive[i]->QueueID);
+    for (int i = 0; i < l.CustomActiveCount; ++i)
+        order.append(l.CustomActive[i]->QueueID);
     QCOMPARE(order, (QList<int>{1, 3, 2, 0, 4})); // anna, anna (queue order), bob, carl, zed
     R* arr[5];
-    for (int i = 0; i < 5; ++i) arr[i] = l.Queue[i];
+    for (int i = 0; i < 5; ++i)
+        arr[i] = l.Queue[i];
     fmQuicksort_2_JLCU(arr, 5, true);
     QList<int> desc;
-    for (R* r : arr) desc.append(r->QueueID);
+    for (R* r : arr)
+        desc.append(r->QueueID);
     QCOMPARE(desc, (QList<int>{4, 0, 2, 1, 3}));
     // A deleted job leaves the list, and the rest close up.
     l.DeleteJob(l.Queue[2]);
     QCOMPARE(l.CustomActiveCount, 4);
-    for (int i = 0; i < l.CustomActiveCount; ++i) QVERIFY(l.isValidJob(l.CustomActive[i]));
+    for (int i = 0; i < l.CustomActiveCount; ++i)
+        QVERIFY(l.isValidJob(l.CustomActive[i]));
 }
 
 QTEST_GUILESS_MAIN(tst_fmjoblist_sort)

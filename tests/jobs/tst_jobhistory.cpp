@@ -1,7 +1,7 @@
 #include "app/fm.h"
 #include "farm/fmclientlist.h"
-#include "jobs/fmjobhistory.h"
 #include "fmrecordbytes.h"
+#include "jobs/fmjobhistory.h"
 
 #include <QTest>
 #include <memory>
@@ -163,7 +163,8 @@ struct Coverage
     std::vector<bool> covered = std::vector<bool>(kHist, false);
     void mark(int offset, int size)
     {
-        for (int i = 0; i < size; ++i) covered[size_t(offset + i)] = true;
+        for (int i = 0; i < size; ++i)
+            covered[size_t(offset + i)] = true;
     }
     // Index of the first uncovered non-zero byte, or -1.
     int firstStray(const void* record) const
@@ -177,7 +178,8 @@ struct Coverage
 
 bool sameBytes(const void* a, int aOff, const void* b, int bOff, int size)
 {
-    return std::memcmp(static_cast<const uint8_t*>(a) + aOff, static_cast<const uint8_t*>(b) + bOff, size_t(size)) == 0;
+    return std::memcmp(static_cast<const uint8_t*>(a) + aOff, static_cast<const uint8_t*>(b) + bOff,
+                       size_t(size)) == 0;
 }
 
 bool allZero(const void* a, int off, int size)
@@ -362,8 +364,9 @@ void tst_jobhistory::upgrade()
     QFETCH(int, logCount);
     QFETCH(int, projectLength);
     const int size = layout == 61 ? 30188 : (layout == 62 ? 39516 : 46908);
-    QCOMPARE(int(layout == 61 ? sizeof(_OLD61__jobsHistoryDB)
-                              : (layout == 62 ? sizeof(_OLD62_jobsHistoryDB) : sizeof(_OLD627_jobsHistoryDB))),
+    QCOMPARE(int(layout == 61
+                     ? sizeof(_OLD61__jobsHistoryDB)
+                     : (layout == 62 ? sizeof(_OLD62_jobsHistoryDB) : sizeof(_OLD627_jobsHistoryDB))),
              size);
     std::vector<uint8_t> old(size_t(size) + 16);
     uint8_t* o = old.data();
@@ -391,7 +394,8 @@ void tst_jobhistory::upgrade()
 
     Coverage cov;
     const uint16_t header[10] = {0x0403, 3, 0x0506, 7, 0x0606, 6, 0, 0, 0x0A04, 3};
-    for (int i = 0; i < 10; ++i) QCOMPARE(readAt<uint16_t>(h.get(), size_t(2 * i)), header[i]);
+    for (int i = 0; i < 10; ++i)
+        QCOMPARE(readAt<uint16_t>(h.get(), size_t(2 * i)), header[i]);
     cov.mark(0, 20);
     for (const UpgradeField& f : kUpgradeFields) {
         const int from = layout == 61 ? f.old61 : (layout == 62 ? f.old62 : f.old627);
@@ -454,7 +458,7 @@ void tst_jobhistory::hostileRecordRoundTrips()
     auto h = std::make_unique<_jobsHistoryDB>();
     fillPattern(h.get(), sizeof(_jobsHistoryDB), 77);
     writeAt<uint16_t>(h.get(), 22 + 502, 65535);    // SceneName Length
-    writeAt<uint16_t>(h.get(), 15648 + 52, 65535); // UserName Length
+    writeAt<uint16_t>(h.get(), 15648 + 52, 65535);  // UserName Length
     writeAt<uint16_t>(h.get(), 15928 + 102, 65535); // CompanyProjectName Length
     writeAt<int16_t>(h.get(), 22652, 30000);
     writeAt<int8_t>(h.get(), 22050, 120);
@@ -556,7 +560,8 @@ void tst_jobhistory::ghzHoursFromClientTable()
     FM.ClientList = own.get();
     fmC::_ClientList& list = *own;
     list.clear();
-    for (int i = 0; i < 4; ++i) QCOMPARE(list.addClient(), i);
+    for (int i = 0; i < 4; ++i)
+        QCOMPARE(list.addClient(), i);
     list.Clients[1].Hardware.Speed = 6.0f;
     list.Clients[1].Hardware.Cores = 2;
     list.Clients[3].Hardware.Speed = 2.0f;

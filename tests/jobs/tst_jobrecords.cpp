@@ -1,5 +1,5 @@
-#include "jobs/fmjob.h"
 #include "fmrecordbytes.h"
+#include "jobs/fmjob.h"
 
 #include <QTest>
 #include <cmath>
@@ -228,7 +228,8 @@ void tst_jobrecords::fromMinInfo()
     QCOMPARE(int(job->Disabled), 1);
     QCOMPARE(int(job->Status), 200);
     QCOMPARE(int(job->Priority), 50); // cleared first
-    QCOMPARE(job->SceneName.toQString(), QStringLiteral("?waiting for update. Or user right to view is missing."));
+    QCOMPARE(job->SceneName.toQString(),
+             QStringLiteral("?waiting for update. Or user right to view is missing."));
     QCOMPARE(job->Camera.toQString(), QStringLiteral("?update?"));
     QCOMPARE(job->ImageFileName.toQString(), QStringLiteral("?update?"));
     QCOMPARE(double(job->SeqStart), -1.0);
@@ -346,7 +347,8 @@ void tst_jobrecords::basicsArray()
     QVERIFY(a.getNewJob(j));
     QVERIFY(j);
     j->JobID = 4242;
-    for (int i = 0; i < 40; ++i) QVERIFY(a.getNewJob(j));
+    for (int i = 0; i < 40; ++i)
+        QVERIFY(a.getNewJob(j));
     QCOMPARE(int(a.Count), 41);
     QCOMPARE((unsigned long long)a.at(0)->JobID, 4242ull);
     QCOMPARE(int(a.at(40)->ImageFramePadding), 4);
@@ -373,7 +375,8 @@ void tst_jobrecords::commandSend()
     QCOMPARE(int(d->Command), 7);
     QCOMPARE(c->idsAsString(), QString());
     c->Count = 11;
-    for (int i = 0; i < 11; ++i) writeAt<unsigned long long>(c.get(), 4 + 8 * size_t(i), 10000ull << 24);
+    for (int i = 0; i < 11; ++i)
+        writeAt<unsigned long long>(c.get(), 4 + 8 * size_t(i), 10000ull << 24);
     const QString s = c->idsAsString();
     QCOMPARE(s.count(QStringLiteral("{AAB}, ")), 11);
     QCOMPARE(s.count(QLatin1Char('\n')), 1);
