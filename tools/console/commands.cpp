@@ -2,6 +2,7 @@
 // that defines its entry (see consolecommand.h).
 
 #include "tools/console/consolecommand.h"
+#include "tools/console/consoleio.h"
 
 extern const fmConsoleCommand fmConsoleProjects;
 extern const fmConsoleCommand fmConsoleJobs;
@@ -20,4 +21,11 @@ std::span<const fmConsoleCommand* const> fmConsoleCommands()
         &fmConsoleReport,   &fmConsoleSql,  &fmConsoleDemoRoot, &fmConsoleHelp,
     };
     return commands;
+}
+
+int fmConsoleRunsOnItsOwn(const fmConsoleArgs& args)
+{
+    fmConsolePrintErr(
+        QStringLiteral("fmHistorydbconsole: '%1' was not handed to its own reader\n").arg(args.Command));
+    return fmExitUsage;
 }

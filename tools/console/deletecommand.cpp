@@ -20,12 +20,6 @@ QString check(fmConsoleArgs& args)
     return QString();
 }
 
-int run(const fmConsoleArgs&)
-{
-    fmConsolePrintErr(QStringLiteral("fmHistorydbconsole: 'delete' is not built yet\n"));
-    return fmExitFailed;
-}
-
 } // namespace
 
 extern const fmConsoleCommand fmConsoleDelete = {
@@ -46,5 +40,5 @@ extern const fmConsoleCommand fmConsoleDelete = {
                "$ fmHistorydbconsole -fmRoot /mnt/farm delete --project Aurora_Documentary 6a1b2c3d 6a1b2c4e",
     .NeedsRoot = true,
     .Check = check,
-    .Run = run,
+    .Run = fmConsoleRunsOnItsOwn,
 };

@@ -38,12 +38,6 @@ QString check(fmConsoleArgs& args)
     return QString();
 }
 
-int run(const fmConsoleArgs&)
-{
-    fmConsolePrintErr(QStringLiteral("fmHistorydbconsole: 'jobs' is not built yet\n"));
-    return fmExitFailed;
-}
-
 } // namespace
 
 extern const fmConsoleCommand fmConsoleJobs = {
@@ -62,5 +56,5 @@ extern const fmConsoleCommand fmConsoleJobs = {
                "$ fmHistorydbconsole -fmRoot /mnt/farm jobs --project Aurora_Documentary --json > jobs.json",
     .NeedsRoot = true,
     .Check = check,
-    .Run = run,
+    .Run = fmConsoleRunsOnItsOwn,
 };

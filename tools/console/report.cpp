@@ -5,6 +5,7 @@
 
 #include "app/fm.h"
 #include "browser/fmhistoryreport.h"
+#include "tools/console/consolecommand.h"
 
 #include <cstdio>
 
@@ -17,25 +18,6 @@ struct ReportArgs
     QString Format = QStringLiteral("table");
     bool Verbose = false;
 };
-
-// Options of the family's start-up that take a value: their value is no command word.
-bool takesValue(const QString& a)
-{
-    static const char* const names[] = {"-fmRoot",
-                                        "-loadstatus",
-                                        "-LocalDataFolder",
-                                        "-ThreadCheckFolder",
-                                        "-OMName",
-                                        "-OMN",
-                                        "-OUName",
-                                        "-OverrideServerName",
-                                        "-OSN",
-                                        "-defaultFontSize",
-                                        "-smallerFontSize"};
-    for (const char* n : names)
-        if (a.compare(QLatin1String(n), Qt::CaseInsensitive) == 0) return true;
-    return false;
-}
 
 void printTo(FILE* f, const QByteArray& bytes)
 {
@@ -53,7 +35,7 @@ QString parse(const QStringList& args, ReportArgs& r)
             return true;
         };
         QString v;
-        if (takesValue(a)) {
+        if (fmConsoleIsFamilyValueOption(a)) {
             ++i;
         } else if (a == QLatin1String("--by")) {
             fmReportKey k = fmReportKey::User;
@@ -95,7 +77,7 @@ QString parse(const QStringList& args, ReportArgs& r)
 bool fmConsoleIsReport(const QStringList& args)
 {
     for (int i = 1; i < args.size(); ++i) {
-        if (takesValue(args[i])) {
+        if (fmConsoleIsFamilyValueOption(args[i])) {
             ++i;
             continue;
         }

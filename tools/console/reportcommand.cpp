@@ -40,12 +40,6 @@ QString check(fmConsoleArgs& args)
     return QString();
 }
 
-int run(const fmConsoleArgs&)
-{
-    fmConsolePrintErr(QStringLiteral("fmHistorydbconsole: 'report' is not built yet\n"));
-    return fmExitFailed;
-}
-
 } // namespace
 
 extern const fmConsoleCommand fmConsoleReport = {
@@ -69,5 +63,5 @@ extern const fmConsoleCommand fmConsoleReport = {
                "      --from 2026-07-01 --to 2026-09-30 --format csv > q3.csv",
     .NeedsRoot = true,
     .Check = check,
-    .Run = run,
+    .Run = fmConsoleRunsOnItsOwn,
 };

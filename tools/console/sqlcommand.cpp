@@ -31,12 +31,6 @@ QString check(fmConsoleArgs& args)
     return QString();
 }
 
-int run(const fmConsoleArgs&)
-{
-    fmConsolePrintErr(QStringLiteral("fmHistorydbconsole: 'sql' is not built yet\n"));
-    return fmExitFailed;
-}
-
 } // namespace
 
 extern const fmConsoleCommand fmConsoleSql = {
@@ -61,5 +55,5 @@ extern const fmConsoleCommand fmConsoleSql = {
                "user=fm\"",
     .NeedsRoot = true,
     .Check = check,
-    .Run = run,
+    .Run = fmConsoleRunsOnItsOwn,
 };
