@@ -221,6 +221,114 @@ void __FM::installStyle()
                  QStringLiteral("SetupCfg"));
 }
 
+namespace {
+
+void logStage(__FM& fm, const QString& text)
+{
+    fm.WriteLog(3, fmLog_NoMessageBox, text, QStringLiteral("FM,SetupCfg"));
+}
+
+void logStep(__FM& fm, const char* step)
+{
+    fm.WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: ") + QLatin1String(step),
+                QStringLiteral("SetupCfg"));
+}
+
+} // namespace
+
+void __FM::splashText(const char* text) const
+{
+    if (!StartSplash || !SplashMessageHook) return;
+    SplashMessageHook(StartSplash,
+                      QStringLiteral("%1  v %2").arg(QLatin1String(text), -60).arg(QLatin1String(fmVersion)));
+}
+
+// The basics every program needs before it reads a table: the SDK's paths and names, the log's
+// opening lines and the root's folders.
+bool __FM::setupBasics(int& argc, char** argv, fmTimer& stage)
+{
+    if (!SetupCfgSDK(argc, argv)) {
+        WriteLog(10, 0, QStringLiteral("SetupCfgSDK failed!"), QStringLiteral("__FM,SetupCfg"));
+        return false;
+    }
+    splashText("Init...");
+    if (LocalCopyMode) AppName = (AppName + QLatin1String(" L")).left(50);
+
+    logStage(*this, QLatin1String(kInitLine));
+    logStage(*this, QStringLiteral("   ") + AppTitle(false) + QStringLiteral("  64bit"));
+    if (LocalCopyMode)
+        logStage(*this, QStringLiteral("    running in local copy mode ") + AppPath.toQString());
+
+    installFMEnvironmentVariable(false);
+    if (!CheckAllfmPaths()) return false;
+    SetAppSystemInfos();
+    logStage(*this, QStringLiteral("    shared FM root is ") + RootPath.toQString());
+    logStage(*this, QStringLiteral("   time - main files: ") + stage.restartAndString());
+    return true;
+}
+
+// globalconfig.ini: the server writes a missing one, the test program goes on without, every other
+// program needs it.
+bool __FM::setupGlobalConfig(fmTimer& stage)
+{
+    if (AppType == fm_AppType_None) return true;
+    if (!LoadFileCfg()) {
+        if (AppType == fm_AppType_Server) {
+            SaveFileCfg();
+        } else if (AppType != fm_AppType_Test) {
+            WriteLog(2, 0, QStringLiteral("Please start the server first to create config files!"),
+                     QStringLiteral("FM,SetupCfg"));
+            return false;
+        }
+    }
+    ApplyCommandlineLogLevels(); // the command line's log options win over the file's flags
+    logStage(*this, QStringLiteral("   time - globalconfig: ") + stage.restartAndString());
+    return true;
+}
+
+bool __FM::setupStyleAndLocalPath(int argc, char** argv, bool darkDefault)
+{
+    readStyleChoices(argc, argv, darkDefault);
+    QCoreApplication::setOrganizationName(QStringLiteral("Orlenvik"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("orlenvik.com"));
+    QCoreApplication::setApplicationName(QStringLiteral("Fornmark"));
+    installStyle();
+    VersionText = VersionText.toQString().replace(QLatin1String("6."), QLatin1String("7."));
+
+    if (AppType != fm_AppType_Client) {
+        logStep(*this, "setLocalPath...");
+        setLocalPath(nullptr);
+        return true;
+    }
+    logStep(*this, "CheckLocalPath...");
+    return CheckLocalPath(nullptr);
+}
+
+// Clients, client groups and users, as far as the program's type uses them. Only some types end
+// when the clients cannot be read.
+bool __FM::setupTables(fmTimer& stage)
+{
+    stage.start();
+    const int type = AppType;
+    if (type != 0 && type != 2 && type != 5 && type != 8) {
+        splashText("Loading Clients...");
+        if (!LoadFileClientsAll(true, QString())) {
+            const bool fatal = type == 3 || type == 4 || type == 5 || type == 7 || type == 8 || type >= 10;
+            if (fatal) return false;
+        }
+        logStep(*this, "LoadFileClientGroups...");
+        LoadFileClientGroups();
+        logStage(*this, QStringLiteral("   time - LoadFileClientGroups: ") + stage.restartAndString());
+    }
+    if (type != 0 && type != 5 && type != 8) {
+        splashText("Loading Users...");
+        logStep(*this, "LoadFileUserSettings...");
+        LoadFileUserSettings();
+        logStage(*this, QStringLiteral("   time - LoadFileUserSettings: ") + stage.restartAndString());
+    }
+    return true;
+}
+
 bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScreen* splash)
 {
     fmTimer whole;
@@ -230,91 +338,12 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
     std::srand(unsigned(std::time(nullptr)));
     connect(this, &__FM::signalLogUI, this, &__FM::SlotLogUI, Qt::UniqueConnection);
 
-    auto splashText = [splash](const char* text) {
-        if (!splash || !SplashMessageHook) return;
-        SplashMessageHook(
-            splash, QStringLiteral("%1  v %2").arg(QLatin1String(text), -60).arg(QLatin1String(fmVersion)));
-    };
-
+    StartSplash = splash;
     splashText("Loading basics...");
-    if (!SetupCfgSDK(argc, argv)) {
-        WriteLog(10, 0, QStringLiteral("SetupCfgSDK failed!"), QStringLiteral("__FM,SetupCfg"));
-        return false;
-    }
-    splashText("Init...");
-    if (LocalCopyMode) AppName = (AppName + QLatin1String(" L")).left(50);
-
-    WriteLog(3, fmLog_NoMessageBox, QLatin1String(kInitLine), QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   ") + AppTitle(false) + QStringLiteral("  64bit"),
-             QStringLiteral("FM,SetupCfg"));
-    if (LocalCopyMode)
-        WriteLog(3, fmLog_NoMessageBox,
-                 QStringLiteral("    running in local copy mode ") + AppPath.toQString(),
-                 QStringLiteral("FM,SetupCfg"));
-
-    installFMEnvironmentVariable(false);
-    if (!CheckAllfmPaths()) return false;
-    SetAppSystemInfos();
-    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("    shared FM root is ") + RootPath.toQString(),
-             QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - main files: ") + stage.restartAndString(),
-             QStringLiteral("FM,SetupCfg"));
-
-    if (AppType != fm_AppType_None) {
-        if (!LoadFileCfg()) {
-            if (AppType == fm_AppType_Server) {
-                SaveFileCfg();
-            } else if (AppType != fm_AppType_Test) {
-                WriteLog(2, 0, QStringLiteral("Please start the server first to create config files!"),
-                         QStringLiteral("FM,SetupCfg"));
-                return false;
-            }
-        }
-        ApplyCommandlineLogLevels(); // the command line's log options win over the file's flags
-        WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - globalconfig: ") + stage.restartAndString(),
-                 QStringLiteral("FM,SetupCfg"));
-    }
-
-    readStyleChoices(argc, argv, darkDefault);
-    QCoreApplication::setOrganizationName(QStringLiteral("Orlenvik"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("orlenvik.com"));
-    QCoreApplication::setApplicationName(QStringLiteral("Fornmark"));
-    installStyle();
-    VersionText = VersionText.toQString().replace(QLatin1String("6."), QLatin1String("7."));
-
-    if (AppType != fm_AppType_Client) {
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: setLocalPath..."), QStringLiteral("SetupCfg"));
-        setLocalPath(nullptr);
-    } else {
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: CheckLocalPath..."),
-                 QStringLiteral("SetupCfg"));
-        if (!CheckLocalPath(nullptr)) return false;
-    }
-
-    stage.start();
-    const int type = AppType;
-    if (type != 0 && type != 2 && type != 5 && type != 8) {
-        splashText("Loading Clients...");
-        if (!LoadFileClientsAll(true, QString())) {
-            const bool fatal = type == 3 || type == 4 || type == 5 || type == 7 || type == 8 || type >= 10;
-            if (fatal) return false;
-        }
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileClientGroups..."),
-                 QStringLiteral("SetupCfg"));
-        LoadFileClientGroups();
-        WriteLog(3, fmLog_NoMessageBox,
-                 QStringLiteral("   time - LoadFileClientGroups: ") + stage.restartAndString(),
-                 QStringLiteral("FM,SetupCfg"));
-    }
-    if (type != 0 && type != 5 && type != 8) {
-        splashText("Loading Users...");
-        WriteLog(10, fmLog_NoPlace, QStringLiteral("SetupCfg: LoadFileUserSettings..."),
-                 QStringLiteral("SetupCfg"));
-        LoadFileUserSettings();
-        WriteLog(3, fmLog_NoMessageBox,
-                 QStringLiteral("   time - LoadFileUserSettings: ") + stage.restartAndString(),
-                 QStringLiteral("FM,SetupCfg"));
-    }
+    const bool ok = setupBasics(argc, argv, stage) && setupGlobalConfig(stage) &&
+                    setupStyleAndLocalPath(argc, argv, darkDefault) && setupTables(stage);
+    StartSplash = nullptr; // the splash may go once start-up ends
+    if (!ok) return false;
 
     if (const int off = fmTime_t::TestIfOfsetIsRight(false); off != 0)
         WriteLog(
@@ -327,10 +356,9 @@ bool __FM::SetupCfg(int& argc, char** argv, const bool& darkDefault, QSplashScre
     WriteLog(4, fmLog_NoMessageBox,
              QStringLiteral("Time Zone %1").arg(fmSec2hms(fmTime_t::fmTime_Start_OffSet)),
              QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   time - all init:") + whole.restartAndString(),
-             QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox, QStringLiteral("   ") + AppTitle(false), QStringLiteral("FM,SetupCfg"));
-    WriteLog(3, fmLog_NoMessageBox, QLatin1String(kDoneLine), QStringLiteral("FM,SetupCfg"));
+    logStage(*this, QStringLiteral("   time - all init:") + whole.restartAndString());
+    logStage(*this, QStringLiteral("   ") + AppTitle(false));
+    logStage(*this, QLatin1String(kDoneLine));
     if (Log) Log->flush();
     return true;
 }

@@ -8,6 +8,7 @@
 
 class QMutex;
 class QSplashScreen;
+struct fmTimer;
 
 namespace fmC {
 struct _Client;
@@ -97,6 +98,13 @@ public slots:
     void SlotLogFile(int level, int flags, const QString& text, const QString& where);
 
 private:
+    // SetupCfg's stages, in order; each false ends the start-up.
+    bool setupBasics(int& argc, char** argv, fmTimer& stage);
+    bool setupGlobalConfig(fmTimer& stage);
+    bool setupStyleAndLocalPath(int argc, char** argv, bool darkDefault);
+    bool setupTables(fmTimer& stage);
+    void splashText(const char* text) const;
+    QSplashScreen* StartSplash = nullptr; // set only while SetupCfg runs
     void readStyleChoices(int argc, char** argv, bool darkDefault);
     void installStyle();
 };

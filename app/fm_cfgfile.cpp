@@ -57,6 +57,72 @@ void logStatus(__FM& fm, QSettings::Status st, const char* accessText, const cha
         text = QStringLiteral("Unknown error while loading globalconfig.ini!");
     fm.WriteLog(0, 0, text, QLatin1String(where));
 }
+
+// Typed parameters: a missing key keeps its value; a number that does not parse is named and kept.
+void readCfgParams(__FM& fm, const QSettings& ini, _fmgConfig& cfg)
+{
+    for (int i = 0; i < cfg.ParamCount && i < _fmgConfig::MaxParams; ++i) {
+        _fmgCfg_param& p = cfg.Params[i];
+        const QVariant v = ini.value(p.key());
+        if (!v.isValid()) continue; // missing: the value stays
+        switch (p.Type) {
+        case fmgCfg_Bool:
+            p.ValueB = v.toBool();
+            break;
+        case fmgCfg_String:
+            p.ValueS.set(variantText(v).left(100));
+            break;
+        case fmgCfg_Int:
+        case fmgCfg_Float: {
+            long long n = 0;
+            if (!variantNumber(v, n)) {
+                fm.WriteLog(1, 0,
+                            QStringLiteral("globalconfig.ini: parameter ") + p.Name.toQString() +
+                                QStringLiteral(" is not a valid number!"),
+                            QStringLiteral("FM,LoadFileCfg"));
+                break;
+            }
+            if (p.Type == fmgCfg_Int)
+                p.setI(n);
+            else
+                p.setF(float(double(n) / 100.0)); // stored times 100
+            break;
+        }
+        default:
+            break;
+        }
+    }
+}
+
+// The numbered lists: UNC maps (a missing entry is disabled), OS conversions and the log flags (a
+// missing flag keeps its value, as every other parameter does).
+void readCfgLists(const QSettings& ini, _fmgConfig& cfg)
+{
+    for (int i = 0; i < _fmgConfig::UNCMapCount; ++i) {
+        _fmgUNCMap& m = cfg.UNCMaps[i];
+        const QVariant v = ini.value(QStringLiteral("UNC/") + listKey("Map", i));
+        if (!v.isValid()) {
+            m.Enabled = false;
+            continue;
+        }
+        _fmgConfig::uncMapFromText(variantText(v), m);
+    }
+    for (int i = 0; i < _fmgConfig::OSConversionCount; ++i)
+        _fmgConfig::osConversionFromText(
+            variantText(ini.value(QStringLiteral("OSConversion/") + listKey("Path", i))),
+            cfg.OSConversion[i]);
+    for (int i = 0; i < _fmgConfig::LogLevels; ++i) {
+        const QString key = QStringLiteral("Interaction/") + listKey("LogLevel", i);
+        cfg.LogLevel[i] = ini.value(key, cfg.LogLevel[i]).toBool();
+        const QString keyUI = QStringLiteral("Interaction/") + listKey("LogLevelUI", i);
+        cfg.LogLevelUI[i] = ini.value(keyUI, cfg.LogLevelUI[i]).toBool();
+    }
+    for (int i = 0; i < _fmgConfig::EmailLogLevels; ++i) {
+        const QString key = QStringLiteral("Email/") + listKey("LogLevel", i);
+        cfg.EmailLogLevel[i] = ini.value(key, cfg.EmailLogLevel[i]).toBool();
+    }
+}
+
 } // namespace
 
 bool __FM::cfgSetB(const fmString8_evenSize<100>& name, bool value)
@@ -123,62 +189,8 @@ bool __FM::LoadFileCfg()
         return false;
     }
 
-    for (int i = 0; i < cfg->ParamCount && i < _fmgConfig::MaxParams; ++i) {
-        _fmgCfg_param& p = cfg->Params[i];
-        const QVariant v = ini.value(p.key());
-        if (!v.isValid()) continue; // missing: the value stays
-        switch (p.Type) {
-        case fmgCfg_Bool:
-            p.ValueB = v.toBool();
-            break;
-        case fmgCfg_String:
-            p.ValueS.set(variantText(v).left(100));
-            break;
-        case fmgCfg_Int:
-        case fmgCfg_Float: {
-            long long n = 0;
-            if (!variantNumber(v, n)) {
-                WriteLog(1, 0,
-                         QStringLiteral("globalconfig.ini: parameter ") + p.Name.toQString() +
-                             QStringLiteral(" is not a valid number!"),
-                         QLatin1String(where));
-                break;
-            }
-            if (p.Type == fmgCfg_Int)
-                p.setI(n);
-            else
-                p.setF(float(double(n) / 100.0)); // stored times 100
-            break;
-        }
-        default:
-            break;
-        }
-    }
-
-    for (int i = 0; i < _fmgConfig::UNCMapCount; ++i) {
-        _fmgUNCMap& m = cfg->UNCMaps[i];
-        const QVariant v = ini.value(QStringLiteral("UNC/") + listKey("Map", i));
-        if (!v.isValid()) {
-            m.Enabled = false;
-            continue;
-        }
-        _fmgConfig::uncMapFromText(variantText(v), m);
-    }
-    for (int i = 0; i < _fmgConfig::OSConversionCount; ++i)
-        _fmgConfig::osConversionFromText(
-            variantText(ini.value(QStringLiteral("OSConversion/") + listKey("Path", i))),
-            cfg->OSConversion[i]);
-    // A missing flag keeps its value, as every other parameter does.
-    for (int i = 0; i < _fmgConfig::LogLevels; ++i) {
-        const QString key = QStringLiteral("Interaction/") + listKey("LogLevel", i);
-        cfg->LogLevel[i] = ini.value(key, cfg->LogLevel[i]).toBool();
-        const QString keyUI = QStringLiteral("Interaction/") + listKey("LogLevelUI", i);
-        cfg->LogLevelUI[i] = ini.value(keyUI, cfg->LogLevelUI[i]).toBool();
-    }
-    for (int i = 0; i < _fmgConfig::EmailLogLevels; ++i) {
-        const QString key = QStringLiteral("Email/") + listKey("LogLevel", i);
-        cfg->EmailLogLevel[i] = ini.value(key, cfg->EmailLogLevel[i]).toBool();
-    }
+    readCfgParams(*this, ini, *cfg);
+    readCfgLists(ini, *cfg);
 
     if (ini.status() != QSettings::NoError) {
         logStatus(*this, ini.status(), "Unable to read globalconfig.ini!", where);

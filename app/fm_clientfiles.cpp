@@ -257,31 +257,23 @@ bool __FM::LoadFileClient(fmC::_Client& client, bool onlyListNo)
 }
 
 // The shared save of one client (one != null) or of all clients.
-static bool saveClients(__FM& fm, _Client* one)
+// While the server sorts the clients anew it owns the file; the flag file tells so. A server that
+// died leaves it behind, so the wait ends after three minutes.
+static bool waitForClientSort(__FM& fm, const QString& where)
 {
-    const QString where = one ? QStringLiteral("FM,SaveFileClient") : QStringLiteral("FM,SaveFileClientsAll");
-    const QString path = clientsPath(fm);
-    QElapsedTimer total;
-    total.start();
-    farmLog(fm, 3, 0,
-            one ? path + QStringLiteral(" single writing...") : QStringLiteral("clients.ini all writing..."),
-            where);
-    if (!one && !fm.ClientList) {
-        farmLog(fm, 1, 0, QStringLiteral("Client data not allocated!"), where);
-        return false;
-    }
-
-    // While the server sorts the clients anew it owns the file; the flag file tells so. A server
-    // that died leaves it behind, so the wait ends after three minutes.
     const QString sortFlag = fm.CfgGlobalPath.toQString() + QStringLiteral("_newclientsort.cfg");
     for (int i = 0; QFile::exists(sortFlag); ++i) {
         if (i >= 90) return false;
         farmLog(fm, 3, 0, QStringLiteral("Waiting for fmServer client sort..."), where);
         fmFileLocker::pause(2000);
     }
+    return true;
+}
 
-    fmFileLocker locker(path);
-    int waited = 0;
+static bool lockClientsFile(__FM& fm, fmFileLocker& locker, const QString& path, bool one, int& waited,
+                            const QString& where)
+{
+    waited = 0;
     if (!locker.lock(30000, lockOwner(fm), &waited, false)) {
         if (waited < 0)
             farmLog(fm, 1, 0, QStringLiteral("No rights to lock file ") + path + QLatin1Char('!'), where);
@@ -299,40 +291,64 @@ static bool saveClients(__FM& fm, _Client* one)
                 QStringLiteral("clients.ini save lock took ") + QString::number(waited) +
                     QStringLiteral("ms"),
                 where);
+    return true;
+}
+
+// Writes one client's section, or every client's, into the private copy of clients.ini.
+static bool writeClientSections(__FM& fm, const QString& copyName, const QString& path, _Client* one,
+                                const QString& where)
+{
+    QSettings file(copyName, QSettings::IniFormat);
+    // In place: the private copy keeps its name and its rights.
+    file.setAtomicSyncRequired(false);
+    if (!file.isWritable()) {
+        farmLog(fm, 1, 0, path + QStringLiteral(" is read-only!"), where);
+        return false;
+    }
+    // A section of the same machine spelt in another case is replaced, not doubled.
+    QHash<QString, QString> sections; // lower case -> as spelt in the file
+    for (const QString& sec : file.childGroups())
+        sections.insert(sec.toLower(), sec);
+    auto writeOne = [&file, &sections](const _Client& c) {
+        const QString name = c.Status.Name.toQString();
+        if (name.isEmpty() || name.compare(QLatin1String(ReservedClientName), Qt::CaseInsensitive) == 0)
+            return;
+        const QString spelt = sections.value(name.toLower());
+        if (!spelt.isEmpty() && spelt != name) file.remove(spelt);
+        c.WriteClientCfg(file, true, true);
+    };
+    if (one)
+        writeOne(*one);
+    else
+        for (int i = 0; i < fm.ClientList->count(); ++i)
+            writeOne(fm.ClientList->Clients[i]);
+    file.sync();
+    return writeStatusOk(fm, file, QStringLiteral("clients.ini"), where);
+}
+
+static bool saveClients(__FM& fm, _Client* one)
+{
+    const QString where = one ? QStringLiteral("FM,SaveFileClient") : QStringLiteral("FM,SaveFileClientsAll");
+    const QString path = clientsPath(fm);
+    QElapsedTimer total;
+    total.start();
+    farmLog(fm, 3, 0,
+            one ? path + QStringLiteral(" single writing...") : QStringLiteral("clients.ini all writing..."),
+            where);
+    if (!one && !fm.ClientList) {
+        farmLog(fm, 1, 0, QStringLiteral("Client data not allocated!"), where);
+        return false;
+    }
+    if (!waitForClientSort(fm, where)) return false;
+
+    fmFileLocker locker(path);
+    int waited = 0;
+    if (!lockClientsFile(fm, locker, path, one != nullptr, waited, where)) return false;
 
     fmPrivateCopy copy;
     if (!takeCopy(fm, copy, path, where)) return false;
     farmLog(fm, 10, 0, QStringLiteral("     localCopy"), where);
-
-    {
-        QSettings file(copy.fileName(), QSettings::IniFormat);
-        // In place: the private copy keeps its name and its rights.
-        file.setAtomicSyncRequired(false);
-        if (!file.isWritable()) {
-            farmLog(fm, 1, 0, path + QStringLiteral(" is read-only!"), where);
-            return false;
-        }
-        // A section of the same machine spelt in another case is replaced, not doubled.
-        QHash<QString, QString> sections; // lower case -> as spelt in the file
-        for (const QString& sec : file.childGroups())
-            sections.insert(sec.toLower(), sec);
-        auto writeOne = [&file, &sections](const _Client& c) {
-            const QString name = c.Status.Name.toQString();
-            if (name.isEmpty() || name.compare(QLatin1String(ReservedClientName), Qt::CaseInsensitive) == 0)
-                return;
-            const QString spelt = sections.value(name.toLower());
-            if (!spelt.isEmpty() && spelt != name) file.remove(spelt);
-            c.WriteClientCfg(file, true, true);
-        };
-        if (one)
-            writeOne(*one);
-        else
-            for (int i = 0; i < fm.ClientList->count(); ++i)
-                writeOne(fm.ClientList->Clients[i]);
-        file.sync();
-        if (!writeStatusOk(fm, file, QStringLiteral("clients.ini"), where)) return false;
-    }
-
+    if (!writeClientSections(fm, copy.fileName(), path, one, where)) return false;
     if (!writeBack(fm, copy, path, where)) return false;
     locker.unlock();
     if (fm.ClientList) fm.ClientList->LastFileTime.t = fileTime(path);

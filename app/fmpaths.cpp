@@ -98,37 +98,32 @@ bool __FMSDK::pathsGetRootFromAppPath(int& argc, char** argv)
     return pathsGetRootFromFolder(argc, argv, fmApplicationPath(argc > 0 && argv ? argv[0] : nullptr));
 }
 
-bool __FMSDK::pathsGetRootFromFolder(int argc, char** argv, const QString& appFolder)
+// The root from "-fmRoot <path>" (the last one wins; sets local copy mode), else from the program's
+// own place: root/bin/lx/tool, the bundle layout root/bin/lx/tool.app/Contents/MacOS/tool, and the same
+// from argv[0] as it was typed. Empty when none of them is a valid root.
+static QString findRootCandidate(int argc, char** argv, const QString& appFolder, bool& localCopy)
 {
-    ArgC = argv ? argc : 0;
-    ArgV = argv;
-    LocalCopyMode = false;
     QString candidate;
     auto validate = [&candidate] {
         if (!IsValidFM_Root(candidate)) candidate.clear();
     };
-
-    // "-fmRoot <path>": the last one wins; local copy mode when it names a root.
-    for (int i = 0; i + 2 < ArgC; ++i) {
-        if (argText(ArgV, i + 1).startsWith(QLatin1String("-fmRoot"), Qt::CaseInsensitive))
-            candidate = withSlash(argText(ArgV, i + 2));
+    for (int i = 0; i + 2 < argc; ++i) {
+        if (argText(argv, i + 1).startsWith(QLatin1String("-fmRoot"), Qt::CaseInsensitive))
+            candidate = withSlash(argText(argv, i + 2));
     }
     validate();
-    if (!candidate.isEmpty()) LocalCopyMode = true;
+    localCopy = !candidate.isEmpty();
 
-    // root/bin/lx/tool.
     if (candidate.isEmpty()) candidate = up(appFolder, 2);
     candidate.replace(QLatin1String("/_internal_"), QLatin1String("/_"));
     validate();
-    // root/bin/lx/tool.app/Contents/MacOS/tool, the bundle layout of the family.
     if (candidate.isEmpty()) {
         candidate = up(appFolder, 5);
         validate();
     }
-    // The same from argv[0] as it was typed.
     for (int times : {2, 5}) {
-        if (!candidate.isEmpty() || ArgC < 1) break;
-        candidate = QString::fromLocal8Bit(ArgV[0]);
+        if (!candidate.isEmpty() || argc < 1) break;
+        candidate = QString::fromLocal8Bit(argv[0]);
         const qsizetype slash = candidate.lastIndexOf(QLatin1Char('/'));
         if (slash < 3)
             candidate.clear();
@@ -142,37 +137,49 @@ bool __FMSDK::pathsGetRootFromFolder(int argc, char** argv, const QString& appFo
         candidate.clear();
         validate();
     }
+    return candidate;
+}
+
+// The relink file moves the shared root (a "Root=" line) or names the executables' root ("ExeRoot=";
+// that alone leaves no valid root and fails). No file: nothing changes.
+static bool applyRelinkFile(__FMSDK& sdk)
+{
+    QString relink = sdk.RootPath.toQString() + QLatin1String(fmRelinkFile);
+    if (!QFileInfo::exists(relink)) relink.replace(QLatin1String("_debug"), QLatin1String("_release"));
+    if (!QFileInfo::exists(relink)) return true;
+    sdk.RootPath.clear();
+    QByteArray text;
+    QString why;
+    if (!fmReadRegularFile(relink, fmFileCap::SmallText, text, &why)) {
+        sdk.WriteLog(1, fmLog_NoMessageBox,
+                     QStringLiteral("Unable to read '") + fmPathForDisplay(relink) + QStringLiteral("': ") +
+                         why,
+                     QStringLiteral("FM,pathsGetRootFromAppPath"));
+        return false;
+    }
+    const QString line = QString::fromLocal8Bit(text.split('\n').first().left(4095)).trimmed();
+    const qsizetype eq = line.indexOf(QLatin1Char('='));
+    if (line.startsWith(QLatin1String("Root"), Qt::CaseInsensitive) && eq >= 0) {
+        QString root = line.mid(eq + 1).trimmed();
+        if (!root.endsWith(QLatin1Char('/')) && root.size() < kPathMax) root += QLatin1Char('/');
+        sdk.RootPath = root;
+    } else if (line.startsWith(QLatin1String("ExeRoot"), Qt::CaseInsensitive) && eq >= 0) {
+        sdk.ExeRootPath = line.mid(eq + 1).trimmed();
+    }
+    return !sdk.RootPath.isEmpty() && IsValidFM_Root(sdk.RootPath.toQString());
+}
+
+bool __FMSDK::pathsGetRootFromFolder(int argc, char** argv, const QString& appFolder)
+{
+    ArgC = argv ? argc : 0;
+    ArgV = argv;
+    LocalCopyMode = false;
+    const QString candidate = findRootCandidate(ArgC, ArgV, appFolder, LocalCopyMode);
     if (candidate.isEmpty()) return false;
 
     RootPath = fmConvertPDToOS(candidate);
     ExeRootPath = RootPath;
-
-    // The relink file moves the shared root (a "Root=" line) or names the executables' root
-    // ("ExeRoot="; that alone leaves no valid root and fails).
-    QString relink = RootPath.toQString() + QLatin1String(fmRelinkFile);
-    if (!QFileInfo::exists(relink)) relink.replace(QLatin1String("_debug"), QLatin1String("_release"));
-    if (QFileInfo::exists(relink)) {
-        RootPath.clear();
-        QByteArray text;
-        QString why;
-        if (!fmReadRegularFile(relink, fmFileCap::SmallText, text, &why)) {
-            WriteLog(1, fmLog_NoMessageBox,
-                     QStringLiteral("Unable to read '") + fmPathForDisplay(relink) + QStringLiteral("': ") +
-                         why,
-                     QStringLiteral("FM,pathsGetRootFromAppPath"));
-            return false;
-        }
-        const QString line = QString::fromLocal8Bit(text.split('\n').first().left(4095)).trimmed();
-        const qsizetype eq = line.indexOf(QLatin1Char('='));
-        if (line.startsWith(QLatin1String("Root"), Qt::CaseInsensitive) && eq >= 0) {
-            QString root = line.mid(eq + 1).trimmed();
-            if (!root.endsWith(QLatin1Char('/')) && root.size() < kPathMax) root += QLatin1Char('/');
-            RootPath = root;
-        } else if (line.startsWith(QLatin1String("ExeRoot"), Qt::CaseInsensitive) && eq >= 0) {
-            ExeRootPath = line.mid(eq + 1).trimmed();
-        }
-        if (RootPath.isEmpty() || !IsValidFM_Root(RootPath.toQString())) return false;
-    }
+    if (!applyRelinkFile(*this)) return false;
 
     StatusPath.clear();
     for (int i = 0; i + 2 < ArgC; ++i) {

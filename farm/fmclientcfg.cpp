@@ -57,6 +57,71 @@ static void readOldList(QSettings& file, const QString& prefix, _cfgStrList<StrL
     list.fromString(names.join(QLatin1Char(';')) + QLatin1Char(';'));
 }
 
+// "Hardware": memory;cores;os;64bit;MHz;osVersion;speed*1000. A part that does not parse keeps its
+// value; each is clamped to its field.
+static void readHardware(QSettings& file, _Client& c)
+{
+    const QStringList h = readText(file, QStringLiteral("Hardware")).split(QLatin1Char(';'));
+    auto part = [&h](int i, long long def) {
+        bool good = false;
+        const long long x = i < h.size() ? h.at(i).trimmed().toLongLong(&good) : 0;
+        return good ? x : def;
+    };
+    if (h.size() >= 2 || !h.value(0).isEmpty()) {
+        c.Hardware.Memory = clampTo<int32_t>(part(0, c.Hardware.Memory), 99, 0x7FFFFFFF);
+        c.Hardware.Cores = clampTo<uint8_t>(part(1, c.Hardware.Cores), 1, 255);
+        c.Hardware.OS = clampTo<signed char>(part(2, c.Hardware.OS), -128, 127);
+        c.Hardware.Is64Bit = part(3, c.Hardware.Is64Bit ? 1 : 0) != 0;
+        c.Hardware.MHz = clampTo<uint16_t>(part(4, c.Hardware.MHz), 1, 65535);
+        c.Hardware.OSVersion = clampTo<uint8_t>(part(5, c.Hardware.OSVersion), 0, 255);
+        // Stored times 1000; kept within what a float holds exactly enough to write back.
+        const long long speed = part(6, std::llround(double(c.Hardware.Speed) * 1000.0));
+        c.Hardware.Speed = float(double(clampTo<long long>(speed, 0, 2000000000LL)) / 1000.0);
+    }
+}
+
+// Wake-on-LAN, the hour tables, reservations, accepted jobs per thread and the abort processes.
+static void readSchedules(QSettings& file, _Client& c)
+{
+    const QStringList w = readText(file, QStringLiteral("WOL")).split(QLatin1Char(';'));
+    static const QRegularExpression notHex(QStringLiteral("[^0-9a-fA-F]"));
+    c.WOLMac.set(w.value(0).remove(notHex));
+    c.WOLIP.set(w.value(1).trimmed());
+    const QString flags = w.value(2);
+    for (int i = 0; i < WOLFlagCount; ++i)
+        c.WOLFlags[i] = i < flags.size() && flags.at(i) == QLatin1Char('1');
+
+    _Client::defaultHourTable(c.WOLSchedule);
+    _Client::defaultHourTable(c.WorkingHours);
+    if (file.contains(QStringLiteral("WOLSchedule")))
+        hourTableFromString(readText(file, QStringLiteral("WOLSchedule")), c.WOLSchedule);
+    if (file.contains(QStringLiteral("WorkingHours")))
+        hourTableFromString(readText(file, QStringLiteral("WorkingHours")), c.WorkingHours);
+
+    if (file.contains(QStringLiteral("Reserved")))
+        c.Reserved.fromString(readText(file, QStringLiteral("Reserved")));
+    else
+        readOldList(file, QStringLiteral("Reserved"), c.Reserved);
+    if (file.contains(QStringLiteral("AcceptWH")))
+        c.AcceptWH.fromString(readText(file, QStringLiteral("AcceptWH")));
+    else
+        readOldList(file, QStringLiteral("AcceptWH"), c.AcceptWH);
+
+    static const char* const threadKeys[MaxClientThreads] = {"acceptThreadJobsA", "acceptThreadJobsB",
+                                                             "acceptThreadJobsC"};
+    for (int t = 0; t < MaxClientThreads; ++t) {
+        const QString key = QLatin1String(threadKeys[t]);
+        if (file.contains(key))
+            c.AcceptThreadJobs[t].fromString(readText(file, key));
+        else
+            c.AcceptThreadJobs[t] = _Client::defaultThreadJobs(t);
+    }
+
+    for (int i = 0; i < AbortProcessMax; ++i)
+        c.AbortProcess[i].set(
+            readText(file, QStringLiteral("AbortProcess%1").arg(i + 1, 2, 10, QLatin1Char('0'))).trimmed());
+}
+
 bool _Client::ReadClientCfg(QSettings& file, bool onlyListNo)
 {
     file.beginGroup(Status.Name.toQString());
@@ -90,61 +155,8 @@ bool _Client::ReadClientCfg(QSettings& file, bool onlyListNo)
     }
     if (nv > CfgValueCount) CfgValueCount = int16_t(nv);
 
-    const QStringList h = readText(file, QStringLiteral("Hardware")).split(QLatin1Char(';'));
-    auto part = [&h](int i, long long def) {
-        bool good = false;
-        const long long x = i < h.size() ? h.at(i).trimmed().toLongLong(&good) : 0;
-        return good ? x : def;
-    };
-    if (h.size() >= 2 || !h.value(0).isEmpty()) {
-        Hardware.Memory = clampTo<int32_t>(part(0, Hardware.Memory), 99, 0x7FFFFFFF);
-        Hardware.Cores = clampTo<uint8_t>(part(1, Hardware.Cores), 1, 255);
-        Hardware.OS = clampTo<signed char>(part(2, Hardware.OS), -128, 127);
-        Hardware.Is64Bit = part(3, Hardware.Is64Bit ? 1 : 0) != 0;
-        Hardware.MHz = clampTo<uint16_t>(part(4, Hardware.MHz), 1, 65535);
-        Hardware.OSVersion = clampTo<uint8_t>(part(5, Hardware.OSVersion), 0, 255);
-        // Stored times 1000; kept within what a float holds exactly enough to write back.
-        const long long speed = part(6, std::llround(double(Hardware.Speed) * 1000.0));
-        Hardware.Speed = float(double(clampTo<long long>(speed, 0, 2000000000LL)) / 1000.0);
-    }
-
-    const QStringList w = readText(file, QStringLiteral("WOL")).split(QLatin1Char(';'));
-    static const QRegularExpression notHex(QStringLiteral("[^0-9a-fA-F]"));
-    WOLMac.set(w.value(0).remove(notHex));
-    WOLIP.set(w.value(1).trimmed());
-    const QString flags = w.value(2);
-    for (int i = 0; i < WOLFlagCount; ++i)
-        WOLFlags[i] = i < flags.size() && flags.at(i) == QLatin1Char('1');
-
-    defaultHourTable(WOLSchedule);
-    defaultHourTable(WorkingHours);
-    if (file.contains(QStringLiteral("WOLSchedule")))
-        hourTableFromString(readText(file, QStringLiteral("WOLSchedule")), WOLSchedule);
-    if (file.contains(QStringLiteral("WorkingHours")))
-        hourTableFromString(readText(file, QStringLiteral("WorkingHours")), WorkingHours);
-
-    if (file.contains(QStringLiteral("Reserved")))
-        Reserved.fromString(readText(file, QStringLiteral("Reserved")));
-    else
-        readOldList(file, QStringLiteral("Reserved"), Reserved);
-    if (file.contains(QStringLiteral("AcceptWH")))
-        AcceptWH.fromString(readText(file, QStringLiteral("AcceptWH")));
-    else
-        readOldList(file, QStringLiteral("AcceptWH"), AcceptWH);
-
-    static const char* const threadKeys[MaxClientThreads] = {"acceptThreadJobsA", "acceptThreadJobsB",
-                                                             "acceptThreadJobsC"};
-    for (int t = 0; t < MaxClientThreads; ++t) {
-        const QString key = QLatin1String(threadKeys[t]);
-        if (file.contains(key))
-            AcceptThreadJobs[t].fromString(readText(file, key));
-        else
-            AcceptThreadJobs[t] = defaultThreadJobs(t);
-    }
-
-    for (int i = 0; i < AbortProcessMax; ++i)
-        AbortProcess[i].set(
-            readText(file, QStringLiteral("AbortProcess%1").arg(i + 1, 2, 10, QLatin1Char('0'))).trimmed());
+    readHardware(file, *this);
+    readSchedules(file, *this);
 
     CustomInfo.set(readText(file, QStringLiteral("customClientInfo")));
     CheckInvalidValues();
