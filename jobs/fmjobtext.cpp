@@ -185,13 +185,86 @@ fmString<50> Log2StrID(const _LogMessage& message)
     return fmString<50>(QStringLiteral("Unknown command %1").arg(m));
 }
 
-fmString<50> Log2Str(const _Log& log, _JobSend* job)
+namespace {
+
+// Messages that name a frame range: "%1-%2" with the range, ",%3" with the third parameter. The
+// two-part form drops the ",%3" while that parameter is below 2.
+struct RangeText
+{
+    int Message;
+    const char* Two; // null: always the three-part form
+    const char* Three;
+};
+constexpr RangeText kRangeTexts[] = {
+    {14, "Successful  %1-%2", "Successful  %1-%2,%3"},
+    {15, "Aborted      %1-%2", "Aborted      %1-%2,%3"},
+    {21, "Receives     %1-%2", "Receives     %1-%2,%3"},
+    {34, nullptr, "Low SysMemory, Aborted %1-%2,%3"},
+    {35, nullptr, "Frozen + aborted %1-%2,%3"},
+    {36, nullptr, "Error %1-%2,%3"},
+    {38, nullptr, "High artist CPU usage, Aborted %1-%2,%3"},
+    {39, nullptr, "Max Frame Time, Aborted %1-%2,%3"},
+    {44, nullptr, "Working hours, Aborted %1-%2,%3"},
+    {45, nullptr, "Process Found, Aborted %1-%2,%3"},
+    {46, nullptr, "Reserved Client, Aborted %1-%2,%3"},
+    {47, nullptr, "High Priority Job, Aborted %1-%2,%3"},
+    {48, nullptr, "fmControl, Aborted %1-%2,%3"},
+    {49, nullptr, "Client Averaging, Aborted %1-%2,%3"},
+    {50, nullptr, "Free License, Aborted %1-%2,%3"},
+    {51, nullptr, "Local Artist, Aborted %1-%2,%3"},
+    {61, "Aborted (Client Disabled) %1-%2", "Aborted (Client Disabled) %1-%2,%3"},
+};
+
+// The messages whose text is not a frame range; empty for any other message.
+QString otherLogText(const _Log& log, long long a)
 {
     const int p1 = log.Param1;
     const int p2 = log.Param2;
     const int p3 = log.Param3;
-    long long a = p1;
-    long long b = p2;
+    // The third parameter 0 means that the first two are the halves of a job's short identifier.
+    auto id = [&] {
+        IDShort id;
+        id.fromInt32((unsigned(p2) << 16) | unsigned(p1));
+        return id.str();
+    };
+    switch (log.Message) {
+    case 1:
+        return p3 != 0 ? QStringLiteral("Aborted %1 reserved clients (max required: %2)").arg(p1).arg(p2)
+                       : QStringLiteral("Reserved clients aborted by %1").arg(id());
+    case 13:
+        if (p1 == 0 && p3 == 0) return QStringLiteral("Change Client Assignment");
+        if (p1 == 0) return QStringLiteral("De-assigned %1 clients").arg(p3);
+        if (p3 == 0) return QStringLiteral("Assigned %1 clients").arg(p1);
+        return QStringLiteral("Assigned %1, De-assigned %2 clients").arg(p1).arg(p3);
+    case 18:
+        return p1 != 9999 ? QStringLiteral("%1 (placeholder) frames deleted").arg(p1)
+                          : QStringLiteral("all frames deleted");
+    case 20:
+        return QStringLiteral("Sequence Divide adjusted %1 %2").arg(p1).arg(p2);
+    case 40:
+        return p3 != 0 ? QStringLiteral("Abort other low-prio jobs (%1 clients)").arg(p1)
+                       : QStringLiteral("Abort by high-prio job %1").arg(id());
+    case 41:
+        return QStringLiteral("rendered %1s only, Seq. Div. to low?").arg(p1);
+    case 57:
+        return QStringLiteral("Revert %2+%3 frame assignments, frame #%1").arg(a).arg(p2).arg(p3);
+    case 58:
+        return QStringLiteral("Return frame assignments (%2+%3), frame #%1").arg(a).arg(p2).arg(p3);
+    case 63:
+        return QStringLiteral("Wait-for job %1 finished").arg(id());
+    default:
+        return QString();
+    }
+}
+
+} // namespace
+
+fmString<50> Log2Str(const _Log& log, _JobSend* job)
+{
+    // Frame numbers as the user sees them: channel jobs count from 1, others through the job's
+    // frame-number mapping.
+    long long a = log.Param1;
+    long long b = log.Param2;
     if (job) {
         if (job->ImageChannelCount > 1) {
             ++a;
@@ -201,112 +274,16 @@ fmString<50> Log2Str(const _Log& log, _JobSend* job)
             b = roundHalfAway(job->F2fnNoOffset(b, nullptr));
         }
     }
-    QString s;
-    if (p3 == 0) {
-        IDShort id;
-        id.fromInt32((unsigned(p2) << 16) | unsigned(p1));
-        s = id.str();
+    const int p3 = log.Param3;
+    for (const RangeText& r : kRangeTexts) {
+        if (r.Message != log.Message) continue;
+        const char* format = r.Two && p3 < 2 ? r.Two : r.Three;
+        QString t = QString::fromLatin1(format).arg(a).arg(b);
+        if (format == r.Three) t = t.arg(p3);
+        return fmString<50>(t);
     }
-    // "%1-%2,%3" with the frame range and the third parameter.
-    auto range3 = [&](const char* format) { return QString::fromLatin1(format).arg(a).arg(b).arg(p3); };
-    auto range = [&](const char* two, const char* three) {
-        return p3 < 2 ? QString::fromLatin1(two).arg(a).arg(b) : range3(three);
-    };
-
-    QString t;
-    switch (log.Message) {
-    case 1:
-        t = p3 != 0 ? QStringLiteral("Aborted %1 reserved clients (max required: %2)").arg(p1).arg(p2)
-                    : QStringLiteral("Reserved clients aborted by %1").arg(s);
-        break;
-    case 13:
-        if (p1 == 0 && p3 == 0)
-            t = QStringLiteral("Change Client Assignment");
-        else if (p1 == 0)
-            t = QStringLiteral("De-assigned %1 clients").arg(p3);
-        else if (p3 == 0)
-            t = QStringLiteral("Assigned %1 clients").arg(p1);
-        else
-            t = QStringLiteral("Assigned %1, De-assigned %2 clients").arg(p1).arg(p3);
-        break;
-    case 14:
-        t = range("Successful  %1-%2", "Successful  %1-%2,%3");
-        break;
-    case 15:
-        t = range("Aborted      %1-%2", "Aborted      %1-%2,%3");
-        break;
-    case 18:
-        t = p1 != 9999 ? QStringLiteral("%1 (placeholder) frames deleted").arg(p1)
-                       : QStringLiteral("all frames deleted");
-        break;
-    case 20:
-        t = QStringLiteral("Sequence Divide adjusted %1 %2").arg(p1).arg(p2);
-        break;
-    case 21:
-        t = range("Receives     %1-%2", "Receives     %1-%2,%3");
-        break;
-    case 34:
-        t = range3("Low SysMemory, Aborted %1-%2,%3");
-        break;
-    case 35:
-        t = range3("Frozen + aborted %1-%2,%3");
-        break;
-    case 36:
-        t = range3("Error %1-%2,%3");
-        break;
-    case 38:
-        t = range3("High artist CPU usage, Aborted %1-%2,%3");
-        break;
-    case 39:
-        t = range3("Max Frame Time, Aborted %1-%2,%3");
-        break;
-    case 40:
-        t = p3 != 0 ? QStringLiteral("Abort other low-prio jobs (%1 clients)").arg(p1)
-                    : QStringLiteral("Abort by high-prio job %1").arg(s);
-        break;
-    case 41:
-        t = QStringLiteral("rendered %1s only, Seq. Div. to low?").arg(p1);
-        break;
-    case 44:
-        t = range3("Working hours, Aborted %1-%2,%3");
-        break;
-    case 45:
-        t = range3("Process Found, Aborted %1-%2,%3");
-        break;
-    case 46:
-        t = range3("Reserved Client, Aborted %1-%2,%3");
-        break;
-    case 47:
-        t = range3("High Priority Job, Aborted %1-%2,%3");
-        break;
-    case 48:
-        t = range3("fmControl, Aborted %1-%2,%3");
-        break;
-    case 49:
-        t = range3("Client Averaging, Aborted %1-%2,%3");
-        break;
-    case 50:
-        t = range3("Free License, Aborted %1-%2,%3");
-        break;
-    case 51:
-        t = range3("Local Artist, Aborted %1-%2,%3");
-        break;
-    case 57:
-        t = QStringLiteral("Revert %2+%3 frame assignments, frame #%1").arg(a).arg(p2).arg(p3);
-        break;
-    case 58:
-        t = QStringLiteral("Return frame assignments (%2+%3), frame #%1").arg(a).arg(p2).arg(p3);
-        break;
-    case 61:
-        t = range("Aborted (Client Disabled) %1-%2", "Aborted (Client Disabled) %1-%2,%3");
-        break;
-    case 63:
-        t = QStringLiteral("Wait-for job %1 finished").arg(s);
-        break;
-    default:
-        return Log2StrID(log.Message);
-    }
-    return fmString<50>(t);
+    const QString t = otherLogText(log, a);
+    return t.isEmpty() ? Log2StrID(log.Message) : fmString<50>(t);
 }
 
 fmString<50> Log2Username(const _Log& log, __FMSDK& app)
