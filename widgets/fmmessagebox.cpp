@@ -80,23 +80,7 @@ fmMessageBox::fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QStrin
     if (courier) TextLabel->setFont(QFont(QStringLiteral("Courier")));
     inner->addWidget(TextLabel);
 
-    auto* row = new QHBoxLayout;
-    row->setSpacing(20);
-    Spacer1 = new QSpacerItem(5, 5, QSizePolicy::Expanding, QSizePolicy::Minimum);
-    row->addItem(Spacer1);
-    Button1 = new QPushButton(button1);
-    Button1->setMinimumSize(130, 20);
-    row->addWidget(Button1);
-    connect(Button1, &QPushButton::clicked, this, &fmMessageBox::Button1Pressed);
-    if (!button2.isEmpty()) {
-        Button2 = new QPushButton(button2);
-        Button2->setMinimumSize(130, 20);
-        row->addWidget(Button2);
-        connect(Button2, &QPushButton::clicked, this, &fmMessageBox::Button2Pressed);
-    }
-    Spacer2 = new QSpacerItem(5, 5, QSizePolicy::Expanding, QSizePolicy::Minimum);
-    row->addItem(Spacer2);
-    inner->addLayout(row);
+    addButtonRow(inner, button1, button2);
 
     // The flag says "no answer" until one of the two answers is given.
     if (Cancelled) {
@@ -120,6 +104,39 @@ fmMessageBox::fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QStrin
         renewButton1();
     }
 
+    addShortcuts(letter1, letter2);
+    CopyAction = copyAction(this);
+    connect(CopyAction, &QAction::triggered, this, &fmMessageBox::CopyText);
+
+    setModal(exec);
+    if (exec) this->exec();
+}
+
+// The answer buttons, centred between two spacers.
+void fmMessageBox::addButtonRow(QVBoxLayout* inner, const QString& button1, const QString& button2)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(20);
+    Spacer1 = new QSpacerItem(5, 5, QSizePolicy::Expanding, QSizePolicy::Minimum);
+    row->addItem(Spacer1);
+    Button1 = new QPushButton(button1);
+    Button1->setMinimumSize(130, 20);
+    row->addWidget(Button1);
+    connect(Button1, &QPushButton::clicked, this, &fmMessageBox::Button1Pressed);
+    if (!button2.isEmpty()) {
+        Button2 = new QPushButton(button2);
+        Button2->setMinimumSize(130, 20);
+        row->addWidget(Button2);
+        connect(Button2, &QPushButton::clicked, this, &fmMessageBox::Button2Pressed);
+    }
+    Spacer2 = new QSpacerItem(5, 5, QSizePolicy::Expanding, QSizePolicy::Minimum);
+    row->addItem(Spacer2);
+    inner->addLayout(row);
+}
+
+// One-key shortcuts for the two answers; none when both answers start alike.
+void fmMessageBox::addShortcuts(const QString& letter1, const QString& letter2)
+{
     if (!letter1.isEmpty()) {
         Shortcut1 = new QAction(this);
         Shortcut1->setShortcut(QKeySequence(letter1));
@@ -132,11 +149,6 @@ fmMessageBox::fmMessageBox(QWidget* parent, QMessageBox::Icon icon, const QStrin
         connect(Shortcut2, &QAction::triggered, this, &fmMessageBox::Button2Pressed);
         addAction(Shortcut2);
     }
-    CopyAction = copyAction(this);
-    connect(CopyAction, &QAction::triggered, this, &fmMessageBox::CopyText);
-
-    setModal(exec);
-    if (exec) this->exec();
 }
 
 fmMessageBox::~fmMessageBox()

@@ -12,6 +12,7 @@ class QAction;
 class QLabel;
 class QPushButton;
 class QSpacerItem;
+class QVBoxLayout;
 
 class fmMessageBox : public QDialog
 {
@@ -74,6 +75,8 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
+    void addButtonRow(QVBoxLayout* inner, const QString& button1, const QString& button2);
+    void addShortcuts(const QString& letter1, const QString& letter2);
     void renewButton1();
     int TimerId = 0;
 };
