@@ -22,10 +22,3 @@ std::span<const fmConsoleCommand* const> fmConsoleCommands()
     };
     return commands;
 }
-
-int fmConsoleRunsOnItsOwn(const fmConsoleArgs& args)
-{
-    fmConsolePrintErr(
-        QStringLiteral("fmHistorydbconsole: '%1' was not handed to its own reader\n").arg(args.Command));
-    return fmExitUsage;
-}

@@ -75,11 +75,6 @@ const fmConsoleCommand* fmConsoleFindCommand(const QString& name);
 // ("-fmRoot <root>", "-debug", "-darkUI", ...) are passed over.
 QString fmConsoleParse(const QStringList& arguments, fmConsoleArgs& args);
 
-// The Run of the commands that read their own options (jobs, delete, report, sql): main.cpp hands
-// them their whole command line before the table's Run is reached, so this only reports a wiring
-// fault.
-int fmConsoleRunsOnItsOwn(const fmConsoleArgs& args);
-
 // Options of the family's start-up that take a value (-fmRoot, -OMName, ...): their value is no
 // command word.
 bool fmConsoleIsFamilyValueOption(const QString& a);

@@ -1,8 +1,19 @@
 // "jobs": the jobs of one project, one a line or as JSON, filtered as the window's combos and
 // "Includes..." filter them.
 
+#include "app/fm.h"
+#include "browser/fmprojecttable.h"
+#include "foundation/fmjobid.h"
+#include "jobs/fmjoblist.h"
 #include "tools/console/consolecommand.h"
+#include "tools/console/consoleedit.h"
 #include "tools/console/consoleio.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QReadLocker>
 
 namespace {
 
@@ -34,8 +45,48 @@ QString check(fmConsoleArgs& args)
     if (!args.Positional.isEmpty())
         return QStringLiteral("Unexpected argument '%1'").arg(args.Positional.first());
     if (!args.has("--project")) return QStringLiteral("jobs needs --project NAME");
-    args.DataOnStdout = args.has("--json");
+    args.DataOnStdout = true; // the jobs, as text or JSON
     return QString();
+}
+
+// The project's jobs in the job tree's order, filtered as the window filters them.
+int run(const fmConsoleArgs& args)
+{
+    const bool json = args.has("--json");
+    fmConsoleProject project;
+    const int loaded = fmConsoleLoadProject(FM, args.value("--project"), project);
+    if (loaded != 0) return loaded;
+    fmJ::_JobList& list = *project.List;
+    list.SetFilter(args.value("--user"), QString(), args.value("--app"), args.value("--text").trimmed(),
+                   false, false, false, false, false, true);
+    const QDir history(FM.HistoryDbPath.toQString());
+    QJsonArray all;
+    QReadLocker lock(&list.LockJobs);
+    for (int i = 0; i < list.SortedCount; ++i) {
+        const fmJ::_jobsHistoryDB_Runtime* job = list.Sorted[i];
+        const int source = job->SourceFile - 1;
+        const QString file = source >= 0 && source < list.Sources.size()
+                                 ? history.relativeFilePath(list.Sources[source].Path)
+                                 : QString();
+        const QString id = fmJ::ID2str(job->JobID);
+        if (!json) {
+            fmConsolePrint(QStringLiteral("%1\t%2\t%3\t%4\t%5\t%6\t%7\n")
+                               .arg(id)
+                               .arg(job->JobID)
+                               .arg(job->UserName.toQString(), job->Software.toQString(),
+                                    job->SceneName.toQString(), fmConsoleIsoTime(job->DateFinished), file));
+            continue;
+        }
+        all.append(QJsonObject{{QStringLiteral("id"), id},
+                               {QStringLiteral("jobId"), QJsonValue(qint64(job->JobID))},
+                               {QStringLiteral("user"), job->UserName.toQString()},
+                               {QStringLiteral("software"), job->Software.toQString()},
+                               {QStringLiteral("scene"), job->SceneName.toQString()},
+                               {QStringLiteral("finished"), fmConsoleIsoTime(job->DateFinished)},
+                               {QStringLiteral("file"), file}});
+    }
+    if (json) fmConsolePrint(QString::fromUtf8(QJsonDocument(all).toJson(QJsonDocument::Indented)));
+    return 0;
 }
 
 } // namespace
@@ -56,5 +107,5 @@ extern const fmConsoleCommand fmConsoleJobs = {
                "$ fmHistorydbconsole -fmRoot /mnt/farm jobs --project Aurora_Documentary --json > jobs.json",
     .NeedsRoot = true,
     .Check = check,
-    .Run = fmConsoleRunsOnItsOwn,
+    .Run = run,
 };

@@ -8,10 +8,7 @@
 
 #include "app/fm.h"
 #include "tools/console/consolecommand.h"
-#include "tools/console/consoleedit.h"
 #include "tools/console/consoleio.h"
-#include "tools/console/report.h"
-#include "tools/console/sqlrun.h"
 
 #include <QCoreApplication>
 
@@ -36,13 +33,6 @@ int main(int argc, char** argv)
         return fmExitUsage;
     }
     const fmConsoleCommand& command = *fmConsoleFindCommand(args.Command);
-
-    // jobs, delete, report and sql read their own options (already checked against their table entries
-    // above).
-    if (const int r = fmConsoleEditCommand(FM, argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
-    if (fmConsoleIsReport(QCoreApplication::arguments()))
-        return fmConsoleReport(QCoreApplication::arguments(), argc, argv);
-    if (const int r = fmConsoleSqlMain(argc, argv, fmConsoleIsFamilyValueOption); r >= 0) return r;
 
     // Log lines reach standard output through the sink only; data on standard output keeps it.
     fmConsoleLogSink& log = fmConsoleLog();

@@ -1,5 +1,9 @@
 // "sql": writes the history into an SQLite file or a PostgreSQL database, and keeps it up to date.
 
+#include "app/fm.h"
+#include "sql/fmsqldatabase.h"
+#include "sql/fmsqljoblistsource.h"
+#include "sql/fmsqlsync.h"
 #include "tools/console/consolecommand.h"
 #include "tools/console/consoleio.h"
 
@@ -28,7 +32,50 @@ QString check(fmConsoleArgs& args)
         return QStringLiteral("Unexpected argument '%1'").arg(args.Positional.first());
     if (args.has("--sqlite") == args.has("--postgres"))
         return QStringLiteral("sql needs either --sqlite FILE or --postgres CONNINFO");
-    return QString();
+    args.DataOnStdout = true; // the counts on standard output, log lines on standard error
+    return args.has("--postgres") ? fmSqlDatabase::conninfoProblem(args.value("--postgres")) : QString();
+}
+
+void printReport(const fmSqlSyncReport& r)
+{
+    fmConsolePrint(QStringLiteral("rows: %1 inserted, %2 replaced, %3 removed; files: %4 read, %5 skipped, "
+                                  "%6 removed, %7 failed\n")
+                       .arg(r.Inserted)
+                       .arg(r.Replaced)
+                       .arg(r.Removed)
+                       .arg(r.FilesRead)
+                       .arg(r.FilesSkipped)
+                       .arg(r.FilesRemoved)
+                       .arg(r.Failed.size()));
+    for (const QString& f : r.Failed)
+        fmConsolePrintErr(QStringLiteral("not read, rows kept: %1\n").arg(f));
+}
+
+int run(const fmConsoleArgs& args)
+{
+    fmSqlDatabase db;
+    const QString dbError = args.has("--sqlite") ? db.openSqlite(args.value("--sqlite"))
+                                                 : db.openPostgres(args.value("--postgres"));
+    if (!dbError.isEmpty()) {
+        fmConsolePrintErr(
+            QStringLiteral("fmHistorydbconsole sql: cannot use the database: %1\n").arg(dbError));
+        return fmExitDatabase;
+    }
+    fmSqlSyncOptions options;
+    options.Projects = args.values("--project");
+    const float* cost = FM.cfgGetF("cfgCost");
+    options.CostPerGhzHour = cost ? double(*cost) : 0.0;
+    fmSqlJobListSource source(FM);
+    const fmSqlSyncReport r =
+        fmSqlSync(db, source, fmSqlListFiles(FM, FM.HistoryDbPath.toQString()), options);
+    printReport(r);
+    std::fflush(stdout);
+    if (!r.DatabaseError.isEmpty()) {
+        fmConsolePrintErr(
+            QStringLiteral("fmHistorydbconsole sql: database error, run stopped: %1\n").arg(r.DatabaseError));
+        return fmExitDatabase;
+    }
+    return r.Failed.isEmpty() ? fmExitOk : fmExitFailed;
 }
 
 } // namespace
@@ -55,5 +102,5 @@ extern const fmConsoleCommand fmConsoleSql = {
                "user=fm\"",
     .NeedsRoot = true,
     .Check = check,
-    .Run = fmConsoleRunsOnItsOwn,
+    .Run = run,
 };
