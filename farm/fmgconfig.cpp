@@ -99,235 +99,273 @@ _fmgConfig::_fmgConfig() : ParamCount(0)
     initialize();
 }
 
-void _fmgConfig::initialize()
-{
-    int n = 0;
-    // One entry; the table has room for MaxParams, more than the ParamTotal entered here.
-    const auto B = [&](bool v, const char* s, const char* k) {
-        if (n < MaxParams) Params[n++].init(v, s, k);
-    };
-    const auto S = [&](const char* v, const char* s, const char* k) {
-        if (n < MaxParams) Params[n++].init(v, s, k);
-    };
-    const auto I = [&](short v, short lo, short hi, const char* s, const char* k) {
-        if (n < MaxParams) Params[n++].init(v, lo, hi, s, k);
-    };
-    const auto F = [&](float v, float lo, float hi, const char* s, const char* k) {
-        if (n < MaxParams) Params[n++].initf(v, lo, hi, s, k);
-    };
+namespace {
 
+// Enters one parameter after the other; the table has room for MaxParams, more than the ParamTotal
+// entered here. The order of the calls is the table's order.
+struct ParamAdder
+{
+    _fmgConfig& Cfg;
+    int N = 0;
+    void B(bool v, const char* s, const char* k)
+    {
+        if (N < _fmgConfig::MaxParams) Cfg.Params[N++].init(v, s, k);
+    }
+    void S(const char* v, const char* s, const char* k)
+    {
+        if (N < _fmgConfig::MaxParams) Cfg.Params[N++].init(v, s, k);
+    }
+    void S(const fmString<100>& v, const char* s, const char* k)
+    {
+        if (N < _fmgConfig::MaxParams) Cfg.Params[N++].init(v, s, k);
+    }
+    void I(short v, short lo, short hi, const char* s, const char* k)
+    {
+        if (N < _fmgConfig::MaxParams) Cfg.Params[N++].init(v, lo, hi, s, k);
+    }
+    void F(float v, float lo, float hi, const char* s, const char* k)
+    {
+        if (N < _fmgConfig::MaxParams) Cfg.Params[N++].initf(v, lo, hi, s, k);
+    }
+};
+
+// The job and client entries.
+void addJobParams(ParamAdder& a)
+{
     const char* j = "Jobs";
-    B(true, j, "jHistoryDBExport");
-    B(true, j, "jStartRenderInMiddle");
-    B(false, j, "jWaitForApprovedMain");
-    B(false, j, "jWaitForApprovedDone");
-    B(true, j, "jDoNotCheckOverwrite");
-    B(true, j, "jAverageAbortOnReceive");
-    B(true, j, "jAverageAbortAfterFrame");
-    B(true, j, "jAbortReservedClientsOnJobReceive");
-    B(false, j, "jPrivilegLoggedIn");
-    I(4, 0, 4, j, "jGetProjectNameBy");
-    I(3, 1, 10, j, "jGetProjectNameByDirStart");
-    I(1, 1, 5, j, "jGetProjectNameByDirCount");
-    I(300, 14, 700, j, "jHistoryDBDeleteAfterDays");
-    I(0, 0, 3, j, "jHistoryDBExportName");
-    I(14, 1, 30, j, "jDeleteFinishedAfterDays");
-    I(90, 30, 300, j, "jDeleteUnFinishedAfterDays");
-    I(1000, 100, 10000, j, "jDeleteIfNumber");
-    I(3, 1, 20, j, "jMaxCrashesClientDeassign");
-    I(750, 0, 750, j, "jPreferedProjects1cl");
-    I(750, 0, 750, j, "jPreferedProjects2cl");
-    I(750, 0, 750, j, "jPreferedProjects3cl");
-    I(750, 0, 750, j, "jPreferedProjects4cl");
-    I(750, 0, 750, j, "jPreferedProjects5cl");
-    I(750, 0, 750, j, "jPreferedProjects6cl");
-    I(750, 0, 750, j, "jPreferedProjects7cl");
-    I(750, 0, 750, j, "jPreferedProjects8cl");
-    I(750, 0, 750, j, "jPreferedProjects9cl");
-    I(750, 0, 750, j, "jPreferedProjects10cl");
-    I(30, 10, 100, j, "jPreviewPriorityIncrease");
-    I(10, 0, 100, j, "jScriptPriorityIncrease");
-    I(2, 0, 4, j, "jPrioLvlAmode");
-    I(0, 0, 4, j, "jPrioLvlBmode");
-    I(0, 0, 2, j, "jPrioLvlCmode");
-    I(20, 1, 99, j, "jPrioLvlApmin");
-    I(79, 1, 99, j, "jPrioLvlApmax");
-    I(20, 1, 99, j, "jPrioLvlBpmin");
-    I(79, 1, 99, j, "jPrioLvlBpmax");
-    I(1, 0, 20, j, "jPrioReduceCrash");
-    I(1, 0, 20, j, "jPrioReduceCrashClient");
-    I(1, 0, 2, j, "jGetSSVbySetting");
-    I(0, 0, 3, j, "jGetSSVbyFile");
-    I(0, 0, 9, j, "jGetSSVSceneLength");
-    I(0, 0, 9, j, "jGetSSVShotLength");
-    I(0, 0, 1, j, "jChunkSize");
-    S("", j, "jPreferedProjects1");
-    S("", j, "jPreferedProjects2");
-    S("", j, "jPreferedProjects3");
-    S("", j, "jPreferedProjects4");
-    S("", j, "jPreferedProjects5");
-    S("", j, "jPreferedProjects6");
-    S("", j, "jPreferedProjects7");
-    S("", j, "jPreferedProjects8");
-    S("", j, "jPreferedProjects9");
-    S("", j, "jPreferedProjects10");
-    S("s", j, "jGetSSVScene");
-    S("_sh", j, "jGetSSVShot");
-    S("_v", j, "jGetSSVVersion");
-    S("", j, "jGetSSVSceneEnd");
-    S("", j, "jGetSSVShotEnd");
-    S("", j, "jGetSSVVersionEnd");
+    a.B(true, j, "jHistoryDBExport");
+    a.B(true, j, "jStartRenderInMiddle");
+    a.B(false, j, "jWaitForApprovedMain");
+    a.B(false, j, "jWaitForApprovedDone");
+    a.B(true, j, "jDoNotCheckOverwrite");
+    a.B(true, j, "jAverageAbortOnReceive");
+    a.B(true, j, "jAverageAbortAfterFrame");
+    a.B(true, j, "jAbortReservedClientsOnJobReceive");
+    a.B(false, j, "jPrivilegLoggedIn");
+    a.I(4, 0, 4, j, "jGetProjectNameBy");
+    a.I(3, 1, 10, j, "jGetProjectNameByDirStart");
+    a.I(1, 1, 5, j, "jGetProjectNameByDirCount");
+    a.I(300, 14, 700, j, "jHistoryDBDeleteAfterDays");
+    a.I(0, 0, 3, j, "jHistoryDBExportName");
+    a.I(14, 1, 30, j, "jDeleteFinishedAfterDays");
+    a.I(90, 30, 300, j, "jDeleteUnFinishedAfterDays");
+    a.I(1000, 100, 10000, j, "jDeleteIfNumber");
+    a.I(3, 1, 20, j, "jMaxCrashesClientDeassign");
+    a.I(750, 0, 750, j, "jPreferedProjects1cl");
+    a.I(750, 0, 750, j, "jPreferedProjects2cl");
+    a.I(750, 0, 750, j, "jPreferedProjects3cl");
+    a.I(750, 0, 750, j, "jPreferedProjects4cl");
+    a.I(750, 0, 750, j, "jPreferedProjects5cl");
+    a.I(750, 0, 750, j, "jPreferedProjects6cl");
+    a.I(750, 0, 750, j, "jPreferedProjects7cl");
+    a.I(750, 0, 750, j, "jPreferedProjects8cl");
+    a.I(750, 0, 750, j, "jPreferedProjects9cl");
+    a.I(750, 0, 750, j, "jPreferedProjects10cl");
+    a.I(30, 10, 100, j, "jPreviewPriorityIncrease");
+    a.I(10, 0, 100, j, "jScriptPriorityIncrease");
+    a.I(2, 0, 4, j, "jPrioLvlAmode");
+    a.I(0, 0, 4, j, "jPrioLvlBmode");
+    a.I(0, 0, 2, j, "jPrioLvlCmode");
+    a.I(20, 1, 99, j, "jPrioLvlApmin");
+    a.I(79, 1, 99, j, "jPrioLvlApmax");
+    a.I(20, 1, 99, j, "jPrioLvlBpmin");
+    a.I(79, 1, 99, j, "jPrioLvlBpmax");
+    a.I(1, 0, 20, j, "jPrioReduceCrash");
+    a.I(1, 0, 20, j, "jPrioReduceCrashClient");
+    a.I(1, 0, 2, j, "jGetSSVbySetting");
+    a.I(0, 0, 3, j, "jGetSSVbyFile");
+    a.I(0, 0, 9, j, "jGetSSVSceneLength");
+    a.I(0, 0, 9, j, "jGetSSVShotLength");
+    a.I(0, 0, 1, j, "jChunkSize");
+    a.S("", j, "jPreferedProjects1");
+    a.S("", j, "jPreferedProjects2");
+    a.S("", j, "jPreferedProjects3");
+    a.S("", j, "jPreferedProjects4");
+    a.S("", j, "jPreferedProjects5");
+    a.S("", j, "jPreferedProjects6");
+    a.S("", j, "jPreferedProjects7");
+    a.S("", j, "jPreferedProjects8");
+    a.S("", j, "jPreferedProjects9");
+    a.S("", j, "jPreferedProjects10");
+    a.S("s", j, "jGetSSVScene");
+    a.S("_sh", j, "jGetSSVShot");
+    a.S("_v", j, "jGetSSVVersion");
+    a.S("", j, "jGetSSVSceneEnd");
+    a.S("", j, "jGetSSVShotEnd");
+    a.S("", j, "jGetSSVVersionEnd");
 
     const char* c = "Clients";
-    B(false, c, "cAverageClients");
-    B(true, c, "cAverageForUser");
-    B(true, c, "cAverageAbort");
-    I(6, 1, 24, c, "cAverageAbortHourDelay");
-    I(750, 200, 30000, c, "cLocTex_LeaveFreeSpaceMB");
-    I(30, 2, 150, c, "cLocTex_maxDaysToKeep");
-    I(1, 1, 999, c, "cfgcMaxClientsInFileCached");
+    a.B(false, c, "cAverageClients");
+    a.B(true, c, "cAverageForUser");
+    a.B(true, c, "cAverageAbort");
+    a.I(6, 1, 24, c, "cAverageAbortHourDelay");
+    a.I(750, 200, 30000, c, "cLocTex_LeaveFreeSpaceMB");
+    a.I(30, 2, 150, c, "cLocTex_maxDaysToKeep");
+    a.I(1, 1, 999, c, "cfgcMaxClientsInFileCached");
 
     // "Jobs" opens a second time: the job-side abort settings came after their client-side
     // forerunners, which checkAfterLoad still copies into them for old files.
-    B(true, j, "jAverageAbort");
-    I(6, 1, 24, j, "jAverageAbortHourDelay");
+    a.B(true, j, "jAverageAbort");
+    a.I(6, 1, 24, j, "jAverageAbortHourDelay");
+}
 
+// The services: website, e-mail and FTP.
+void addServiceParams(ParamAdder& a)
+{
     const char* w = "Website";
-    B(true, w, "wCreateWebsite");
-    B(true, w, "wCreateStats");
-    B(true, w, "wCreateGlobalIndex");
-    B(false, w, "wCreateUserIndex");
-    B(true, w, "wCreateProjectIndex");
-    B(false, w, "wCreateHtAccess");
-    B(false, w, "wJpegsMultiplyAlpha");
-    B(true, w, "wCacheApp3D");
-    B(true, w, "wCacheAppArchive");
-    B(false, w, "wCacheAppComp");
-    I(750, 0, 5000, w, "wCacheFrameLimit");
-    I(0, 0, 3, w, "wJobDataLocation");
-    S("", w, "wCreateHtAccessPath");
+    a.B(true, w, "wCreateWebsite");
+    a.B(true, w, "wCreateStats");
+    a.B(true, w, "wCreateGlobalIndex");
+    a.B(false, w, "wCreateUserIndex");
+    a.B(true, w, "wCreateProjectIndex");
+    a.B(false, w, "wCreateHtAccess");
+    a.B(false, w, "wJpegsMultiplyAlpha");
+    a.B(true, w, "wCacheApp3D");
+    a.B(true, w, "wCacheAppArchive");
+    a.B(false, w, "wCacheAppComp");
+    a.I(750, 0, 5000, w, "wCacheFrameLimit");
+    a.I(0, 0, 3, w, "wJobDataLocation");
+    a.S("", w, "wCreateHtAccessPath");
 
     const char* e = "Email";
-    B(false, e, "eSendEmails");
-    B(true, e, "eSendStatus");
-    B(true, e, "eSendError");
-    B(false, e, "eEmailFromDomain");
-    B(false, e, "eDomainEmailStatus");
-    B(true, e, "eDomainEmailError");
-    I(180, 30, 10080, e, "eStatusMinuteDelay");
-    I(30, 10, 10080, e, "eErrorMinuteDelay");
-    I(25, 1, 20000, e, "eSmtpServerPort");
-    I(1, 0, 10, e, "eAuthType");
-    I(0, 0, 2, e, "eSecurityType");
-    S("", e, "eSmtpServer");
-    S("", e, "eAuthAccount");
-    S("", e, "eAuthPass");
-    S("", e, "eDomainEmail");
+    a.B(false, e, "eSendEmails");
+    a.B(true, e, "eSendStatus");
+    a.B(true, e, "eSendError");
+    a.B(false, e, "eEmailFromDomain");
+    a.B(false, e, "eDomainEmailStatus");
+    a.B(true, e, "eDomainEmailError");
+    a.I(180, 30, 10080, e, "eStatusMinuteDelay");
+    a.I(30, 10, 10080, e, "eErrorMinuteDelay");
+    a.I(25, 1, 20000, e, "eSmtpServerPort");
+    a.I(1, 0, 10, e, "eAuthType");
+    a.I(0, 0, 2, e, "eSecurityType");
+    a.S("", e, "eSmtpServer");
+    a.S("", e, "eAuthAccount");
+    a.S("", e, "eAuthPass");
+    a.S("", e, "eDomainEmail");
 
     const char* f = "FTP";
-    B(false, f, "fFtpUpload");
-    B(false, f, "fProxyHttp");
-    B(true, f, "fUploadGlobalTables");
-    B(true, f, "fUploadProjectTables");
-    B(true, f, "fUploadUserTables");
-    B(true, f, "fUploadJobSites");
-    B(true, f, "fUploadImgStats");
-    B(true, f, "fUploadImgRGBsmall");
-    B(false, f, "fUploadImgRGB");
-    B(false, f, "fUploadImgAlpha");
-    B(false, f, "fUploadQuicktimes");
-    B(false, f, "fNoHtDelete");
-    I(21, 1, 20000, f, "fServerPort");
-    I(0, 0, 1, f, "fProxyType");
-    I(21, 1, 20000, f, "fProxyPort");
-    S("", f, "fServer");
-    S("", f, "fUser");
-    S("", f, "fPass");
-    S("", f, "fProxyServer");
-    S("", f, "fProxyUser");
-    S("", f, "fProxyPass");
-    S("", f, "fPath");
+    a.B(false, f, "fFtpUpload");
+    a.B(false, f, "fProxyHttp");
+    a.B(true, f, "fUploadGlobalTables");
+    a.B(true, f, "fUploadProjectTables");
+    a.B(true, f, "fUploadUserTables");
+    a.B(true, f, "fUploadJobSites");
+    a.B(true, f, "fUploadImgStats");
+    a.B(true, f, "fUploadImgRGBsmall");
+    a.B(false, f, "fUploadImgRGB");
+    a.B(false, f, "fUploadImgAlpha");
+    a.B(false, f, "fUploadQuicktimes");
+    a.B(false, f, "fNoHtDelete");
+    a.I(21, 1, 20000, f, "fServerPort");
+    a.I(0, 0, 1, f, "fProxyType");
+    a.I(21, 1, 20000, f, "fProxyPort");
+    a.S("", f, "fServer");
+    a.S("", f, "fUser");
+    a.S("", f, "fPass");
+    a.S("", f, "fProxyServer");
+    a.S("", f, "fProxyUser");
+    a.S("", f, "fProxyPass");
+    a.S("", f, "fPath");
+}
 
+// The server and the network.
+void addServerParams(ParamAdder& a)
+{
     const char* s = "Server";
-    B(false, s, "sMultiUserFileServerLogin");
-    B(false, s, "sMultiUserFileServerLoginProject");
-    I(8, 0, 23, s, "sDailyExecuteTime");
-    I(0, 0, 300, s, "sJobSendDelayNew");
-    I(3, 1, 50, s, "sWOL_ClientNeedLimit");
-    I(10, 1, 180, s, "sWOL_WaitBetweenWOLTime");
-    I(0, 0, 6, s, "nServerOS");
-    I(0, 0, 1, s, "sFrameCheckmode");
-    S("", s, "nServerOSInfo");
+    a.B(false, s, "sMultiUserFileServerLogin");
+    a.B(false, s, "sMultiUserFileServerLoginProject");
+    a.I(8, 0, 23, s, "sDailyExecuteTime");
+    a.I(0, 0, 300, s, "sJobSendDelayNew");
+    a.I(3, 1, 50, s, "sWOL_ClientNeedLimit");
+    a.I(10, 1, 180, s, "sWOL_WaitBetweenWOLTime");
+    a.I(0, 0, 6, s, "nServerOS");
+    a.I(0, 0, 1, s, "sFrameCheckmode");
+    a.S("", s, "nServerOSInfo");
 
     // nTCPRequiresAuth stands twice, both with the same default; every lookup finds the first.
     const char* nw = "NetWork";
-    B(false, nw, "nTCPRequiresAuth");
-    B(true, nw, "nWebServerStart");
-    B(true, nw, "nUseServerIP");
-    B(false, nw, "nTCPRequiresAuth");
-    I(8070, 10, 30000, nw, "nWebServerPort");
-    I(20, 5, 120, nw, "nClientConnectPSec");
-    I(7773, 10, 30000, nw, "nFMServerPort");
-    I(2304, 5, 32000, nw, "sWOL_Port");
-    S("", nw, "nServerName");
-    S("", nw, "nServerMACAddress");
-    S("", nw, "nServerIP1");
-    S("", nw, "nServerIP2");
-    S("", nw, "nServerIP3");
-    S("", nw, "nBackupServerName");
-    S("", nw, "nBackupServerIP1");
-    S("", nw, "nBackupServerIP2");
-    S("", nw, "nBackupServerIP3");
-    S("*ANY*", nw, "nFMServerAdapter");
-    S("255.255.255.0", nw, "sWOL_Subnet");
-    S("", nw, "nAuthWhiteList");
+    a.B(false, nw, "nTCPRequiresAuth");
+    a.B(true, nw, "nWebServerStart");
+    a.B(true, nw, "nUseServerIP");
+    a.B(false, nw, "nTCPRequiresAuth");
+    a.I(8070, 10, 30000, nw, "nWebServerPort");
+    a.I(20, 5, 120, nw, "nClientConnectPSec");
+    a.I(7773, 10, 30000, nw, "nFMServerPort");
+    a.I(2304, 5, 32000, nw, "sWOL_Port");
+    a.S("", nw, "nServerName");
+    a.S("", nw, "nServerMACAddress");
+    a.S("", nw, "nServerIP1");
+    a.S("", nw, "nServerIP2");
+    a.S("", nw, "nServerIP3");
+    a.S("", nw, "nBackupServerName");
+    a.S("", nw, "nBackupServerIP1");
+    a.S("", nw, "nBackupServerIP2");
+    a.S("", nw, "nBackupServerIP3");
+    a.S("*ANY*", nw, "nFMServerAdapter");
+    a.S("255.255.255.0", nw, "sWOL_Subnet");
+    a.S("", nw, "nAuthWhiteList");
+}
 
+// User, miscellaneous, ShotGun and UNC entries.
+void addOtherParams(ParamAdder& a)
+{
     const char* u = "User";
-    B(false, u, "lockClientConfig");
-    B(true, u, "lockClientClose");
-    B(false, u, "lockFMConfig");
-    B(false, u, "encodePreview");
+    a.B(false, u, "lockClientConfig");
+    a.B(true, u, "lockClientClose");
+    a.B(false, u, "lockFMConfig");
+    a.B(false, u, "encodePreview");
 
     const char* m = "Misc";
-    B(false, m, "Exr20");
-    I(0, 0, 3, m, "VideoPreview");
-    I(0, 0, 3, m, "VideoFull");
-    I(0, 0, 1, m, "UIcolor");
-    I(8, 5, 20, m, "FontWin");
-    I(7, 5, 20, m, "FontWinSmall");
-    I(8, 5, 20, m, "FontLx");
-    I(7, 5, 20, m, "FontLxSmall");
-    I(11, 5, 20, m, "FontOsx");
-    I(10, 5, 20, m, "FontOsxSmall");
-    I(7, 0, 99, m, "ConfigVersionMajor");
-    I(0, 0, 99, m, "ConfigVersionMinor");
-    F(0.05f, 0.0f, 6.55f, m, "cfgCost");
+    a.B(false, m, "Exr20");
+    a.I(0, 0, 3, m, "VideoPreview");
+    a.I(0, 0, 3, m, "VideoFull");
+    a.I(0, 0, 1, m, "UIcolor");
+    a.I(8, 5, 20, m, "FontWin");
+    a.I(7, 5, 20, m, "FontWinSmall");
+    a.I(8, 5, 20, m, "FontLx");
+    a.I(7, 5, 20, m, "FontLxSmall");
+    a.I(11, 5, 20, m, "FontOsx");
+    a.I(10, 5, 20, m, "FontOsxSmall");
+    a.I(7, 0, 99, m, "ConfigVersionMajor");
+    a.I(0, 0, 99, m, "ConfigVersionMinor");
+    a.F(0.05f, 0.0f, 6.55f, m, "cfgCost");
     // The farm's files come from Windows machines: the default currency sign is the byte 0x80 of
     // code page 1252, the euro sign.
-    if (n < MaxParams) Params[n++].init(fmString<100>(QString(QChar(0x20AC))), m, "cfgCostDisplay");
-    S(".", m, "cfgLocalDecimalMark");
+    a.S(fmString<100>(QString(QChar(0x20AC))), m, "cfgCostDisplay");
+    a.S(".", m, "cfgLocalDecimalMark");
 
     const char* sg = "ShotGun";
-    B(false, sg, "sgEnable");
-    B(false, sg, "sgProxyNoFMServer");
-    I(3128, 1, 20000, sg, "sgProxyPort");
-    S("", sg, "sgPythonPathWin");
-    S("", sg, "sgPythonPathLx");
-    S("", sg, "sgPythonPathMac");
-    S("", sg, "sgAuthKey");
-    S("fornmarkViewer", sg, "sgFMName");
-    S("CustomEntity01", sg, "sgEntityJob");
-    S("CustomEntity02", sg, "sgEntitySubmit");
-    S("https://yourstudio.shotgunstudio.com", sg, "sgUrl");
-    S("", sg, "sgProxy");
-    S("", sg, "sgProxyUser");
-    S("", sg, "sgProxyPass");
+    a.B(false, sg, "sgEnable");
+    a.B(false, sg, "sgProxyNoFMServer");
+    a.I(3128, 1, 20000, sg, "sgProxyPort");
+    a.S("", sg, "sgPythonPathWin");
+    a.S("", sg, "sgPythonPathLx");
+    a.S("", sg, "sgPythonPathMac");
+    a.S("", sg, "sgAuthKey");
+    a.S("fornmarkViewer", sg, "sgFMName");
+    a.S("CustomEntity01", sg, "sgEntityJob");
+    a.S("CustomEntity02", sg, "sgEntitySubmit");
+    a.S("https://yourstudio.shotgunstudio.com", sg, "sgUrl");
+    a.S("", sg, "sgProxy");
+    a.S("", sg, "sgProxyUser");
+    a.S("", sg, "sgProxyPass");
 
     const char* unc = "UNC";
-    S("", unc, "uUsername");
-    S("", unc, "uPass");
+    a.S("", unc, "uUsername");
+    a.S("", unc, "uPass");
+}
 
-    ParamCount = n;
+} // namespace
+
+void _fmgConfig::initialize()
+{
+    ParamAdder a{*this};
+    addJobParams(a);
+    addServiceParams(a);
+    addServerParams(a);
+    addOtherParams(a);
+    ParamCount = a.N;
     rebuildIndex();
 }
 
