@@ -136,14 +136,13 @@ int fmJobInfoOutputSplit(const _jobsHistoryDB_Runtime* const* jobs, int count)
     return int(outputText(j).size());
 }
 
-fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int count)
-{
-    fmJobInfoTexts t;
-    if (!jobs || count < 1 || !jobs[0]) return t;
-    t.Empty = false;
-    const Selection sel(jobs, count);
-    const _jobsHistoryDB_Runtime& j = sel.first();
+namespace {
 
+// Scene OS, the identifiers, camera and layer.
+void fillIdentity(const Selection& sel, const _jobsHistoryDB_Runtime* const* jobs, int count,
+                  fmJobInfoTexts& t)
+{
+    const _jobsHistoryDB_Runtime& j = sel.first();
     t.SceneOS = sel.value(sceneOSText(j.SceneOS), [](auto& a, auto& b) { return a.SceneOS != b.SceneOS; });
 
     QStringList ids;
@@ -155,7 +154,12 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
     t.Camera =
         sel.value(j.Camera.toQString(), [](auto& a, auto& b) { return !sameText(a.Camera, b.Camera); });
     t.Layer = sel.value(j.Layer.toQString(), [](auto& a, auto& b) { return !sameText(a.Layer, b.Layer); });
+}
 
+// Sent and finished, each as a date and a time of day.
+void fillDates(const Selection& sel, fmJobInfoTexts& t)
+{
+    const _jobsHistoryDB_Runtime& j = sel.first();
     const fmTime_t send = j.DateSend;
     t.Date = sel.value(send.asStringDate(), [](auto& a, auto& b) {
         return fmTime_t(a.DateSend).getTotalDays(0) != fmTime_t(b.DateSend).getTotalDays(0);
@@ -170,7 +174,12 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
     t.TimeFinished = sel.value(finished.daytimeAsString(), [](auto& a, auto& b) {
         return absDiff(timeOf(a.DateFinished), timeOf(b.DateFinished)) > TimeTolerance;
     });
+}
 
+// The custom job name and the render application.
+void fillNames(const Selection& sel, fmJobInfoTexts& t)
+{
+    const _jobsHistoryDB_Runtime& j = sel.first();
     t.CustomScene = sel.value(j.CustomSeQName.toQString(),
                               [](auto& a, auto& b) { return !sameText(a.CustomSeQName, b.CustomSeQName); });
     t.CustomShot = sel.value(j.CustomSHotName.toQString(),
@@ -188,7 +197,13 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
                               [](auto& a, auto& b) { return a.Version != b.Version; });
     t.SoftVersionMinor = sel.value(fmJ::getVersionMinorDisplay(j.VersionMinor),
                                    [](auto& a, auto& b) { return a.VersionMinor != b.VersionMinor; });
+}
 
+// Output file, frame range and step.
+void fillOutputAndRange(const Selection& sel, const _jobsHistoryDB_Runtime* const* jobs, int count,
+                        fmJobInfoTexts& t)
+{
+    const _jobsHistoryDB_Runtime& j = sel.first();
     // Output file and frame range. Doubles compare by value; a NaN from a damaged record never
     // equals anything and so shows red.
     const int split = fmJobInfoOutputSplit(jobs, count);
@@ -210,7 +225,12 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
         t.FrameRangeStep = fmJobInfoRed(QStringLiteral(", ") + g6(seqStep));
     else if (seqStep != 1.0)
         t.FrameRangeStep = QStringLiteral(", ") + g6(seqStep);
+}
 
+// Clients, frame counts and frame time.
+void fillCounts(const Selection& sel, fmJobInfoTexts& t)
+{
+    const _jobsHistoryDB_Runtime& j = sel.first();
     const float avClients = j.AverageClients;
     t.AvClients = sel.value(QString::number(double(avClients), 'f', 1), [](auto& a, auto& b) {
         return float(a.AverageClients) != float(b.AverageClients);
@@ -231,6 +251,21 @@ fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int
         t.AvFrameTime = fmJobInfoRed(fmSec2ms(frameTime));
     else if (frameTime > 0)
         t.AvFrameTime = fmSec2ms(frameTime);
+}
+
+} // namespace
+
+fmJobInfoTexts fmJobInfoPageTexts(const _jobsHistoryDB_Runtime* const* jobs, int count)
+{
+    fmJobInfoTexts t;
+    if (!jobs || count < 1 || !jobs[0]) return t;
+    t.Empty = false;
+    const Selection sel(jobs, count);
+    fillIdentity(sel, jobs, count, t);
+    fillDates(sel, t);
+    fillNames(sel, t);
+    fillOutputAndRange(sel, jobs, count, t);
+    fillCounts(sel, t);
     return t;
 }
 

@@ -156,7 +156,11 @@ void fmReportsDock::buildWidgets()
     layout->addWidget(Status);
     layout->addWidget(split, 1);
     setWidget(body);
+    connectWidgets();
+}
 
+void fmReportsDock::connectWidgets()
+{
     connect(Run, &QPushButton::clicked, this, [this] {
         if (Watcher.isRunning() && Reader)
             Reader->cancel();

@@ -55,6 +55,7 @@ public slots:
 
 private:
     void buildWidgets();
+    void connectWidgets();
     void rebuild(); // table and chart from Summary and the controls
     void applyTheme();
     void emitFinishedFilter();

@@ -198,18 +198,20 @@ template <int N> bool equalsText(const fmString<N>& s, const QString& q)
     return l == q.size() && std::memcmp(s.Data, q.utf16(), size_t(l) * 2) == 0;
 }
 
-} // namespace
-
-void _JobList::sort()
+// One text field, compared by unit value (`units`) or by bytes.
+template <auto Field> void sortByField(R** s, int n, int o, bool units)
 {
-    SortedCount = std::clamp(JobCount, 0, Capacity);
-    const int n = SortedCount;
-    if (n == 0) return;
-    std::copy_n(Queue.get(), n, Sorted.get());
-    _jobsHistoryDB_Runtime** s = Sorted.get();
-    const int o = SortOrder;
+    sortByText(
+        s, n, o, units, [](const R& r) -> const auto& { return r.*Field; },
+        [units](const R& a, const R& b) {
+            return units ? cmpUnits(a.*Field, b.*Field) : cmpBytes(a.*Field, b.*Field);
+        });
+}
 
-    switch (SortID) {
+// The columns ordered by text; false for a column that is not one of them.
+bool sortTextColumn(R** s, int n, int o, int id)
+{
+    switch (id) {
     case -1: // Software, SceneName, Camera, Layer
         sortByText(
             s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
@@ -220,20 +222,13 @@ void _JobList::sort()
                 if (c == 0) c = cmpBytes(a.Layer, b.Layer);
                 return c;
             });
-        break;
-    case 0:
-        if (o == 1) std::reverse(s, s + n);
-        break;
+        return true;
     case 1:
-        sortByText(
-            s, n, o, false, [](const R& r) -> const auto& { return r.UserName; },
-            [](const R& a, const R& b) { return cmpBytes(a.UserName, b.UserName); });
-        break;
+        sortByField<&R::UserName>(s, n, o, false);
+        return true;
     case 2:
-        sortByText(
-            s, n, o, false, [](const R& r) -> const auto& { return r.CompanyProjectName; },
-            [](const R& a, const R& b) { return cmpBytes(a.CompanyProjectName, b.CompanyProjectName); });
-        break;
+        sortByField<&R::CompanyProjectName>(s, n, o, false);
+        return true;
     case 3: // custom job name: sequence, then shot, by QString::compare
         sortByText(
             s, n, o, true, [](const R& r) -> const auto& { return r.CustomSeQName; },
@@ -241,7 +236,7 @@ void _JobList::sort()
                 const int c = cmpUnits(a.CustomSeQName, b.CustomSeQName);
                 return c != 0 ? c : cmpUnits(a.CustomSHotName, b.CustomSHotName);
             });
-        break;
+        return true;
     case 4: // Software, Renderer, Version
         sortByText(
             s, n, o, false, [](const R& r) -> const auto& { return r.Software; },
@@ -254,26 +249,38 @@ void _JobList::sort()
                 }
                 return c;
             });
+        return true;
+    case 8:
+        sortByField<&R::SceneName>(s, n, o, false);
+        return true;
+    case 9:
+        sortByField<&R::Layer>(s, n, o, false);
+        return true;
+    case 10:
+        sortByField<&R::Camera>(s, n, o, false);
+        return true;
+    case 24:
+        sortByField<&R::CustomSHotName>(s, n, o, true);
+        return true;
+    case 99:
+        sortByField<&R::Channel>(s, n, o, false);
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The columns ordered by number; any other column keeps the queue order.
+void sortNumberColumn(R** s, int n, int o, int id)
+{
+    switch (id) {
+    case 0:
+        if (o == 1) std::reverse(s, s + n);
         break;
     case 5: // hard errors, then errors; both signed bytes, so one number orders them
         sortByNumber(s, n, o, [](const R& r) {
             return signedKey(int64_t(r.ErrorCountHard) * 256 + int64_t(r.ErrorCount));
         });
-        break;
-    case 8:
-        sortByText(
-            s, n, o, false, [](const R& r) -> const auto& { return r.SceneName; },
-            [](const R& a, const R& b) { return cmpBytes(a.SceneName, b.SceneName); });
-        break;
-    case 9:
-        sortByText(
-            s, n, o, false, [](const R& r) -> const auto& { return r.Layer; },
-            [](const R& a, const R& b) { return cmpBytes(a.Layer, b.Layer); });
-        break;
-    case 10:
-        sortByText(
-            s, n, o, false, [](const R& r) -> const auto& { return r.Camera; },
-            [](const R& a, const R& b) { return cmpBytes(a.Camera, b.Camera); });
         break;
     case 11:
         sortByNumber(s, n, o, [](const R& r) { return signedKey(int64_t(r.TotalFrames)); });
@@ -300,19 +307,21 @@ void _JobList::sort()
     case 21:
         sortByNumber(s, n, o, [](const R& r) { return signedKey(int64_t(r.DateFinished.t)); });
         break;
-    case 24:
-        sortByText(
-            s, n, o, true, [](const R& r) -> const auto& { return r.CustomSHotName; },
-            [](const R& a, const R& b) { return cmpUnits(a.CustomSHotName, b.CustomSHotName); });
-        break;
-    case 99:
-        sortByText(
-            s, n, o, false, [](const R& r) -> const auto& { return r.Channel; },
-            [](const R& a, const R& b) { return cmpBytes(a.Channel, b.Channel); });
-        break;
     default: // queue order
         break;
     }
+}
+
+} // namespace
+
+void _JobList::sort()
+{
+    SortedCount = std::clamp(JobCount, 0, Capacity);
+    const int n = SortedCount;
+    if (n == 0) return;
+    std::copy_n(Queue.get(), n, Sorted.get());
+    if (!sortTextColumn(Sorted.get(), n, SortOrder, SortID))
+        sortNumberColumn(Sorted.get(), n, SortOrder, SortID);
 }
 
 void _JobList::filter()
