@@ -195,6 +195,7 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         app.WriteLog(11, 0, QStringLiteral("PleaseUpdateViews"), QStringLiteral("timerEvent"));
         PleaseUpdateViews = false;
         if (clientsModel) clientsModel->CreateClientTree();
+        fitClientColumns();
         uiUpdateJobTable();
         uiUpdateJobInfoPage();
         uiUpdateLogPage(false);
@@ -396,6 +397,7 @@ void fmHistorydb::uiUpdateJobTable()
 void fmHistorydb::uiUpdateClientTable()
 {
     if (clientsModel) clientsModel->CreateClientTree();
+    fitClientColumns();
 }
 
 void fmHistorydb::JobSelectionChanged()

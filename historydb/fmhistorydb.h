@@ -92,6 +92,9 @@ public:
     // Widens the jobs tree's columns of numbers and dates, and the first column, to their widest
     // text in the loaded project, measured with the view's fonts; never narrower than before.
     void fitJobColumns();
+    // The same for the clients tree's columns of numbers (run after each rebuild of that tree:
+    // its group sums follow the selection).
+    void fitClientColumns();
     // The heading of the job info page for `count` selected jobs whose identifiers are `ids`
     // (joined by ", "): the identifiers of one job, or the count and as many identifiers as fit
     // into `width` pixels of `metrics`, ending in "...".

@@ -5,6 +5,7 @@
 
 #include "app/fm.h"
 #include "foundation/fmfileread.h"
+#include "historydb/fmclientstreemodel.h"
 #include "historydb/fmjobstreemodel.h"
 #include "widgets/fmtreeview.h"
 
@@ -25,6 +26,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <vector>
 
 namespace {
 
@@ -192,23 +194,26 @@ void fmHistorydb::on_actionReset_Layout_triggered()
     ui.treeClients->syncFooter();
 }
 
-void fmHistorydb::fitJobColumns()
+namespace {
+
+// Widens the given columns of `view` to their widest text in `model` (down to the third level),
+// measured with the view's fonts; never narrower than before. The first column, when listed, also
+// counts its indentation.
+void fitColumns(fmTreeView* view, QAbstractItemModel* model, std::initializer_list<int> fitted)
 {
-    if (!jobsModel) return;
-    fmTreeViewWidget* tree = ui.treeJobs->Tree;
-    // Numbers and dates are never cut; nor is the first column, whose group rows end in the
-    // user's name and job count. Texts elsewhere may be cut and have their full text as tooltip.
-    static constexpr int fitted[] = {0, 11, 13, 15, 16, 18, 20, 21, 24, 25, 26, 27};
+    fmTreeViewWidget* tree = view->Tree;
+    const int columns = model->columnCount(QModelIndex());
     const int margin = 2 * (tree->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, tree) + 1) + 2;
-    std::array<int, fmuiTreeViewJobsModel::ColumnCount> widest{};
-    std::array<int, fmuiTreeViewJobsModel::ColumnCount> longest{}; // characters of the widest text
+    std::vector<int> widest(size_t(columns), 0);
+    std::vector<int> longest(size_t(columns), 0); // characters of the widest text
     const QFontMetrics plain(tree->font());
     const int indent = tree->indentation();
     std::function<void(const QModelIndex&, int)> visit = [&](const QModelIndex& parent, int depth) {
-        const int rows = jobsModel->rowCount(parent);
+        const int rows = model->rowCount(parent);
         for (int row = 0; row < rows; ++row) {
-            const QModelIndex first = jobsModel->index(row, 0, parent);
+            const QModelIndex first = model->index(row, 0, parent);
             for (int column : fitted) {
+                if (column >= columns) continue;
                 const QModelIndex cell = column == 0 ? first : first.siblingAtColumn(column);
                 const QString text = cell.data(Qt::DisplayRole).toString();
                 // Digits are of one width in the fonts in use: a shorter number or date can't be
@@ -228,8 +233,24 @@ void fmHistorydb::fitJobColumns()
     };
     visit(QModelIndex(), 0);
     for (int column : fitted)
-        if (widest[size_t(column)] > ui.treeJobs->columnWidth(column))
-            ui.treeJobs->setColumnWidth(column, widest[size_t(column)]);
+        if (column < columns && widest[size_t(column)] > view->columnWidth(column))
+            view->setColumnWidth(column, widest[size_t(column)]);
+}
+
+} // namespace
+
+void fmHistorydb::fitJobColumns()
+{
+    // Numbers and dates are never cut; nor is the first column, whose group rows end in the
+    // user's name and job count. Texts elsewhere may be cut and have their full text as tooltip.
+    if (jobsModel) fitColumns(ui.treeJobs, jobsModel, {0, 11, 13, 15, 16, 18, 20, 21, 24, 25, 26, 27});
+    fitClientColumns();
+}
+
+void fmHistorydb::fitClientColumns()
+{
+    // Render time, frames, CPU usage, available memory, temperature, memory, cores, PS/GHz.
+    if (clientsModel) fitColumns(ui.treeClients, clientsModel, {2, 3, 4, 5, 9, 10, 11, 12});
 }
 
 void fmHistorydb::on_actionHelp_triggered()
