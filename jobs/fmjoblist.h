@@ -96,6 +96,17 @@ public:
     void CreateSelectionList();
 
     // Database file.
+    // Optional observer of LoadFileJobs, called on the loading thread after each frame taken from
+    // the file: the frames and bytes read so far and the file's size in bytes. A false answer stops
+    // the load there: LoadFileJobs returns false with LastLoad.Cancelled set, and the jobs read
+    // until then stay in the list.
+    class LoadObserver
+    {
+    public:
+        virtual ~LoadObserver() = default;
+        virtual bool frameRead(int frames, qint64 bytes, qint64 fileSize) = 0;
+    };
+    void setLoadObserver(LoadObserver* observer) { Observer = observer; } // not owned; null: none
     bool LoadFileJobs(const QString& path = QString());
     // Writes every job of the list to `path` through a temporary file beside it, flushed and then
     // renamed over it; `backup` keeps the former file as ".bak30". On failure the former file
@@ -106,6 +117,7 @@ public:
     struct LoadReport
     {
         bool Read = true;                    // false when the file as a whole failed
+        bool Cancelled = false;              // the observer stopped the load
         int Loaded = 0;                      // jobs it added
         int Failed = 0;                      // frames of a known identifier that could not be taken
         int Skipped = 0;                     // frames of an unknown identifier
@@ -170,6 +182,7 @@ private:
     int ViewBatchDepth = 0;
     bool ViewBatchPending = false;
     bool PerJobViewUpdate = false;
+    LoadObserver* Observer = nullptr;
 };
 
 // Sorts `count` records by UserNameLower (as bytes), then by QueueID ascending.

@@ -60,7 +60,10 @@ enum class FrameEnd { None, EndOfFile, ReadError, FormatError, BufferTooSmall, N
 class FrameLoader
 {
 public:
-    FrameLoader(_JobList& list, const QString& path) : List(list), Path(path), File(path) {}
+    FrameLoader(_JobList& list, const QString& path, _JobList::LoadObserver* observer)
+        : List(list), Path(path), File(path), Observer(observer)
+    {
+    }
     bool run();
 
 private:
@@ -91,6 +94,7 @@ private:
     std::unique_ptr<_OLD62_jobsHistoryDB> Old62;
     std::unique_ptr<_OLD627_jobsHistoryDB> Old627;
     int SourceIndex = 0;
+    _JobList::LoadObserver* const Observer; // not owned; may be null
 };
 
 void FrameLoader::log(int level, const QString& text)
@@ -291,6 +295,8 @@ bool FrameLoader::run()
     SourceIndex = int(List.Sources.size());
     // Every job added or dropped below would rebuild the view; one rebuild at the end suffices.
     ViewUpdateBatch batch(List);
+    int framesRead = 0;
+    qint64 bytesRead = 0;
     for (;;) {
         int count = 0;
         const FrameEnd end = readRun(count);
@@ -298,6 +304,11 @@ bool FrameLoader::run()
         for (int i = 0; i < count; ++i) {
             if (List.perJobViewUpdate()) batch.flush();
             if (!add(Frames[i])) return false;
+            bytesRead += _JobList::FrameHeaderSize + Frames[i].Body;
+            if (Observer && !Observer->frameRead(++framesRead, bytesRead, fileSize)) {
+                List.LastLoad.Cancelled = true;
+                return false;
+            }
         }
         if (List.perJobViewUpdate()) batch.flush();
         if (end == FrameEnd::None) continue;
@@ -351,7 +362,7 @@ bool _JobList::LoadFileJobs(const QString& pathIn)
                   QStringLiteral("JobList,LoadFileJobs"));
     LastLoad = LoadReport();
     const int before = JobCount;
-    auto loader = std::make_unique<FrameLoader>(*this, path);
+    auto loader = std::make_unique<FrameLoader>(*this, path, Observer);
     LastLoad.Read = loader->run();
     LastLoad.Loaded = JobCount - before;
     return LastLoad.Read;
