@@ -69,7 +69,7 @@ public:
 
     fmTime_t StartTime;
     bool Configured = false;
-    bool HadCritical = false;
+    std::atomic<bool> HadCritical = false; // set by WriteLog on any thread
 
     _fmgConfig* cfg = nullptr; // owned
     // The configuration table's log-level switches (cfg->LogLevel, kLogLevels of them), not owned:

@@ -4,9 +4,23 @@
 #include "foundation/fmsdk.h"
 #include "foundation/fmtextcodec.h"
 
+#include <QCoreApplication>
+#include <QMutexLocker>
+#include <QRecursiveMutex>
+#include <QThread>
+
 #include <cstdio>
 
 namespace {
+
+// Lines come from any thread (a project loads on a worker thread): the switches that the file
+// part reads and turns (NoLogFile, the flush interval) change under this lock, and a line is
+// formatted and handed to its file under it. Each file's buffer has its own lock besides.
+QRecursiveMutex& logFileLock()
+{
+    static QRecursiveMutex lock;
+    return lock;
+}
 
 QString levelPrefix(int level)
 {
@@ -122,8 +136,10 @@ void __FMSDK::LogNoUIExecute(int level, int flags, const QString& text, const QS
     line.replace(QLatin1String("; "), QLatin1String(";"));
     line.replace(QLatin1Char(';'), QLatin1Char('\n'));
     line.remove(QLatin1String("()"));
-    // Without a window side there is no box: the line goes where a console program puts it.
-    if (MessageBoxHook)
+    // Without a window side there is no box, and a box is shown by the window's thread only:
+    // otherwise the line goes where a console program puts it.
+    const QCoreApplication* app = QCoreApplication::instance();
+    if (MessageBoxHook && app && QThread::currentThread() == app->thread())
         MessageBoxHook(level == 0, line, QStringLiteral("Ok"), 90, flags & fmLog_Courier);
     else
         printLine(line);
@@ -132,6 +148,7 @@ void __FMSDK::LogNoUIExecute(int level, int flags, const QString& text, const QS
 void __FMSDK::LogFileWrite(int level, int flags, const QString& text, const QString& where)
 {
     if (!logLevelOn(level) || !Log) return;
+    const QMutexLocker lock(&logFileLock());
     // A crash-like message turns the log file on and writes every line at once from then on.
     if (level == 0 || text.contains(QLatin1String("Access violation")) ||
         text.contains(QLatin1String("PAGE_FAULT")) ||
@@ -149,6 +166,7 @@ void __FMSDK::LogFileWrite(int level, int flags, const QString& text, const QStr
 
 void __FMSDK::LogFileWriteError(int level, int flags, const QString& text, const QString& where)
 {
+    const QMutexLocker lock(&logFileLock());
     if (level >= 2 || NoLogFile || !LogError) return;
     QString line;
     FormatLogMessage(level, flags, text, where, line);
