@@ -7,6 +7,7 @@
 #include "historydb/fmclientstreemodel.h"
 #include "historydb/fmjobstreemodel.h"
 #include "historydb/fmlogtreemodel.h"
+#include "historydb/fmprojectload.h"
 #include "historydb/fmreportsdock.h"
 #include "historydb/fmwindowabout.h"
 #include "jobs/fmjoblist.h"
@@ -39,36 +40,38 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     ui.setupUi(this);
     fmStyle::setFMFontDefault(this);
     ui.Status_LabelError->hide();
+    setupPalettes();
+    setupTrees();
+    setupDocks();
+    setupLayout();
+    setupCommands();
+    setupStartState();
+}
+
+void fmHistorydb::setupPalettes()
+{
     // The themes' AlternateBase is a dark text colour (0xFF333333 in the light theme), which would
     // turn every second row of the log table black behind black text. The table's alternate rows
     // take a shade of its own Base colour instead.
-    {
-        QPalette palette = ui.JobLog_Table->palette();
-        for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
-            palette.setColor(group, QPalette::AlternateBase,
-                             palette.color(group, QPalette::Base).darker(106));
-        ui.JobLog_Table->setPalette(palette);
-    }
+    const QPalette::ColorGroup groups[] = {QPalette::Active, QPalette::Inactive, QPalette::Disabled};
+    QPalette log = ui.JobLog_Table->palette();
+    for (QPalette::ColorGroup group : groups)
+        log.setColor(group, QPalette::AlternateBase, log.color(group, QPalette::Base).darker(106));
+    ui.JobLog_Table->setPalette(log);
 
     // The menu bar lies on the window colour, but its items are drawn in the button text colour,
     // which the eastern theme makes light for its blue buttons: the bar takes the window text.
-    {
-        QPalette palette = menuBar()->palette();
-        for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
-            palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::WindowText));
-        menuBar()->setPalette(palette);
-    }
+    QPalette bar = menuBar()->palette();
+    for (QPalette::ColorGroup group : groups)
+        bar.setColor(group, QPalette::ButtonText, bar.color(group, QPalette::WindowText));
+    menuBar()->setPalette(bar);
+}
 
-    // Dock changes and right-clicks reach slots that do nothing: there is no context menu.
-    for (QDockWidget* dock : {ui.dockWidget_JobInfo, ui.dockWidget_Filter, ui.dockWidget_Clients,
-                              ui.dockWidget_Commands, ui.dockWidget_Status, ui.dockWidget_JobLog}) {
-        connect(dock, &QDockWidget::visibilityChanged, this, &fmHistorydb::Tabchanged);
-        connect(dock, &QDockWidget::dockLocationChanged, this, &fmHistorydb::Tabchanged);
-    }
+void fmHistorydb::setupTrees()
+{
     connect(ui.treeJobs->Tree, &QWidget::customContextMenuRequested, this, &fmHistorydb::JobTreeShowPopup);
     connect(ui.treeClients->Tree, &QWidget::customContextMenuRequested, this,
             &fmHistorydb::ClientTreeShowPopup);
-
     initJobTree(ui.treeJobs, jobsModel, jobsSelection, app, jobs, this, true);
     initClientTree(ui.treeClients, clientsModel, app, &jobs, this, false, false, true, true);
     if (jobsSelection)
@@ -78,7 +81,17 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     if (ui.treeLog->selectionModel())
         connect(ui.treeLog->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                 &fmHistorydb::LogSelectionChanged);
+    ui.treeJobs->Tree->header()->setSortIndicator(0, Qt::DescendingOrder);
+}
 
+void fmHistorydb::setupDocks()
+{
+    // Dock changes and right-clicks reach slots that do nothing: there is no context menu.
+    for (QDockWidget* dock : {ui.dockWidget_JobInfo, ui.dockWidget_Filter, ui.dockWidget_Clients,
+                              ui.dockWidget_Commands, ui.dockWidget_Status, ui.dockWidget_JobLog}) {
+        connect(dock, &QDockWidget::visibilityChanged, this, &fmHistorydb::Tabchanged);
+        connect(dock, &QDockWidget::dockLocationChanged, this, &fmHistorydb::Tabchanged);
+    }
     // The job info heading takes the room of its line and never asks for more: a long list of
     // identifiers must not widen the page.
     ui.JobInfo_LabelID->setSizePolicy(QSizePolicy::Ignored,
@@ -92,16 +105,16 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
     tabifyDockWidget(ui.dockWidget_JobInfo, ui.dockWidget_JobLog);
     ui.dockWidget_JobInfo->raise();
-
-    ui.treeJobs->Tree->header()->setSortIndicator(0, Qt::DescendingOrder);
     setupReportsDock();
+}
 
+void fmHistorydb::setupLayout()
+{
     if (QScreen* s = screen()) {
         const QRect fitted = fitToScreen(frameGeometry(), s->availableGeometry());
         if (fitted.size() != frameGeometry().size()) resize(fitted.width(), fitted.height());
         move(fitted.topLeft());
     }
-
     setWindowTitle(app.AppTitle(true));
 
     DefaultState = saveState(0);
@@ -111,24 +124,30 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
     if (!uiLayoutLoadLocal())
         if (!uiLayoutLoadGlobal()) on_actionReset_Layout_triggered();
     buildColumnMenus();
+}
 
+void fmHistorydb::setupCommands()
+{
     connect(ui.Show_ComboProject, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiComboProjectChanged);
     connect(ui.Show_ComboUser, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiFilterChanged);
     connect(ui.Show_ComboApp, &QComboBox::currentIndexChanged, this, &fmHistorydb::uiFilterChanged);
     connect(ui.Show_EditIncludes, &QLineEdit::returnPressed, this, &fmHistorydb::uiFilterChanged);
     connect(ui.Show_ButtonUpdate, &QPushButton::clicked, this, &fmHistorydb::uiFilterChanged);
     // Ctrl+Z has no menu entry of its own: the status bar names it after each delete.
-    auto* undo = new QAction(QStringLiteral("Undo Delete"), this);
-    undo->setShortcut(QKeySequence::Undo);
-    addAction(undo);
-    connect(undo, &QAction::triggered, this, &fmHistorydb::undoDelete);
+    UndoAction = new QAction(QStringLiteral("Undo Delete"), this);
+    UndoAction->setShortcut(QKeySequence::Undo);
+    addAction(UndoAction);
+    connect(UndoAction, &QAction::triggered, this, &fmHistorydb::undoDelete);
     statusBar()->setSizeGripEnabled(true);
     LoadingBar = new QProgressBar(this); // owned by the status bar from here on
     LoadingBar->setMaximumWidth(200);
     LoadingBar->setTextVisible(false);
     LoadingBar->hide();
     statusBar()->addPermanentWidget(LoadingBar);
+}
 
+void fmHistorydb::setupStartState()
+{
     timerCounter = 0;
     PleaseUpdateViews = true;
     timerInterval = 50;
@@ -164,6 +183,9 @@ fmHistorydb::fmHistorydb(__FM& fm, fmJ::_JobList& jobList, QWidget* parent, Qt::
 fmHistorydb::~fmHistorydb()
 {
     if (TimerId) killTimer(TimerId);
+    // Each load cancels itself and waits for its thread; none touches the shown list.
+    Load.reset();
+    Dropped.clear();
     // The widgets go after this part of the window: their last signals (a dock hidden on the way
     // out) must not reach the window's slots any more.
     const QList<QObject*> children = findChildren<QObject*>();
@@ -191,6 +213,7 @@ void fmHistorydb::timerEvent(QTimerEvent* event)
         QMainWindow::timerEvent(event);
         return;
     }
+    pollLoad();
     if (PleaseUpdateViews && !rebuildRunning()) {
         app.WriteLog(11, 0, QStringLiteral("PleaseUpdateViews"), QStringLiteral("timerEvent"));
         PleaseUpdateViews = false;
@@ -218,6 +241,14 @@ bool fmHistorydb::rebuildRunning()
 
 void fmHistorydb::closeEvent(QCloseEvent* event)
 {
+    // A load under way is given up: the question below is about the jobs shown.
+    if (Load) {
+        Load->cancel();
+        Dropped.push_back(std::move(Load));
+        LoadingBar->hide();
+        setListCommandsEnabled(true);
+        restoreProjectCombo();
+    }
     if (ask4Save())
         event->accept();
     else
@@ -227,108 +258,6 @@ void fmHistorydb::closeEvent(QCloseEvent* event)
 void fmHistorydb::loadProjectList()
 {
     table.loadProjectList();
-}
-
-void fmHistorydb::loadProject(int index)
-{
-    if (!ask4Save() || index < 0) return;
-    QString message;
-    fmProjectTable::LoadResult result;
-    {
-        // The window is drawn once more before the load takes the thread: the combo's popup
-        // closes and the status bar shows what is being read.
-        LoadingBar->setRange(0, 0);
-        LoadingBar->show();
-        if (index < table.nrOfProjects)
-            showStatus(QStringLiteral("Loading %1 ...").arg(table.projects[size_t(index)].Name));
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-        result = table.loadProjectJobs(index, jobs, message);
-        LoadingBar->hide();
-    }
-    switch (result) {
-    case fmProjectTable::LoadFileMissing:
-        // No update is asked for: the tree shows what it showed until the next one.
-        fmMessageBox::Warning(this, message, QStringLiteral("Ok"), 45);
-        return;
-    case fmProjectTable::LoadFileFailed:
-    case fmProjectTable::LoadBadIndex:
-        return;
-    case fmProjectTable::LoadDone:
-        break;
-    }
-    const _projectInfo& project = table.projects[size_t(index)];
-    ui.label_ProjNrScenes->setText(QStringLiteral("%1 jobs").arg(project.NrOfJobs));
-    DeletedJobs.clear();
-    FitColumnsOnce = true;
-    addComboNames();
-    uiSetFilterCombos(true);
-    uiFilterChanged();
-    reportsDock->setLoadedProject(table.currentProject);
-    QSettings settings;
-    settings.setValue(QStringLiteral("fmHistorydb/lastProject"), project.Name);
-    showStatus(QStringLiteral("Loaded %1: %2 jobs").arg(project.Name).arg(project.NrOfJobs));
-}
-
-void fmHistorydb::reopenLastProject()
-{
-    // Without a setting (a first start), the project with the newest jobs.
-    const QString name = QSettings().value(QStringLiteral("fmHistorydb/lastProject")).toString();
-    int pick = -1;
-    const int count = std::clamp(table.nrOfProjects, 0, int(table.projects.size()));
-    for (int i = 0; i < count; ++i) {
-        const _projectInfo& p = table.projects[size_t(i)];
-        if (name.isEmpty() ? (pick < 0 || p.DateLast.t > table.projects[size_t(pick)].DateLast.t)
-                           : p.Name == name)
-            pick = i;
-    }
-    if (pick >= 0) ui.Show_ComboProject->setCurrentIndex(pick + 1);
-}
-
-void fmHistorydb::addComboNames()
-{
-    // The user combo lists the loaded project's users, sorted, and keeps the user picked before if
-    // the project has them; the application combo adds each new name in order of first appearance.
-    // The first entry that goes into an empty combo makes it current, and its own signal runs
-    // uiFilterChanged in the midst of the load; that is kept.
-    if (ui.Show_ComboApp->count() == 0) {
-        ComboAppTexts = {fmStringFilterAll};
-        ui.Show_ComboApp->addItem(fmStringFilterAll);
-    }
-    QSet<QString> users;
-    for (int q = 0; q < jobs.JobCount; ++q) {
-        const fmJ::_jobsHistoryDB_Runtime* job = jobs.GetJobByQueueID(q);
-        if (!job) continue;
-        const fmString<25> userName = job->UserName;
-        const fmString<25> software = job->Software;
-        users.insert(userName.toQString());
-        const QString softwareText = software.toQString();
-        if (!ComboAppTexts.contains(softwareText)) {
-            ComboAppTexts.insert(softwareText);
-            ui.Show_ComboApp->addItem(softwareText);
-        }
-    }
-    QStringList sorted(users.cbegin(), users.cend());
-    std::sort(sorted.begin(), sorted.end(),
-              [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
-    const QString picked = ui.Show_ComboUser->currentText();
-    {
-        const QSignalBlocker quiet(ui.Show_ComboUser);
-        ui.Show_ComboUser->clear();
-        ui.Show_ComboUser->addItem(fmStringFilterAll);
-        ui.Show_ComboUser->addItems(sorted);
-        const int keep = ui.Show_ComboUser->findText(picked);
-        ui.Show_ComboUser->setCurrentIndex(keep > 0 ? keep : 0);
-    }
-    ComboUserTexts = QSet<QString>(sorted.cbegin(), sorted.cend());
-    ComboUserTexts.insert(fmStringFilterAll);
-}
-
-void fmHistorydb::uiComboProjectChanged()
-{
-    // Entry i + 1 is projects[i]; "-- none --" leaves the loaded jobs where they are.
-    const int entry = ui.Show_ComboProject->currentIndex();
-    if (entry < 1) return;
-    loadProject(entry - 1);
 }
 
 void fmHistorydb::uiSetFilterCombos(bool keepEntries)

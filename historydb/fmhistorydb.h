@@ -16,12 +16,17 @@
 #include <QSet>
 #include <QString>
 
+#include <memory>
+#include <vector>
+
 class __FM;
 class fmuiTreeViewJobsModel;
 class fmuiTreeViewClientsModel;
 class fmuiTreeViewLogModel;
 class fmuiTreeViewSelectionModel;
 class fmReportsDock;
+class fmProjectLoad;
+struct fmJobInfoTexts;
 class QCloseEvent;
 class QSettings;
 class QTimerEvent;
@@ -64,7 +69,12 @@ public:
 
     // Project list and loading.
     void loadProjectList();
-    void loadProject(int index);
+    // Starts loading project `index` on a thread of its own and cancels a load under way; the
+    // window shows the jobs it showed, with a progress bar, until the timer takes the new list in.
+    // A load that ends within LoadSettleMs is taken in at once. `revert` only changes the status text.
+    void loadProject(int index, bool revert = false);
+    int LoadSettleMs = 100;
+    bool loadRunning() const { return Load != nullptr; }
     // Picks the project this user had loaded last, if the table still has it (per-user setting
     // "fmHistorydb/lastProject"); without the setting, the project with the newest jobs.
     void reopenLastProject();
@@ -187,6 +197,32 @@ public slots:
 
 private:
     void setupReportsDock();
+    // Parts of the constructor, in the order it runs them.
+    void setupPalettes();
+    void setupTrees();
+    void setupDocks();
+    void setupLayout();
+    void setupCommands();
+    void setupStartState();
+    // Parts of the job info page.
+    void clearJobInfoPage();
+    void showJobInfoTexts(const fmJobInfoTexts& t, int count);
+    void showJobInfoImage(int count);
+
+    // Loading: the timer follows the load (progress bar, status line) and takes the finished one
+    // in, between two tree rebuilds, since the tree's rows point into the records shown.
+    void pollLoad();
+    void finishLoad();
+    void takeLoadedProject(fmProjectLoad& done);
+    // The combo back on the loaded project, after a load that failed.
+    void restoreProjectCombo();
+    // True, with a status line, while a load runs: commands on the shown list wait for it.
+    bool refusedWhileLoading(const QString& command);
+    void setListCommandsEnabled(bool enabled);
+    std::unique_ptr<fmProjectLoad> Load;                 // the load under way, if any
+    std::vector<std::unique_ptr<fmProjectLoad>> Dropped; // cancelled loads, until their thread ends
+    bool LoadIsRevert = false;
+    class QAction* UndoAction = nullptr;
     // Adds each new name of the loaded jobs to the user and application combos, in order of
     // first appearance; the sets mirror the combos' texts so that a load stays linear.
     void addComboNames();

@@ -17,6 +17,7 @@
 
 void fmHistorydb::on_CommandJob_Button_Delete_clicked()
 {
+    if (refusedWhileLoading(QStringLiteral("Delete"))) return;
     const int count = std::clamp(jobs.SelectedCount, 0, jobs.Capacity);
     if (count == 0 || !jobs.Selection) {
         showStatus(QStringLiteral("Delete: no job selected"));
@@ -63,6 +64,7 @@ void fmHistorydb::on_CommandJob_Button_Delete_clicked()
 
 void fmHistorydb::undoDelete()
 {
+    if (refusedWhileLoading(QStringLiteral("Undo"))) return;
     if (DeletedJobs.isEmpty()) {
         showStatus(QStringLiteral("Undo: no deletion since the last save"));
         return;
@@ -97,6 +99,7 @@ void fmHistorydb::updateProjectCount()
 
 void fmHistorydb::on_actionSave_Changes_into_db_triggered()
 {
+    if (refusedWhileLoading(QStringLiteral("Save"))) return;
     if (table.currentProject.isEmpty()) return;
     // Each file of the project that lost a job is rewritten in its own place, under its lock, from
     // what is on disk now; a file that cannot be written stays as it was and is named here.
@@ -113,6 +116,7 @@ void fmHistorydb::on_actionSave_Changes_into_db_triggered()
 
 void fmHistorydb::on_actionRevert_Changes_triggered()
 {
+    if (refusedWhileLoading(QStringLiteral("Revert"))) return;
     if (table.currentProjectID < 0) {
         showStatus(QStringLiteral("Revert: no project loaded"));
         return;
@@ -125,10 +129,7 @@ void fmHistorydb::on_actionRevert_Changes_triggered()
     table.dbChanged = false;
     DeletedJobs.clear();
     loadProjectList();
-    loadProject(table.currentProjectID);
-    showStatus(QStringLiteral("Reverted: %1 read again from disk, %2 jobs")
-                   .arg(table.currentProject)
-                   .arg(jobs.JobCount));
+    loadProject(table.currentProjectID, true); // the status line tells when it is done
 }
 
 void fmHistorydb::showStatus(const QString& text)

@@ -26,6 +26,7 @@
 #include <QTableWidgetItem>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -63,80 +64,94 @@ void fmHistorydb::uiUpdateJobInfoPage()
     jobs.CreateSelectionList();
     const int count = selectedCount(jobs);
     const fmJobInfoTexts t = fmJobInfoPageTexts(jobs.Selection.get(), count);
-
     if (t.Empty) {
-        // The image label is left alone: the last image stays on the page after a deselection.
-        for (QLabel* l : {ui.JobInfo_LabelCamera,
-                          ui.JobInfo_LabelLayer,
-                          ui.JobInfo_LabelID,
-                          ui.JobInfo_LabelDate,
-                          ui.JobInfo_LabelTime,
-                          ui.JobInfo_LabelDateFinished,
-                          ui.JobInfo_LabelTimeFinished,
-                          ui.JobInfo_LabelCustomScene,
-                          ui.JobInfo_LabelCustomShot,
-                          ui.JobInfo_LabelCustomVersion,
-                          ui.JobInfo_LabelSoftName,
-                          ui.JobInfo_LabelSoftRenderer,
-                          ui.JobInfo_LabelSoftRenderType,
-                          ui.JobInfo_LabelSoftVersionMinor,
-                          ui.JobInfo_LabelSoftVersion,
-                          ui.JobInfo_LabelOutput1a,
-                          ui.JobInfo_LabelOutput1b,
-                          ui.JobInfo_LabelFrameRangeStart,
-                          ui.JobInfo_LabelFrameRangeEnd,
-                          ui.JobInfo_LabelFrameRangeStep,
-                          ui.JobInfo_LabelAvClients,
-                          ui.JobInfo_LabelAvFrameTime,
-                          ui.JobInfo_LabelSend,
-                          ui.JobInfo_LabelAborted,
-                          ui.JobInfo_LabelCrashed,
-                          ui.JobInfo_Statimage,
-                          ui.JobInfo_LabelSceneOS})
-            l->setText(QString());
+        clearJobInfoPage();
         return;
     }
+    showJobInfoTexts(t, count);
+    showJobInfoImage(count);
+}
 
-    // A differing value is drawn in the theme's difference colour, readable on the page.
-    const QString differ = QStringLiteral("<font color=\"%1\">").arg(fmStyle::DifferenceColor().name());
-    const QString red = QStringLiteral("<font color=\"red\">");
-    auto set = [&](QLabel* label, QString text) { label->setText(text.replace(red, differ)); };
-    set(ui.JobInfo_LabelSceneOS, t.SceneOS);
+void fmHistorydb::clearJobInfoPage()
+{
+    // The image label is left alone: the last image stays on the page after a deselection.
+    for (QLabel* l : {ui.JobInfo_LabelCamera,
+                      ui.JobInfo_LabelLayer,
+                      ui.JobInfo_LabelID,
+                      ui.JobInfo_LabelDate,
+                      ui.JobInfo_LabelTime,
+                      ui.JobInfo_LabelDateFinished,
+                      ui.JobInfo_LabelTimeFinished,
+                      ui.JobInfo_LabelCustomScene,
+                      ui.JobInfo_LabelCustomShot,
+                      ui.JobInfo_LabelCustomVersion,
+                      ui.JobInfo_LabelSoftName,
+                      ui.JobInfo_LabelSoftRenderer,
+                      ui.JobInfo_LabelSoftRenderType,
+                      ui.JobInfo_LabelSoftVersionMinor,
+                      ui.JobInfo_LabelSoftVersion,
+                      ui.JobInfo_LabelOutput1a,
+                      ui.JobInfo_LabelOutput1b,
+                      ui.JobInfo_LabelFrameRangeStart,
+                      ui.JobInfo_LabelFrameRangeEnd,
+                      ui.JobInfo_LabelFrameRangeStep,
+                      ui.JobInfo_LabelAvClients,
+                      ui.JobInfo_LabelAvFrameTime,
+                      ui.JobInfo_LabelSend,
+                      ui.JobInfo_LabelAborted,
+                      ui.JobInfo_LabelCrashed,
+                      ui.JobInfo_Statimage,
+                      ui.JobInfo_LabelSceneOS})
+        l->setText(QString());
+}
+
+void fmHistorydb::showJobInfoTexts(const fmJobInfoTexts& t, int count)
+{
     // The heading never grows wider than its place: a count and as many identifiers as fit.
     ui.JobInfo_LabelID->setText(jobInfoHeading(count, t.ID, ui.JobInfo_LabelID->fontMetrics(),
                                                std::max(200, ui.frame->width() - ui.label_12->width() - 40)));
     ui.JobInfo_LabelID->setToolTip(count > 1 ? QStringLiteral("%1 jobs selected").arg(count) : QString());
-    set(ui.JobInfo_LabelCamera, t.Camera);
-    set(ui.JobInfo_LabelLayer, t.Layer);
-    set(ui.JobInfo_LabelDate, t.Date);
-    set(ui.JobInfo_LabelTime, t.Time);
-    set(ui.JobInfo_LabelDateFinished, t.DateFinished);
-    set(ui.JobInfo_LabelTimeFinished, t.TimeFinished);
-    set(ui.JobInfo_LabelCustomScene, t.CustomScene);
-    set(ui.JobInfo_LabelCustomShot, t.CustomShot);
-    set(ui.JobInfo_LabelCustomVersion, t.CustomVersion);
-    set(ui.JobInfo_LabelSoftName, t.SoftName);
-    set(ui.JobInfo_LabelSoftRenderer, t.SoftRenderer);
-    set(ui.JobInfo_LabelSoftRenderType, t.SoftRenderType);
-    set(ui.JobInfo_LabelSoftVersion, t.SoftVersion);
-    set(ui.JobInfo_LabelSoftVersionMinor, t.SoftVersionMinor);
-    set(ui.JobInfo_LabelFrameRangeStart, t.FrameRangeStart);
-    set(ui.JobInfo_LabelFrameRangeEnd, t.FrameRangeEnd);
-    set(ui.JobInfo_LabelFrameRangeStep, t.FrameRangeStep);
-    set(ui.JobInfo_LabelAvClients, t.AvClients);
-    set(ui.JobInfo_LabelSend, t.Send);
-    set(ui.JobInfo_LabelAborted, t.Aborted);
-    set(ui.JobInfo_LabelCrashed, t.Crashed);
-    set(ui.JobInfo_LabelAvFrameTime, t.AvFrameTime);
+
+    // A differing value is drawn in the theme's difference colour, readable on the page.
+    const QString differ = QStringLiteral("<font color=\"%1\">").arg(fmStyle::DifferenceColor().name());
+    const QString red = QStringLiteral("<font color=\"red\">");
+    const std::pair<QLabel*, const QString*> values[] = {
+        {ui.JobInfo_LabelSceneOS, &t.SceneOS},
+        {ui.JobInfo_LabelCamera, &t.Camera},
+        {ui.JobInfo_LabelLayer, &t.Layer},
+        {ui.JobInfo_LabelDate, &t.Date},
+        {ui.JobInfo_LabelTime, &t.Time},
+        {ui.JobInfo_LabelDateFinished, &t.DateFinished},
+        {ui.JobInfo_LabelTimeFinished, &t.TimeFinished},
+        {ui.JobInfo_LabelCustomScene, &t.CustomScene},
+        {ui.JobInfo_LabelCustomShot, &t.CustomShot},
+        {ui.JobInfo_LabelCustomVersion, &t.CustomVersion},
+        {ui.JobInfo_LabelSoftName, &t.SoftName},
+        {ui.JobInfo_LabelSoftRenderer, &t.SoftRenderer},
+        {ui.JobInfo_LabelSoftRenderType, &t.SoftRenderType},
+        {ui.JobInfo_LabelSoftVersion, &t.SoftVersion},
+        {ui.JobInfo_LabelSoftVersionMinor, &t.SoftVersionMinor},
+        {ui.JobInfo_LabelFrameRangeStart, &t.FrameRangeStart},
+        {ui.JobInfo_LabelFrameRangeEnd, &t.FrameRangeEnd},
+        {ui.JobInfo_LabelFrameRangeStep, &t.FrameRangeStep},
+        {ui.JobInfo_LabelAvClients, &t.AvClients},
+        {ui.JobInfo_LabelSend, &t.Send},
+        {ui.JobInfo_LabelAborted, &t.Aborted},
+        {ui.JobInfo_LabelCrashed, &t.Crashed},
+        {ui.JobInfo_LabelAvFrameTime, &t.AvFrameTime},
+    };
+    for (const auto& [label, text] : values)
+        label->setText(QString(*text).replace(red, differ));
 
     if (!t.KeepOutput1a) ui.JobInfo_LabelOutput1a->setText(t.Output1a);
     ui.JobInfo_LabelOutput1b->setText(t.Output1b);
-    {
-        QPalette palette = ui.JobInfo_LabelOutput1b->palette();
-        palette.setColor(QPalette::WindowText, fmStyle::DifferenceColor());
-        ui.JobInfo_LabelOutput1b->setPalette(palette);
-    }
+    QPalette palette = ui.JobInfo_LabelOutput1b->palette();
+    palette.setColor(QPalette::WindowText, fmStyle::DifferenceColor());
+    ui.JobInfo_LabelOutput1b->setPalette(palette);
+}
 
+void fmHistorydb::showJobInfoImage(int count)
+{
     const fmJobInfoImage img =
         fmJobInfoImageFor(jobs.Selection.get(), count, app.HistoryDbPath.toQString(), table.currentProject);
     if (img.What == fmJobInfoImage::KeepImage) return;
@@ -272,6 +287,7 @@ void fmHistorydb::uiUpdateLogError()
 
 void fmHistorydb::on_actionExport_as_csv_Excel_triggered()
 {
+    if (refusedWhileLoading(QStringLiteral("Export"))) return;
     if (selectedCount(jobs) <= 0) {
         fmMessageBox::Warning(this, QStringLiteral("No Job selected"), QStringLiteral("Ok"), 45);
         return;
@@ -294,6 +310,7 @@ void fmHistorydb::on_actionExport_as_csv_Excel_triggered()
 
 void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
 {
+    if (refusedWhileLoading(QStringLiteral("Export"))) return;
     const QString suggestion = lastExportDirectory + QStringLiteral("ALL_") +
                                fmTime_t(true).asStringFileNameDate() + QStringLiteral(".csv");
     const QString path = QFileDialog::getSaveFileName(this, tr("Export all projects as csv"), suggestion,
@@ -306,27 +323,39 @@ void fmHistorydb::on_actionExport_ALL_Projects_as_csv_Excel_triggered()
     QCoreApplication::processEvents();
     lastExportDirectory = GetDirName(path, '/');
 
-    // Each load replaces the job list; the last project stays loaded afterwards.
-    const int count = std::max(table.nrOfProjects, 0);
+    // Each project is read into a list of its own, through a copy of the table: the project shown
+    // stays as it is.
+    fmProjectTable scan(table);
+    const int count = std::max(scan.nrOfProjects, 0);
+    int written = 0;
+    QStringList unread;
     for (int i = 0; i < count; ++i) {
-        splash.showMessage(QStringLiteral("%1/%2 %3 ...")
-                               .arg(i + 1)
-                               .arg(count)
-                               .arg(fmPathForDisplay(table.projects[size_t(i)].Name)),
+        const QString name = fmPathForDisplay(scan.projects[size_t(i)].Name);
+        splash.showMessage(QStringLiteral("%1/%2 %3 ...").arg(i + 1).arg(count).arg(name),
                            Qt::AlignLeft | Qt::AlignBottom, Qt::black);
         QCoreApplication::processEvents();
-        loadProject(i);
-        if (!jobs.exportAsCSV(path, nullptr, nullptr, true, i > 0))
+        fmJ::_JobList list(app, nullptr);
+        QString message;
+        if (scan.loadProjectJobs(i, list, message) != fmProjectTable::LoadDone) {
+            unread << name;
+            continue;
+        }
+        if (list.exportAsCSV(path, nullptr, nullptr, true, written > 0))
+            ++written;
+        else
             fmMessageBox::Warning(
                 this, QStringLiteral("Unable to save all jobs into \n'") + path + QLatin1Char('\''),
                 QStringLiteral("Ok"), 45);
     }
     splash.hide();
-    showStatus(QStringLiteral("Exported all jobs of %1 project(s) into %2").arg(count).arg(path));
+    showStatus(
+        QStringLiteral("Exported all jobs of %1 project(s) into %2").arg(written).arg(path) +
+        (unread.isEmpty() ? QString() : QStringLiteral("; not read: ") + unread.join(QStringLiteral(", "))));
 }
 
 void fmHistorydb::on_actionRe_submit_job_triggered()
 {
+    if (refusedWhileLoading(QStringLiteral("Re-submit"))) return;
     const QStringList args = fmResubmitSelectionArguments(jobs.Selection.get(), selectedCount(jobs));
     if (args.isEmpty()) {
         showStatus(QStringLiteral("Re-submit: no job selected"));

@@ -196,6 +196,34 @@ void _JobList::deleteAll()
     viewChanged();
 }
 
+void _JobList::swapJobs(_JobList& other)
+{
+    if (IsCopy || other.IsCopy || &other == this) return;
+    QWriteLocker mine(&LockJobs);
+    QWriteLocker theirs(&other.LockJobs);
+    std::swap(Allocated, other.Allocated);
+    std::swap(Capacity, other.Capacity);
+    std::swap(JobCount, other.JobCount);
+    std::swap(SelectedCount, other.SelectedCount);
+    std::swap(CustomActiveCount, other.CustomActiveCount);
+    std::swap(CustomActiveSortedCount, other.CustomActiveSortedCount);
+    std::swap(Queue, other.Queue);
+    std::swap(Sorted, other.Sorted);
+    std::swap(Selection, other.Selection);
+    std::swap(CustomActive, other.CustomActive);
+    std::swap(CustomActiveSorted, other.CustomActiveSorted);
+    std::swap(TimeLoaded, other.TimeLoaded);
+    std::swap(TimeChanged, other.TimeChanged);
+    std::swap(TimeSaved, other.TimeSaved);
+    std::swap(Sources, other.Sources);
+    std::swap(LastLoad, other.LastLoad);
+    // Each list's view is rebuilt with its own filter and order.
+    sort();
+    filter();
+    other.sort();
+    other.filter();
+}
+
 bool _JobList::isValidJob(_jobsHistoryDB_Runtime* job)
 {
     if (!job) return false;

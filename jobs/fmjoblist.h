@@ -86,6 +86,10 @@ public:
     _jobsHistoryDB_Runtime* GetNewJob(_JobSend* ignored = nullptr, unsigned short ignored2 = 0);
     void DeleteJob(_jobsHistoryDB_Runtime* job);
     void deleteAll();
+    // Exchanges the jobs, their records, the selection and the source files with `other` (a list
+    // loaded on another thread, say); filter and sort settings stay with each list, and both views
+    // are rebuilt. Nothing for a copy.
+    void swapJobs(_JobList& other);
     bool isValidJob(_jobsHistoryDB_Runtime* job);
     _jobsHistoryDB_Runtime* GetJobByQueueID(const int& id);
     _jobsHistoryDB_Runtime* GetJobBySortedID(const int& id);
