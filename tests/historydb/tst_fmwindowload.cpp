@@ -161,12 +161,14 @@ void tst_fmwindowload::picksWhileLoading()
     QVERIFY(bar);
     for (int entry : picks)
         w.ui.Show_ComboProject->setCurrentIndex(entry);
-    // The window is back at once, the shown list untouched, the bar sized to the files in kB.
-    QVERIFY(w.loadRunning());
-    QCOMPARE(f.Jobs->JobCount, 0);
-    QVERIFY(!bar->isHidden());
-    const QString last = picks.last() == 1 ? "Big.db61" : "Small.db61";
-    QCOMPARE(bar->maximum(), int(QFileInfo(f.History + last).size() / 1024));
+    // The window is back at once with the big list not yet in, the bar sized to the files in kB
+    // (a small project may be in already).
+    if (picks.last() == 1) {
+        QVERIFY(w.loadRunning());
+        QVERIFY(f.Jobs->JobCount < BigJobs);
+        QVERIFY(!bar->isHidden());
+        QCOMPARE(bar->maximum(), int(QFileInfo(f.History + "Big.db61").size() / 1024));
+    }
     if (close) QVERIFY(w.close());
     QTRY_VERIFY_WITH_TIMEOUT(!w.loadRunning(), 30000);
     QTest::qWait(100); // two timer ticks: a cancelled load taken in by mistake would show now
