@@ -76,9 +76,9 @@ public:
     void ClearCompleteTree();
     void ClearSelectionAll(bool all, QString reason) override;
 
-    // Places one job below `node` (see the rebuild); always true.
+    // Places one job below `node` (see the rebuild), `key` being keyOf(job); always true.
     bool AddJobtoNode(fmuiTreeViewJobsNode* node, int level, fmJ::_jobsHistoryDB_Runtime* job,
-                      fmuiTreeViewJobsNode** outGroupNode, int sortedID);
+                      fmuiTreeViewJobsNode** outGroupNode, int sortedID, const QString& key);
     // In-place quicksort of node->Children[left..right] on FirstSortedID, ascending.
     void SortNodeChildren(fmuiTreeViewJobsNode* node, int left, int right);
 
@@ -121,6 +121,10 @@ private:
                       int column) const;
 
     std::unordered_map<fmuiTreeViewJobsNode*, ChildIndex> BuildIndex;
+    // keyOf of the jobs met in one rebuild, by the raw name it is made of (the views point into
+    // the records, which stay where they are during a rebuild): one text per user, not per job.
+    QHash<QStringView, QString> BuildKeys;
+    const QString& rebuildKeyOf(const fmJ::_jobsHistoryDB_Runtime* job);
 
     // What a collapsed group row shows, gathered in one pass over the jobs below it (each job is a
     // separate 38 KB record, so the pass is bound by memory, not by arithmetic). Valid until the
