@@ -55,12 +55,9 @@ void fmHistorydb::pollLoad()
         return;
     }
     LoadingBar->setValue(int(std::min<qint64>(Load->bytes() / 1024, LoadingBar->maximum())));
-    const int index = Load->Index;
-    const long long estimate = index < table.nrOfProjects ? table.projects[size_t(index)].NrOfJobs : 0;
-    showStatus(QStringLiteral("Loading %1: %2 frames read (about %3 jobs)")
-                   .arg(Load->Name)
-                   .arg(Load->frames())
-                   .arg(estimate));
+    // The count of the combo is an estimate until the load ends: the line counts what was read,
+    // the bar the bytes.
+    showStatus(QStringLiteral("Loading %1: %2 frames read").arg(Load->Name).arg(Load->frames()));
 }
 
 void fmHistorydb::finishLoad()
