@@ -77,7 +77,8 @@ void fmHistorydb::finishLoad()
     case fmProjectTable::LoadFileFailed:
     case fmProjectTable::LoadBadIndex:
         restoreProjectCombo();
-        showStatus(QStringLiteral("%1 was not loaded: %2").arg(done->Name, done->Message));
+        showStatus(QStringLiteral("%1 was not loaded: %2")
+                       .arg(done->Name, QString(done->Message).replace('\n', ' ')));
         return;
     case fmProjectTable::LoadDone:
         break;

@@ -500,6 +500,35 @@ void fmuiTreeViewJobsModel::remapPersistentIndexes()
     changePersistentIndexList(old, now);
 }
 
+void fmuiTreeViewJobsModel::addSortedJobs()
+{
+    BuildIndex.clear();
+    BuildKeys.clear();
+    fmuiTreeViewJobsNode* scratch = nullptr;
+    const int sorted = std::clamp(JobList.SortedCount, 0, JobList.Capacity);
+    for (int i = 0; i < sorted; ++i) {
+        // Each job is a record of its own 38 KB: reading its name and identifier is a cache
+        // and TLB miss, most of a rebuild's time. Those of the jobs a few places ahead are
+        // asked for now, so that their misses overlap.
+        if (i + PrefetchAhead < sorted)
+            if (const _jobsHistoryDB_Runtime* ahead = JobList.GetJobBySortedID(i + PrefetchAhead)) {
+                __builtin_prefetch(&ahead->JobID);
+                auto fetch = [](const auto& name) {
+                    __builtin_prefetch(&name.Data[0]);
+                    __builtin_prefetch(&name.Length);
+                };
+                if (GroupByUser)
+                    fetch(ahead->UserName);
+                else
+                    fetch(ahead->CompanyProjectName);
+            }
+        if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i))
+            AddJobtoNode(jobsRoot(), 0, job, &scratch, i, rebuildKeyOf(job));
+    }
+    BuildIndex.clear();
+    BuildKeys.clear();
+}
+
 void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
 {
     QMutexLocker treeLock(&TreeMutex);
@@ -527,31 +556,7 @@ void fmuiTreeViewJobsModel::CreateJobTree(bool reset)
             }
         }
 
-        BuildIndex.clear();
-        BuildKeys.clear();
-        fmuiTreeViewJobsNode* scratch = nullptr;
-        const int sorted = std::clamp(JobList.SortedCount, 0, JobList.Capacity);
-        for (int i = 0; i < sorted; ++i) {
-            // Each job is a record of its own 38 KB: reading its name and identifier is a cache
-            // and TLB miss, most of a rebuild's time. Those of the jobs a few places ahead are
-            // asked for now, so that their misses overlap.
-            if (i + PrefetchAhead < sorted)
-                if (const _jobsHistoryDB_Runtime* ahead = JobList.GetJobBySortedID(i + PrefetchAhead)) {
-                    __builtin_prefetch(&ahead->JobID);
-                    auto fetch = [](const auto& name) {
-                        __builtin_prefetch(&name.Data[0]);
-                        __builtin_prefetch(&name.Length);
-                    };
-                    if (GroupByUser)
-                        fetch(ahead->UserName);
-                    else
-                        fetch(ahead->CompanyProjectName);
-                }
-            if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i))
-                AddJobtoNode(jobsRoot(), 0, job, &scratch, i, rebuildKeyOf(job));
-        }
-        BuildIndex.clear();
-        BuildKeys.clear();
+        addSortedJobs();
 
         for (int t = 0; t < Root->Children.size(); ++t)
             if (auto* tn = static_cast<fmuiTreeViewJobsNode*>(Root->Children[t])) pruneChildren(tn, false);

@@ -125,6 +125,8 @@ private:
     // the records, which stay where they are during a rebuild): one text per user, not per job.
     QHash<QStringView, QString> BuildKeys;
     const QString& rebuildKeyOf(const fmJ::_jobsHistoryDB_Runtime* job);
+    // Every job of the sorted list into the tree, in sorted order (the rebuild's main step).
+    void addSortedJobs();
 
     // What a collapsed group row shows, gathered in one pass over the jobs below it (each job is a
     // separate 38 KB record, so the pass is bound by memory, not by arithmetic). Valid until the
