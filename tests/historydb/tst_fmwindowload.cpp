@@ -69,12 +69,6 @@ struct Fixture
         Window->LoadSettleMs = 0; // every load runs on behind the window
         return *Window;
     }
-    // Picks combo entry `entry` and waits for every load to end.
-    void pickAndWait(int entry)
-    {
-        Window->ui.Show_ComboProject->setCurrentIndex(entry);
-        QTRY_VERIFY_WITH_TIMEOUT(!Window->loadRunning(), 30000);
-    }
 };
 
 } // namespace
@@ -197,8 +191,8 @@ void tst_fmwindowload::commandsWaitForLoad()
     QFETCH(QString, command);
     Fixture f;
     fmHistorydb& w = f.open();
-    f.pickAndWait(2);
-    QCOMPARE(f.Jobs->JobCount, SmallJobs);
+    w.ui.Show_ComboProject->setCurrentIndex(2);
+    QTRY_COMPARE_WITH_TIMEOUT(f.Jobs->JobCount, SmallJobs, 30000);
     f.Jobs->GetJobByQueueID(0)->Selected = 1;
     f.Jobs->CreateSelectionList();
     const QString row = QTest::currentDataTag();
