@@ -1,5 +1,6 @@
 // The built programs run as processes: the window program's start-up in a demo root made by the
-// console program, as its log file tells it. (The console's exit codes are in tst_console.)
+// console program, as its log file tells it, and its end outside a root. (The console's exit codes are in
+// tst_console.)
 
 #include "foundation/fmprocess.h"
 
@@ -39,6 +40,21 @@ private slots:
                            QStringLiteral("--seed"), QStringLiteral("3")});
         QVERIFY(p.waitForFinished(120000));
         QCOMPARE(p.exitCode(), 0);
+    }
+
+    // Catches a start outside a farm root that does not end with 100, or that waits on a warning
+    // box nobody can answer (without a screen the line is printed instead).
+    void windowOutsideRoot()
+    {
+        if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr))
+            QSKIP("another fmHistorydb runs on this machine");
+        QProcess p;
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.setWorkingDirectory(Tmp.path());
+        p.start(kWindow, {QStringLiteral("-fmRoot"), Tmp.filePath(QStringLiteral("none"))});
+        QVERIFY(p.waitForFinished(20000));
+        QCOMPARE(p.exitCode(), 100);
+        QVERIFY(p.readAll().contains("Unable to get FM Root path"));
     }
 
     // Catches a start-up that loads the farm's tables in another order than the log states, or
