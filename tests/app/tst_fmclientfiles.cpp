@@ -14,6 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmC;
 
 static QStringList tapped;
@@ -225,47 +227,35 @@ void tst_fmClientFiles::readKeys_data()
     QTest::addColumn<QByteArray>("section");
     QTest::addColumn<QString>("check");
     QTest::addColumn<QString>("want");
-    QTest::newRow("cfgV stops at x") << QByteArray("cfgV=\"10;20;x;5;\"\n") << "cfgV"
-                                     << "15,20,2,75,26";
+    QTest::newRow("cfgV stops at x") << QByteArray("cfgV=\"10;20;x;5;\"\n") << u"cfgV"_s
+                                     << u"15,20,2,75,26"_s;
     QTest::newRow("cfgV 30 places")
-        << QByteArray("cfgV=\"1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;7;\"\n") << "cfgV"
-        << "15,1,1,15,30";
+        << QByteArray("cfgV=\"1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;7;\"\n") << u"cfgV"_s
+        << u"15,1,1,15,30"_s;
     QTest::newRow("cfgV 45 places") << QByteArray("cfgV=\"" + QByteArray("20;").repeated(45) + "\"\n")
-                                    << "cfgV"
-                                    << "20,20,10,20,40";
-    QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << "cfgV"
-                                 << "15,32767,1,95,26";
+                                    << u"cfgV"_s << u"20,20,10,20,40"_s;
+    QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << u"cfgV"_s
+                                 << u"15,32767,1,95,26"_s;
     QTest::newRow("cfgB long") << QByteArray("cfgB=") + QByteArray("10").repeated(20) + "\n"
-                               << "cfgB"
-                               << "1010,30";
-    QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << "cfgB"
-                                << "0111,18";
-    QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << "hw"
-                               << "99,1,3,1,1,106,1.5";
-    QTest::newRow("hardware negative speed") << QByteArray("Hardware=\"4096;8;2;0;2400;26;-5;\"\n") << "hw"
-                                             << "4096,8,2,0,2400,26,0";
+                               << u"cfgB"_s << u"1010,30"_s;
+    QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << u"cfgB"_s << u"0111,18"_s;
+    QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << u"hw"_s
+                               << u"99,1,3,1,1,106,1.5"_s;
+    QTest::newRow("hardware negative speed")
+        << QByteArray("Hardware=\"4096;8;2;0;2400;26;-5;\"\n") << u"hw"_s << u"4096,8,2,0,2400,26,0"_s;
     QTest::newRow("hardware huge") << QByteArray("Hardware=\"99999999999;999;999;7;99999999;999;1e40;\"\n")
-                                   << "hw"
-                                   << "2147483647,255,127,1,65535,255,0";
-    QTest::newRow("no accept A") << QByteArray("listNo=3\n") << "acceptA"
-                                 << "comp;archive;3d;execute";
-    QTest::newRow("accept A given") << QByteArray("acceptThreadJobsA=Nuke\n") << "acceptA"
-                                    << "nuke";
-    QTest::newRow("listNo broken") << QByteArray("listNo=abc\n") << "listNo"
-                                   << "0";
+                                   << u"hw"_s << u"2147483647,255,127,1,65535,255,0"_s;
+    QTest::newRow("no accept A") << QByteArray("listNo=3\n") << u"acceptA"_s << u"comp;archive;3d;execute"_s;
+    QTest::newRow("accept A given") << QByteArray("acceptThreadJobsA=Nuke\n") << u"acceptA"_s << u"nuke"_s;
+    QTest::newRow("listNo broken") << QByteArray("listNo=abc\n") << u"listNo"_s << u"0"_s;
     QTest::newRow("hours given") << QByteArray("WorkingHours=FFFFFF000000000000000000000000000000000001\n")
-                                 << "hours"
-                                 << "ffffff,0,1";
-    QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << "hours"
-                                 << "f,7fe00,0";
-    QTest::newRow("hours missing") << QByteArray("listNo=12\n") << "hours"
-                                   << "7fe00,7fe00,0";
-    QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << "wol"
-                                 << "aaBBcc,1.2.3.4,101000";
-    QTest::newRow("info with comma") << QByteArray("customClientInfo=\"a, b\"\n") << "info"
-                                     << "a, b";
-    QTest::newRow("info list") << QByteArray("customClientInfo=a, b\n") << "info"
-                               << "a,b";
+                                 << u"hours"_s << u"ffffff,0,1"_s;
+    QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << u"hours"_s << u"f,7fe00,0"_s;
+    QTest::newRow("hours missing") << QByteArray("listNo=12\n") << u"hours"_s << u"7fe00,7fe00,0"_s;
+    QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << u"wol"_s
+                                 << u"aaBBcc,1.2.3.4,101000"_s;
+    QTest::newRow("info with comma") << QByteArray("customClientInfo=\"a, b\"\n") << u"info"_s << u"a, b"_s;
+    QTest::newRow("info list") << QByteArray("customClientInfo=a, b\n") << u"info"_s << u"a,b"_s;
 }
 
 // Catches a key read with the wrong limit, default or separator. Values with ";" stand in quotes,
@@ -482,10 +472,8 @@ void tst_fmClientFiles::refusedFiles_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("FIFO") << "fifo"
-                          << "Is a FIFO, not a regular file";
-    QTest::newRow("oversized") << "big"
-                               << "File too large (16777217 bytes, at most 16777216)";
+    QTest::newRow("FIFO") << u"fifo"_s << u"Is a FIFO, not a regular file"_s;
+    QTest::newRow("oversized") << u"big"_s << u"File too large (16777217 bytes, at most 16777216)"_s;
 }
 
 void tst_fmClientFiles::refusedFiles()

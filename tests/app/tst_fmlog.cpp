@@ -11,6 +11,8 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray readAll(const QString& path)
@@ -72,32 +74,21 @@ void tst_fmlog::format_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("out");
     const QString stack = QStringLiteral(" fmTest 7.0.10 64bit []");
-    QTest::newRow("info") << 3 << 16 << false << "hello"
-                          << "      hello";
-    QTest::newRow("warning") << 2 << 16 << false << "careful"
-                             << "  WRN careful";
-    QTest::newRow("warning with place") << 2 << 16 << true << "careful"
-                                        << "  WRN careful;;   (W,here)";
+    QTest::newRow("info") << 3 << 16 << false << u"hello"_s << u"      hello"_s;
+    QTest::newRow("warning") << 2 << 16 << false << u"careful"_s << u"  WRN careful"_s;
+    QTest::newRow("warning with place") << 2 << 16 << true << u"careful"_s << u"  WRN careful;;   (W,here)"_s;
     QTest::newRow("error") << 1 << 16 << false << "bad"
                            << "  ERR bad;;   (W,here)" + stack;
     QTest::newRow("critical") << 0 << 16 << false << "boom"
                               << "  CRF Critical Failure - boom;;   (W,here)" + stack;
-    QTest::newRow("error, no place") << 1 << 20 << false << "bad"
-                                     << "  ERR bad";
-    QTest::newRow("source tag") << 3 << 16 << false << "S|hello"
-                                << "S|     hello";
-    QTest::newRow("source tag and blank") << 3 << 16 << false << "S| hello"
-                                          << "S|     hello";
-    QTest::newRow("too short for a tag") << 3 << 16 << false << "a|"
-                                         << "      a|";
-    QTest::newRow("own tag") << 3 << 16 << false << "DBG detail"
-                             << "  DBG detail";
-    QTest::newRow("own tag on a warning") << 2 << 16 << false << "INF x"
-                                          << "  INF x";
-    QTest::newRow("own tag needs a capital") << 3 << 16 << false << "abc d"
-                                             << "      abc d";
-    QTest::newRow("errors keep their prefix") << 1 << 20 << false << "XYZ x"
-                                              << "  ERR XYZ x";
+    QTest::newRow("error, no place") << 1 << 20 << false << u"bad"_s << u"  ERR bad"_s;
+    QTest::newRow("source tag") << 3 << 16 << false << u"S|hello"_s << u"S|     hello"_s;
+    QTest::newRow("source tag and blank") << 3 << 16 << false << u"S| hello"_s << u"S|     hello"_s;
+    QTest::newRow("too short for a tag") << 3 << 16 << false << u"a|"_s << u"      a|"_s;
+    QTest::newRow("own tag") << 3 << 16 << false << u"DBG detail"_s << u"  DBG detail"_s;
+    QTest::newRow("own tag on a warning") << 2 << 16 << false << u"INF x"_s << u"  INF x"_s;
+    QTest::newRow("own tag needs a capital") << 3 << 16 << false << u"abc d"_s << u"      abc d"_s;
+    QTest::newRow("errors keep their prefix") << 1 << 20 << false << u"XYZ x"_s << u"  ERR XYZ x"_s;
     QTest::newRow("continuation") << 3 << 16 << false << "one\ntwo\n"
                                   << "      one\n" + QString(20, QLatin1Char(' ')) + "two";
     QTest::newRow("only one line feed dropped") << 3 << 16 << false << "one\n\n"

@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 // Search a root with a given executable folder, on a fresh object so no state carries over.
 struct RootSearch
 {
@@ -53,16 +55,11 @@ void tst_fmpaths::validRoot_data()
     QTest::addColumn<QString>("file");  // made inside the root; "" for none
     QTest::addColumn<QString>("asked"); // name of the folder asked about
     QTest::addColumn<bool>("valid");
-    QTest::newRow("globalconfig") << "sub/cfg_global/globalconfig.ini"
-                                  << "farm" << true;
-    QTest::newRow("client console") << "bin/lx/fmClientconsole"
-                                    << "farm" << true;
-    QTest::newRow("mac console is not ours") << "bin/mac/fmClientconsole"
-                                             << "farm" << false;
-    QTest::newRow("nothing") << ""
-                             << "farm" << false;
-    QTest::newRow("release twin") << "bin/lx/fmServerconsole"
-                                  << "farm_debug" << true;
+    QTest::newRow("globalconfig") << u"sub/cfg_global/globalconfig.ini"_s << u"farm"_s << true;
+    QTest::newRow("client console") << u"bin/lx/fmClientconsole"_s << u"farm"_s << true;
+    QTest::newRow("mac console is not ours") << u"bin/mac/fmClientconsole"_s << u"farm"_s << false;
+    QTest::newRow("nothing") << u""_s << u"farm"_s << false;
+    QTest::newRow("release twin") << u"bin/lx/fmServerconsole"_s << u"farm_debug"_s << true;
 }
 
 void tst_fmpaths::validRoot()
@@ -84,18 +81,13 @@ void tst_fmpaths::searchFromExecutable_data()
     QTest::addColumn<QString>("appRel"); // executable folder, relative to the temporary base
     QTest::addColumn<bool>("found");
     QTest::addColumn<QString>("rootRel"); // expected RootPath relative to the base
-    QTest::newRow("bin/lx") << "root"
-                            << "root/bin/lx/" << true << "root/";
-    QTest::newRow("bundle") << "root"
-                            << "root/bin/lx/fm.app/Contents/MacOS/" << true << "root/";
-    QTest::newRow("three deep is no layout") << "root"
-                                             << "root/a/bin/lx/" << false << "";
-    QTest::newRow("not a root") << "elsewhere"
-                                << "other/bin/lx/" << false << "";
-    QTest::newRow("internal folder") << "_farm"
-                                     << "_internal_farm/bin/lx/" << true << "_farm/";
-    QTest::newRow("debug build finds release root") << "farm_release"
-                                                    << "farm_debug/bin/lx/" << true << "farm_release/";
+    QTest::newRow("bin/lx") << u"root"_s << u"root/bin/lx/"_s << true << u"root/"_s;
+    QTest::newRow("bundle") << u"root"_s << u"root/bin/lx/fm.app/Contents/MacOS/"_s << true << u"root/"_s;
+    QTest::newRow("three deep is no layout") << u"root"_s << u"root/a/bin/lx/"_s << false << u""_s;
+    QTest::newRow("not a root") << u"elsewhere"_s << u"other/bin/lx/"_s << false << u""_s;
+    QTest::newRow("internal folder") << u"_farm"_s << u"_internal_farm/bin/lx/"_s << true << u"_farm/"_s;
+    QTest::newRow("debug build finds release root")
+        << u"farm_release"_s << u"farm_debug/bin/lx/"_s << true << u"farm_release/"_s;
 }
 
 void tst_fmpaths::searchFromExecutable()
@@ -294,18 +286,12 @@ void tst_fmpaths::serverConnectName_data()
     QTest::addColumn<QString>("backupName");
     QTest::addColumn<bool>("backup");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("name") << false << "10.0.0.1"
-                          << "BACK" << false << "SRV";
-    QTest::newRow("address") << true << "10.0.0.1"
-                             << "BACK" << false << "10.0.0.1";
-    QTest::newRow("address not set") << true << ""
-                                     << "" << false << "SRV";
-    QTest::newRow("backup name") << false << "10.0.0.1"
-                                 << "BACK" << true << "BACK";
-    QTest::newRow("backup address") << true << "10.0.0.1"
-                                    << "BACK" << true << "10.0.0.9";
-    QTest::newRow("no backup set") << false << ""
-                                   << "" << true << "SRV";
+    QTest::newRow("name") << false << u"10.0.0.1"_s << u"BACK"_s << false << u"SRV"_s;
+    QTest::newRow("address") << true << u"10.0.0.1"_s << u"BACK"_s << false << u"10.0.0.1"_s;
+    QTest::newRow("address not set") << true << u""_s << u""_s << false << u"SRV"_s;
+    QTest::newRow("backup name") << false << u"10.0.0.1"_s << u"BACK"_s << true << u"BACK"_s;
+    QTest::newRow("backup address") << true << u"10.0.0.1"_s << u"BACK"_s << true << u"10.0.0.9"_s;
+    QTest::newRow("no backup set") << false << u""_s << u""_s << true << u"SRV"_s;
 }
 
 void tst_fmpaths::serverConnectName()

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A database file of `jobs` plausible jobs (or `bytes` of filler when jobs is 0).
@@ -225,12 +227,10 @@ void tst_fmprojecttable::databaseKinds_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("message"); // %1 the file's name as shown; empty: loaded
-    QTest::newRow("non-UTF-8 name") << "latin1"
-                                    << "";
-    QTest::newRow("empty") << "empty"
-                           << "Project database is empty!\n'%1'";
-    QTest::newRow("FIFO") << "fifo"
-                          << "Unable to open project database!\n'%1'\nIs a FIFO, not a regular file";
+    QTest::newRow("non-UTF-8 name") << u"latin1"_s << u""_s;
+    QTest::newRow("empty") << u"empty"_s << u"Project database is empty!\n'%1'"_s;
+    QTest::newRow("FIFO") << u"fifo"_s
+                          << u"Unable to open project database!\n'%1'\nIs a FIFO, not a regular file"_s;
 }
 
 void tst_fmprojecttable::databaseKinds()

@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 class tst_fmfile : public QObject
 {
     Q_OBJECT
@@ -24,26 +26,16 @@ private slots:
     {
         QTest::addColumn<QString>("in");
         QTest::addColumn<QString>("out");
-        QTest::newRow("trailing") << "/a/b/"
-                                  << "/a/";
-        QTest::newRow("plain") << "/a/b/c.txt"
-                               << "/a/b/";
-        QTest::newRow("root child") << "/a"
-                                    << "";
-        QTest::newRow("one char") << "a"
-                                  << "a";
-        QTest::newRow("two chars") << "ab"
-                                   << "";
-        QTest::newRow("empty") << ""
-                               << "";
-        QTest::newRow("index 2") << "ab/c"
-                                 << "ab/";
-        QTest::newRow("server root") << "//server/share"
-                                     << "//server/share/";
-        QTest::newRow("server deeper") << "//server/share/x"
-                                       << "//server/share/";
-        QTest::newRow("server only") << "//server"
-                                     << "";
+        QTest::newRow("trailing") << u"/a/b/"_s << u"/a/"_s;
+        QTest::newRow("plain") << u"/a/b/c.txt"_s << u"/a/b/"_s;
+        QTest::newRow("root child") << u"/a"_s << u""_s;
+        QTest::newRow("one char") << u"a"_s << u"a"_s;
+        QTest::newRow("two chars") << u"ab"_s << u""_s;
+        QTest::newRow("empty") << u""_s << u""_s;
+        QTest::newRow("index 2") << u"ab/c"_s << u"ab/"_s;
+        QTest::newRow("server root") << u"//server/share"_s << u"//server/share/"_s;
+        QTest::newRow("server deeper") << u"//server/share/x"_s << u"//server/share/"_s;
+        QTest::newRow("server only") << u"//server"_s << u""_s;
     }
     void getDirName()
     {
@@ -66,30 +58,12 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("base");
         QTest::addColumn<QString>("ext");
-        QTest::newRow("early sep") << "a/b.txt"
-                                   << "a/b.txt"
-                                   << "a/b"
-                                   << ".txt";
-        QTest::newRow("normal") << "/x/shot.db61"
-                                << "shot.db61"
-                                << "shot"
-                                << ".db61";
-        QTest::newRow("short base") << "/x/ab.db"
-                                    << "ab.db"
-                                    << "ab.db"
-                                    << ".db";
-        QTest::newRow("no dot") << "/x/name"
-                                << "name"
-                                << "name"
-                                << "/x/name";
-        QTest::newRow("dot early") << "a.b"
-                                   << "a.b"
-                                   << "a.b"
-                                   << "a.b";
-        QTest::newRow("two dots") << "/p/f.tar.gz"
-                                  << "f.tar.gz"
-                                  << "f.tar"
-                                  << ".gz";
+        QTest::newRow("early sep") << u"a/b.txt"_s << u"a/b.txt"_s << u"a/b"_s << u".txt"_s;
+        QTest::newRow("normal") << u"/x/shot.db61"_s << u"shot.db61"_s << u"shot"_s << u".db61"_s;
+        QTest::newRow("short base") << u"/x/ab.db"_s << u"ab.db"_s << u"ab.db"_s << u".db"_s;
+        QTest::newRow("no dot") << u"/x/name"_s << u"name"_s << u"name"_s << u"/x/name"_s;
+        QTest::newRow("dot early") << u"a.b"_s << u"a.b"_s << u"a.b"_s << u"a.b"_s;
+        QTest::newRow("two dots") << u"/p/f.tar.gz"_s << u"f.tar.gz"_s << u"f.tar"_s << u".gz"_s;
     }
     void fileNames()
     {

@@ -2,6 +2,8 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 template <class T> QByteArray bytesOf(const T& v)
 {
@@ -152,20 +154,13 @@ void tst_fmString::compare_data()
     QTest::addColumn<QString>("b");
     QTest::addColumn<int>("sign");
 
-    QTest::newRow("shorter") << "abc"
-                             << "ABCD" << -1;
-    QTest::newRow("longer") << "abcd"
-                            << "ABC" << 1;
-    QTest::newRow("case") << "ABC"
-                          << "abc" << 0;
-    QTest::newRow("text decides before length") << "b"
-                                                << "Aaaa" << 1;
-    QTest::newRow("both empty") << ""
-                                << "" << 0;
-    QTest::newRow("empty first") << ""
-                                 << "a" << -1;
-    QTest::newRow("digits before letters") << "a1"
-                                           << "aa" << -1;
+    QTest::newRow("shorter") << u"abc"_s << u"ABCD"_s << -1;
+    QTest::newRow("longer") << u"abcd"_s << u"ABC"_s << 1;
+    QTest::newRow("case") << u"ABC"_s << u"abc"_s << 0;
+    QTest::newRow("text decides before length") << u"b"_s << u"Aaaa"_s << 1;
+    QTest::newRow("both empty") << u""_s << u""_s << 0;
+    QTest::newRow("empty first") << u""_s << u"a"_s << -1;
+    QTest::newRow("digits before letters") << u"a1"_s << u"aa"_s << -1;
     // memcmp on little-endian units: the low byte decides first, so U+0100 sorts before U+00FF.
     QTest::newRow("unit byte order") << QString(QChar(0x0100)) << QString(QChar(0x00FF)) << -1;
 }
@@ -192,28 +187,17 @@ void tst_fmString::indexOf_data()
     QTest::addColumn<int>("from");
     QTest::addColumn<int>("result");
 
-    QTest::newRow("found") << "hello world"
-                           << "WORLD" << 0 << 6;
-    QTest::newRow("first of two") << "abXabX"
-                                  << "abx" << 0 << 0;
-    QTest::newRow("second from 1") << "abXabX"
-                                   << "abx" << 1 << 3;
-    QTest::newRow("needle too long from") << "hello"
-                                          << "llo" << 3 << -1;
-    QTest::newRow("at the end") << "hello"
-                                << "lo" << 3 << 3;
-    QTest::newRow("equal sums, other text") << "acbb"
-                                            << "bb" << 0 << 2;
-    QTest::newRow("equal sums only") << "acca"
-                                     << "bb" << 0 << -1;
-    QTest::newRow("same length from 3") << "abc"
-                                        << "abc" << 3 << -1;
-    QTest::newRow("empty needle") << "abc"
-                                  << "" << 2 << 2;
-    QTest::newRow("both empty") << ""
-                                << "" << 0 << 0;
-    QTest::newRow("negative from") << "abc"
-                                   << "c" << -5 << 2;
+    QTest::newRow("found") << u"hello world"_s << u"WORLD"_s << 0 << 6;
+    QTest::newRow("first of two") << u"abXabX"_s << u"abx"_s << 0 << 0;
+    QTest::newRow("second from 1") << u"abXabX"_s << u"abx"_s << 1 << 3;
+    QTest::newRow("needle too long from") << u"hello"_s << u"llo"_s << 3 << -1;
+    QTest::newRow("at the end") << u"hello"_s << u"lo"_s << 3 << 3;
+    QTest::newRow("equal sums, other text") << u"acbb"_s << u"bb"_s << 0 << 2;
+    QTest::newRow("equal sums only") << u"acca"_s << u"bb"_s << 0 << -1;
+    QTest::newRow("same length from 3") << u"abc"_s << u"abc"_s << 3 << -1;
+    QTest::newRow("empty needle") << u"abc"_s << u""_s << 2 << 2;
+    QTest::newRow("both empty") << u""_s << u""_s << 0 << 0;
+    QTest::newRow("negative from") << u"abc"_s << u"c"_s << -5 << 2;
 }
 
 void tst_fmString::indexOf()
@@ -235,46 +219,17 @@ void tst_fmString::editing_data()
     QTest::addColumn<int>("pos");
     QTest::addColumn<QString>("result");
 
-    QTest::newRow("insert middle") << "insert"
-                                   << "abef"
-                                   << "cd"
-                                   << "" << 2 << "abcdef";
-    QTest::newRow("insert cut") << "insert"
-                                << "abcdefgh"
-                                << "XYZ"
-                                << "" << 4 << "abcdXYZefg";
-    QTest::newRow("insert past end") << "insert"
-                                     << "ab"
-                                     << "c"
-                                     << "" << 99 << "abc";
-    QTest::newRow("remove") << "remove"
-                            << "abcdef"
-                            << ""
-                            << "" << 1 << "adef";
-    QTest::newRow("replace case") << "replace"
-                                  << "xAx"
-                                  << "a"
-                                  << "yy" << 0 << "xyyx";
-    QTest::newRow("replace grows") << "replace"
-                                   << "aaa"
-                                   << "a"
-                                   << "aa" << 0 << "aaaaaa";
-    QTest::newRow("replace cut at N") << "replace"
-                                      << "aaaaaaaaa"
-                                      << "a"
-                                      << "bb" << 0 << "bbbbbbbbbb";
-    QTest::newRow("replace shrinks") << "replace"
-                                     << "aaaa"
-                                     << "a"
-                                     << "" << 0 << "";
-    QTest::newRow("replace version") << "replace"
-                                     << "6.0.10"
-                                     << "6."
-                                     << "7." << 0 << "7.0.10";
-    QTest::newRow("replace empty what") << "replace"
-                                        << "abc"
-                                        << ""
-                                        << "x" << 0 << "abc";
+    QTest::newRow("insert middle") << u"insert"_s << u"abef"_s << u"cd"_s << u""_s << 2 << u"abcdef"_s;
+    QTest::newRow("insert cut") << u"insert"_s << u"abcdefgh"_s << u"XYZ"_s << u""_s << 4 << u"abcdXYZefg"_s;
+    QTest::newRow("insert past end") << u"insert"_s << u"ab"_s << u"c"_s << u""_s << 99 << u"abc"_s;
+    QTest::newRow("remove") << u"remove"_s << u"abcdef"_s << u""_s << u""_s << 1 << u"adef"_s;
+    QTest::newRow("replace case") << u"replace"_s << u"xAx"_s << u"a"_s << u"yy"_s << 0 << u"xyyx"_s;
+    QTest::newRow("replace grows") << u"replace"_s << u"aaa"_s << u"a"_s << u"aa"_s << 0 << u"aaaaaa"_s;
+    QTest::newRow("replace cut at N")
+        << u"replace"_s << u"aaaaaaaaa"_s << u"a"_s << u"bb"_s << 0 << u"bbbbbbbbbb"_s;
+    QTest::newRow("replace shrinks") << u"replace"_s << u"aaaa"_s << u"a"_s << u""_s << 0 << u""_s;
+    QTest::newRow("replace version") << u"replace"_s << u"6.0.10"_s << u"6."_s << u"7."_s << 0 << u"7.0.10"_s;
+    QTest::newRow("replace empty what") << u"replace"_s << u"abc"_s << u""_s << u"x"_s << 0 << u"abc"_s;
 }
 
 void tst_fmString::editing()

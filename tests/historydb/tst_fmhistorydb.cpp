@@ -27,6 +27,8 @@
 #include <functional>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A history folder with database files of made-up jobs, and a window over it.
@@ -290,16 +292,11 @@ void tst_fmhistorydb::deleteJobs_data()
     QTest::addColumn<QList<int>>("selected"); // queue positions
     QTest::addColumn<QString>("image");       // what stands at each image path: "file", "none", "folder"
     QTest::addColumn<QString>("answer");      // the answer to the question; empty: no question
-    QTest::newRow("no selection") << QList<int>{} << "file"
-                                  << "";
-    QTest::newRow("one with image") << QList<int>{1} << "file"
-                                    << "Yes";
-    QTest::newRow("two without image") << QList<int>{0, 3} << "none"
-                                       << "Yes";
-    QTest::newRow("undeletable image") << QList<int>{2} << "folder"
-                                       << "Yes";
-    QTest::newRow("answered no") << QList<int>{0, 3} << "file"
-                                 << "No";
+    QTest::newRow("no selection") << QList<int>{} << u"file"_s << u""_s;
+    QTest::newRow("one with image") << QList<int>{1} << u"file"_s << u"Yes"_s;
+    QTest::newRow("two without image") << QList<int>{0, 3} << u"none"_s << u"Yes"_s;
+    QTest::newRow("undeletable image") << QList<int>{2} << u"folder"_s << u"Yes"_s;
+    QTest::newRow("answered no") << QList<int>{0, 3} << u"file"_s << u"No"_s;
 }
 
 void tst_fmhistorydb::deleteJobs()
@@ -619,12 +616,9 @@ void tst_fmhistorydb::dockActions_data()
 {
     QTest::addColumn<QString>("dock");
     QTest::addColumn<QString>("action");
-    QTest::newRow("filter") << "dockWidget_Filter"
-                            << "actioShowDockFilter";
-    QTest::newRow("job log") << "dockWidget_JobLog"
-                             << "actionShowDockJobLog";
-    QTest::newRow("status drives filter") << "dockWidget_Status"
-                                          << "actioShowDockFilter";
+    QTest::newRow("filter") << u"dockWidget_Filter"_s << u"actioShowDockFilter"_s;
+    QTest::newRow("job log") << u"dockWidget_JobLog"_s << u"actionShowDockJobLog"_s;
+    QTest::newRow("status drives filter") << u"dockWidget_Status"_s << u"actioShowDockFilter"_s;
 }
 
 void tst_fmhistorydb::dockActions()

@@ -15,6 +15,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 class tst_fmhistorydb_pages : public QObject
 {
     Q_OBJECT
@@ -39,17 +41,13 @@ void tst_fmhistorydb_pages::steps_data()
     QTest::addColumn<QString>("image");     // the image label at the end
     QTest::addColumn<QString>("table"); // "hidden", or "<columns>x<rows of the first selected job's page>"
 
-    QTest::newRow("one job shows its log at once") << QStringList{"sel:0"} << "N/A"
-                                                   << "8xlog";
+    QTest::newRow("one job shows its log at once") << QStringList{"sel:0"} << u"N/A"_s << u"8xlog"_s;
     QTest::newRow("two jobs, job log")
-        << QStringList{"sel:1,2", "page:Job Log", "sel:1,2"} << "(multiple jobs selected)"
-        << "8xlog";
+        << QStringList{"sel:1,2", "page:Job Log", "sel:1,2"} << u"(multiple jobs selected)"_s << u"8xlog"_s;
     QTest::newRow("errors, then frames send")
-        << QStringList{"sel:2", "page:Errors", "page:Frames Send", "sel:2"} << "N/A"
-        << "3xerrors";
+        << QStringList{"sel:2", "page:Errors", "page:Frames Send", "sel:2"} << u"N/A"_s << u"3xerrors"_s;
     QTest::newRow("deselection") << QStringList{"sel:0,1", "page:Errors", "sel:"}
-                                 << "(multiple jobs selected)"
-                                 << "hidden";
+                                 << u"(multiple jobs selected)"_s << u"hidden"_s;
 }
 
 void tst_fmhistorydb_pages::steps()

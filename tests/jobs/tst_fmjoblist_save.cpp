@@ -15,6 +15,8 @@
 #include <csignal>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 
 namespace {
@@ -71,10 +73,8 @@ void tst_fmjoblist_save::failureKeepsOriginal_data()
     QTest::addColumn<QString>("cause");
     QTest::addColumn<QString>("text");
     // RLIMIT_FSIZE makes the write fail as a full disk does, with the system's own error.
-    QTest::newRow("write fails") << "fsize"
-                                 << "File too large";
-    QTest::newRow("lock held by another") << "lock"
-                                          << "is locked";
+    QTest::newRow("write fails") << u"fsize"_s << u"File too large"_s;
+    QTest::newRow("lock held by another") << u"lock"_s << u"is locked"_s;
 }
 
 void tst_fmjoblist_save::failureKeepsOriginal()

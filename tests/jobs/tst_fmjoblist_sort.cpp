@@ -15,6 +15,8 @@
 #include <limits>
 #include <random>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using R = _jobsHistoryDB_Runtime;
 
@@ -259,67 +261,33 @@ void tst_fmjoblist_sort::filter_data()
     QTest::addColumn<bool>("flags");
     QTest::addColumn<QList<int>>("kept");
     const QList<int> all = {0, 1, 2, 3};
-    QTest::newRow("nothing") << ""
-                             << ""
-                             << ""
-                             << "" << false << true << all;
-    QTest::newRow("invert, no text") << ""
-                                     << ""
-                                     << ""
-                                     << "" << true << false << all;
-    QTest::newRow("user in capitals") << "ANNA"
-                                      << ""
-                                      << ""
-                                      << "" << false << false << QList<int>{0, 2};
-    QTest::newRow("user prefix") << "ann"
-                                 << ""
-                                 << ""
-                                 << "" << false << false << QList<int>{};
-    QTest::newRow("project 25") << ""
-                                << "abcdefghijklmnopqrstuvwxy"
-                                << ""
-                                << "" << false << false << QList<int>{3};
-    QTest::newRow("project 30") << ""
-                                << "abcdefghijklmnopqrstuvwxyz1234"
-                                << ""
-                                << "" << false << false << QList<int>{};
-    QTest::newRow("project small") << ""
-                                   << "SHOW"
-                                   << ""
-                                   << "" << false << false << QList<int>{0, 1};
-    QTest::newRow("app exact") << ""
-                               << ""
-                               << "Maya"
-                               << "" << false << false << QList<int>{0};
-    QTest::newRow("app alias") << ""
-                               << ""
-                               << "mtoa"
-                               << "" << false << false << QList<int>{1};
-    QTest::newRow("text in ImageDir") << ""
-                                      << ""
-                                      << ""
-                                      << "secret" << false << false << QList<int>{2};
-    QTest::newRow("text inverted") << ""
-                                   << ""
-                                   << ""
-                                   << "secret" << true << false << QList<int>{0, 1, 3};
-    QTest::newRow("text non-ASCII") << ""
-                                    << ""
-                                    << "" << QStringLiteral("\u00c4RGER") << false << false << QList<int>{1};
-    QTest::newRow("text kelvin") << ""
-                                 << ""
-                                 << ""
-                                 << "kelvin" << false << false << QList<int>{3};
-    QTest::newRow("text job id") << ""
-                                 << ""
-                                 << ""
-                                 << "{" << false << false << QList<int>{0, 1, 2, 3};
+    QTest::newRow("nothing") << u""_s << u""_s << u""_s << u""_s << false << true << all;
+    QTest::newRow("invert, no text") << u""_s << u""_s << u""_s << u""_s << true << false << all;
+    QTest::newRow("user in capitals")
+        << u"ANNA"_s << u""_s << u""_s << u""_s << false << false << QList<int>{0, 2};
+    QTest::newRow("user prefix") << u"ann"_s << u""_s << u""_s << u""_s << false << false << QList<int>{};
+    QTest::newRow("project 25") << u""_s << u"abcdefghijklmnopqrstuvwxy"_s << u""_s << u""_s << false << false
+                                << QList<int>{3};
+    QTest::newRow("project 30") << u""_s << u"abcdefghijklmnopqrstuvwxyz1234"_s << u""_s << u""_s << false
+                                << false << QList<int>{};
+    QTest::newRow("project small") << u""_s << u"SHOW"_s << u""_s << u""_s << false << false
+                                   << QList<int>{0, 1};
+    QTest::newRow("app exact") << u""_s << u""_s << u"Maya"_s << u""_s << false << false << QList<int>{0};
+    QTest::newRow("app alias") << u""_s << u""_s << u"mtoa"_s << u""_s << false << false << QList<int>{1};
+    QTest::newRow("text in ImageDir")
+        << u""_s << u""_s << u""_s << u"secret"_s << false << false << QList<int>{2};
+    QTest::newRow("text inverted") << u""_s << u""_s << u""_s << u"secret"_s << true << false
+                                   << QList<int>{0, 1, 3};
+    QTest::newRow("text non-ASCII") << u""_s << u""_s << u""_s << QStringLiteral("\u00c4RGER") << false
+                                    << false << QList<int>{1};
+    QTest::newRow("text kelvin") << u""_s << u""_s << u""_s << u"kelvin"_s << false << false << QList<int>{3};
+    QTest::newRow("text job id") << u""_s << u""_s << u""_s << u"{"_s << false << false
+                                 << QList<int>{0, 1, 2, 3};
     // Names beyond ASCII, in the other case than the jobs have them.
-    QTest::newRow("user non-ASCII") << QStringLiteral("\u00f6LAF") << ""
-                                    << ""
-                                    << "" << false << false << QList<int>{1};
-    QTest::newRow("project non-ASCII") << "" << QStringLiteral("\u00e6ther \u03c3") << ""
-                                       << "" << false << false << QList<int>{2};
+    QTest::newRow("user non-ASCII") << QStringLiteral("\u00f6LAF") << u""_s << u""_s << u""_s << false
+                                    << false << QList<int>{1};
+    QTest::newRow("project non-ASCII")
+        << u""_s << QStringLiteral("\u00e6ther \u03c3") << u""_s << u""_s << false << false << QList<int>{2};
 }
 
 void tst_fmjoblist_sort::filter()

@@ -9,6 +9,8 @@
 #include <QTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 
 class tst_fmjobnaming : public QObject
@@ -28,14 +30,10 @@ private slots:
     {
         QTest::addColumn<QString>("scene");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("scenes folder") << "/proj/Scenes/shot.ma"
-                                       << "/    proj/    shot";
-        QTest::newRow("drive") << "D:/job/RENDER_PICTURES/x.c4d"
-                               << ".../    job/    x";
-        QTest::newRow("short dot") << "ab.c"
-                                   << "ab.c";
-        QTest::newRow("empty") << ""
-                               << "";
+        QTest::newRow("scenes folder") << u"/proj/Scenes/shot.ma"_s << u"/    proj/    shot"_s;
+        QTest::newRow("drive") << u"D:/job/RENDER_PICTURES/x.c4d"_s << u".../    job/    x"_s;
+        QTest::newRow("short dot") << u"ab.c"_s << u"ab.c"_s;
+        QTest::newRow("empty") << u""_s << u""_s;
     }
     void sceneDisplayName()
     {
@@ -57,14 +55,11 @@ private slots:
         QTest::addColumn<int>("count");
         QTest::addColumn<QString>("no");
         QTest::addColumn<QString>("until");
-        QTest::newRow("first") << "/mnt/proj/shots/a.ma" << 1 << 1 << "mnt"
-                               << "/mnt";
-        QTest::newRow("second two") << "/mnt/proj/shots/a.ma" << 2 << 2 << "proj_shots"
-                                    << "/mnt/proj/shots";
-        QTest::newRow("server") << "//srv/share/x/y" << 2 << 1 << "share"
-                                << "//srv/share";
-        QTest::newRow("short") << "/ab" << 3 << 1 << "/ab"
-                               << "/ab";
+        QTest::newRow("first") << u"/mnt/proj/shots/a.ma"_s << 1 << 1 << u"mnt"_s << u"/mnt"_s;
+        QTest::newRow("second two") << u"/mnt/proj/shots/a.ma"_s << 2 << 2 << u"proj_shots"_s
+                                    << u"/mnt/proj/shots"_s;
+        QTest::newRow("server") << u"//srv/share/x/y"_s << 2 << 1 << u"share"_s << u"//srv/share"_s;
+        QTest::newRow("short") << u"/ab"_s << 3 << 1 << u"/ab"_s << u"/ab"_s;
     }
     void directoryNo()
     {
@@ -87,36 +82,18 @@ private slots:
         QTest::addColumn<QString>("ext");
         QTest::addColumn<int>("padding");
         QTest::addColumn<bool>("single");
-        QTest::newRow("printf") << "/out/"
-                                << "frame%04d.exr"
-                                << "/out/"
-                                << "frame"
-                                << ".exr" << 4 << false;
-        QTest::newRow("hash") << "/out/"
-                              << "beauty.####.tif"
-                              << "/out/"
-                              << "beauty."
-                              << ".tif" << 4 << false;
-        QTest::newRow("bracket hash") << "/out/"
-                                      << "b[##].tif"
-                                      << "/out/"
-                                      << "b"
-                                      << ".tif" << 2 << false;
-        QTest::newRow("dotted") << ""
-                                << "/r/img0001.jpg"
-                                << "/r/"
-                                << "img"
-                                << ".jpg" << 4 << false;
-        QTest::newRow("movie") << "/m/"
-                               << "clip.mov"
-                               << "/m/"
-                               << "clip"
-                               << ".mov" << 4 << true;
-        QTest::newRow("drive fix") << "C:out/x"
-                                   << "a.0001.png"
-                                   << "C:/out/x"
-                                   << "a."
-                                   << ".png" << 4 << false;
+        QTest::newRow("printf") << u"/out/"_s << u"frame%04d.exr"_s << u"/out/"_s << u"frame"_s << u".exr"_s
+                                << 4 << false;
+        QTest::newRow("hash") << u"/out/"_s << u"beauty.####.tif"_s << u"/out/"_s << u"beauty."_s << u".tif"_s
+                              << 4 << false;
+        QTest::newRow("bracket hash")
+            << u"/out/"_s << u"b[##].tif"_s << u"/out/"_s << u"b"_s << u".tif"_s << 2 << false;
+        QTest::newRow("dotted") << u""_s << u"/r/img0001.jpg"_s << u"/r/"_s << u"img"_s << u".jpg"_s << 4
+                                << false;
+        QTest::newRow("movie") << u"/m/"_s << u"clip.mov"_s << u"/m/"_s << u"clip"_s << u".mov"_s << 4
+                               << true;
+        QTest::newRow("drive fix") << u"C:out/x"_s << u"a.0001.png"_s << u"C:/out/x"_s << u"a."_s << u".png"_s
+                                   << 4 << false;
     }
     void splitOutput()
     {

@@ -6,6 +6,8 @@
 #include <QTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 
 class tst_fmjobtext : public QObject
@@ -35,24 +37,15 @@ private slots:
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("shortText");
         QTest::addColumn<QString>("longText");
-        QTest::newRow("39") << 39 << "First Check"
-                            << "First Check";
-        QTest::newRow("40") << 40 << "Wait for jobs"
-                            << "Wait for 0 jobs";
-        QTest::newRow("100") << 100 << "Approval Wait"
-                             << "Approval Wait";
-        QTest::newRow("119") << 119 << "Approval Wait"
-                             << "Approval Wait";
-        QTest::newRow("120") << 120 << "Render"
-                             << "Render";
-        QTest::newRow("160") << 160 << "Approval Wait"
-                             << "Approval Wait";
-        QTest::newRow("199") << 199 << "Script Finished"
-                             << "Script (Finish)";
-        QTest::newRow("200") << 200 << "Finished"
-                             << "Finished";
-        QTest::newRow("255") << 255 << "Finished"
-                             << "Finished";
+        QTest::newRow("39") << 39 << u"First Check"_s << u"First Check"_s;
+        QTest::newRow("40") << 40 << u"Wait for jobs"_s << u"Wait for 0 jobs"_s;
+        QTest::newRow("100") << 100 << u"Approval Wait"_s << u"Approval Wait"_s;
+        QTest::newRow("119") << 119 << u"Approval Wait"_s << u"Approval Wait"_s;
+        QTest::newRow("120") << 120 << u"Render"_s << u"Render"_s;
+        QTest::newRow("160") << 160 << u"Approval Wait"_s << u"Approval Wait"_s;
+        QTest::newRow("199") << 199 << u"Script Finished"_s << u"Script (Finish)"_s;
+        QTest::newRow("200") << 200 << u"Finished"_s << u"Finished"_s;
+        QTest::newRow("255") << 255 << u"Finished"_s << u"Finished"_s;
     }
     void statusTexts()
     {

@@ -13,6 +13,8 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Runs `act` on the next modal dialog as soon as it is shown (inside its own event loop).
@@ -115,18 +117,9 @@ void tst_fmmessagebox::shortcuts_data()
     QTest::addColumn<QString>("b2");
     QTest::addColumn<QString>("key1");
     QTest::addColumn<QString>("key2");
-    QTest::newRow("yes no") << "Yes"
-                            << "No"
-                            << "y"
-                            << "n";
-    QTest::newRow("ampersand") << "&Retry"
-                               << "Abort"
-                               << "r"
-                               << "a";
-    QTest::newRow("same letter") << "Save"
-                                 << "skip"
-                                 << ""
-                                 << "";
+    QTest::newRow("yes no") << u"Yes"_s << u"No"_s << u"y"_s << u"n"_s;
+    QTest::newRow("ampersand") << u"&Retry"_s << u"Abort"_s << u"r"_s << u"a"_s;
+    QTest::newRow("same letter") << u"Save"_s << u"skip"_s << u""_s << u""_s;
 }
 
 void tst_fmmessagebox::shortcuts()
