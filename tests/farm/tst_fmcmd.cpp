@@ -1,3 +1,5 @@
+#include "fmcatchfm.h"
+
 #include "app/fm.h"
 #include "farm/fmcmd.h"
 #include "farm/fmgconfig.h"
@@ -6,38 +8,6 @@
 #include <QtTest>
 
 namespace {
-
-struct LogLine
-{
-    int level;
-    QString text;
-};
-
-// An application object that keeps what is logged, so that messages can be checked.
-class CatchFM : public __FM
-{
-public:
-    CatchFM() : __FM(true, fm_AppType_Test, QStringLiteral("fmTest"), false) {}
-    void WriteLog(int level, int, const QString& text, const QString&) override
-    {
-        lines.append({level, text});
-    }
-    QStringList texts() const
-    {
-        QStringList out;
-        for (const LogLine& l : lines)
-            out << l.text;
-        return out;
-    }
-    int count(int level, const QString& text) const
-    {
-        int n = 0;
-        for (const LogLine& l : lines)
-            n += l.level == level && l.text == text;
-        return n;
-    }
-    QList<LogLine> lines;
-};
 
 _FMCommands cmd(int32_t code)
 {
@@ -99,7 +69,7 @@ void tst_fmcmd::channels()
     QFETCH(int, code);
     QFETCH(int, channel);
     QFETCH(bool, on);
-    CatchFM fm;
+    fmCatchFM fm;
     _fmgConfig& c = *fm.cfg;
     for (int i = 0; i < 25; ++i) {
         c.LogLevel[i] = !on;
@@ -132,7 +102,7 @@ void tst_fmcmd::unsupported_data()
 void tst_fmcmd::unsupported()
 {
     QFETCH(int, code);
-    CatchFM fm;
+    fmCatchFM fm;
     bool before[25];
     std::memcpy(before, fm.cfg->LogLevel, sizeof(before));
     fmExecuteFMCommand(fm, cmd(code), short(1));
@@ -145,7 +115,7 @@ void tst_fmcmd::unsupported()
 void tst_fmcmd::reloadSkipsMissingTables()
 {
     QTemporaryDir dir;
-    CatchFM fm;
+    fmCatchFM fm;
     fm.CfgGlobalPath = dir.path() + QStringLiteral("/");
     QVERIFY(fm.SaveFileCfg());
     QVERIFY(fm.cfgSetI("jDeleteIfNumber", 5000));
