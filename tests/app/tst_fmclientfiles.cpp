@@ -35,14 +35,13 @@ static void countPause(int ms)
 // The configuration of a client as one text, so that a whole record compares in one step.
 static QString cfgText(const _Client& c)
 {
-    QString t = QStringLiteral("%1|").arg(c.ListNo);
+    QString t = u"%1|"_s.arg(c.ListNo);
     for (int i = 0; i < c.CfgBoolCount; ++i)
         t += QString::number(c.CfgBool[i]);
     for (int i = 0; i < c.CfgValueCount; ++i)
-        t += QStringLiteral(",%1").arg(c.CfgValue[i]);
+        t += u",%1"_s.arg(c.CfgValue[i]);
     const _ClientHardware& h = c.Hardware;
-    t += QStringLiteral("|%1,%2,%3,%4,%5,%6,%7|")
-             .arg(h.Memory)
+    t += u"|%1,%2,%3,%4,%5,%6,%7|"_s.arg(h.Memory)
              .arg(int(h.Cores))
              .arg(int(h.OS))
              .arg(int(h.Is64Bit))
@@ -67,13 +66,12 @@ private slots:
     void initTestCase()
     {
         QVERIFY(dir.isValid());
-        FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
+        FM.CfgGlobalPath.set(dir.path() + u"/"_s);
         // The private copies go here; a link planted under the old fixed name must stay untouched.
         QVERIFY(QDir().mkpath(tempDir()));
         qputenv("TMPDIR", QFile::encodeName(tempDir()));
-        writeText(dir.path() + QStringLiteral("/victim"), "victim");
-        QVERIFY(
-            QFile::link(dir.path() + QStringLiteral("/victim"), tempDir() + QStringLiteral("/clients.ini")));
+        writeText(dir.path() + u"/victim"_s, "victim");
+        QVERIFY(QFile::link(dir.path() + u"/victim"_s, tempDir() + u"/clients.ini"_s));
         fmFileLocker::setSleepFunction(countPause);
         FM.createFarmTables();
         QVERIFY(FM.ClientList && FM.ClientGroups && FM.UserSettings);
@@ -83,7 +81,7 @@ private slots:
     void init()
     {
         for (const QString& f :
-             {clientsIni(), lockFile(), groupsIni(), dir.path() + QStringLiteral("/_newclientsort.cfg")})
+             {clientsIni(), lockFile(), groupsIni(), dir.path() + u"/_newclientsort.cfg"_s})
             QFile::remove(f);
         list().clear();
         list().LastFileTime.t = 0;
@@ -98,7 +96,7 @@ private slots:
     {
         farmLogTap = nullptr;
         fmFileLocker::setSleepFunction(nullptr);
-        QFile victim(dir.path() + QStringLiteral("/victim"));
+        QFile victim(dir.path() + u"/victim"_s);
         QVERIFY(victim.open(QIODevice::ReadOnly));
         QCOMPARE(victim.readAll(), QByteArray("victim"));
         QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
@@ -112,8 +110,7 @@ private slots:
     void roundTrip750()
     {
         for (int i = 0; i < MaxClients; ++i) {
-            _Client& c = addNamed(i == 17 ? QStringLiteral("NeMo")
-                                          : QStringLiteral("render%1").arg(i, 3, 10, QLatin1Char('0')));
+            _Client& c = addNamed(i == 17 ? u"NeMo"_s : u"render%1"_s.arg(i, 3, 10, QLatin1Char('0')));
             c.ListNo = MaxClients - i;
             c.CfgBool[0] = uint8_t(i & 1);
             c.CfgValue[1] = int16_t(i);
@@ -127,11 +124,11 @@ private slots:
             c.WOLMac.set("001A2b3c4D5e");
             c.WOLIP.set("10.0.0.1");
             c.WOLFlags[2] = 1;
-            c.Reserved.fromString(QStringLiteral("Anna;ben"));
-            c.AcceptWH.fromString(QStringLiteral("carl"));
-            if (i % 2) c.AcceptThreadJobs[1].fromString(QStringLiteral("comp;3d"));
+            c.Reserved.fromString(u"Anna;ben"_s);
+            c.AcceptWH.fromString(u"carl"_s);
+            if (i % 2) c.AcceptThreadJobs[1].fromString(u"comp;3d"_s);
             c.AbortProcess[3].set("nuke.exe");
-            c.CustomInfo.set(QStringLiteral("rack %1, top").arg(i));
+            c.CustomInfo.set(u"rack %1, top"_s.arg(i));
         }
         QVERIFY(FM.SaveFileClientsAll(QString()));
         QVERIFY(!QFile::exists(lockFile()));
@@ -143,12 +140,11 @@ private slots:
             QCOMPARE(groups.size(), MaxClients - 1);
             for (const QString& g : groups)
                 QVERIFY(g.compare(QLatin1String("nemo"), Qt::CaseInsensitive) != 0);
-            QCOMPARE(s.value(QStringLiteral("render001/cfgV")).toString().count(QLatin1Char(';')), 26);
-            QVERIFY(!s.contains(QStringLiteral("render001/WOLSchedule")));
-            QVERIFY(!s.contains(QStringLiteral("render000/acceptThreadJobsB")));
-            QVERIFY(s.contains(QStringLiteral("render001/acceptThreadJobsB")));
-            QCOMPARE(s.value(QStringLiteral("render001/WOL")).toString(),
-                     QStringLiteral("001A2b3c4D5e;10.0.0.1;001000"));
+            QCOMPARE(s.value(u"render001/cfgV"_s).toString().count(QLatin1Char(';')), 26);
+            QVERIFY(!s.contains(u"render001/WOLSchedule"_s));
+            QVERIFY(!s.contains(u"render000/acceptThreadJobsB"_s));
+            QVERIFY(s.contains(u"render001/acceptThreadJobsB"_s));
+            QCOMPARE(s.value(u"render001/WOL"_s).toString(), u"001A2b3c4D5e;10.0.0.1;001000"_s);
         }
         QFile f(clientsIni());
         QVERIFY(f.open(QIODevice::ReadOnly));
@@ -159,11 +155,11 @@ private slots:
         for (int i = 0; i < list().count(); ++i)
             saved->Clients[i] = list().Clients[i];
         list().clear();
-        QVERIFY(FM.LoadFileClientsAll(true, QStringLiteral("test")));
-        QCOMPARE(tapped.last(), QStringLiteral("clients.ini   loaded"));
+        QVERIFY(FM.LoadFileClientsAll(true, u"test"_s));
+        QCOMPARE(tapped.last(), u"clients.ini   loaded"_s);
         QCOMPARE(list().count(), MaxClients - 1);
         // Records come back ordered by their list number: render749 first.
-        QCOMPARE(list().Clients[0].Status.Name.toQString(), QStringLiteral("render749"));
+        QCOMPARE(list().Clients[0].Status.Name.toQString(), u"render749"_s);
         for (int i = 0; i < MaxClients; ++i) {
             if (i == 17) continue;
             const int n = list().findClient(saved->Clients[i].Status.Name, 0);
@@ -229,22 +225,19 @@ private slots:
         const _Client& c = list().Clients[n];
         QString got;
         if (check == QLatin1String("cfgV"))
-            got = QStringLiteral("%1,%2,%3,%4,%5")
-                      .arg(c.CfgValue[0])
+            got = u"%1,%2,%3,%4,%5"_s.arg(c.CfgValue[0])
                       .arg(c.CfgValue[1])
                       .arg(c.CfgValue[2])
                       .arg(c.CfgValue[3])
                       .arg(c.CfgValueCount);
         else if (check == QLatin1String("cfgB"))
-            got = QStringLiteral("%1%2%3%4,%5")
-                      .arg(int(c.CfgBool[0]))
+            got = u"%1%2%3%4,%5"_s.arg(int(c.CfgBool[0]))
                       .arg(int(c.CfgBool[1]))
                       .arg(int(c.CfgBool[2]))
                       .arg(int(c.CfgBool[3]))
                       .arg(c.CfgBoolCount);
         else if (check == QLatin1String("hw"))
-            got = QStringLiteral("%1,%2,%3,%4,%5,%6,%7")
-                      .arg(c.Hardware.Memory)
+            got = u"%1,%2,%3,%4,%5,%6,%7"_s.arg(c.Hardware.Memory)
                       .arg(int(c.Hardware.Cores))
                       .arg(int(c.Hardware.OS))
                       .arg(int(c.Hardware.Is64Bit))
@@ -256,8 +249,7 @@ private slots:
         else if (check == QLatin1String("listNo"))
             got = QString::number(c.ListNo);
         else if (check == QLatin1String("hours"))
-            got = QStringLiteral("%1,%2,%3")
-                      .arg(c.WorkingHours[0], 0, 16)
+            got = u"%1,%2,%3"_s.arg(c.WorkingHours[0], 0, 16)
                       .arg(c.WorkingHours[1], 0, 16)
                       .arg(c.WorkingHours[6], 0, 16);
         else if (check == QLatin1String("wol")) {
@@ -268,7 +260,7 @@ private slots:
             got = c.CustomInfo.toQString();
         QCOMPARE(got, want);
         if (QTest::currentDataTag() == QLatin1String("cfgV stops at x"))
-            QCOMPARE(tapped.filter(QStringLiteral("Unable to load config of client zed")).size(), 1);
+            QCOMPARE(tapped.filter(u"Unable to load config of client zed"_s).size(), 1);
     }
 
     // Catches the older one-name-a-key form read when the new key is there, or not read at all.
@@ -279,11 +271,11 @@ private slots:
         QVERIFY(FM.LoadFileClientsAll(true, QString()));
         const _Client& o = list().Clients[list().findClient(fmString<25>("old"), 0)];
         QCOMPARE(o.Reserved.count(), 2);
-        QCOMPARE(o.Reserved.List[0].toQString(), QStringLiteral("anna"));
-        QCOMPARE(o.Reserved.List[1].toQString(), QStringLiteral("ben"));
-        QCOMPARE(o.AcceptWH.asString(), QStringLiteral("zoe"));
+        QCOMPARE(o.Reserved.List[0].toQString(), u"anna"_s);
+        QCOMPARE(o.Reserved.List[1].toQString(), u"ben"_s);
+        QCOMPARE(o.AcceptWH.asString(), u"zoe"_s);
         const _Client& b = list().Clients[list().findClient(fmString<25>("both"), 0)];
-        QCOMPARE(b.Reserved.asString(), QStringLiteral("carl"));
+        QCOMPARE(b.Reserved.asString(), u"carl"_s);
     }
 
     // Catches schedules written although dropped, or dropped schedules that do not read back as the
@@ -298,14 +290,13 @@ private slots:
             QSettings s(clientsIni(), QSettings::IniFormat);
             c->WriteClientCfg(s, true, false);
             s.sync();
-            QCOMPARE(s.value(QStringLiteral("sched/WOLSchedule")).toString().left(6),
-                     QStringLiteral("ABCDEF"));
-            QCOMPARE(s.value(QStringLiteral("sched/WorkingHours")).toString().size(), 42);
+            QCOMPARE(s.value(u"sched/WOLSchedule"_s).toString().left(6), u"ABCDEF"_s);
+            QCOMPARE(s.value(u"sched/WorkingHours"_s).toString().size(), 42);
             c->WriteClientCfg(s, false, true);
             s.sync();
-            QVERIFY(!s.contains(QStringLiteral("sched/WOLSchedule")));
-            QVERIFY(!s.contains(QStringLiteral("sched/WorkingHours")));
-            QVERIFY(s.contains(QStringLiteral("sched/listNo")));
+            QVERIFY(!s.contains(u"sched/WOLSchedule"_s));
+            QVERIFY(!s.contains(u"sched/WorkingHours"_s));
+            QVERIFY(s.contains(u"sched/listNo"_s));
             QVERIFY(s.group().isEmpty()); // the section was closed
         }
         QSettings s(clientsIni(), QSettings::IniFormat);
@@ -321,7 +312,7 @@ private slots:
     // Catches a load that overwrites the status of a known client, or drops an unknown one.
     void loadKeepsStatus()
     {
-        _Client& c = addNamed(QStringLiteral("Known"));
+        _Client& c = addNamed(u"Known"_s);
         c.Status.AvailableMemory = 1234;
         c.Status.Thread[0].Status = 3;
         writeText(clientsIni(), "[known]\nlistNo=4\ncfgV=\"20;\"\n[fresh]\nlistNo=2\n");
@@ -330,7 +321,7 @@ private slots:
         const _Client& k = list().Clients[list().findClient(fmString<25>("known"), 0)];
         QCOMPARE(k.Status.AvailableMemory, 1234);
         QCOMPARE(int(k.Status.Thread[0].Status), 3);
-        QCOMPARE(k.Status.Name.toQString(), QStringLiteral("Known"));
+        QCOMPARE(k.Status.Name.toQString(), u"Known"_s);
         QCOMPARE(k.ListNo, 4);
         QCOMPARE(int(k.CfgValue[0]), 20);
         QVERIFY(list().findClient(fmString<25>("fresh"), 0) >= 0);
@@ -346,9 +337,9 @@ private slots:
             c->Status.Name.set(name);
             QVERIFY(FM.SaveFileClient(*c));
             QSettings s(clientsIni(), QSettings::IniFormat);
-            QCOMPARE(s.childGroups(), QStringList{QStringLiteral("other")});
+            QCOMPARE(s.childGroups(), QStringList{u"other"_s});
         }
-        QVERIFY(tapped.last().contains(QStringLiteral(" single    written (")));
+        QVERIFY(tapped.last().contains(u" single    written ("_s));
     }
 
     // Catches a single save that loses the other clients, or a single load that reads the wrong
@@ -370,17 +361,17 @@ private slots:
         QVERIFY(r->CustomInfo.isEmpty());
         r->Status.Name.set("mine");
         QVERIFY(FM.LoadFileClient(*r, false));
-        QCOMPARE(r->CustomInfo.toQString(), QStringLiteral("hello"));
+        QCOMPARE(r->CustomInfo.toQString(), u"hello"_s);
         QCOMPARE(r->Status.AvailableMemory, 77);
-        QCOMPARE(tapped.last(), QStringLiteral("  single    loaded"));
+        QCOMPARE(tapped.last(), u"  single    loaded"_s);
         QSettings s(clientsIni(), QSettings::IniFormat);
-        QCOMPARE(s.value(QStringLiteral("other/customClientInfo")).toString(), QStringLiteral("keep"));
+        QCOMPARE(s.value(u"other/customClientInfo"_s).toString(), u"keep"_s);
     }
 
     // Catches a program of a type that may not create clients.ini going on without it.
     void missingFile()
     {
-        addNamed(QStringLiteral("x"));
+        addNamed(u"x"_s);
         QVERIFY(!FM.LoadFileClientsAll(true, QString()));
         QCOMPARE(list().count(), 1);
     }
@@ -410,7 +401,7 @@ private slots:
         fmTime_t t;
         t.SetCurrentTime(-ageSeconds);
         fmSetFileTime(lockFile(), &t);
-        addNamed(QStringLiteral("before"));
+        addNamed(u"before"_s);
         if (server) FM.AppType = fm_AppType_Server;
         QCOMPARE(FM.LoadFileClientsAll(true, QString()), loaded);
         QCOMPARE(list().count(), loaded ? 2 : 1);
@@ -445,12 +436,12 @@ private slots:
                 QVERIFY(::truncate(p.constData(), (16 << 20) + 1) == 0);
             }
         }
-        addNamed(QStringLiteral("before"));
+        addNamed(u"before"_s);
         QVERIFY(!FM.LoadFileClientsAll(true, QString()));
-        QCOMPARE(tapped.last(), QStringLiteral("Unable to read '%1': %2").arg(clientsIni(), reason));
+        QCOMPARE(tapped.last(), u"Unable to read '%1': %2"_s.arg(clientsIni(), reason));
         QCOMPARE(list().count(), 1);
         QVERIFY(!FM.LoadFileClientGroups());
-        QVERIFY(tapped.contains(QStringLiteral("Unable to read '%1': %2").arg(groupsIni(), reason)));
+        QVERIFY(tapped.contains(u"Unable to read '%1': %2"_s.arg(groupsIni(), reason)));
         QCOMPARE(int(FM.ClientGroups->Count), 1); // "ALL" only
     }
 
@@ -464,16 +455,16 @@ private slots:
             if (ms < 1200 || released) return;
             // The other program checks that the file was not written while it held the lock.
             QSettings s(clientsIni(), QSettings::IniFormat);
-            released = s.childGroups() == QStringList{QStringLiteral("a")};
+            released = s.childGroups() == QStringList{u"a"_s};
             QFile::remove(lockFile());
         };
         std::unique_ptr<_Client> c(new _Client);
         c->Status.Name.set("b");
         QVERIFY(FM.SaveFileClient(*c));
         QVERIFY(released);
-        QVERIFY(!tapped.filter(QStringLiteral("clients.ini save lock took ")).isEmpty());
+        QVERIFY(!tapped.filter(u"clients.ini save lock took "_s).isEmpty());
         QSettings s(clientsIni(), QSettings::IniFormat);
-        QCOMPARE(s.childGroups(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+        QCOMPARE(s.childGroups(), (QStringList{u"a"_s, u"b"_s}));
     }
 
     // Catches a save that gives up too early or writes anyway after the lock wait.
@@ -481,25 +472,25 @@ private slots:
     {
         writeText(clientsIni(), "[a]\nlistNo=1\n");
         writeText(lockFile(), "held");
-        addNamed(QStringLiteral("b"));
+        addNamed(u"b"_s);
         QVERIFY(!FM.SaveFileClientsAll(QString()));
-        QVERIFY(tapped.last().startsWith(
-            clientsIni() + QStringLiteral(" is locked! Aborting to save all clients.  Waited: ")));
+        QVERIFY(tapped.last().startsWith(clientsIni() +
+                                         u" is locked! Aborting to save all clients.  Waited: "_s));
         QSettings s(clientsIni(), QSettings::IniFormat);
-        QCOMPARE(s.childGroups(), QStringList{QStringLiteral("a")});
+        QCOMPARE(s.childGroups(), QStringList{u"a"_s});
         QVERIFY(QFile::exists(lockFile()));
     }
 
     // Catches a save that runs while the server sorts the clients anew.
     void waitsForServerSort()
     {
-        const QString flag = dir.path() + QStringLiteral("/_newclientsort.cfg");
+        const QString flag = dir.path() + u"/_newclientsort.cfg"_s;
         writeText(flag, "");
         atPause = [&](int) { QFile::remove(flag); };
         std::unique_ptr<_Client> c(new _Client);
         c->Status.Name.set("b");
         QVERIFY(FM.SaveFileClient(*c));
-        QVERIFY(tapped.contains(QStringLiteral("Waiting for fmServer client sort...")));
+        QVERIFY(tapped.contains(u"Waiting for fmServer client sort..."_s));
     }
 
     void hostileFiles_data()
@@ -545,38 +536,38 @@ private slots:
     // lost, and a name of no client that gets marked.
     void groupsRoundTrip()
     {
-        addNamed(QStringLiteral("r1"));
-        addNamed(QStringLiteral("r2"));
-        addNamed(QStringLiteral("r3"));
+        addNamed(u"r1"_s);
+        addNamed(u"r2"_s);
+        addNamed(u"r3"_s);
         writeText(groupsIni(), "[Lighting]\nAssigned=\"r1;R3;ghost;\"\nSattelliteMaster=\"r3;\"\n"
                                "[ALL]\nAssigned=\"r1;\"\n"
                                "[AVeryLongGroupNameBeyondTwentyFive]\nAssigned=\"r2;\"\n");
         QVERIFY(FM.LoadFileClientGroups());
         _ClientGroupList& g = *FM.ClientGroups;
         QCOMPARE(int(g.Count), 3);
-        QCOMPARE(g.Group[g.Count - 1].Name.toQString(), QStringLiteral("ALL"));
+        QCOMPARE(g.Group[g.Count - 1].Name.toQString(), u"ALL"_s);
         for (int i = 0; i < MaxClients; ++i)
             QVERIFY(g.Group[g.Count - 1].Place[i].Assigned);
-        const int l = g.findGroup(QStringLiteral("lighting"));
+        const int l = g.findGroup(u"lighting"_s);
         QVERIFY(l >= 0);
         QVERIFY(g.Group[l].Place[0].Assigned);
         QVERIFY(!g.Group[l].Place[1].Assigned);
         QVERIFY(g.Group[l].Place[2].Assigned);
         QCOMPARE(int(g.Group[l].Place[0].SatelliteMaster), 65535);
         QVERIFY(g.Group[l].Place[2].SatelliteMaster != 65535);
-        QVERIFY(g.findGroup(QStringLiteral("AVeryLongGroupNameBeyondT")) >= 0);
+        QVERIFY(g.findGroup(u"AVeryLongGroupNameBeyondT"_s) >= 0);
 
         QVERIFY(FM.SaveFileClientGroups());
-        QCOMPARE(tapped.last(), QStringLiteral("clientgroups.ini   written"));
+        QCOMPARE(tapped.last(), u"clientgroups.ini   written"_s);
         {
             QSettings s(groupsIni(), QSettings::IniFormat);
-            QVERIFY(!s.childGroups().contains(QStringLiteral("ALL")));
-            QCOMPARE(s.value(QStringLiteral("Lighting/Assigned")).toString(), QStringLiteral("r1;r3;"));
-            QCOMPARE(s.value(QStringLiteral("Lighting/SattelliteMaster")).toString(), QStringLiteral("r3;"));
+            QVERIFY(!s.childGroups().contains(u"ALL"_s));
+            QCOMPARE(s.value(u"Lighting/Assigned"_s).toString(), u"r1;r3;"_s);
+            QCOMPARE(s.value(u"Lighting/SattelliteMaster"_s).toString(), u"r3;"_s);
         }
         QVERIFY(FM.LoadFileClientGroups());
         QCOMPARE(int(FM.ClientGroups->Count), 3);
-        QCOMPARE(tapped.last(), QStringLiteral("clientgroups.ini   loaded"));
+        QCOMPARE(tapped.last(), u"clientgroups.ini   loaded"_s);
     }
 
     // Catches more groups than places, and a missing file that leaves no group "ALL".
@@ -591,15 +582,15 @@ private slots:
         writeText(groupsIni(), many);
         QVERIFY(FM.LoadFileClientGroups());
         QCOMPARE(int(FM.ClientGroups->Count), MaxClientGroups);
-        QCOMPARE(FM.ClientGroups->Group[MaxClientGroups - 1].Name.toQString(), QStringLiteral("ALL"));
+        QCOMPARE(FM.ClientGroups->Group[MaxClientGroups - 1].Name.toQString(), u"ALL"_s);
     }
 
 private:
     QTemporaryDir dir;
-    QString clientsIni() const { return dir.path() + QStringLiteral("/clients.ini"); }
-    QString lockFile() const { return clientsIni() + QStringLiteral("_lock.txt"); }
-    QString groupsIni() const { return dir.path() + QStringLiteral("/clientgroups.ini"); }
-    QString tempDir() const { return dir.path() + QStringLiteral("/tmp"); }
+    QString clientsIni() const { return dir.path() + u"/clients.ini"_s; }
+    QString lockFile() const { return clientsIni() + u"_lock.txt"_s; }
+    QString groupsIni() const { return dir.path() + u"/clientgroups.ini"_s; }
+    QString tempDir() const { return dir.path() + u"/tmp"_s; }
     _ClientList& list() { return *FM.ClientList; }
     void writeText(const QString& path, const QByteArray& text);
     _Client& addNamed(const QString& name);

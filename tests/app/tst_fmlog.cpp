@@ -59,7 +59,7 @@ private slots:
         QTest::addColumn<bool>("level16");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("out");
-        const QString stack = QStringLiteral(" fmTest 7.0.10 64bit []");
+        const QString stack = u" fmTest 7.0.10 64bit []"_s;
         QTest::newRow("info") << 3 << 16 << false << u"hello"_s << u"      hello"_s;
         QTest::newRow("warning") << 2 << 16 << false << u"careful"_s << u"  WRN careful"_s;
         QTest::newRow("warning with place")
@@ -90,10 +90,10 @@ private slots:
         QFETCH(bool, level16);
         QFETCH(QString, text);
         QFETCH(QString, out);
-        __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+        __FMSDK sdk(true, fm_AppType_Test, u"fmTest"_s, true);
         sdk.cfg->LogLevel[16] = level16;
         QString line;
-        sdk.FormatLogMessage(level, flags, text, QStringLiteral("W,here"), line);
+        sdk.FormatLogMessage(level, flags, text, u"W,here"_s, line);
         QCOMPARE(line, out);
     }
 
@@ -129,19 +129,19 @@ private slots:
         QFETCH(int, boxes);
         QFETCH(bool, critical);
         QFETCH(bool, courier);
-        __FMSDK sdk(console, fm_AppType_HistoryDB, QStringLiteral("fmTest"), false);
+        __FMSDK sdk(console, fm_AppType_HistoryDB, u"fmTest"_s, false);
         sdk.cfg->LogLevel[10] = true;
         sdk.App.MessageBoxAllowed = allowed;
         sdk.App.ServiceMode = service;
         g_shown = Shown();
         __FMSDK::MessageBoxHook = recordBox;
-        sdk.WriteLog(level, flags, QStringLiteral("text"), QStringLiteral("W"));
+        sdk.WriteLog(level, flags, u"text"_s, u"W"_s);
         __FMSDK::MessageBoxHook = nullptr;
         QCOMPARE(g_shown.count, boxes);
         if (boxes) {
             QCOMPARE(g_shown.critical, critical);
             QCOMPARE(g_shown.courier, courier);
-            QCOMPARE(g_shown.button, QStringLiteral("Ok"));
+            QCOMPARE(g_shown.button, u"Ok"_s);
             QCOMPARE(g_shown.seconds, 90);
         }
     }
@@ -150,15 +150,15 @@ private slots:
     void fileWriteRules()
     {
         QTemporaryDir dir;
-        __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
-        const QString path = dir.path() + QStringLiteral("/main.txt");
+        __FMSDK sdk(true, fm_AppType_HistoryDB, u"fmTest"_s, true);
+        const QString path = dir.path() + u"/main.txt"_s;
         sdk.Log->FileName = path;
         sdk.Log->FlushInterval = 0;
-        sdk.WriteLog(3, 8, QStringLiteral("not while switched off"), QString());
+        sdk.WriteLog(3, 8, u"not while switched off"_s, QString());
         QVERIFY(!QFile::exists(path));
         sdk.NoLogFile = false;
-        sdk.WriteLog(3, 8, QStringLiteral("information line"), QString());
-        sdk.WriteLog(10, 0, QStringLiteral("debug line, level off"), QString());
+        sdk.WriteLog(3, 8, u"information line"_s, QString());
+        sdk.WriteLog(10, 0, u"debug line, level off"_s, QString());
         const QByteArray text = readAll(path);
         QVERIFY(text.contains("      information line\n"));
         QVERIFY(!text.contains("debug line"));
@@ -184,12 +184,12 @@ private slots:
         QFETCH(QString, text);
         QFETCH(bool, on);
         QTemporaryDir dir;
-        __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
-        const QString path = dir.path() + QStringLiteral("/main.txt");
+        __FMSDK sdk(true, fm_AppType_HistoryDB, u"fmTest"_s, true);
+        const QString path = dir.path() + u"/main.txt"_s;
         sdk.Log->FileName = path;
         sdk.Log->LastFlush.SetCurrentTime(); // the first line must not flush by the interval
         QVERIFY(sdk.NoLogFile);
-        sdk.LogFileWrite(level, 0, text, QStringLiteral("W"));
+        sdk.LogFileWrite(level, 0, text, u"W"_s);
         QCOMPARE(!sdk.NoLogFile, on);
         QCOMPARE(sdk.Log->FlushInterval == 0, on);
         QCOMPARE(QFile::exists(path), on);
@@ -200,12 +200,12 @@ private slots:
     void errorLog()
     {
         QTemporaryDir dir;
-        __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
+        __FMSDK sdk(true, fm_AppType_HistoryDB, u"fmTest"_s, true);
         sdk.App.MachineName = "Render7";
         sdk.NoLogFile = false;
-        sdk.LogError->FileName = dir.path() + QStringLiteral("/_ERROR.txt");
-        sdk.LogFileWrite(1, 16, QStringLiteral("broken"), QStringLiteral("W"));
-        sdk.LogFileWrite(2, 16, QStringLiteral("only a warning"), QStringLiteral("W"));
+        sdk.LogError->FileName = dir.path() + u"/_ERROR.txt"_s;
+        sdk.LogFileWrite(1, 16, u"broken"_s, u"W"_s);
+        sdk.LogFileWrite(2, 16, u"only a warning"_s, u"W"_s);
         QCOMPARE(readAll(sdk.LogError->FileName.toQString()),
                  QByteArray("[Render7]\n  ERR broken;;   (W) fmTest 7.0.10 64bit []\n\n"));
     }
@@ -215,8 +215,8 @@ private slots:
     {
         QTemporaryDir dir;
         fmLogfile log(1048576, 60);
-        log.FileName = dir.path() + QStringLiteral("/main.txt");
-        log.addLog(QStringLiteral("first"));
+        log.FileName = dir.path() + u"/main.txt"_s;
+        log.addLog(u"first"_s);
         log.addLog(QString(200000, QLatin1Char('x')));
         log.flush();
         const QByteArray text = readAll(log.FileName.toQString());
@@ -239,7 +239,7 @@ private slots:
         QFETCH(int, oldSize);
         QFETCH(int, expectedSize);
         QTemporaryDir dir;
-        const QString path = dir.path() + QStringLiteral("/main.txt");
+        const QString path = dir.path() + u"/main.txt"_s;
         QByteArray old;
         for (int i = 0; i < oldSize; ++i)
             old.append(char('a' + i % 26));
@@ -249,7 +249,7 @@ private slots:
         f.close();
         fmLogfile log(1000, 0);
         log.FileName = path;
-        log.addLog(QStringLiteral("NEW"));
+        log.addLog(u"NEW"_s);
         const QByteArray text = readAll(path);
         QCOMPARE(text.size(), qsizetype(expectedSize));
         QVERIFY(text.endsWith("NEW\n"));
@@ -261,17 +261,17 @@ private slots:
     {
         QTemporaryDir dir;
         fmLogfile log(1048576, 60);
-        log.FileName = dir.path() + QStringLiteral("/main.txt");
+        log.FileName = dir.path() + u"/main.txt"_s;
         const QString path = log.FileName.toQString();
-        log.addLog(QStringLiteral("one"));
+        log.addLog(u"one"_s);
         QCOMPARE(readAll(path), QByteArray("one\n"));
-        log.addLog(QStringLiteral("two"));
+        log.addLog(u"two"_s);
         QCOMPARE(readAll(path), QByteArray("one\n"));
         QCOMPARE(log.BufferUsed, 4);
         log.addLog(QString(1100, QLatin1Char('z')));
         QCOMPARE(log.BufferUsed, 0);
         QCOMPARE(readAll(path).size(), qsizetype(4 + 4 + 1101));
-        log.addLog(QStringLiteral("three"));
+        log.addLog(u"three"_s);
         log.flush();
         QVERIFY(readAll(path).endsWith("z\nthree\n"));
     }

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 // Search a root with a given executable folder, on a fresh object so no state carries over.
 struct RootSearch
 {
-    __FMSDK sdk{true, fm_AppType_Test, QStringLiteral("fmTest"), true};
+    __FMSDK sdk{true, fm_AppType_Test, u"fmTest"_s, true};
     bool found = false;
     bool run(const QStringList& args, const QString& appFolder)
     {
@@ -68,7 +68,7 @@ void tst_fmpaths::validRoot()
     QFETCH(QString, asked);
     QFETCH(bool, valid);
     const bool twin = asked.endsWith(QLatin1String("_debug"));
-    fmTestRoot root(twin ? QStringLiteral("farm_release") : QStringLiteral("farm"), false);
+    fmTestRoot root(twin ? u"farm_release"_s : u"farm"_s, false);
     if (!file.isEmpty()) QVERIFY(root.writeFile(file, "x"));
     QCOMPARE(IsValidFM_Root(root.base() + asked + QLatin1Char('/')), valid);
     QVERIFY(!IsValidFM_Root(QString()));
@@ -100,7 +100,7 @@ void tst_fmpaths::searchFromExecutable()
     const QString app = root.base() + appRel;
     QDir().mkpath(app);
     RootSearch s;
-    QCOMPARE(s.run({app + QStringLiteral("fmHistorydb")}, app), found);
+    QCOMPARE(s.run({app + u"fmHistorydb"_s}, app), found);
     if (found) {
         QCOMPARE(s.sdk.RootPath.toQString(), root.base() + rootRel);
         QVERIFY(!s.sdk.LocalCopyMode);
@@ -127,17 +127,17 @@ void tst_fmpaths::fmRootOption()
     QFETCH(QStringList, args);
     QFETCH(bool, found);
     QFETCH(bool, localCopy);
-    fmTestRoot root(QStringLiteral("a&b"));
+    fmTestRoot root(u"a&b"_s);
     QString plain = root.path();
     plain.chop(1);
     QString encoded = plain;
     encoded.replace(QLatin1String("&"), QLatin1String("&amp;"));
     for (QString& a : args) {
         a.replace(QLatin1String("%R"), encoded);
-        a.replace(QLatin1String("%X"), root.base() + QStringLiteral("nothing"));
+        a.replace(QLatin1String("%X"), root.base() + u"nothing"_s);
     }
     RootSearch s;
-    QCOMPARE(s.run(args, root.base() + QStringLiteral("nowhere/bin/lx/")), found);
+    QCOMPARE(s.run(args, root.base() + u"nowhere/bin/lx/"_s), found);
     QCOMPARE(s.sdk.LocalCopyMode, localCopy);
     if (found) QCOMPARE(s.sdk.RootPath.toQString(), root.path());
 }
@@ -148,7 +148,7 @@ void tst_fmpaths::fmRootEnvironmentNeverSelects()
     fmTestRoot root;
     qputenv("FM_ROOT", root.path().toLocal8Bit());
     RootSearch s;
-    const bool found = s.run({QStringLiteral("x")}, root.base() + QStringLiteral("nowhere/bin/lx/"));
+    const bool found = s.run({u"x"_s}, root.base() + u"nowhere/bin/lx/"_s);
     qunsetenv("FM_ROOT");
     QVERIFY(!found);
 }
@@ -172,7 +172,7 @@ void tst_fmpaths::relink()
     QFETCH(QByteArray, line);
     QFETCH(bool, found);
     fmTestRoot first;
-    fmTestRoot target(QStringLiteral("moved"));
+    fmTestRoot target(u"moved"_s);
     QString t = target.path();
     t.chop(1);
     line.replace("%T", t.toLocal8Bit());
@@ -181,12 +181,12 @@ void tst_fmpaths::relink()
     if (line == "<fifo>")
         QVERIFY(::unlink(relink.constData()) == 0 && ::mkfifo(relink.constData(), 0600) == 0);
     RootSearch s;
-    QCOMPARE(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), first.path()}, QString()), found);
+    QCOMPARE(s.run({u"x"_s, u"-fmRoot"_s, first.path()}, QString()), found);
     if (found) {
         QCOMPARE(s.sdk.RootPath.toQString(), target.path());
         QCOMPARE(s.sdk.ExeRootPath.toQString(), first.path());
-        QCOMPARE(s.sdk.BinPath.toQString(), first.path() + QStringLiteral("bin/lx/"));
-        QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + QStringLiteral("sub/cfg_global/"));
+        QCOMPARE(s.sdk.BinPath.toQString(), first.path() + u"bin/lx/"_s);
+        QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + u"sub/cfg_global/"_s);
     }
 }
 
@@ -195,16 +195,14 @@ void tst_fmpaths::loadStatus()
 {
     fmTestRoot root;
     RootSearch s;
-    QVERIFY(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path(), QStringLiteral("-LOADSTATUS"),
-                   QStringLiteral("/srv/status\"")},
-                  QString()));
-    QCOMPARE(s.sdk.StatusPath.toQString(), QStringLiteral("/srv/status/"));
-    QCOMPARE(s.sdk.WebsitePath.toQString(), QStringLiteral("/srv/status/website/"));
+    QVERIFY(s.run({u"x"_s, u"-fmRoot"_s, root.path(), u"-LOADSTATUS"_s, u"/srv/status\""_s}, QString()));
+    QCOMPARE(s.sdk.StatusPath.toQString(), u"/srv/status/"_s);
+    QCOMPARE(s.sdk.WebsitePath.toQString(), u"/srv/status/website/"_s);
 
     RootSearch none;
-    QVERIFY(none.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()}, QString()));
+    QVERIFY(none.run({u"x"_s, u"-fmRoot"_s, root.path()}, QString()));
     QVERIFY(none.sdk.StatusPath.isEmpty());
-    QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + QStringLiteral("website/"));
+    QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + u"website/"_s);
 }
 
 // Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
@@ -269,12 +267,12 @@ void tst_fmpaths::convertSingle()
 void tst_fmpaths::convertClampsRows()
 {
     static const Table table;
-    QString path = QStringLiteral("/a");
+    QString path = u"/a"_s;
     ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, table.rows, 61, false);
-    QCOMPARE(path, QStringLiteral("/a"));
-    path = QStringLiteral("/a");
+    QCOMPARE(path, u"/a"_s);
+    path = u"/a"_s;
     ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
-    QCOMPARE(path, QStringLiteral("/a"));
+    QCOMPARE(path, u"/a"_s);
 }
 
 // Which configured name the farm's server is reached by: backup first when asked and set, an
@@ -301,7 +299,7 @@ void tst_fmpaths::serverConnectName()
     QFETCH(QString, backupName);
     QFETCH(bool, backup);
     QFETCH(QString, expected);
-    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+    __FMSDK sdk(true, fm_AppType_Test, u"fmTest"_s, true);
     QVERIFY(sdk.cfgGetB("nUseServerIP") && sdk.cfgGetS("nServerName"));
     *sdk.cfgGetB("nUseServerIP") = useIP;
     *sdk.cfgGetS("nServerName") = "SRV";

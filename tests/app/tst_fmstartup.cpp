@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray readAll(const QString& path)
@@ -23,13 +25,13 @@ QByteArray readAll(const QString& path)
 
 QStringList withRoot(const fmTestRoot& root, const QStringList& more)
 {
-    return QStringList{QStringLiteral("/x/fmHistorydb"), QStringLiteral("-fmRoot"), root.path()} + more;
+    return QStringList{u"/x/fmHistorydb"_s, u"-fmRoot"_s, root.path()} + more;
 }
 
 // A globalconfig.ini with the table's defaults, written the way the farm's server writes it.
 bool writeGlobalConfig(const fmTestRoot& root)
 {
-    __FM writer(true, fm_AppType_Test, QStringLiteral("writer"), true);
+    __FM writer(true, fm_AppType_Test, u"writer"_s, true);
     fmTestArgs args(withRoot(root, {}));
     if (!writer.pathsGetRootFromFolder(args.argc, args.argv(), QString())) return false;
     const bool ok = writer.SaveFileCfg();
@@ -94,7 +96,7 @@ private slots:
         QFETCH(bool, noLogFile);
         QFETCH(int, flushInterval);
         fmTestRoot root;
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
         fmTestArgs a(withRoot(root, args));
         QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
         for (int l : levelsOn)
@@ -124,7 +126,7 @@ private slots:
         QFETCH(QStringList, args);
         QFETCH(QString, machine);
         fmTestRoot root;
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
         fmTestArgs a(withRoot(root, args));
         QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
         if (machine.isEmpty()) machine = fm.getHostName().left(75);
@@ -139,15 +141,15 @@ private slots:
     void versionAndTitle()
     {
         fmTestRoot root;
-        QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), " 6.0.10\n2026-11-01\n"));
-        __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+        QVERIFY(root.writeFile(u"sub/version.info"_s, " 6.0.10\n2026-11-01\n"));
+        __FM fm(true, fm_AppType_Test, u"fmTest"_s, true);
         fmTestArgs a(withRoot(root, {}));
         QVERIFY(fm.SetupCfg(a.argc, a.argv(), false, nullptr));
-        QCOMPARE(fm.VersionText.toQString(), QStringLiteral(" 7.0.10"));
-        QCOMPARE(fm.AppTitle(false), QStringLiteral("fmTest L     7.0.10    fmVer 7.0.10"));
-        QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10"));
+        QCOMPARE(fm.VersionText.toQString(), u" 7.0.10"_s);
+        QCOMPARE(fm.AppTitle(false), u"fmTest L     7.0.10    fmVer 7.0.10"_s);
+        QCOMPARE(fm.AppVersion(), u" 7.0.10"_s);
         fm.VersionText = " 8.1";
-        QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10  fmVer 8.1"));
+        QCOMPARE(fm.AppVersion(), u" 7.0.10  fmVer 8.1"_s);
         fm.ArgC = 0;
         fm.ArgV = nullptr;
     }
@@ -168,21 +170,21 @@ private slots:
         QFETCH(QByteArray, file);
         QFETCH(QString, text);
         fmTestRoot root;
-        if (file != "-") QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), file));
-        const QByteArray path = QFile::encodeName(root.path() + QStringLiteral("sub/version.info"));
+        if (file != "-") QVERIFY(root.writeFile(u"sub/version.info"_s, file));
+        const QByteArray path = QFile::encodeName(root.path() + u"sub/version.info"_s);
         if (file == "|") QVERIFY(::unlink(path.constData()) == 0 && ::mkfifo(path.constData(), 0600) == 0);
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fm.SubPath = root.path() + QStringLiteral("sub/");
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+        fm.SubPath = root.path() + u"sub/"_s;
         QCOMPARE(fm.getReleaseDate(), text);
     }
 
     // Started outside any root: the warning box names the program, and start-up fails.
     void noRootWarns()
     {
-        __FM fm(false, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), false);
+        __FM fm(false, fm_AppType_HistoryDB, u"fmHistorydb"_s, false);
         g_boxes.clear();
         __FMSDK::MessageBoxHook = recordBox;
-        fmTestArgs a({QStringLiteral("/nowhere/at/all/fmHistorydb")});
+        fmTestArgs a({u"/nowhere/at/all/fmHistorydb"_s});
         const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
         __FMSDK::MessageBoxHook = nullptr;
         fm.ArgC = 0;
@@ -200,18 +202,17 @@ private slots:
     void debugLogFile()
     {
         fmTestRoot root;
-        root.makeFolder(QStringLiteral("sub/log"));
+        root.makeFolder(u"sub/log"_s);
         {
-            __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-            fmTestArgs a(
-                withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
+            __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+            fmTestArgs a(withRoot(root, {u"-debug"_s, u"-OMN"_s, u"Box1"_s}));
             QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
             fm.ArgC = 0;
             fm.ArgV = nullptr;
         }
-        const QByteArray text = readAll(root.path() + QStringLiteral("sub/log/fmHistorydb_Box1.txt"));
+        const QByteArray text = readAll(root.path() + u"sub/log/fmHistorydb_Box1.txt"_s);
         QVERIFY(!text.isEmpty());
-        static const QRegularExpression stamp(QStringLiteral("^\\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d\\|"));
+        static const QRegularExpression stamp(u"^\\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d\\|"_s);
         const QString indent(20, QLatin1Char(' '));
         const QList<QByteArray> lines = text.split('\n');
         for (const QByteArray& line : lines) {
@@ -225,7 +226,7 @@ private slots:
         QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
         QVERIFY(text.contains("##################SHUTDOWN#####"));
         QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
-        QVERIFY(readAll(root.path() + QStringLiteral("sub/log/_ERROR.txt")).startsWith("[Box1]\n"));
+        QVERIFY(readAll(root.path() + u"sub/log/_ERROR.txt"_s).startsWith("[Box1]\n"));
     }
 
     // Without "-debug" a normal start writes no log file at all.
@@ -234,15 +235,15 @@ private slots:
         fmTestRoot root;
         QVERIFY(writeGlobalConfig(root));
         {
-            __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-            fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
+            __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+            fmTestArgs a(withRoot(root, {u"-debugMain"_s}));
             fm.SetupCfg(a.argc, a.argv(), false, nullptr); // ends at the client tables
             QVERIFY(fm.NoLogFile);
             fm.ArgC = 0;
             fm.ArgV = nullptr;
         }
-        QVERIFY(QDir(root.path() + QStringLiteral("sub/log")).exists());
-        const QStringList files = QDir(root.path() + QStringLiteral("sub/log")).entryList(QDir::Files);
+        QVERIFY(QDir(root.path() + u"sub/log"_s).exists());
+        const QStringList files = QDir(root.path() + u"sub/log"_s).entryList(QDir::Files);
         QVERIFY2(files.isEmpty(),
                  qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
     }
@@ -254,14 +255,13 @@ private slots:
         fmTestRoot root;
         QVERIFY(writeGlobalConfig(root));
         {
-            QSettings ini(root.path() + QStringLiteral("sub/cfg_global/globalconfig.ini"),
-                          QSettings::IniFormat);
-            ini.remove(QStringLiteral("Interaction"));
-            ini.setValue(QStringLiteral("Interaction/LogLevel04"), false); // level 3
-            ini.setValue(QStringLiteral("Interaction/LogLevel11"), false); // level 10, which -debugMain sets
+            QSettings ini(root.path() + u"sub/cfg_global/globalconfig.ini"_s, QSettings::IniFormat);
+            ini.remove(u"Interaction"_s);
+            ini.setValue(u"Interaction/LogLevel04"_s, false); // level 3
+            ini.setValue(u"Interaction/LogLevel11"_s, false); // level 10, which -debugMain sets
         }
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+        fmTestArgs a(withRoot(root, {u"-debugMain"_s}));
         fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads the file, ends at the client tables
         for (int l : {0, 1, 2, 4, 10})
             QVERIFY(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l]);
@@ -301,7 +301,7 @@ private slots:
         QFETCH(int, small);
         fmTestRoot root;
         QVERIFY(writeGlobalConfig(root));
-        __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
+        __FM fm(true, fm_AppType_Test, u"fmTest"_s, true);
         g_styleCalls = 0;
         __FM::InstallStyleHook = recordStyle;
         fmTestArgs a(withRoot(root, args));

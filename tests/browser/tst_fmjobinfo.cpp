@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using fmJ::_jobsHistoryDB_Runtime;
 
 namespace {
@@ -53,12 +55,12 @@ QString apply(_jobsHistoryDB_Runtime& j, const fmJobInfoTexts* t, const QString&
     if (field == "os") return t ? t->SceneOS : (j.SceneOS = uint8_t(v.toInt()), QString());
     if (field == "minor") return t ? t->SoftVersionMinor : (j.VersionMinor = v.toUInt(), QString());
     if (field == "ids") return t ? t->ID : (j.Camera = v, QString());
-    return QStringLiteral("?unknown field?");
+    return u"?unknown field?"_s;
 }
 
 QString red(const QString& s)
 {
-    return QStringLiteral("<font color=\"red\">%1</font>").arg(s);
+    return u"<font color=\"red\">%1</font>"_s.arg(s);
 }
 
 void row(const char* name, const char* field, const QStringList& values, const QString& expected)

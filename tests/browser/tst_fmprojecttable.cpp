@@ -49,7 +49,7 @@ private slots:
     void scanGroupsFiles()
     {
         QTemporaryDir d;
-        const QString root = d.path() + QStringLiteral("/");
+        const QString root = d.path() + u"/"_s;
         makeDb(root + "Alpha.db", 0, 100);
         makeDb(root + "Alpha.db61", 0, 100);
         makeDb(root + "__2010/alpha.db", 0, 100);
@@ -61,11 +61,11 @@ private slots:
         fmProjectTable t(FM);
         t.loadProjectList(root);
         QCOMPARE(t.nrOfProjects, 3);
-        QCOMPARE(t.projects[0].Name, QStringLiteral("Alpha"));
+        QCOMPARE(t.projects[0].Name, u"Alpha"_s);
         QCOMPARE(filesOf(t.projects[0], root), (QStringList{"Alpha.db", "Alpha.db61", "__2010/alpha.db"}));
         QCOMPARE(t.projects[1].Name,
-                 QStringLiteral("ab.db")); // two characters before the dot keep the extension
-        QCOMPARE(t.projects[2].Name, QStringLiteral("ab.db61"));
+                 u"ab.db"_s); // two characters before the dot keep the extension
+        QCOMPARE(t.projects[2].Name, u"ab.db61"_s);
         QCOMPARE(t.projects[0].Files[0].Size, 100LL);
 
         fmProjectTable empty(FM);
@@ -101,7 +101,7 @@ private slots:
         fmProjectTable t(FM);
         fmTime_t time;
         for (int i = 0; i < 1600; ++i)
-            t.addProjectFile(QStringLiteral("/h/proj%1.db").arg(i), time, 10);
+            t.addProjectFile(u"/h/proj%1.db"_s.arg(i), time, 10);
         QCOMPARE(t.nrOfProjects, 1600);
         t.addProjectFile("/h/proj0.db61", time, 10); // a known project gets its second file
         QCOMPARE(t.projects[0].Files.size(), 2);
@@ -111,13 +111,13 @@ private slots:
     void rescanReplaces()
     {
         QTemporaryDir d;
-        const QString root = d.path() + QStringLiteral("/");
+        const QString root = d.path() + u"/"_s;
         makeDb(root + "Shot.db", 0, 10);
         makeDb(root + "SHOT.db61", 0, 10);
         fmProjectTable t(FM);
         t.loadProjectList(root);
         QCOMPARE(t.nrOfProjects, 1);
-        QCOMPARE(t.projects[0].Name, QStringLiteral("SHOT")); // "SHOT.db61" sorts first by character code
+        QCOMPARE(t.projects[0].Name, u"SHOT"_s); // "SHOT.db61" sorts first by character code
         QCOMPARE(t.projects[0].Files.size(), 2);
         t.projects[0].Loaded = true;
         t.loadProjectList(root);
@@ -131,7 +131,7 @@ private slots:
     void loadProject()
     {
         QTemporaryDir d;
-        const QString root = d.path() + QStringLiteral("/");
+        const QString root = d.path() + u"/"_s;
         makeDb(root + "Car.db", 3, 0, 0);
         makeDb(root + "Car.db61", 2, 0, 10);
         makeDb(root + "Other.db", 1, 0, 20);
@@ -145,7 +145,7 @@ private slots:
         QCOMPARE(list.JobCount, 5);
         QCOMPARE(t.projects[0].NrOfJobs, 5LL);
         QVERIFY(t.projects[0].Loaded);
-        QCOMPARE(t.currentProject, QStringLiteral("Car"));
+        QCOMPARE(t.currentProject, u"Car"_s);
         QCOMPARE(t.currentProjectID, 0);
         QCOMPARE(t.projects[0].DateFirst.t, int64_t(jlfix::makeRecord(0)->DateSend.t));
         QCOMPARE(t.projects[0].DateLast.t, int64_t(jlfix::makeRecord(11)->DateFinished.t));
@@ -157,20 +157,19 @@ private slots:
         // A file that vanished since the scan stops the load after the files before it.
         QVERIFY(QFile::remove(root + "Car.db61"));
         QCOMPARE(t.loadProjectJobs(1, list, msg), fmProjectTable::LoadDone);
-        QCOMPARE(t.currentProject, QStringLiteral("Other"));
+        QCOMPARE(t.currentProject, u"Other"_s);
         QCOMPARE(t.loadProjectJobs(0, list, msg), fmProjectTable::LoadFileMissing);
-        QCOMPARE(msg, QStringLiteral("Unable to find project database!\n'") + root +
-                          QStringLiteral("Car.db61'\nNo such file or directory"));
+        QCOMPARE(msg,
+                 u"Unable to find project database!\n'"_s + root + u"Car.db61'\nNo such file or directory"_s);
         QCOMPARE(list.JobCount, 3);
-        QCOMPARE(t.currentProject, QStringLiteral("Other"));
+        QCOMPARE(t.currentProject, u"Other"_s);
         QCOMPARE(t.currentProjectID, 1);
         QCOMPARE(t.loadProjectJobs(-1, list, msg), fmProjectTable::LoadBadIndex);
 
         // A damaged file: LoadFileJobs reports, the table says only that it failed.
         QVERIFY(jlfix::writeFile(root + "Car.db61", QByteArray(70, 'x')));
         QCOMPARE(t.loadProjectJobs(0, list, msg), fmProjectTable::LoadFileFailed);
-        QCOMPARE(msg,
-                 QStringLiteral("Unable to load project database!\n'") + root + QStringLiteral("Car.db61'"));
+        QCOMPARE(msg, u"Unable to load project database!\n'"_s + root + u"Car.db61'"_s);
     }
 
     // Catches a project file of a name that is no UTF-8 that is not listed, shown or loaded, and a
@@ -223,7 +222,7 @@ private slots:
         QFETCH(bool, save);
         QFETCH(int, count);
         QTemporaryDir d;
-        const QString root = d.path() + QStringLiteral("/");
+        const QString root = d.path() + u"/"_s;
         makeDb(root + "Car.db", 3, 0, 0);
         makeDb(root + "__old/Car.db61", 2, 0, 10);
         fmProjectTable t(FM);
@@ -237,7 +236,7 @@ private slots:
         QStringList messages;
         if (save) QVERIFY(list.SaveSources(messages, 0));
         t.loadProjectList(root);
-        QCOMPARE(t.loadProjectJobs(t.indexOf(QStringLiteral("car")), list, msg), fmProjectTable::LoadDone);
+        QCOMPARE(t.loadProjectJobs(t.indexOf(u"car"_s), list, msg), fmProjectTable::LoadDone);
         QCOMPARE(list.JobCount, count);
         QCOMPARE(filesOf(t.projects[0], root), (QStringList{"Car.db", "__old/Car.db61"}));
     }
@@ -258,7 +257,7 @@ private slots:
         QFETCH(qlonglong, count);
         QFETCH(QString, text);
         _projectInfo p;
-        p.Name = QStringLiteral("Car");
+        p.Name = u"Car"_s;
         p.DateLast.t = 1300000000; // March 2011
         p.Loaded = loaded;
         p.NrOfJobs = count;

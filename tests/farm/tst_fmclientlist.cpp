@@ -5,6 +5,8 @@
 #include <QtTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmC;
 
 class tst_fmClientList : public QObject
@@ -77,8 +79,7 @@ private slots:
             const int n = list->addClient();
             QCOMPARE(n, i);
             list->Clients[n].Hardware.Memory = (i * 7919) % 13;
-            list->Clients[n].Status.Name.set(
-                QStringLiteral("c%1").arg((i * 31) % 750, 3, 10, QLatin1Char('0')));
+            list->Clients[n].Status.Name.set(u"c%1"_s.arg((i * 31) % 750, 3, 10, QLatin1Char('0')));
         }
         QCOMPARE(list->addClient(), -1); // past the fixed array
         for (int column : {10, 0}) {
@@ -174,14 +175,12 @@ private slots:
         for (int i = 0; i < 7; ++i) {
             const int n = list->addClient();
             list->Clients[n].ListNo = listNo[i];
-            list->Clients[n].Status.Name.set(QStringLiteral("n%1").arg(i));
+            list->Clients[n].Status.Name.set(u"n%1"_s.arg(i));
         }
         list->sort_ID_Load();
         QStringList got;
         for (int i = 0; i < 7; ++i)
-            got << QStringLiteral("%1:%2")
-                       .arg(list->Clients[i].ListNo)
-                       .arg(list->Clients[i].Status.Name.toQString());
+            got << u"%1:%2"_s.arg(list->Clients[i].ListNo).arg(list->Clients[i].Status.Name.toQString());
         QCOMPARE(got, (QStringList{"-1:n1", "0:n4", "3:n2", "3:n5", "5:n0", "7:n6", "9:n3"}));
     }
 

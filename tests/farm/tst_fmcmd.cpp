@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 _FMCommands cmd(int32_t code)
@@ -33,7 +35,7 @@ private slots:
         gFlushes = 0;
         fmcmdHooks().flushLog = [] { ++gFlushes; };
         fmcmdHooks().setThreadStatusTime = [](int s) { gThreadStatus = s; };
-        fmcmdHooks().clientName = [](const short& c) { return QStringLiteral("render%1").arg(c); };
+        fmcmdHooks().clientName = [](const short& c) { return u"render%1"_s.arg(c); };
     }
 
     void cleanup() { fmcmdHooks() = _fmcmdHooks(); }
@@ -70,10 +72,10 @@ private slots:
         }
         QCOMPARE(fm.lines.first().level, 3);
         QCOMPARE(fm.lines.first().text,
-                 QStringLiteral("fmCommand: '%1' from %2@render5")
-                     .arg(fmcmdName(_fmFMCommand(code)).toQString(), fm.getUserName(3, false)));
+                 u"fmCommand: '%1' from %2@render5"_s.arg(fmcmdName(_fmFMCommand(code)).toQString(),
+                                                          fm.getUserName(3, false)));
         QCOMPARE(gFlushes, 1);
-        QCOMPARE(fm.count(1, QStringLiteral("unsupported fmCommand")), 0);
+        QCOMPARE(fm.count(1, u"unsupported fmCommand"_s), 0);
     }
 
     void unsupported_data()
@@ -92,7 +94,7 @@ private slots:
         bool before[25];
         std::memcpy(before, fm.cfg->LogLevel, sizeof(before));
         fmExecuteFMCommand(fm, cmd(code), short(1));
-        QCOMPARE(fm.count(1, QStringLiteral("unsupported fmCommand")), 1);
+        QCOMPARE(fm.count(1, u"unsupported fmCommand"_s), 1);
         QVERIFY(std::memcmp(before, fm.cfg->LogLevel, sizeof(before)) == 0);
         QCOMPARE(gThreadStatus, 0);
     }
@@ -102,7 +104,7 @@ private slots:
     {
         QTemporaryDir dir;
         fmCatchFM fm;
-        fm.CfgGlobalPath = dir.path() + QStringLiteral("/");
+        fm.CfgGlobalPath = dir.path() + u"/"_s;
         QVERIFY(fm.SaveFileCfg());
         QVERIFY(fm.cfgSetI("jDeleteIfNumber", 5000));
         fm.cfg->LastFileTime.t = 0;
@@ -117,12 +119,11 @@ private slots:
         fm.UserSettings = users;
         QCOMPARE(*fm.cfgGetI("jDeleteIfNumber"), short(1000)); // read again from the file
         const QString all = fm.texts().join(QLatin1Char('\n'));
-        QVERIFY2(all.contains(QStringLiteral("fmCommand 'Reload all config' Global     done (")),
-                 qPrintable(all));
-        QVERIFY(all.contains(QStringLiteral("fmCommand 'Reload all config' all done (")));
-        QVERIFY(!all.contains(QStringLiteral("Clients    done")));
-        QVERIFY(!all.contains(QStringLiteral("Users      done")));
-        QVERIFY(!all.contains(QStringLiteral("unsupported")));
+        QVERIFY2(all.contains(u"fmCommand 'Reload all config' Global     done ("_s), qPrintable(all));
+        QVERIFY(all.contains(u"fmCommand 'Reload all config' all done ("_s));
+        QVERIFY(!all.contains(u"Clients    done"_s));
+        QVERIFY(!all.contains(u"Users      done"_s));
+        QVERIFY(!all.contains(u"unsupported"_s));
     }
 };
 

@@ -13,14 +13,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Farm
 {
     QTemporaryDir dir;
     std::unique_ptr<fmCatchFM> fm = std::make_unique<fmCatchFM>();
-    Farm() { fm->CfgGlobalPath = dir.path() + QStringLiteral("/"); }
-    QString iniPath() const { return dir.path() + QStringLiteral("/globalconfig.ini"); }
+    Farm() { fm->CfgGlobalPath = dir.path() + u"/"_s; }
+    QString iniPath() const { return dir.path() + u"/globalconfig.ini"_s; }
     void writeIni(const QByteArray& bytes) const
     {
         QFile f(iniPath());
@@ -54,7 +56,7 @@ private slots:
                 p.ValueB = !p.ValueB;
                 break;
             case fmgCfg_String:
-                p.ValueS.set(QStringLiteral("v%1, ;=\"[x] ü€ #%2").arg(i).arg(p.Name.toQString()));
+                p.ValueS.set(u"v%1, ;=\"[x] ü€ #%2"_s.arg(i).arg(p.Name.toQString()));
                 break;
             case fmgCfg_Int:
                 p.setI(p.Max - (i % 3));
@@ -88,14 +90,14 @@ private slots:
         for (int i = firstAuth + 1; i < c.ParamCount; ++i)
             if (c.Params[i].Name.toQString() == QLatin1String("nTCPRequiresAuth")) c.Params[i].ValueB = false;
         QVERIFY(a.fm->SaveFileCfg());
-        QVERIFY(a.fm->has(10, a.iniPath() + QStringLiteral("   written"), QStringLiteral("FM,SaveFileCfg")));
+        QVERIFY(a.fm->has(10, a.iniPath() + u"   written"_s, u"FM,SaveFileCfg"_s));
         QVERIFY(c.LastFileTime.t > 0);
         QVERIFY(QFile::permissions(a.iniPath()) & QFileDevice::WriteOther);
 
         fmCatchFM b;
         b.CfgGlobalPath = a.fm->CfgGlobalPath;
         QVERIFY(b.LoadFileCfg());
-        QVERIFY(b.has(10, a.iniPath() + QStringLiteral("   loaded"), QStringLiteral("FM,LoadFileCfg")));
+        QVERIFY(b.has(10, a.iniPath() + u"   loaded"_s, u"FM,LoadFileCfg"_s));
         const _fmgConfig& d = *b.cfg;
         QCOMPARE(d.ParamCount, c.ParamCount);
         for (int i = 0; i < c.ParamCount; ++i) {
@@ -116,9 +118,9 @@ private slots:
         for (int i = 0; i < 20; ++i)
             QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
         QCOMPARE(d.UNCMaps[2].Letter, uint8_t('Z'));
-        QCOMPARE(d.UNCMaps[2].Path.toQString(), QStringLiteral("//srv/share"));
+        QCOMPARE(d.UNCMaps[2].Path.toQString(), u"//srv/share"_s);
         QCOMPARE(d.UNCMaps[18].Letter, uint8_t('Q'));
-        QCOMPARE(d.UNCMaps[18].Path.toQString(), QStringLiteral("\\\\fileserver\\projects"));
+        QCOMPARE(d.UNCMaps[18].Path.toQString(), u"\\\\fileserver\\projects"_s);
         QVERIFY(!d.UNCMaps[0].Enabled);
         for (int os = 0; os < 4; ++os) {
             QCOMPARE(d.OSConversion[0].Path[os].toQString(), c.OSConversion[0].Path[os].toQString());
@@ -188,9 +190,8 @@ private slots:
         QVERIFY(f.load());
         QCOMPARE(p.ValueI, before.ValueI);
         QCOMPARE(p.ValueF, before.ValueF);
-        QVERIFY(f.fm->has(1,
-                          QStringLiteral("globalconfig.ini: parameter %1 is not a valid number!").arg(name),
-                          QStringLiteral("FM,LoadFileCfg")));
+        QVERIFY(f.fm->has(1, u"globalconfig.ini: parameter %1 is not a valid number!"_s.arg(name),
+                          u"FM,LoadFileCfg"_s));
         QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000)); // the others are still read
     }
 
@@ -222,8 +223,8 @@ private slots:
         Farm f;
         {
             QSettings s(f.iniPath(), QSettings::IniFormat);
-            s.setValue(QStringLiteral("UNC/Map03"), text);
-            s.setValue(QStringLiteral("UNC/Map19"), QStringLiteral("b@/b@"));
+            s.setValue(u"UNC/Map03"_s, text);
+            s.setValue(u"UNC/Map19"_s, u"b@/b@"_s);
         }
         QVERIFY(f.load());
         const _fmgUNCMap& m = f.fm->cfg->UNCMaps[2];
@@ -233,8 +234,8 @@ private slots:
         QCOMPARE(f.fm->cfg->UNCMaps[18].Letter, uint8_t('B'));
         QVERIFY(f.fm->SaveFileCfg());
         QSettings s(f.iniPath(), QSettings::IniFormat);
-        QCOMPARE(s.value(QStringLiteral("UNC/Map03")).toString(), written);
-        QCOMPARE(s.value(QStringLiteral("UNC/Map01")).toString(), QString());
+        QCOMPARE(s.value(u"UNC/Map03"_s).toString(), written);
+        QCOMPARE(s.value(u"UNC/Map01"_s).toString(), QString());
     }
 
     void osConversion_data()
@@ -259,7 +260,7 @@ private slots:
         Farm f;
         {
             QSettings s(f.iniPath(), QSettings::IniFormat);
-            s.setValue(QStringLiteral("OSConversion/Path60"), text);
+            s.setValue(u"OSConversion/Path60"_s, text);
         }
         QVERIFY(f.load());
         const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
@@ -268,7 +269,7 @@ private slots:
             QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
         QVERIFY(f.fm->SaveFileCfg());
         QSettings s(f.iniPath(), QSettings::IniFormat);
-        QCOMPARE(s.value(QStringLiteral("OSConversion/Path60")).toString(), written);
+        QCOMPARE(s.value(u"OSConversion/Path60"_s).toString(), written);
     }
 
     // A file without the switches must leave their defaults (0 to 4 on, 0 and 1 for mail); present
@@ -342,27 +343,24 @@ private slots:
         Farm f;
         f.fm->cfg->LastFileTime.t = 12345;
         QVERIFY(!f.fm->LoadFileCfg());
-        QVERIFY(
-            f.fm->has(0, QStringLiteral("globalconfig.ini not found!"), QStringLiteral("FM,LoadFileCfg")));
-        QVERIFY(
-            f.fm->has(10, f.iniPath() + QStringLiteral("   loading..."), QStringLiteral("FM,LoadFileCfg")));
+        QVERIFY(f.fm->has(0, u"globalconfig.ini not found!"_s, u"FM,LoadFileCfg"_s));
+        QVERIFY(f.fm->has(10, f.iniPath() + u"   loading..."_s, u"FM,LoadFileCfg"_s));
         QCOMPARE(f.fm->cfg->LastFileTime.t, int64_t(12345));
         // A folder of that name is no file either. A FIFO would block the start for good, a huge file
         // fill the memory: all are refused at once, with the file's name and the reason.
-        QVERIFY(QDir(f.dir.path()).mkdir(QStringLiteral("globalconfig.ini")));
+        QVERIFY(QDir(f.dir.path()).mkdir(u"globalconfig.ini"_s));
         QVERIFY(!f.load());
-        QVERIFY(f.fm->has(0, QStringLiteral("Unable to read '%1': Is a directory").arg(f.iniPath())));
+        QVERIFY(f.fm->has(0, u"Unable to read '%1': Is a directory"_s.arg(f.iniPath())));
         QVERIFY(QDir().rmdir(f.iniPath()) && ::mkfifo(QFile::encodeName(f.iniPath()).constData(), 0600) == 0);
         QVERIFY(!f.load());
-        QVERIFY(f.fm->has(
-            0, QStringLiteral("Unable to read '%1': Is a FIFO, not a regular file").arg(f.iniPath())));
+        QVERIFY(f.fm->has(0, u"Unable to read '%1': Is a FIFO, not a regular file"_s.arg(f.iniPath())));
         QVERIFY(QFile::remove(f.iniPath()));
         f.writeIni("");
         QVERIFY(::truncate(QFile::encodeName(f.iniPath()).constData(), 1LL << 30) == 0);
         QVERIFY(!f.load());
         QVERIFY(f.fm->has(
-            0, QStringLiteral("Unable to read '%1': File too large (1073741824 bytes, at most 16777216)")
-                   .arg(f.iniPath())));
+            0,
+            u"Unable to read '%1': File too large (1073741824 bytes, at most 16777216)"_s.arg(f.iniPath())));
     }
 
     // A reload that reads the file again although its time did not change, or skips a newer one.
@@ -427,7 +425,7 @@ private slots:
         QCOMPARE(fm.cfg->find("cAverageAbortHourDelay") < 0, upgraded);
         // The entries behind the removed ones are still found, and in order.
         QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(),
-                 QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
+                 u"cLocTex_LeaveFreeSpaceMB"_s);
         QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
     }
 
@@ -438,7 +436,7 @@ private slots:
         f.writeIni("[NetWork]\nnServerName=farmserver\nnUseServerIP=true\n");
         f.fm->cfg->OverrideServerName.set("backupbox");
         QVERIFY(f.load());
-        QCOMPARE(f.fm->cfgGetS("nServerName")->toQString(), QStringLiteral("backupbox"));
+        QCOMPARE(f.fm->cfgGetS("nServerName")->toQString(), u"backupbox"_s);
         QCOMPARE(*f.fm->cfgGetB("nUseServerIP"), false);
     }
 
@@ -478,8 +476,7 @@ private slots:
         QVERIFY(!fm.cfgSetI("cfgCost", 1) && !fm.cfgSetF("sgEnable", 1.0f));
         QVERIFY(!fm.cfgSetS("UIcolor", fmString<200>("1")));
         QVERIFY(!fm.cfgSetB("jChunkSize", true));
-        QVERIFY(fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"),
-                       QStringLiteral("FM,cfgSetB")));
+        QVERIFY(fm.has(1, u"config param jChunkSize is not a boolean!"_s, u"FM,cfgSetB"_s));
     }
 };
 

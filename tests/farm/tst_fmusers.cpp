@@ -11,6 +11,8 @@
 #include <memory>
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 static QStringList tapped;
 static void tap(int, const QString& text, const QString&)
 {
@@ -24,7 +26,7 @@ private slots:
     void initTestCase()
     {
         QVERIFY(dir.isValid());
-        FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
+        FM.CfgGlobalPath.set(dir.path() + u"/"_s);
         FM.createFarmTables();
         QVERIFY(FM.UserSettings);
         fmC::farmLogTap = tap;
@@ -51,7 +53,7 @@ private slots:
     {
         fillTable();
         QVERIFY(FM.SaveFileUserSettings());
-        QCOMPARE(tapped.last(), QStringLiteral("users.dat   written"));
+        QCOMPARE(tapped.last(), u"users.dat   written"_s);
         QFile f(path7());
         QVERIFY(f.open(QIODevice::ReadOnly));
         const QByteArray first = f.readAll();
@@ -67,8 +69,8 @@ private slots:
         QVERIFY(users().ValidData);
         QCOMPARE(int(users().OpenAccess), 0);
         QCOMPARE(int(users().UserCount), 3);
-        QCOMPARE(users().User[1].Name.toQString(), QStringLiteral("Ben"));
-        QCOMPARE(users().User[2].pdec().toQString(), QStringLiteral("secret2"));
+        QCOMPARE(users().User[1].Name.toQString(), u"Ben"_s);
+        QCOMPARE(users().User[2].pdec().toQString(), u"secret2"_s);
         QVERIFY(FM.SaveFileUserSettings());
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), first);
@@ -98,7 +100,7 @@ private slots:
         writeFile(path7(), bytes);
         users().LastFileTime.t = 0;
         QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), path7() + QStringLiteral(" data is corrupted!"));
+        QCOMPARE(tapped.last(), path7() + u" data is corrupted!"_s);
         QCOMPARE(int(users().UserCount), 0);
         QVERIFY(!users().ValidData);
         QCOMPARE(int(users().OpenAccess), 1);
@@ -144,7 +146,7 @@ private slots:
         QVERIFY(users().UserCount >= 0 && users().UserCount <= 199);
         QVERIFY(users().GroupCount >= 1 && users().GroupCount <= 25);
         QCOMPARE(users().User[0].Name.len(), 100);
-        QCOMPARE(users().findUserID(QStringLiteral("x"), false), -1);
+        QCOMPARE(users().findUserID(u"x"_s, false), -1);
         QVERIFY(!FM.getUserName(5, true).isEmpty());
         // Negative counts.
         bytes.fill('\0');
@@ -155,8 +157,8 @@ private slots:
         QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
         QCOMPARE(int(users().UserCount), 0);
         QCOMPARE(int(users().GroupCount), 1);
-        QCOMPARE(users().Group[0].Name.toQString(), QStringLiteral("DefaultGroup"));
-        QCOMPARE(users().Anonymous.Name.toQString(), QStringLiteral("**Anonymous**"));
+        QCOMPARE(users().Group[0].Name.toQString(), u"DefaultGroup"_s);
+        QCOMPARE(users().Anonymous.Name.toQString(), u"**Anonymous**"_s);
         QCOMPARE(users().loadFromBytes(nullptr, 211594), _fmgUserSettingsList::LoadWrongSize);
     }
 
@@ -165,17 +167,17 @@ private slots:
     {
         writeFile(path60(), makeOldFile(14));
         QVERIFY(FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), path60() + QStringLiteral("   loaded"));
+        QCOMPARE(tapped.last(), path60() + u"   loaded"_s);
         const _fmgUserSettingsList& u = users();
         QCOMPARE(int(u.UserCount), 14);
         QCOMPARE(int(u.NextUniqueID), 514);
         QCOMPARE(int(u.GroupCount), 1);
-        QCOMPARE(u.User[13].Name.toQString(), QStringLiteral("old13"));
-        QCOMPARE(u.User[13].DisplayName.toQString(), QStringLiteral("old13"));
+        QCOMPARE(u.User[13].Name.toQString(), u"old13"_s);
+        QCOMPARE(u.User[13].DisplayName.toQString(), u"old13"_s);
         QCOMPARE(int(u.User[13].UniqueID), 513);
-        QCOMPARE(u.User[0].GroupName.toQString(), QStringLiteral("DefaultGroup"));
-        QCOMPARE(u.User[0].Text1.toQString(), QStringLiteral("note"));
-        QCOMPARE(u.User[0].pdec().toQString(), QStringLiteral("plain"));
+        QCOMPARE(u.User[0].GroupName.toQString(), u"DefaultGroup"_s);
+        QCOMPARE(u.User[0].Text1.toQString(), u"note"_s);
+        QCOMPARE(u.User[0].pdec().toQString(), u"plain"_s);
         QVERIFY(u.User[0].Created.t > 0);
         // Old place 0 goes to own 0, 6 and 7.
         QCOMPARE(int(u.User[0].RightsOwn[0]), 1);
@@ -191,9 +193,9 @@ private slots:
         QCOMPARE(int(u.User[10].RightsOther[4]), 1);
         QCOMPARE(int(u.User[11].RightsOther[9]), 1);
         QCOMPARE(int(u.User[11].RightsOther[4]), 0);
-        QCOMPARE(u.Admin.Name.toQString(), QStringLiteral("**FM Admin**"));
+        QCOMPARE(u.Admin.Name.toQString(), u"**FM Admin**"_s);
         // Empty special names of the old file get their defaults.
-        QCOMPARE(u.Anonymous.Name.toQString(), QStringLiteral("**Anonymous**"));
+        QCOMPARE(u.Anonymous.Name.toQString(), u"**Anonymous**"_s);
         QVERIFY(!QFile::exists(path7())); // users.dat is upgraded in memory only
     }
 
@@ -204,12 +206,12 @@ private slots:
         bytes[500] = char(bytes[500] ^ 1);
         writeFile(path60(), bytes);
         QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), path60() + QStringLiteral(" data is corrupted!"));
+        QCOMPARE(tapped.last(), path60() + u" data is corrupted!"_s);
         QCOMPARE(int(users().UserCount), 0);
         writeFile(path60(), bytes.left(62629));
         users().LastFileTime.t = 0;
         QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), QStringLiteral("users.dat has wrong file size!"));
+        QCOMPARE(tapped.last(), u"users.dat has wrong file size!"_s);
     }
 
     // Catches overrides applied without their flag, and the group's Extra going anywhere but to the
@@ -273,13 +275,13 @@ private slots:
         QVERIFY(bad.len() <= 50);
         // Plain old passwords stay readable.
         u.Password.set("oldpass");
-        QCOMPARE(u.pdec().toQString(), QStringLiteral("oldpass"));
+        QCOMPARE(u.pdec().toQString(), u"oldpass"_s);
     }
 
 private:
     QTemporaryDir dir;
-    QString path7() const { return dir.path() + QStringLiteral("/users7.dat"); }
-    QString path60() const { return dir.path() + QStringLiteral("/users.dat"); }
+    QString path7() const { return dir.path() + u"/users7.dat"_s; }
+    QString path60() const { return dir.path() + u"/users.dat"_s; }
     _fmgUserSettingsList& users() { return *FM.UserSettings; }
     void fillTable();
     void writeFile(const QString& path, const QByteArray& bytes);
@@ -301,10 +303,10 @@ void tst_fmUsers::fillTable()
         u.User[i].UniqueID = uint16_t(500 + i);
         u.User[i].Created.t = 1700000000 + i;
         u.User[i].RightsOwn[i] = 1;
-        fmString8_evenSize<50> pw(QStringLiteral("secret%1").arg(i));
+        fmString8_evenSize<50> pw(u"secret%1"_s.arg(i));
         QVERIFY(u.User[i].setp(pw));
     }
-    u.User[1].GroupName.set(QStringLiteral("lighting"));
+    u.User[1].GroupName.set(u"lighting"_s);
     u.NextUniqueID = 503;
     u.applyGroupsToUsers();
 }
@@ -322,7 +324,7 @@ QByteArray tst_fmUsers::makeOldFile(int n)
     std::unique_ptr<_fmgUserSettingsList60> old(new _fmgUserSettingsList60);
     std::memset(static_cast<void*>(old.get()), 0, sizeof(*old));
     for (int i = 0; i < n; ++i) {
-        old->User[i].Name.set(QStringLiteral("old%1").arg(i));
+        old->User[i].Name.set(u"old%1"_s.arg(i));
         old->User[i].Text1.set("note");
         old->User[i].Password.set("plain");
         for (int r = 0; r < 14; ++r)

@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 class tst_fmfileread : public QObject
 {
     Q_OBJECT
@@ -36,7 +38,7 @@ private slots:
         QFETCH(int, size);
         QFETCH(QString, reason);
         QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("file"));
+        const QString path = dir.filePath(u"file"_s);
         const QByteArray p = QFile::encodeName(path);
         QFile target(kind == "link" ? path + "2" : path);
         if (size >= 0)

@@ -14,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 class tst_fmprocess : public QObject
 {
     Q_OBJECT
@@ -248,7 +250,7 @@ private slots:
         if (childUser >= 0 && ::geteuid() != 0) QSKIP("needs root to start a process of another user");
         QTemporaryDir tmp;
         ::chmod(QFile::encodeName(tmp.path()).constData(), 0755); // the other user runs from here
-        QVERIFY(QFile::link(QStringLiteral("/bin/sleep"), tmp.filePath("fmInstTest")));
+        QVERIFY(QFile::link(u"/bin/sleep"_s, tmp.filePath("fmInstTest")));
         qputenv("XDG_SESSION_ID", "s1");
         QProcess child;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -260,7 +262,7 @@ private slots:
             });
         child.start(tmp.filePath("fmInstTest"), {"30"});
         QVERIFY(child.waitForStarted());
-        const long long other = fmOtherInstanceInSession(QStringLiteral("FMINSTTEST"));
+        const long long other = fmOtherInstanceInSession(u"FMINSTTEST"_s);
         const long long pid = child.processId();
         child.kill();
         child.waitForFinished();

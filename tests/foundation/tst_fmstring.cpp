@@ -54,12 +54,12 @@ private slots:
         QTest::addColumn<QString>("as8");
 
         QTest::newRow("empty") << QString() << 0 << QString();
-        QTest::newRow("fits") << QStringLiteral("abc") << 3 << QStringLiteral("abc");
+        QTest::newRow("fits") << u"abc"_s << 3 << u"abc"_s;
         QTest::newRow("at capacity") << QString(25, QLatin1Char('z')) << 25 << QString(25, QLatin1Char('z'));
         QTest::newRow("cut") << QString(30, QLatin1Char('z')) << 25 << QString(25, QLatin1Char('z'));
         QTest::newRow("16-bit mask") << QString(65546, QLatin1Char('q')) << 10
                                      << QString(10, QLatin1Char('q'));
-        QTest::newRow("beyond Latin-1") << QString::fromUtf16(u"a\u4e2db") << 3 << QStringLiteral("a?b");
+        QTest::newRow("beyond Latin-1") << QString::fromUtf16(u"a\u4e2db") << 3 << u"a?b"_s;
     }
     void assignmentCuts()
     {
@@ -239,7 +239,7 @@ private slots:
 
         fmString<10> self("ab");
         self.insert(1, self);
-        QCOMPARE(self.toQString(), QStringLiteral("aabb"));
+        QCOMPARE(self.toQString(), u"aabb"_s);
         QCOMPARE(fmString<10>("ab") + "c\xe9", QString::fromLatin1("abc\xe9"));
 
         // Between capacities: cut at the smaller one, never through QString (no "?" for Latin-1).
@@ -292,17 +292,14 @@ private slots:
         const QString cjkBytes = QString::fromLatin1("\xe6\x97\xa5");
         QTest::newRow("Latin-1 only")
             << QString::fromLatin1("Gr\xfc\xdf") << false << QString::fromLatin1("Gr\xfc\xdf");
-        QTest::newRow("word alone") << (QStringLiteral("a ") + cjk + QStringLiteral(" b")) << false
-                                    << (QStringLiteral("a <UTF8") + cjkBytes + QStringLiteral("> b"));
+        QTest::newRow("word alone") << (u"a "_s + cjk + u" b"_s) << false
+                                    << (u"a <UTF8"_s + cjkBytes + u"> b"_s);
         // The form goes in at the trigger's index, two characters behind where the word began.
         QTest::newRow("trigger inside word")
-            << (QStringLiteral("x ab") + cjk + QStringLiteral(" y")) << false
-            << (QStringLiteral("x  y<UTF8ab") + cjkBytes + QStringLiteral(">"));
+            << (u"x ab"_s + cjk + u" y"_s) << false << (u"x  y<UTF8ab"_s + cjkBytes + u">"_s);
         QTest::newRow("keep original")
-            << (QStringLiteral("x ab") + cjk + QStringLiteral(" y")) << true
-            << (QStringLiteral("x ab") + cjk + QStringLiteral("<UTF8ab") + cjkBytes + QStringLiteral("> y"));
-        QTest::newRow("already marked")
-            << (QStringLiteral("<UTF8 ") + cjk) << false << (QStringLiteral("<UTF8 ") + cjk);
+            << (u"x ab"_s + cjk + u" y"_s) << true << (u"x ab"_s + cjk + u"<UTF8ab"_s + cjkBytes + u"> y"_s);
+        QTest::newRow("already marked") << (u"<UTF8 "_s + cjk) << false << (u"<UTF8 "_s + cjk);
     }
     void inBand()
     {
@@ -316,10 +313,9 @@ private slots:
         const fmString8_evenSize<500> f8(fmToFMUTF8(words, false));
         QCOMPARE(fmFromFMUTF8(f8.toQString()), words);
         const QString u16 = fmToFMUni16(words, false);
-        QCOMPARE(u16.mid(6, 8), QStringLiteral("<UNI16") + QChar(0x65) + QChar(0xE5)); // high byte first
+        QCOMPARE(u16.mid(6, 8), u"<UNI16"_s + QChar(0x65) + QChar(0xE5)); // high byte first
         QCOMPARE(fmFromFMUni16(u16), words);
-        QCOMPARE(fmFromFMUTF8(QStringLiteral("a <utf8 ") + QString::fromLatin1("\xc3\xa4") +
-                              QStringLiteral("> b")),
+        QCOMPARE(fmFromFMUTF8(u"a <utf8 "_s + QString::fromLatin1("\xc3\xa4") + u"> b"_s),
                  QString::fromUtf16(u"a \u00e4 b"));
     }
 };

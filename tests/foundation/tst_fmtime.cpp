@@ -4,6 +4,8 @@
 
 #include <climits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 fmTime_t at(long long v)
 {
@@ -85,27 +87,27 @@ private slots:
         QFETCH(QString, text);
         const fmTime_t x = at(v);
         const QHash<QString, QString> all = {
-            {QStringLiteral("asString"), x.asString()},
-            {QStringLiteral("asStringOffset"), x.asStringOffset(86401)},
-            {QStringLiteral("asStringDateHourMin"), x.asStringDateHourMin()},
-            {QStringLiteral("asStringHourMin"), x.asStringHourMin()},
-            {QStringLiteral("asStringDate"), x.asStringDate()},
-            {QStringLiteral("asStringMonth"), x.asStringMonth()},
-            {QStringLiteral("asStringWeekDay"), x.asStringWeekDay()},
-            {QStringLiteral("asStringWeekDateMonth"), x.asStringWeekDateMonth()},
-            {QStringLiteral("asStringMonthYear"), x.asStringMonthYear()},
-            {QStringLiteral("asStringYearOnly"), x.asStringYearOnly()},
-            {QStringLiteral("asStringYearOnly2"), x.asStringYearOnly2()},
-            {QStringLiteral("asStringYear"), x.asStringYear()},
-            {QStringLiteral("asStringYear2"), x.asStringYear2()},
-            {QStringLiteral("asStringFileName"), x.asStringFileName()},
-            {QStringLiteral("asStringFileName_TruncSec"), x.asStringFileName_TruncSec()},
-            {QStringLiteral("asStringFileNameDate"), x.asStringFileNameDate()},
-            {QStringLiteral("asStringFileNameHour"), x.asStringFileNameHour()},
-            {QStringLiteral("daytimeAsString"), x.daytimeAsString()},
-            {QStringLiteral("asFM8String"), x.asFM8String().toQString()},
-            {QStringLiteral("asFM8StringDateMonth"), x.asFM8StringDateMonth().toQString()},
-            {QStringLiteral("asFM8StringDateMonthYear"), x.asFM8StringDateMonthYear().toQString()},
+            {u"asString"_s, x.asString()},
+            {u"asStringOffset"_s, x.asStringOffset(86401)},
+            {u"asStringDateHourMin"_s, x.asStringDateHourMin()},
+            {u"asStringHourMin"_s, x.asStringHourMin()},
+            {u"asStringDate"_s, x.asStringDate()},
+            {u"asStringMonth"_s, x.asStringMonth()},
+            {u"asStringWeekDay"_s, x.asStringWeekDay()},
+            {u"asStringWeekDateMonth"_s, x.asStringWeekDateMonth()},
+            {u"asStringMonthYear"_s, x.asStringMonthYear()},
+            {u"asStringYearOnly"_s, x.asStringYearOnly()},
+            {u"asStringYearOnly2"_s, x.asStringYearOnly2()},
+            {u"asStringYear"_s, x.asStringYear()},
+            {u"asStringYear2"_s, x.asStringYear2()},
+            {u"asStringFileName"_s, x.asStringFileName()},
+            {u"asStringFileName_TruncSec"_s, x.asStringFileName_TruncSec()},
+            {u"asStringFileNameDate"_s, x.asStringFileNameDate()},
+            {u"asStringFileNameHour"_s, x.asStringFileNameHour()},
+            {u"daytimeAsString"_s, x.daytimeAsString()},
+            {u"asFM8String"_s, x.asFM8String().toQString()},
+            {u"asFM8StringDateMonth"_s, x.asFM8StringDateMonth().toQString()},
+            {u"asFM8StringDateMonthYear"_s, x.asFM8StringDateMonthYear().toQString()},
         };
         QVERIFY(all.contains(form));
         QCOMPARE(all.value(form), text);
@@ -156,8 +158,8 @@ private slots:
         QCOMPARE(x.getDayHour(), 0);
         QCOMPARE(x.getDayMinutes(), 30);
         QCOMPARE(x.getDaySeconds(60), 1860);
-        QCOMPARE(x.daytimeAsString(), QStringLiteral("00:30.00"));
-        QCOMPARE(x.asStringHourMin(), QStringLiteral("23:30")); // local forms ignore the offset
+        QCOMPARE(x.daytimeAsString(), u"00:30.00"_s);
+        QCOMPARE(x.asStringHourMin(), u"23:30"_s); // local forms ignore the offset
         QCOMPARE(at(0x100000005LL).valueFixed(), int64_t(3605));
         QCOMPARE(at(0x7FFFFFFFLL).valueFixed(), int64_t(INT32_MIN) + 3599);
         fmTime_t y = at(5000);
@@ -245,7 +247,7 @@ private slots:
         s.t = 1772720639;
         QCOMPARE(s.asString(), at(1772720639).asString());
         s.t = -1;
-        QCOMPARE(s.asString(), QStringLiteral("12.31 23:59.59")); // a negative 32-bit value is before 1970
+        QCOMPARE(s.asString(), u"12.31 23:59.59"_s); // a negative 32-bit value is before 1970
 
         OffsetGuard guard;
         fmTime_t::fmTime_Start_OffSet = 0;

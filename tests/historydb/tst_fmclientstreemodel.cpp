@@ -15,6 +15,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmC;
 
 class tst_fmClientsTreeModel : public QObject
@@ -46,9 +48,9 @@ private slots:
         QTest::addColumn<bool>("hideLinux");
         QTest::addColumn<QString>("expected"); // groups by "|", clients by ","
         QTest::newRow("no groups") << 0 << false << false << QString();
-        QTest::newRow("two groups") << 2 << false << false << QStringLiteral("G0:a,c|G1:b,c,d");
-        QTest::newRow("descending list number") << 2 << true << false << QStringLiteral("G0:c,a|G1:d,c,b");
-        QTest::newRow("filtered client") << 2 << false << true << QStringLiteral("G0:a|G1:b,d");
+        QTest::newRow("two groups") << 2 << false << false << u"G0:a,c|G1:b,c,d"_s;
+        QTest::newRow("descending list number") << 2 << true << false << u"G0:c,a|G1:d,c,b"_s;
+        QTest::newRow("filtered client") << 2 << false << true << u"G0:a|G1:b,d"_s;
     }
     void treeShape()
     {
@@ -59,8 +61,8 @@ private slots:
         for (const char* n : {"a", "b", "c", "d"})
             addClient(QString::fromLatin1(n));
         list().Clients[2].Hardware.OS = 2;
-        if (groups > 0) addGroup(QStringLiteral("G0"), {0, 2});
-        if (groups > 1) addGroup(QStringLiteral("G1"), {1, 2, 3});
+        if (groups > 0) addGroup(u"G0"_s, {0, 2});
+        if (groups > 1) addGroup(u"G1"_s, {1, 2, 3});
         list().ShowLinux = !hideLinux;
         list().SetSortID(1, descending ? Qt::DescendingOrder : Qt::AscendingOrder, nullptr);
         list().filter();
@@ -87,9 +89,9 @@ private slots:
     // group that is not opened.
     void oneGroupExpandedAndGroupsKept()
     {
-        addClient(QStringLiteral("a"));
-        addClient(QStringLiteral("b"));
-        addGroup(QStringLiteral("G0"), {0, 1});
+        addClient(u"a"_s);
+        addClient(u"b"_s);
+        addGroup(u"G0"_s, {0, 1});
         fmTreeView widget;
         fmTreeView* view = &widget;
         fmuiTreeViewClientsModel* m = nullptr;
@@ -103,7 +105,7 @@ private slots:
         QCOMPARE(widget.Tree->header()->visualIndex(1), 0);
 
         fmuiTreeViewNode* group = m->Root->Children.value(0);
-        addGroup(QStringLiteral("G1"), {1});
+        addGroup(u"G1"_s, {1});
         m->CreateClientTree();
         QCOMPARE(m->Root->Children.value(0), group);
         QCOMPARE(m->rowCount(), 2);
@@ -128,7 +130,7 @@ private slots:
         QTest::newRow("cpu no value") << 4 << 3 << 254 << 16 << 0 << 0 << "16";
         QTest::newRow("avail at status 0") << 5 << 0 << 0 << 8 << 0 << 0 << "";
         QTest::newRow("avail rendering") << 5 << 3 << 0 << 8 << 0 << 0 << "3.0";
-        QTest::newRow("temperature") << 9 << 1 << 0 << 8 << 0 << 45 << QStringLiteral("45\u00B0C");
+        QTest::newRow("temperature") << 9 << 1 << 0 << 8 << 0 << 45 << u"45\u00B0C"_s;
     }
     void endText()
     {
@@ -139,10 +141,10 @@ private slots:
         QFETCH(int, userTime);
         QFETCH(int, temperature);
         QFETCH(QString, expected);
-        _Client& c = addClient(QStringLiteral("a"), status);
+        _Client& c = addClient(u"a"_s, status);
         c.Status.Thread[0].CPUUsage = uint8_t(cpu);
         c.Hardware.Cores = uint8_t(cores);
-        c.Status.UserName.set(QStringLiteral("bob"));
+        c.Status.UserName.set(u"bob"_s);
         c.Status.UserTime = int16_t(userTime);
         c.Status.Temperature = static_cast<signed char>(temperature);
         c.Status.AvailableMemory = 3072;
@@ -177,7 +179,7 @@ private slots:
         QFETCH(int, available);
         QFETCH(int, memory);
         QFETCH(QList<qulonglong>, values);
-        _Client& c = addClient(QStringLiteral("a"), status);
+        _Client& c = addClient(u"a"_s, status);
         c.Status.Thread[0].CPUUsage = uint8_t(cpu);
         c.Status.Thread[0].ThreadMemory = threadMemory;
         c.Status.AvailableMemory = available;
@@ -221,10 +223,10 @@ private slots:
         QFETCH(int, percent);
         QList<int> members;
         for (int i = 0; i < clients; ++i) {
-            addClient(QStringLiteral("c%1").arg(i));
+            addClient(u"c%1"_s.arg(i));
             members << i;
         }
-        addGroup(QStringLiteral("G"), members);
+        addGroup(u"G"_s, members);
         auto jobList = std::make_unique<fmJ::_JobList>(FM);
         for (int j = 0; j < jobs; ++j) {
             fmJ::_jobsHistoryDB_Runtime* job = jobList->GetNewJob();
@@ -284,10 +286,10 @@ private slots:
         QFETCH(uint, text);
         QList<int> group;
         for (int i = 0; i < 3; ++i) {
-            addClient(QStringLiteral("c%1").arg(i)).Selected = i < selected;
+            addClient(u"c%1"_s.arg(i)).Selected = i < selected;
             if (i < members) group << i;
         }
-        addGroup(QStringLiteral("G"), group);
+        addGroup(u"G"_s, group);
         fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
         fmtest::checkModel(&m);
         m.CreateClientTree();
@@ -319,7 +321,7 @@ private slots:
         QFETCH(QList<int>, selected);
         QFETCH(QStringList, expected);
         for (int i = 0; i < statuses.size(); ++i)
-            addClient(QStringLiteral("c%1").arg(i), statuses[i]);
+            addClient(u"c%1"_s.arg(i), statuses[i]);
         for (int i : selected)
             list().Clients[i].Selected = 1;
         fmuiTreeViewClientsModelFooter f(FM, NoView, nullptr);
@@ -332,8 +334,8 @@ private slots:
     // the selected flag of the client with its number.
     void damagedIndexes()
     {
-        addClient(QStringLiteral("a"));
-        addGroup(QStringLiteral("G"), {0});
+        addClient(u"a"_s);
+        addGroup(u"G"_s, {0});
         fmuiTreeViewClientsModel m(NoView, FM, nullptr, nullptr, false, false);
         fmtest::checkModel(&m);
         m.CreateClientTree();
@@ -357,7 +359,7 @@ private slots:
     // against figures worked out by hand.
     void derivedFromRecord()
     {
-        _Client& a = addClient(QStringLiteral("a"), 3);
+        _Client& a = addClient(u"a"_s, 3);
         a.Status.ThreadCount = 2;
         a.Status.Thread[0].CPUUsage = 102; // 40 %; with thread 1 the machine has 153, 60 %
         a.Status.Thread[1].CPUUsage = 51;
@@ -373,8 +375,8 @@ private slots:
         auto bar = [&m](const QModelIndex& i, int k) {
             return m.data(i, fmtvRole::BGbars).value<fmtvBGbars>().Values[k];
         };
-        QCOMPARE(m.data(endIndex(m, 0, 2)).toString(), QStringLiteral("00:09.00")); // 12 x 45 s
-        QCOMPARE(bar(endIndex(m, 0, 1), 0), 50ull);                                 // on 1 of 2 jobs
+        QCOMPARE(m.data(endIndex(m, 0, 2)).toString(), u"00:09.00"_s); // 12 x 45 s
+        QCOMPARE(bar(endIndex(m, 0, 1), 0), 50ull);                    // on 1 of 2 jobs
         QCOMPARE(bar(endIndex(m, 0, 4), 0), 40ull);
         QCOMPARE(bar(endIndex(m, 0, 4), 1), 20ull); // 60 - 40
     }
@@ -414,7 +416,7 @@ void tst_fmClientsTreeModel::addGroup(const QString& name, const QList<int>& cli
 
 QModelIndex tst_fmClientsTreeModel::endIndex(fmuiTreeViewClientsModel& m, int client, int col)
 {
-    if (m.rowCount() == 0) addGroup(QStringLiteral("G"), {client});
+    if (m.rowCount() == 0) addGroup(u"G"_s, {client});
     if (m.rowCount() == 0) m.CreateClientTree();
     const QModelIndex group = m.index(0, 0);
     for (int r = 0; r < m.rowCount(group); ++r) {

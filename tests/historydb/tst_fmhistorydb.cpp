@@ -41,13 +41,13 @@ struct WindowFixture
 
     WindowFixture()
     {
-        Root = Dir.path() + QStringLiteral("/root/");
-        History = Root + QStringLiteral("history_db/");
+        Root = Dir.path() + u"/root/"_s;
+        History = Root + u"history_db/"_s;
         QDir().mkpath(History);
-        QDir().mkpath(Root + QStringLiteral("sub/cfg_global"));
+        QDir().mkpath(Root + u"sub/cfg_global"_s);
         FM.RootPath = Root;
-        FM.SubPath = Root + QStringLiteral("sub/");
-        FM.CfgGlobalPath = Root + QStringLiteral("sub/cfg_global/");
+        FM.SubPath = Root + u"sub/"_s;
+        FM.CfgGlobalPath = Root + u"sub/cfg_global/"_s;
         FM.HistoryDbPath = History;
     }
     // Jobs firstJob .. firstJob + count - 1 of jlfix::makeRecord.
@@ -130,8 +130,8 @@ private slots:
         static QTemporaryDir settingsDir;
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settingsDir.path());
-        QCoreApplication::setOrganizationName(QStringLiteral("Orlenvik"));
-        QCoreApplication::setApplicationName(QStringLiteral("Fornmark"));
+        QCoreApplication::setOrganizationName(u"Orlenvik"_s);
+        QCoreApplication::setApplicationName(u"Fornmark"_s);
         FM.createFarmTables();
     }
 
@@ -156,16 +156,16 @@ private slots:
         fmHistorydb& w = f.open();
         const QStringList texts = comboTexts(w.ui.Show_ComboProject);
         QCOMPARE(texts.size(), names.size() + 1);
-        QCOMPARE(texts.first(), QStringLiteral("-- none --"));
+        QCOMPARE(texts.first(), u"-- none --"_s);
         QCOMPARE(w.ui.Show_ComboProject->currentIndex(), 0);
         for (int i = 0; i < names.size(); ++i) {
-            QVERIFY2(texts[i + 1].endsWith(QStringLiteral("   ") + names[i]), qPrintable(texts[i + 1]));
+            QVERIFY2(texts[i + 1].endsWith(u"   "_s + names[i]), qPrintable(texts[i + 1]));
             QVERIFY2(texts[i + 1].contains(QLatin1Char('~')), qPrintable(texts[i + 1]));
             // Files written just now: black.
             QCOMPARE(w.ui.Show_ComboProject->itemData(i + 1, Qt::ForegroundRole).value<QColor>(),
                      QColor(0, 0, 0));
         }
-        QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("- - -"));
+        QCOMPARE(w.ui.label_ProjNrScenes->text(), u"- - -"_s);
     }
 
     // Catches a load that miscounts, an unsorted user combo or one with users of an earlier
@@ -217,7 +217,7 @@ private slots:
         QCOMPARE(f.Jobs->JobCount, 4);
         w.ui.Show_ComboProject->setCurrentIndex(0);
         QCOMPARE(f.Jobs->JobCount, 4);
-        QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
+        QCOMPARE(w.table.currentProject, u"Alpha"_s);
     }
 
     // Catches a vanished file that goes unreported or changes the current project.
@@ -233,10 +233,10 @@ private slots:
         w.PleaseUpdateViews = false;
         BoxAnswer answer([](fmMessageBox* b) { return b->Button1; });
         w.ui.Show_ComboProject->setCurrentIndex(2);
-        QCOMPARE(answer.Seen.trimmed(), QStringLiteral("Unable to find project database!\n'") + f.History +
+        QCOMPARE(answer.Seen.trimmed(), u"Unable to find project database!\n'"_s + f.History +
                                             "Beta.db61'\nNo such file or directory");
-        QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
-        QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("2 jobs"));
+        QCOMPARE(w.table.currentProject, u"Alpha"_s);
+        QCOMPARE(w.ui.label_ProjNrScenes->text(), u"2 jobs"_s);
         QCOMPARE(f.Jobs->JobCount, 2); // the first file of B was loaded
         QVERIFY(!w.PleaseUpdateViews);
     }
@@ -279,9 +279,8 @@ private slots:
         jlfix::LogCapture log(2, 2);
         BoxAnswer box([answer](fmMessageBox* b) { return byName(b, answer); });
         w.on_CommandJob_Button_Delete_clicked();
-        const QString question = selected.size() == 1
-                                     ? QStringLiteral("Delete 1 job from Alpha?")
-                                     : QStringLiteral("Delete %1 jobs from Alpha?").arg(selected.size());
+        const QString question = selected.size() == 1 ? u"Delete 1 job from Alpha?"_s
+                                                      : u"Delete %1 jobs from Alpha?"_s.arg(selected.size());
         QCOMPARE(box.Seen.trimmed(), answer.isEmpty() ? QString() : question);
         if (answer == QLatin1String("No")) {
             QCOMPARE(f.Jobs->JobCount, 5);
@@ -311,7 +310,7 @@ private slots:
         QCOMPARE(w.ui.Show_ComboProject->currentIndex(), 1);
         QVERIFY2(w.ui.Show_ComboProject->itemText(1).contains("   " + left + "   Alpha"),
                  qPrintable(w.ui.Show_ComboProject->itemText(1)));
-        QCOMPARE(w.table.currentProject, QStringLiteral("Alpha"));
+        QCOMPARE(w.table.currentProject, u"Alpha"_s);
         QCOMPARE(w.ui.label_ProjNrScenes->text(), left + " jobs");
         QVERIFY(w.statusBar()->currentMessage().startsWith("Deleted " + QString::number(selected.size())));
     }
@@ -343,7 +342,7 @@ private slots:
         BoxAnswer box([answer](fmMessageBox* b) { return byName(b, answer); });
         QCOMPARE(w.ask4Save(), result);
         QCOMPARE(box.Seen.trimmed(),
-                 answer.isEmpty() ? QString() : QStringLiteral("Would you like to save your changes?"));
+                 answer.isEmpty() ? QString() : u"Would you like to save your changes?"_s);
         // A save rewrites the project's own file; it adds none beside it.
         fmJ::_JobList onDisk(FM);
         QVERIFY(onDisk.LoadFileJobs(f.History + "Alpha.db"));
@@ -367,7 +366,7 @@ private slots:
         w.ui.Show_ComboProject->setCurrentIndex(1);
         QCOMPARE(f.Jobs->SortedCount, 6);
         w.ui.Show_EditIncludes->setFocus();
-        QTest::keyClicks(w.ui.Show_EditIncludes, QStringLiteral("  layer3 "));
+        QTest::keyClicks(w.ui.Show_EditIncludes, u"  layer3 "_s);
         QCOMPARE(f.Jobs->SortedCount, 6);
         QTest::keyClick(w.ui.Show_EditIncludes, Qt::Key_Return);
         QCOMPARE(f.Jobs->SortedCount, 1); // job 3 alone has layer3; the blanks were trimmed
@@ -493,7 +492,7 @@ private slots:
         QCOMPARE(f.Jobs->JobCount, 5);
         for (unsigned long long id : ids)
             QVERIFY(f.Jobs->GetJobByJobID(id));
-        QCOMPARE(w.ui.label_ProjNrScenes->text(), QStringLiteral("5 jobs"));
+        QCOMPARE(w.ui.label_ProjNrScenes->text(), u"5 jobs"_s);
         QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier); // nothing left to undo
         QCOMPARE(f.Jobs->JobCount, 5);
         deleteQueued({0});
@@ -509,7 +508,7 @@ private slots:
         QByteArray bytes;
         for (int n = 0; n < 12; ++n) {
             auto r = jlfix::makeRecord(n);
-            r->UserName = QStringLiteral("render.wrangler.of.the.night.shift");
+            r->UserName = u"render.wrangler.of.the.night.shift"_s;
             r->TotalPS = 987654321987ull + uint64_t(n); // "987 654 321 987"
             r->TotalGhzHours = 123456.0f;
             r->ExecutionTime = 3600ull * 9999;
@@ -528,9 +527,8 @@ private slots:
              {group, w.jobsModel->index(0, 0, group), w.jobsModel->index(11, 0, group)})
             for (int column : {0, 11, 13, 15, 20, 21, 25, 26, 27})
                 QVERIFY2(tree->cutText(row.siblingAtColumn(column)).isEmpty(),
-                         qPrintable(QStringLiteral("column %1: %2")
-                                        .arg(column)
-                                        .arg(row.siblingAtColumn(column).data().toString())));
+                         qPrintable(u"column %1: %2"_s.arg(column).arg(
+                             row.siblingAtColumn(column).data().toString())));
         // A long text elsewhere is cut and keeps its full text for the tooltip.
         w.ui.treeJobs->setColumnWidth(8, 40);
         const QModelIndex scene = w.jobsModel->index(0, 8, group);
@@ -565,9 +563,9 @@ private slots:
         f.writeDb("Alpha.db61", 6); // finished within hours of 2011-03-13
         fmHistorydb& w = f.open();
         w.ui.Show_ComboProject->setCurrentIndex(1);
-        w.showReportGroup(fmReportKey::Month, QStringLiteral("2011-04"));
+        w.showReportGroup(fmReportKey::Month, u"2011-04"_s);
         QCOMPARE(f.Jobs->SortedCount, 0);
-        w.showReportGroup(fmReportKey::Month, QStringLiteral("2011-03"));
+        w.showReportGroup(fmReportKey::Month, u"2011-03"_s);
         QCOMPARE(f.Jobs->SortedCount, 6);
         QTRY_VERIFY(!w.PleaseUpdateViews);
         const unsigned long long id = f.Jobs->GetJobByQueueID(2)->JobID;
@@ -578,7 +576,7 @@ private slots:
                 static_cast<fmuiTreeViewJobsNode*>(w.ui.treeJobs->Tree->currentIndex().internalPointer());
             QCOMPARE(node->data()->JobID, id);
         }
-        QVERIFY(!w.selectJobByText(QStringLiteral("{ZZZZ}")));
+        QVERIFY(!w.selectJobByText(u"{ZZZZ}"_s));
     }
 
     // Catches a window taller than the screen allows or off centre.

@@ -89,7 +89,7 @@ private slots:
         QCOMPARE(w->ui.JobInfo_LabelFOI->text(), image);
         QCOMPARE(w->ui.treeLog->isHidden(), first == nullptr);
         QTableWidget* t = w->ui.JobLog_Table;
-        QString shown = QStringLiteral("hidden");
+        QString shown = u"hidden"_s;
         if (!t->isHidden() && first) {
             const int rows = t->rowCount();
             shown = QString::number(t->columnCount()) + "x" +

@@ -17,6 +17,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using fmJ::_JobList;
 using fmJ::_jobsHistoryDB_Runtime;
 
@@ -194,7 +196,7 @@ private slots:
         fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
         fmtest::checkModel(&m);
         m.Cost = 2.0f;
-        m.CostDisplay = QStringLiteral("EUR");
+        m.CostDisplay = u"EUR"_s;
         m.CreateJobTree(true);
         QCOMPARE(m.index(0, column, m.index(0, 0)).data().toString(), text);
     }
@@ -255,7 +257,7 @@ private slots:
         fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
         fmtest::checkModel(&m);
         m.Cost = 2.0f;
-        m.CostDisplay = QStringLiteral("EUR");
+        m.CostDisplay = u"EUR"_s;
         m.CreateJobTree(true);
         m.Root->Children[0]->IsExpanded = expanded;
         QCOMPARE(m.index(0, column).data().toString(), text);
@@ -330,7 +332,7 @@ private slots:
         }
         fmuiTreeViewJobsModelFooter f(*list, FM, NoView, nullptr);
         f.Cost = 2.0f;
-        f.CostDisplay = QStringLiteral("EUR");
+        f.CostDisplay = u"EUR"_s;
         QCOMPARE(f.columnCount(), 28);
         QCOMPARE(f.headerData(column, Qt::Horizontal).toString(), text);
     }

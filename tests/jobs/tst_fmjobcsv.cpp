@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 
 namespace {
@@ -70,12 +72,12 @@ private slots:
     {
         _JobList l(FM, nullptr);
         fill(*l.GetNewJob());
-        const QString p = Dir.filePath(QStringLiteral("one.csv"));
+        const QString p = Dir.filePath(u"one.csv"_s);
         QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, false));
         QCOMPARE(jlfix::readFile(p), Header + Line);
-        QCOMPARE(_JobList::toCSVString(QStringLiteral(";a;;b;")), QStringLiteral("ab"));
+        QCOMPARE(_JobList::toCSVString(u";a;;b;"_s), u"ab"_s);
         // One job stays one line: line breaks and NUL bytes of a value become blanks.
-        QCOMPARE(_JobList::toCSVString(QString::fromUtf16(u"a\r\nb\0c\n", 7)), QStringLiteral("a  b c "));
+        QCOMPARE(_JobList::toCSVString(QString::fromUtf16(u"a\r\nb\0c\n", 7)), u"a  b c "_s);
     }
 
     // Catches columns that fall out of step or numbers rounded the wrong way.
@@ -124,7 +126,7 @@ private slots:
             break;
         }
         const QString line = _JobList::csvLine(*j, FM);
-        QVERIFY(line.endsWith(QStringLiteral(";\r\n")));
+        QVERIFY(line.endsWith(u";\r\n"_s));
         const QStringList cells = line.chopped(2).split(QLatin1Char(';'));
         QCOMPARE(cells.size(), 29); // 28 values, each closed by ";"
         QCOMPARE(cells[column], text);
@@ -142,7 +144,7 @@ private slots:
         }
         l.SetSortID(0, Qt::AscendingOrder);
         l.CreateSelectionList();
-        const QString p = Dir.filePath(QStringLiteral("modes.csv"));
+        const QString p = Dir.filePath(u"modes.csv"_s);
         QVERIFY(l.exportAsCSV(p, nullptr, nullptr, false, false)); // the selection: job 1 only
         QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, true));   // appended: all three, no header
         const QList<QByteArray> lines = jlfix::readFile(p).split('\n');
@@ -154,7 +156,7 @@ private slots:
         QVERIFY(lines[5].isEmpty());
 
         // A file handed in is written to as it stands.
-        QFile f(Dir.filePath(QStringLiteral("given.csv")));
+        QFile f(Dir.filePath(u"given.csv"_s));
         QVERIFY(f.open(QIODevice::WriteOnly));
         QVERIFY(l.exportAsCSV(QString(), l.Queue[2], &f, false, false));
         f.close();

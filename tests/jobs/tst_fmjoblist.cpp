@@ -14,6 +14,8 @@
 #include <cstring>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using jlfix::bytesOf;
 using jlfix::frame;
@@ -96,12 +98,12 @@ private slots:
         QCOMPARE(l->JobCount, 6);
         QCOMPARE(l->Queue[0]->JobID, a->JobID);
         QCOMPARE(l->Queue[1]->JobID, 5002ULL);
-        QCOMPARE(l->Queue[1]->UserName.toQString(), QStringLiteral("old61"));
+        QCOMPARE(l->Queue[1]->UserName.toQString(), u"old61"_s);
         QCOMPARE(l->Queue[1]->SubmitterStructVersion, uint16_t(7));
         QCOMPARE(l->Queue[1]->TotalFrames, 0);
-        QCOMPARE(l->Queue[2]->UserName.toQString(), QStringLiteral("old62"));
-        QCOMPARE(l->Queue[3]->UserName.toQString(), QStringLiteral("old627"));
-        QCOMPARE(l->Queue[3]->UserNameLower.toQString(), QStringLiteral("old627"));
+        QCOMPARE(l->Queue[2]->UserName.toQString(), u"old62"_s);
+        QCOMPARE(l->Queue[3]->UserName.toQString(), u"old627"_s);
+        QCOMPARE(l->Queue[3]->UserNameLower.toQString(), u"old627"_s);
         QCOMPARE(l->Queue[4]->JobID, e->JobID);
         QCOMPARE(l->Queue[5]->JobID, 0ULL); // kept as the empty job
         for (int i = 0; i < l->JobCount; ++i)
@@ -109,11 +111,11 @@ private slots:
         QCOMPARE(l->SortedCount, 6);
 
         const QStringList expected = {
-            QStringLiteral("10|0|{ALL} ") + p + QStringLiteral("   loading..."),
+            u"10|0|{ALL} "_s + p + u"   loading..."_s,
             QStringLiteral(
                 "1|0|{ALL} Error reading job #2; Data size does not match. file:37000 intern:37980"),
-            QStringLiteral("2|0|{ALL} 5 Jobs in jobs.db could not be loaded; "),
-            QStringLiteral("4|8|{ALL} 6 jobs loaded"),
+            u"2|0|{ALL} 5 Jobs in jobs.db could not be loaded; "_s,
+            u"4|8|{ALL} 6 jobs loaded"_s,
         };
         QCOMPARE(log.Lines, expected);
 
@@ -127,8 +129,7 @@ private slots:
         QCOMPARE(quiet->LastLoad.Failed, 5);
         QCOMPARE(quiet->LastLoad.Skipped, 1);
         QCOMPARE(quiet->LastLoad.Messages.size(), 2);
-        QCOMPARE(quiet->LastLoad.Messages.last().second,
-                 QStringLiteral("{ALL} 5 Jobs in jobs.db could not be loaded; "));
+        QCOMPARE(quiet->LastLoad.Messages.last().second, u"{ALL} 5 Jobs in jobs.db could not be loaded; "_s);
     }
 
     // Catches frames lost, reordered or reported out of turn where a long file is read ahead in
@@ -164,7 +165,7 @@ private slots:
             bad[3] = 'q';
             f += bad;
         }
-        const QString p = path(QStringLiteral("runs.db"));
+        const QString p = path(u"runs.db"_s);
         QVERIFY(jlfix::writeFile(p, f));
         auto l = newList();
         jlfix::LogCapture log(0, 2);
@@ -175,12 +176,11 @@ private slots:
         QStringList expected;
         if (!damaged.isEmpty())
             // The number is the job count with the record of the failing frame already taken.
-            expected << QStringLiteral("1|0|{ALL} Error decompressing job #%1; ").arg(damaged.first() + 1);
+            expected << u"1|0|{ALL} Error decompressing job #%1; "_s.arg(damaged.first() + 1);
         if (badMagicAtEnd)
-            expected << QStringLiteral("1|0|{ALL} jobs.db format error!");
+            expected << u"1|0|{ALL} jobs.db format error!"_s;
         else if (!damaged.isEmpty())
-            expected
-                << QStringLiteral("2|0|{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(damaged.size());
+            expected << u"2|0|{ALL} %1 Jobs in jobs.db could not be loaded; "_s.arg(damaged.size());
         QCOMPARE(log.Lines.size(), expected.size());
         for (int i = 0; i < expected.size(); ++i)
             QVERIFY2(log.Lines[i].startsWith(expected[i]), qPrintable(log.Lines[i]));
@@ -202,17 +202,13 @@ private slots:
         QByteArray noNul = good;
         noNul[44] = 'x';
         QTest::newRow("empty") << QByteArray() << true << 0 << QString();
-        QTest::newRow("63 bytes") << good.left(63) << false << 0
-                                  << QStringLiteral("0|0|{ALL} Wrong file size '%1'!; ");
-        QTest::newRow("magic") << badMagic << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
-        QTest::newRow("magic without end")
-            << noNul << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
+        QTest::newRow("63 bytes") << good.left(63) << false << 0 << u"0|0|{ALL} Wrong file size '%1'!; "_s;
+        QTest::newRow("magic") << badMagic << false << 0 << u"1|0|{ALL} jobs.db format error!"_s;
+        QTest::newRow("magic without end") << noNul << false << 0 << u"1|0|{ALL} jobs.db format error!"_s;
         QTest::newRow("second magic")
-            << good + badMagic << false << 1 << QStringLiteral("1|0|{ALL} jobs.db format error!");
-        QTest::newRow("buffer") << huge << false << 0
-                                << QStringLiteral("1|0|{ALL} Job read buffer too small!");
-        QTest::newRow("no body") << good.left(64) << false << 0
-                                 << QStringLiteral("1|0|{ALL} Unable to read '%1' !; ");
+            << good + badMagic << false << 1 << u"1|0|{ALL} jobs.db format error!"_s;
+        QTest::newRow("buffer") << huge << false << 0 << u"1|0|{ALL} Job read buffer too small!"_s;
+        QTest::newRow("no body") << good.left(64) << false << 0 << u"1|0|{ALL} Unable to read '%1' !; "_s;
     }
     void loadFileFailures()
     {
@@ -220,7 +216,7 @@ private slots:
         QFETCH(bool, result);
         QFETCH(int, jobs);
         QFETCH(QString, message);
-        const QString p = path(QStringLiteral("fail.db"));
+        const QString p = path(u"fail.db"_s);
         QVERIFY(jlfix::writeFile(p, bytes));
         auto l = newList();
         jlfix::LogCapture log(0, 2);
@@ -241,8 +237,8 @@ private slots:
         QTest::addColumn<double>("value");
         QTest::addColumn<bool>("kept");
         QTest::addColumn<QString>("message");
-        const QString data = QStringLiteral("1|0|{ALL} Error decompressing job #1; Data error!");
-        const QString id = QStringLiteral("1|0|{ALL} Error decompressing job #1; Data error job ID!");
+        const QString data = u"1|0|{ALL} Error decompressing job #1; Data error!"_s;
+        const QString id = u"1|0|{ALL} Error decompressing job #1; Data error job ID!"_s;
         const double nan = std::numeric_limits<double>::quiet_NaN();
         QTest::newRow("step 9999") << 0 << 9999.0 << true << QString();
         QTest::newRow("step 10000") << 0 << 10000.0 << false << data;
@@ -288,7 +284,7 @@ private slots:
             r->SubmitterStructVersion = 6;
             break;
         }
-        const QString p = path(QStringLiteral("plaus.db"));
+        const QString p = path(u"plaus.db"_s);
         QVERIFY(jlfix::writeFile(p, frameOf(*r)));
         auto l = newList();
         jlfix::LogCapture log(1, 1);
@@ -309,12 +305,11 @@ private slots:
             r->Selected = uint8_t(n % 2);
             j->fromJobSave(r.get(), FM);
         }
-        const QString p = path(QStringLiteral("round.db"));
+        const QString p = path(u"round.db"_s);
         jlfix::LogCapture log(4, 4);
-        QVERIFY(l->SaveFileJobs(false, p, true, QStringLiteral("pre ")));
-        QCOMPARE(log.Lines,
-                 (QStringList{QStringLiteral("4|8|pre {ALL} ") + p + QStringLiteral("   saving..."),
-                              QStringLiteral("4|8|{ALL} jobs.db (30 jobs) saved.")}));
+        QVERIFY(l->SaveFileJobs(false, p, true, u"pre "_s));
+        QCOMPARE(log.Lines, (QStringList{u"4|8|pre {ALL} "_s + p + u"   saving..."_s,
+                                         u"4|8|{ALL} jobs.db (30 jobs) saved."_s}));
         QVERIFY(l->TimeSaved.t > 0);
 
         // The frames as they stand in the file.
@@ -358,14 +353,14 @@ private slots:
     // Catches a save of an empty list that leaves the old file.
     void saveEmptyDeletesFile()
     {
-        const QString p = path(QStringLiteral("empty.db"));
+        const QString p = path(u"empty.db"_s);
         QVERIFY(jlfix::writeFile(p, frameOf(*makeRecord(1))));
         auto l = newList();
         QVERIFY(l->SaveFileJobs(false, p, false, QString()));
         QVERIFY(!QFile::exists(p));
         // A list that works on a local copy never touches the file.
         QVERIFY(jlfix::writeFile(p, "x"));
-        l->AltLocalDBPath = Dir.path() + QStringLiteral("/");
+        l->AltLocalDBPath = Dir.path() + u"/"_s;
         QVERIFY(l->SaveFileJobs(false, p, false, QString()));
         QVERIFY(QFile::exists(p));
     }
@@ -376,8 +371,8 @@ private slots:
         QTest::addColumn<bool>("block30");
         QTest::addColumn<bool>("block302");
         QTest::addColumn<QString>("backup");
-        QTest::newRow("bak30") << false << false << QStringLiteral(".bak30");
-        QTest::newRow("bak302") << true << false << QStringLiteral(".bak302");
+        QTest::newRow("bak30") << false << false << u".bak30"_s;
+        QTest::newRow("bak302") << true << false << u".bak302"_s;
         QTest::newRow("none") << true << true << QString();
     }
     void backups()
@@ -386,12 +381,12 @@ private slots:
         QFETCH(bool, block302);
         QFETCH(QString, backup);
         QTemporaryDir d;
-        const QString p = d.filePath(QStringLiteral("proj.db"));
+        const QString p = d.filePath(u"proj.db"_s);
         const QByteArray old = frameOf(*makeRecord(1));
         QVERIFY(jlfix::writeFile(p, old));
         // A folder that is not empty can't be deleted as a file: the backup name stays taken.
-        if (block30) QVERIFY(QDir().mkpath(p + QStringLiteral(".bak30/x")));
-        if (block302) QVERIFY(QDir().mkpath(p + QStringLiteral(".bak302/x")));
+        if (block30) QVERIFY(QDir().mkpath(p + u".bak30/x"_s));
+        if (block302) QVERIFY(QDir().mkpath(p + u".bak302/x"_s));
         QVERIFY(jlfix::writeFile(p + ".bak30", "old backup") || block30);
 
         auto l = newList();
@@ -417,7 +412,7 @@ private slots:
             f += frameOf(*makeRecord(n));
             ends.append(f.size());
         }
-        const QString p = path(QStringLiteral("cut.db"));
+        const QString p = path(u"cut.db"_s);
         auto l = newList();
         for (int cut = 0; cut <= f.size(); ++cut) {
             QVERIFY(jlfix::writeFile(p, f.left(cut)));

@@ -69,7 +69,7 @@ private slots:
     {
         QFETCH(QString, cause);
         QFETCH(QString, text);
-        const QString p = path(QStringLiteral("fail_%1.db").arg(cause));
+        const QString p = path(u"fail_%1.db"_s.arg(cause));
         const QByteArray original = fileOf({1, 2, 3, 4, 5, 6, 7, 8});
         QVERIFY(jlfix::writeFile(p, original));
         _JobList l(FM);
@@ -88,7 +88,7 @@ private slots:
             setrlimit(RLIMIT_FSIZE, &old);
         } else {
             fmFileLocker foreign(p);
-            QVERIFY(foreign.lock(0, QStringLiteral("other machine")));
+            QVERIFY(foreign.lock(0, u"other machine"_s));
             saved = l.SaveSources(messages, 300);
         }
         QVERIFY(!saved);
@@ -96,18 +96,18 @@ private slots:
         QCOMPARE(messages.size(), 1);
         QVERIFY2(messages.first().contains(p) && messages.first().contains(text),
                  qPrintable(messages.first()));
-        QCOMPARE(QDir(Dir.path()).entryList({QStringLiteral("fail_%1.db*").arg(cause)}, QDir::Files),
-                 QStringList{QStringLiteral("fail_%1.db").arg(cause)}); // no temporary file left
+        QCOMPARE(QDir(Dir.path()).entryList({u"fail_%1.db*"_s.arg(cause)}, QDir::Files),
+                 QStringList{u"fail_%1.db"_s.arg(cause)}); // no temporary file left
         messages.clear();
         QVERIFY(l.SaveSources(messages, 0)); // the next try works and writes what the list lacks
         QCOMPARE(numbersIn(p), (QList<int>{1, 2, 4, 5, 6, 7, 8}));
-        QCOMPARE(jlfix::readFile(p + QStringLiteral(".bak30")), original);
+        QCOMPARE(jlfix::readFile(p + u".bak30"_s), original);
     }
 
     // Catches a save that writes the loaded list back and so loses a job another writer added.
     void appendedJobSurvives()
     {
-        const QString p = path(QStringLiteral("append.db"));
+        const QString p = path(u"append.db"_s);
         QVERIFY(jlfix::writeFile(p, fileOf({1, 2, 3})));
         _JobList l(FM);
         QVERIFY(l.LoadFileJobs(p));
@@ -125,7 +125,7 @@ private slots:
     // brings back a job deleted from another file.
     void deleteInSeveralFiles()
     {
-        QVERIFY(QDir(Dir.path()).mkpath(QStringLiteral("__2010")));
+        QVERIFY(QDir(Dir.path()).mkpath(u"__2010"_s));
         const QStringList files = {path("multi.db"), path("multi.db61"), path("__2010/multi.db")};
         const QList<QList<int>> jobs = {{1, 2, 3}, {4, 5, 6}, {7, 8}};
         for (int f = 0; f < 3; ++f)
@@ -149,7 +149,7 @@ private slots:
     // Catches frames that differ from one compress() of the record, in order (the pool's work).
     void framesAsSerial()
     {
-        const QString p = path(QStringLiteral("serial.db"));
+        const QString p = path(u"serial.db"_s);
         QList<int> numbers;
         for (int n = 0; n < 300; ++n)
             numbers.append(n); // more than one chunk of the pool's work

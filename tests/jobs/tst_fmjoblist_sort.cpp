@@ -119,10 +119,8 @@ std::unique_ptr<_JobList> makeList(int count, unsigned seed, const QString& comm
 {
     auto l = std::make_unique<_JobList>(FM, nullptr);
     std::mt19937 rnd(seed);
-    const QStringList words = {
-        QStringLiteral("abc"),           QStringLiteral("Abc"),     QStringLiteral("abcdefgh"),
-        QStringLiteral("abcdefgz"),      QStringLiteral("ab"),      QStringLiteral(""),
-        QStringLiteral("\u00e9t\u00e9"), QStringLiteral("\u0100x"), QStringLiteral("zz")};
+    const QStringList words = {u"abc"_s, u"Abc"_s,           u"abcdefgh"_s, u"abcdefgz"_s, u"ab"_s,
+                               u""_s,    u"\u00e9t\u00e9"_s, u"\u0100x"_s,  u"zz"_s};
     auto w = [&]() { return common + words[int(rnd() % unsigned(words.size()))]; };
     for (int n = 0; n < count; ++n) {
         auto r = jlfix::makeRecord(n);
@@ -173,13 +171,13 @@ private slots:
         QTest::addColumn<QString>("common");
         for (int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 18, 20, 21, 24, 99, 100})
             for (int order : {0, 1})
-                QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc")))
+                QTest::newRow(qPrintable(u"%1 %2"_s.arg(id).arg(order ? "desc" : "asc")))
                     << id << order << QString();
         // Every text of a column begins alike, one is nothing more than that beginning.
         for (int id : {1, 3, 8})
             for (int order : {0, 1})
-                QTest::newRow(qPrintable(QStringLiteral("%1 %2 common").arg(id).arg(order ? "desc" : "asc")))
-                    << id << order << QStringLiteral("/mnt/projects/");
+                QTest::newRow(qPrintable(u"%1 %2 common"_s.arg(id).arg(order ? "desc" : "asc")))
+                    << id << order << u"/mnt/projects/"_s;
     }
     void sortEveryColumn()
     {
@@ -263,16 +261,16 @@ private slots:
         QTest::newRow("text inverted")
             << u""_s << u""_s << u""_s << u"secret"_s << true << false << QList<int>{0, 1, 3};
         QTest::newRow("text non-ASCII")
-            << u""_s << u""_s << u""_s << QStringLiteral("\u00c4RGER") << false << false << QList<int>{1};
+            << u""_s << u""_s << u""_s << u"\u00c4RGER"_s << false << false << QList<int>{1};
         QTest::newRow("text kelvin") << u""_s << u""_s << u""_s << u"kelvin"_s << false << false
                                      << QList<int>{3};
         QTest::newRow("text job id") << u""_s << u""_s << u""_s << u"{"_s << false << false
                                      << QList<int>{0, 1, 2, 3};
         // Names beyond ASCII, in the other case than the jobs have them.
         QTest::newRow("user non-ASCII")
-            << QStringLiteral("\u00f6LAF") << u""_s << u""_s << u""_s << false << false << QList<int>{1};
-        QTest::newRow("project non-ASCII") << u""_s << QStringLiteral("\u00e6ther \u03c3") << u""_s << u""_s
-                                           << false << false << QList<int>{2};
+            << u"\u00f6LAF"_s << u""_s << u""_s << u""_s << false << false << QList<int>{1};
+        QTest::newRow("project non-ASCII")
+            << u""_s << u"\u00e6ther \u03c3"_s << u""_s << u""_s << false << false << QList<int>{2};
     }
     void filter()
     {
@@ -290,10 +288,9 @@ private slots:
         };
         const J jobs[] = {
             {"anna", "Show", "Maya", "", "/out/a/", "a"},
-            {QStringLiteral("\u00d6laf"), "show", "Nuke", "mtoa", "/out/b/", QStringLiteral("\u00e4rger")},
-            {"Anna", QStringLiteral("\u00c6THER \u03a3"), "maya2", "", "/out/SeCrEt/c/", "c"},
-            {"carl", "ABCDEFGHIJKLMNOPQRSTUVWXYZ123456", "Houdini", "", "/out/d/",
-             QStringLiteral("\u212Aelvin")},
+            {u"\u00d6laf"_s, "show", "Nuke", "mtoa", "/out/b/", u"\u00e4rger"_s},
+            {"Anna", u"\u00c6THER \u03a3"_s, "maya2", "", "/out/SeCrEt/c/", "c"},
+            {"carl", "ABCDEFGHIJKLMNOPQRSTUVWXYZ123456", "Houdini", "", "/out/d/", u"\u212Aelvin"_s},
         };
         for (const J& j : jobs) {
             auto r = jlfix::makeRecord(int(&j - jobs));
@@ -328,7 +325,7 @@ private slots:
         QTest::addColumn<QString>("text");
         for (int id : {-1, 0, 3, 18})
             for (int order : {0, 1})
-                QTest::newRow(qPrintable(QStringLiteral("%1/%2").arg(id).arg(order))) << id << order << "";
+                QTest::newRow(qPrintable(u"%1/%2"_s.arg(id).arg(order))) << id << order << "";
         QTest::newRow("filtered") << 1 << 0 << "ab";
     }
     void batchedLoadEqualsPerJob()
@@ -337,7 +334,7 @@ private slots:
         QFETCH(int, order);
         QFETCH(QString, text);
         QTemporaryDir dir;
-        const QString p = dir.filePath(QStringLiteral("many.db"));
+        const QString p = dir.filePath(u"many.db"_s);
         auto source = makeList(80, 99);
         QVERIFY(source->SaveFileJobs(false, p, false, QString()));
         // Frames that fail in between delete records during the load.

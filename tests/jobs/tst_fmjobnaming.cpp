@@ -131,13 +131,13 @@ private slots:
         job->SceneName = "x:/proj/a.ma"; // the prefix test ignores case
         job->ImageDir = "X:/proj/out/";
         job->ImageChannels[1].FileName = "X:/proj/aov/specular";
-        job->customSet_Str(QStringLiteral("cache"), QStringLiteral("X:/proj/cache"));
+        job->customSet_Str(u"cache"_s, u"X:/proj/cache"_s);
         job->ConvertPathsToOS(FM, _fmOS_Linux, false);
         QCOMPARE(int(job->PathOS), int(_fmOS_Linux));
-        QCOMPARE(job->SceneName.toQString(), QStringLiteral("/mnt/x/proj/a.ma"));
-        QCOMPARE(job->ImageDir.toQString(), QStringLiteral("/mnt/x/proj/out/"));
-        QCOMPARE(job->ImageChannels[1].FileName.toQString(), QStringLiteral("/mnt/x/proj/aov/specular"));
-        QCOMPARE(job->custom_Str(QStringLiteral("cache")), QStringLiteral("/mnt/x/proj/cache"));
+        QCOMPARE(job->SceneName.toQString(), u"/mnt/x/proj/a.ma"_s);
+        QCOMPARE(job->ImageDir.toQString(), u"/mnt/x/proj/out/"_s);
+        QCOMPARE(job->ImageChannels[1].FileName.toQString(), u"/mnt/x/proj/aov/specular"_s);
+        QCOMPARE(job->custom_Str(u"cache"_s), u"/mnt/x/proj/cache"_s);
 
         auto win = newJob();
         win->ImageDir = "X:\\proj\\out\\";
@@ -161,11 +161,11 @@ private slots:
         FM.RootPath = "/farm/";
         auto job = newJob();
         job->JobFilesFolder = "abc";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("/farm/jobfiles/abc/"));
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"/farm/jobfiles/abc/"_s);
         job->JobFilesFolder = "/abs/files";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("/abs/files/"));
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"/abs/files/"_s);
         job->JobFilesFolder = "X:\\files\\";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("X:\\files\\/"));
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"X:\\files\\/"_s);
 
         job->JobFilesFolder = "/jf/";
         job->SeqStart = 1;
@@ -178,9 +178,9 @@ private slots:
         QCOMPARE(job->previewID2FrameNr(0), 0);
         QCOMPARE(job->previewID2FrameNr(4), 99);
         QCOMPARE(job->previewID2FrameNr(2), 30);
-        QCOMPARE(job->previewFilenameRGB(FM, 2), QStringLiteral("/jf/p00031.jpg"));
-        QCOMPARE(job->previewFilenameThumbnail(FM, 0), QStringLiteral("/jf/p00001_t.jpg"));
-        QCOMPARE(job->previewFilenameA(FM, 99), QStringLiteral("/jf/p00100_a.jpg"));
+        QCOMPARE(job->previewFilenameRGB(FM, 2), u"/jf/p00031.jpg"_s);
+        QCOMPARE(job->previewFilenameThumbnail(FM, 0), u"/jf/p00001_t.jpg"_s);
+        QCOMPARE(job->previewFilenameA(FM, 99), u"/jf/p00100_a.jpg"_s);
     }
 };
 

@@ -122,10 +122,9 @@ private slots:
         job->SeqEnd = 200;
         job->SeqStep = 2;
         job->fmClearSend();
-        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(),
-                 QStringLiteral("Successful  101-107"));
+        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), u"Successful  101-107"_s);
         job->ImageChannelCount = 3;
-        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), QStringLiteral("Successful  1-4"));
+        QCOMPARE(Log2Str(logEntry(14, 0, 3, 1), job.get()).toQString(), u"Successful  1-4"_s);
     }
 
     // Catches a wrong trim of a full log (the 751st entry leaves 376) and the repeat rule of 40.
@@ -213,19 +212,19 @@ private slots:
         job->CustomVersionName = "v3";
         job->SceneName = "D:/work/Scenes/a.mb";
         const QString busy = job->GetJobLogString(true, 5);
-        QVERIFY(busy.contains(QStringLiteral(" Low CPU 5min   Proj|Maya|s1-sh2-v3|PREVIEW|")));
-        QVERIFY(busy.endsWith(QStringLiteral("rk / a"))); // cut from the left to fit 55
+        QVERIFY(busy.contains(u" Low CPU 5min   Proj|Maya|s1-sh2-v3|PREVIEW|"_s));
+        QVERIFY(busy.endsWith(u"rk / a"_s)); // cut from the left to fit 55
         QCOMPARE(busy.size(), 55);
         const QString line = job->GetJobLogString(false, 0);
-        QVERIFY(line.endsWith(QStringLiteral("s1-sh2-v3|                  D:/work / a")));
+        QVERIFY(line.endsWith(u"s1-sh2-v3|                  D:/work / a"_s));
         QCOMPARE(line.size(), 55);
         job->SceneName = "/mnt/projects/some/very/long/folder/structure/for/the/scene/file.ma";
         const QString longLine = job->GetJobLogString(false, 0);
         QCOMPARE(longLine.size(), 55);
-        QVERIFY(longLine.endsWith(QStringLiteral(" / file")));
+        QVERIFY(longLine.endsWith(u" / file"_s));
         job->SceneName = "?waiting for update. Or user right to view is missing.";
-        QVERIFY(job->GetJobLogString(false, 0).endsWith(QStringLiteral("s1-sh2-v3|")));
-        QVERIFY(job->GetJobLogStringShort(false, 9).endsWith(QStringLiteral(" LowCPU 9min|Maya|Proj")));
+        QVERIFY(job->GetJobLogString(false, 0).endsWith(u"s1-sh2-v3|"_s));
+        QVERIFY(job->GetJobLogStringShort(false, 9).endsWith(u" LowCPU 9min|Maya|Proj"_s));
     }
 };
 

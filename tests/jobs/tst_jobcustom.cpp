@@ -4,6 +4,8 @@
 #include <QTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using namespace jobtest;
 
@@ -31,8 +33,7 @@ private slots:
     void byteFormat()
     {
         auto job = std::make_unique<_JobBasics>();
-        job->customSet_All({QStringLiteral("ab"), QStringLiteral("W")},
-                           {QStringLiteral("xyz"), QString(QChar(0x263A))});
+        job->customSet_All({u"ab"_s, u"W"_s}, {u"xyz"_s, QString(QChar(0x263A))});
         Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
         QCOMPARE(r.count(), 2);
         // "c" 0x00 0x0F 0x00 0x03 "ab" NUL | "u" 0x00 0x12 0x00 0x01 "W" NUL | "xyz" | 0x26 0x3A
@@ -49,13 +50,10 @@ private slots:
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("lookup");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("latin1") << QStringLiteral("h\u00E9llo") << QStringLiteral("userinfo")
-                                << QStringLiteral("h\u00E9llo");
-        QTest::newRow("upper case name")
-            << QStringLiteral("v") << QStringLiteral("USERINFO") << QStringLiteral("v");
-        QTest::newRow("wide") << QStringLiteral("a\u263Ab") << QStringLiteral("UserInfo")
-                              << QStringLiteral("a:b");
-        QTest::newRow("empty value") << QString() << QStringLiteral("UserInfo") << QString();
+        QTest::newRow("latin1") << u"h\u00E9llo"_s << u"userinfo"_s << u"h\u00E9llo"_s;
+        QTest::newRow("upper case name") << u"v"_s << u"USERINFO"_s << u"v"_s;
+        QTest::newRow("wide") << u"a\u263Ab"_s << u"UserInfo"_s << u"a:b"_s;
+        QTest::newRow("empty value") << QString() << u"UserInfo"_s << QString();
     }
     void readBack()
     {
@@ -73,22 +71,21 @@ private slots:
     void byID()
     {
         auto job = std::make_unique<_JobBasics>();
-        job->customSet_All({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")},
-                           {QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")});
-        QCOMPARE(job->custom_StrByID(2), QStringLiteral("3"));
-        QCOMPARE(job->custom_NameByID(0), QStringLiteral("a"));
+        job->customSet_All({u"a"_s, u"b"_s, u"c"_s}, {u"1"_s, u"2"_s, u"3"_s});
+        QCOMPARE(job->custom_StrByID(2), u"3"_s);
+        QCOMPARE(job->custom_NameByID(0), u"a"_s);
         QVERIFY(job->custom_StrByID(3).isNull());
         QVERIFY(job->custom_StrByID(-1).isNull());
         std::vector<uint8_t> before(JobCustomData_Size);
         std::memcpy(before.data(), job->CustomData, before.size());
-        job->customSet_StrByID(3, QStringLiteral("x"));
-        job->customSet_StrByID(-1, QStringLiteral("x"));
+        job->customSet_StrByID(3, u"x"_s);
+        job->customSet_StrByID(-1, u"x"_s);
         QCOMPARE(std::memcmp(before.data(), job->CustomData, before.size()), 0);
-        job->customSet_StrByID(1, QStringLiteral("two"));
-        QCOMPARE(job->custom_StrByID(1), QStringLiteral("two"));
+        job->customSet_StrByID(1, u"two"_s);
+        QCOMPARE(job->custom_StrByID(1), u"two"_s);
         job->customSet_StrByID(0, QString());
         QCOMPARE(job->custom_maxIDs(), 2);
-        QCOMPARE(job->custom_NameByID(0), QStringLiteral("b"));
+        QCOMPARE(job->custom_NameByID(0), u"b"_s);
     }
 
     // The 5000-byte limit: the entry that passes it and all later ones are dropped, nothing is
@@ -112,13 +109,12 @@ private slots:
         QFETCH(int, kept);
         auto job = std::make_unique<_JobBasics>();
         const QString big(firstLength, wide ? QChar(0x0101) : QLatin1Char('x'));
-        job->customSet_All({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")},
-                           {big, QString(20, QLatin1Char('y')), QStringLiteral("z")});
+        job->customSet_All({u"a"_s, u"b"_s, u"c"_s}, {big, QString(20, QLatin1Char('y')), u"z"_s});
         QCOMPARE(job->custom_maxIDs(), kept);
         Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
         QVERIFY(r.valueEnd() <= JobCustomData_Size);
-        if (kept > 0) QCOMPARE(job->custom_Str(QStringLiteral("a")).size(), firstLength);
-        if (kept == 3) QCOMPARE(job->custom_Str(QStringLiteral("c")), QStringLiteral("z"));
+        if (kept > 0) QCOMPARE(job->custom_Str(u"a"_s).size(), firstLength);
+        if (kept == 3) QCOMPARE(job->custom_Str(u"c"_s), u"z"_s);
     }
 
     // A block from a damaged or hostile file: reads stay inside the 5000 bytes and the bytes are kept.
@@ -167,7 +163,7 @@ private slots:
         std::vector<uint8_t> before(sizeof(_JobBasics));
         std::memcpy(before.data(), rec, before.size());
 
-        const QString v = job->custom_Str(QStringLiteral("KEY"));
+        const QString v = job->custom_Str(u"KEY"_s);
         QCOMPARE(int(v.isNull() ? -1 : v.size()), valueLength);
         QStringList names, values;
         job->custom_All(names, values);
@@ -183,8 +179,8 @@ private slots:
         QCOMPARE(std::memcmp(before.data(), rec, before.size()), 0); // reading repairs nothing
 
         // Writing rebuilds the block from what could be read, within its bounds.
-        job->customSet_Str(QStringLiteral("UserInfo"), QStringLiteral("ok"));
-        QCOMPARE(job->custom_UserInfo(), QStringLiteral("ok"));
+        job->customSet_Str(u"UserInfo"_s, u"ok"_s);
+        QCOMPARE(job->custom_UserInfo(), u"ok"_s);
         QVERIFY(readAt<int32_t>(rec, kBasicsBlock + 4) <= JobCustomData_Size);
     }
 };

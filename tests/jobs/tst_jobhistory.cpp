@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using namespace jobtest;
 
@@ -481,15 +483,15 @@ private slots:
     void runtimeKeys()
     {
         auto h = std::make_unique<_jobsHistoryDB>();
-        h->UserName = QStringLiteral("AnNa \u00C4rger");
-        h->CompanyProjectName = QStringLiteral("The BIG Project Of Thirty Chars");
+        h->UserName = u"AnNa \u00C4rger"_s;
+        h->CompanyProjectName = u"The BIG Project Of Thirty Chars"_s;
         h->TotalGhzHours = 1.0f;
         auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
         rt->fromJobSave(h.get(), nullptr, 0);
-        QCOMPARE(rt->UserNameLower.toQString(), QStringLiteral("anna \u00E4rger"));
-        QCOMPARE(rt->CompanyProjectLower.toQString(), QStringLiteral("the big project of thirty"));
+        QCOMPARE(rt->UserNameLower.toQString(), u"anna \u00E4rger"_s);
+        QCOMPARE(rt->CompanyProjectLower.toQString(), u"the big project of thirty"_s);
         QCOMPARE(int(rt->CompanyProjectLower.Data[25]), 0);
-        QCOMPARE(rt->CompanyProjectName.toQString(), QStringLiteral("The BIG Project Of Thirty Chars"));
+        QCOMPARE(rt->CompanyProjectName.toQString(), u"The BIG Project Of Thirty Chars"_s);
     }
 
     // The GHz-hours estimate: which clients count, the average and the guards.

@@ -6,6 +6,8 @@
 #include <limits>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using namespace jobtest;
 
@@ -194,18 +196,17 @@ private slots:
         job->Priority = 99;
         job->fromMinInfo(&info, true, true);
         QCOMPARE((unsigned long long)job->JobID, 0x0123456789ull);
-        QCOMPARE(job->UserName.toQString(), QStringLiteral("anna"));
-        QCOMPARE(job->CompanyProjectName.toQString(), QStringLiteral("Big Film"));
-        QCOMPARE(job->Software.toQString(), QStringLiteral("Maya"));
+        QCOMPARE(job->UserName.toQString(), u"anna"_s);
+        QCOMPARE(job->CompanyProjectName.toQString(), u"Big Film"_s);
+        QCOMPARE(job->Software.toQString(), u"Maya"_s);
         QCOMPARE(int(job->JobFlags), 0x34);
         QCOMPARE(int(job->ServerOnly), 1);
         QCOMPARE(int(job->Disabled), 1);
         QCOMPARE(int(job->Status), 200);
         QCOMPARE(int(job->Priority), 50); // cleared first
-        QCOMPARE(job->SceneName.toQString(),
-                 QStringLiteral("?waiting for update. Or user right to view is missing."));
-        QCOMPARE(job->Camera.toQString(), QStringLiteral("?update?"));
-        QCOMPARE(job->ImageFileName.toQString(), QStringLiteral("?update?"));
+        QCOMPARE(job->SceneName.toQString(), u"?waiting for update. Or user right to view is missing."_s);
+        QCOMPARE(job->Camera.toQString(), u"?update?"_s);
+        QCOMPARE(job->ImageFileName.toQString(), u"?update?"_s);
         QCOMPARE(double(job->SeqStart), -1.0);
         QCOMPARE(double(job->SeqEnd), -1.0);
 
@@ -216,8 +217,8 @@ private slots:
         kept->Priority = 99;
         info.Bits = 0;
         kept->fromMinInfo(&info, false, false);
-        QCOMPARE(kept->Camera.toQString(), QStringLiteral("cam"));
-        QCOMPARE(kept->CustomSeQName.toQString(), QStringLiteral("seq")); // not a field of the list
+        QCOMPARE(kept->Camera.toQString(), u"cam"_s);
+        QCOMPARE(kept->CustomSeQName.toQString(), u"seq"_s); // not a field of the list
         QCOMPARE(int(kept->Priority), 99);
         QCOMPARE(int(kept->Status), 0);
         QCOMPARE(int(kept->ServerOnly), 0);
@@ -351,11 +352,11 @@ private slots:
         for (int i = 0; i < 11; ++i)
             writeAt<unsigned long long>(c.get(), 4 + 8 * size_t(i), 10000ull << 24);
         const QString s = c->idsAsString();
-        QCOMPARE(s.count(QStringLiteral("{AAB}, ")), 11);
+        QCOMPARE(s.count(u"{AAB}, "_s), 11);
         QCOMPARE(s.count(QLatin1Char('\n')), 1);
         QVERIFY(s.indexOf(QLatin1Char('\n')) == 10 * 7);
         c->Count = 32767;
-        QCOMPARE(c->idsAsString().count(QStringLiteral(", ")), 7500);
+        QCOMPARE(c->idsAsString().count(u", "_s), 7500);
         c->Count = -5;
         QVERIFY(c->idsAsString().isEmpty());
 
@@ -363,7 +364,7 @@ private slots:
         QCOMPARE(readAt<uint16_t>(settings.get(), 0), uint16_t(0x0403));
         QCOMPARE(readAt<uint16_t>(settings.get(), 2), uint16_t(3));
         settings->Count = 2;
-        QCOMPARE(settings->idsAsString(), QStringLiteral("{AAA}, {AAA}, "));
+        QCOMPARE(settings->idsAsString(), u"{AAA}, {AAA}, "_s);
     }
 
     // Only masked fields change; mirrors, custom values and the option list follow their rules.
@@ -374,7 +375,7 @@ private slots:
         auto mask = std::make_unique<_SettingsOnly>();
         job->Priority = 10;
         job->SeqEnd = 50.0;
-        job->customSet_Str(QStringLiteral("fmEnvLine"), QStringLiteral("A=1"));
+        job->customSet_Str(u"fmEnvLine"_s, u"A=1"_s);
         _JobCustomOption existing{};
         existing.Name = "Quality";
         existing.Value = 1;
@@ -395,9 +396,8 @@ private slots:
         values->OptionFlags[5] = 9;
         mask->OptionFlags[5] = 1;
         values->OptionFlags[6] = 9; // not masked
-        values->customSet_All({QStringLiteral("UserInfo"), QStringLiteral("Other")},
-                              {QStringLiteral("hello"), QStringLiteral("ignored")});
-        mask->customSet_Str(QStringLiteral("userinfo"), QStringLiteral("1"));
+        values->customSet_All({u"UserInfo"_s, u"Other"_s}, {u"hello"_s, u"ignored"_s});
+        mask->customSet_Str(u"userinfo"_s, u"1"_s);
         _JobCustomOption changed{};
         changed.Name = "QUALITY";
         changed.Value = 2;
@@ -415,16 +415,16 @@ private slots:
         QCOMPARE(int(job->SeqDivMIN), 3);
         QCOMPARE(int(job->SeqDivMINCurrent), 3);
         QCOMPARE(int(job->SeqDivMAX), 25);
-        QCOMPARE(job->UserName.toQString(), QStringLiteral("bob"));
+        QCOMPARE(job->UserName.toQString(), u"bob"_s);
         QVERIFY(job->Color_ID >= 1 && job->Color_ID <= 7); // a derived colour request was resolved
         QCOMPARE(job->SubmitterText150.len(), 150);
         QCOMPARE(int(job->OptionFlags[5]), 9);
         QCOMPARE(int(job->OptionFlags[6]), 0);
-        QCOMPARE(job->custom_Str(QStringLiteral("UserInfo")), QStringLiteral("hello"));
-        QVERIFY(job->custom_Str(QStringLiteral("Other")).isNull());
+        QCOMPARE(job->custom_Str(u"UserInfo"_s), u"hello"_s);
+        QVERIFY(job->custom_Str(u"Other"_s).isNull());
         QCOMPARE(int(job->CustomOptionCount), 2);
         QCOMPARE(int(job->CustomOptions[0].Value), 2);
-        QCOMPARE(job->CustomOptions[1].Name.toQString(), QStringLiteral("Denoise"));
+        QCOMPARE(job->CustomOptions[1].Name.toQString(), u"Denoise"_s);
     }
 };
 

@@ -4,11 +4,13 @@
 #include <QFile>
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 fmTestRoot::fmTestRoot(const QString& name, bool cfgGlobal)
 {
     Path = Dir.path() + QLatin1Char('/') + name + QLatin1Char('/');
     QDir().mkpath(Path);
-    if (cfgGlobal) makeFolder(QStringLiteral("sub/cfg_global"));
+    if (cfgGlobal) makeFolder(u"sub/cfg_global"_s);
 }
 
 QString fmTestRoot::makeFolder(const QString& rel) const

@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QString kWindow = QStringLiteral(FM_WINDOW_EXE);
@@ -33,11 +35,10 @@ private slots:
     void initTestCase()
     {
         QVERIFY(Tmp.isValid());
-        Root = Tmp.filePath(QStringLiteral("root"));
+        Root = Tmp.filePath(u"root"_s);
         QProcess p;
-        p.start(kConsole, {QStringLiteral("demo-root"), Root, QStringLiteral("--projects"),
-                           QStringLiteral("2"), QStringLiteral("--jobs"), QStringLiteral("12"),
-                           QStringLiteral("--seed"), QStringLiteral("3")});
+        p.start(kConsole,
+                {u"demo-root"_s, Root, u"--projects"_s, u"2"_s, u"--jobs"_s, u"12"_s, u"--seed"_s, u"3"_s});
         QVERIFY(p.waitForFinished(120000));
         QCOMPARE(p.exitCode(), 0);
     }
@@ -51,7 +52,7 @@ private slots:
         QProcess p;
         p.setProcessChannelMode(QProcess::MergedChannels);
         p.setWorkingDirectory(Tmp.path());
-        p.start(kWindow, {QStringLiteral("-fmRoot"), Tmp.filePath(QStringLiteral("none"))});
+        p.start(kWindow, {u"-fmRoot"_s, Tmp.filePath(u"none"_s)});
         QVERIFY(p.waitForFinished(20000));
         QCOMPARE(p.exitCode(), 100);
         QVERIFY(p.readAll().contains("Unable to get FM Root path"));
@@ -67,10 +68,9 @@ private slots:
             QSKIP("another fmHistorydb runs on this machine");
         QProcess p;
         p.setProcessChannelMode(QProcess::MergedChannels);
-        p.start(kWindow, {QStringLiteral("-fmRoot"), Root, QStringLiteral("-debug"), QStringLiteral("-OMN"),
-                          QStringLiteral("Box1")});
+        p.start(kWindow, {u"-fmRoot"_s, Root, u"-debug"_s, u"-OMN"_s, u"Box1"_s});
         QVERIFY(p.waitForStarted());
-        const QString log = Root + QStringLiteral("/sub/log/fmHistorydb_Box1.txt");
+        const QString log = Root + u"/sub/log/fmHistorydb_Box1.txt"_s;
         QTRY_VERIFY_WITH_TIMEOUT(readAll(log).contains("init done") || p.state() == QProcess::NotRunning,
                                  30000);
         const bool running = p.state() == QProcess::Running;

@@ -78,8 +78,8 @@ private slots:
             else
                 box->reject();
         });
-        const bool r = fmMessageBox::Question(nullptr, QStringLiteral("Save?"), QStringLiteral("Yes"), 0,
-                                              QStringLiteral("No"), withFlag ? &cancelled : nullptr);
+        const bool r = fmMessageBox::Question(nullptr, u"Save?"_s, u"Yes"_s, 0, u"No"_s,
+                                              withFlag ? &cancelled : nullptr);
         QCOMPARE(r, result);
         QCOMPARE(sawCancelButton, withFlag);
         if (withFlag) QCOMPARE(cancelled, flag);
@@ -91,9 +91,8 @@ private slots:
         QString shown;
         onNextDialog([&](QDialog* d) { shown = asBox(d)->Button1->text(); });
         bool cancelled = false;
-        QVERIFY(fmMessageBox::Warning(nullptr, QStringLiteral("Wait"), QStringLiteral("Ok"), 2,
-                                      QStringLiteral("Stop"), &cancelled));
-        QCOMPARE(shown, QStringLiteral("Ok  (2)"));
+        QVERIFY(fmMessageBox::Warning(nullptr, u"Wait"_s, u"Ok"_s, 2, u"Stop"_s, &cancelled));
+        QCOMPARE(shown, u"Ok  (2)"_s);
         QVERIFY(cancelled); // no answer was given
     }
 
@@ -114,8 +113,7 @@ private slots:
         QFETCH(QString, b2);
         QFETCH(QString, key1);
         QFETCH(QString, key2);
-        fmMessageBox box(nullptr, QMessageBox::Question, QStringLiteral("?"), b1, 0, b2, nullptr, false, true,
-                         false);
+        fmMessageBox box(nullptr, QMessageBox::Question, u"?"_s, b1, 0, b2, nullptr, false, true, false);
         QCOMPARE(box.Shortcut1 ? box.Shortcut1->shortcut().toString() : QString(), key1.toUpper());
         QCOMPARE(box.Shortcut2 ? box.Shortcut2->shortcut().toString() : QString(), key2.toUpper());
         if (box.Shortcut2) {
@@ -131,20 +129,19 @@ private slots:
     // Ctrl+C copies the text with its trailing line break.
     void copyText()
     {
-        fmMessageBox box(nullptr, QMessageBox::Warning, QStringLiteral("Disk full"), QStringLiteral("Ok"), 0,
-                         QString(), nullptr, false, true, false);
+        fmMessageBox box(nullptr, QMessageBox::Warning, u"Disk full"_s, u"Ok"_s, 0, QString(), nullptr, false,
+                         true, false);
         QApplication::clipboard()->clear();
         box.CopyAction->trigger();
-        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("Disk full\n"));
+        QCOMPARE(QApplication::clipboard()->text(), u"Disk full\n"_s);
     }
 
     // Off the application's thread nothing is shown and the answer is false.
     void refusedOffThread()
     {
         bool result = true;
-        QThread* thread = QThread::create([&result] {
-            result = fmMessageBox::Warning(nullptr, QStringLiteral("x"), QStringLiteral("Ok"), 45);
-        });
+        QThread* thread =
+            QThread::create([&result] { result = fmMessageBox::Warning(nullptr, u"x"_s, u"Ok"_s, 45); });
         thread->start();
         QVERIFY(thread->wait(60000));
         delete thread;
@@ -161,9 +158,9 @@ private slots:
             fourthMissing = box->Button[3] == nullptr;
             box->Button[2]->click();
         });
-        QCOMPARE(fmMessageBox4Buttons::Question(nullptr, QStringLiteral("Which?"), QStringLiteral("One"),
-                                                QStringLiteral("Two"), QStringLiteral("Three"), QString()),
-                 3);
+        QCOMPARE(
+            fmMessageBox4Buttons::Question(nullptr, u"Which?"_s, u"One"_s, u"Two"_s, u"Three"_s, QString()),
+            3);
         QVERIFY(fourthMissing);
     }
 
@@ -171,7 +168,7 @@ private slots:
     void logLineRaisesWarning()
     {
         fmInstallLogMessageBox();
-        __FMSDK sdk(false, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), false);
+        __FMSDK sdk(false, fm_AppType_HistoryDB, u"fmHistorydb"_s, false);
         sdk.App.MessageBoxAllowed = true;
         QString button;
         QString text;
@@ -183,23 +180,23 @@ private slots:
             hasIcon = box->IconLabel != nullptr;
             box->Button1->click();
         });
-        sdk.WriteLog(2, 4, QStringLiteral("Disk nearly full; clean up"), QStringLiteral("W"));
+        sdk.WriteLog(2, 4, u"Disk nearly full; clean up"_s, u"W"_s);
         __FMSDK::MessageBoxHook = nullptr;
-        QCOMPARE(button, QStringLiteral("Ok  (90)"));
-        QVERIFY2(text.endsWith(QStringLiteral("|  WRN Disk nearly full\nclean up\n")), qPrintable(text));
+        QCOMPARE(button, u"Ok  (90)"_s);
+        QVERIFY2(text.endsWith(u"|  WRN Disk nearly full\nclean up\n"_s), qPrintable(text));
         QVERIFY(hasIcon);
     }
 
     // The list dialog sorts when asked and focuses "Select".
     void stringListDialog()
     {
-        QStringList list{QStringLiteral("pear"), QStringLiteral("apple"), QStringLiteral("fig")};
-        fmStringListDialog dialog(list, QStringLiteral("Pick one"), true, nullptr);
+        QStringList list{u"pear"_s, u"apple"_s, u"fig"_s};
+        fmStringListDialog dialog(list, u"Pick one"_s, true, nullptr);
         QCOMPARE(list, (QStringList{"apple", "fig", "pear"}));
         QCOMPARE(dialog.Combo->count(), 3);
         QVERIFY(dialog.ButtonSelect->isDefault());
         dialog.Combo->setCurrentIndex(2);
-        QCOMPARE(dialog.selectedText(), QStringLiteral("pear"));
+        QCOMPARE(dialog.selectedText(), u"pear"_s);
         dialog.ButtonAbort->click();
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
     }

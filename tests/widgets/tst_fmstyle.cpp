@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QPalette paletteOf(const QString& theme)
@@ -216,7 +218,7 @@ void tst_fmstyle::contrast()
     // The label draws in the active group; the group under test is put there.
     palette.setColor(QPalette::Active, QPalette::Window, palette.color(g, back));
     palette.setColor(QPalette::Active, QPalette::WindowText, color);
-    QLabel label(QStringLiteral("<b>0123 ~ Value</b>"));
+    QLabel label(u"<b>0123 ~ Value</b>"_s);
     label.setPalette(palette);
     label.setAutoFillBackground(true);
     QFont font = label.font();
@@ -231,9 +233,9 @@ void tst_fmstyle::contrast()
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width(); ++x)
             best = std::max(best, contrastOf(image.pixel(x, y), background));
-    QVERIFY2(best >= 4.5, qPrintable(QStringLiteral("%1 on %2: %3")
-                                         .arg(color.name(), palette.color(g, back).name())
-                                         .arg(best, 0, 'f', 2)));
+    QVERIFY2(
+        best >= 4.5,
+        qPrintable(u"%1 on %2: %3"_s.arg(color.name(), palette.color(g, back).name()).arg(best, 0, 'f', 2)));
 }
 
 QTEST_MAIN(tst_fmstyle)

@@ -7,6 +7,8 @@
 #include <QStandardItemModel>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kColumns = 5;
@@ -22,7 +24,7 @@ struct Table
     {
         for (int r = 0; r < model.rowCount(); ++r)
             for (int c = 0; c < kColumns; ++c)
-                model.setItem(r, c, new QStandardItem(QStringLiteral("r%1").arg(r)));
+                model.setItem(r, c, new QStandardItem(u"r%1"_s.arg(r)));
         view.Tree->setModel(&model);
         view.Footer->setModel(&totals);
         view.resize(300, 200);

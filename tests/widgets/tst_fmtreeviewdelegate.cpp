@@ -8,6 +8,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr QRgb kCanvas = 0xFF808080; // what the image holds before the delegate paints
@@ -120,7 +122,7 @@ private slots:
         for (int k = 0; k + 2 < probe.size(); k += 3) {
             const QRgb expected = probe[k + 2] < 0 ? kCanvas : itemColor(probe[k + 2]);
             QVERIFY2(image.pixel(probe[k], probe[k + 1]) == expected,
-                     qPrintable(QStringLiteral("x %1 y %2").arg(probe[k]).arg(probe[k + 1])));
+                     qPrintable(u"x %1 y %2"_s.arg(probe[k]).arg(probe[k + 1])));
         }
     }
 
@@ -242,7 +244,7 @@ private slots:
     void selectedKeepsModelColours()
     {
         const QImage image = paintCell(80, 20,
-                                       {{Qt::DisplayRole, QStringLiteral("WWWWWW")},
+                                       {{Qt::DisplayRole, u"WWWWWW"_s},
                                         {Qt::BackgroundRole, QBrush(Qt::black)},
                                         {Qt::ForegroundRole, QBrush(Qt::white)}},
                                        QStyle::State_Enabled | QStyle::State_Selected);
@@ -264,7 +266,7 @@ private slots:
         QStandardItemModel model(3, 1);
         const QColor colors[3] = {Qt::red, Qt::blue, Qt::red};
         for (int r = 0; r < 3; ++r) {
-            model.setData(model.index(r, 0), QStringLiteral("WWWWWW"));
+            model.setData(model.index(r, 0), u"WWWWWW"_s);
             model.setData(model.index(r, 0), QBrush(colors[r]), Qt::ForegroundRole);
         }
         fmTreeViewItemDelegate delegate;
@@ -320,7 +322,7 @@ private slots:
     {
         fmTreeViewItemDelegate delegate;
         QStandardItemModel model(1, 1);
-        model.setData(model.index(0, 0), QStringLiteral("a very long text that would need a wide cell"));
+        model.setData(model.index(0, 0), u"a very long text that would need a wide cell"_s);
         const int saved = fmStyle::fontSizeSmall();
         fmStyle::setFontSizeSmall(10);
         QCOMPARE(delegate.sizeHint(QStyleOptionViewItem(), model.index(0, 0)), QSize(18, 19));
