@@ -184,18 +184,6 @@ private slots:
         QCOMPARE(got, (QStringList{"-1:n1", "0:n4", "3:n2", "3:n5", "5:n0", "7:n6", "9:n3"}));
     }
 
-    // Catches a sort by a value table that ignores the range or the values.
-    void qsortAssigned()
-    {
-        addFive();
-        list->sort(nullptr);
-        float values[5] = {3.0f, 1.0f, 4.0f, 0.5f, 2.0f};
-        list->QSort_Assigned(1, 4, values);
-        QCOMPARE(order(), (QList<int>{0, 3, 1, 4, 2}));
-        list->QSort_Assigned(0, 100, values);
-        QCOMPARE(order(), (QList<int>{3, 1, 4, 0, 2}));
-    }
-
 private:
     std::unique_ptr<_ClientList> list;
     void addFive();

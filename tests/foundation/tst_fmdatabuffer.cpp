@@ -399,55 +399,6 @@ private slots:
         QCOMPARE(c.Error, int(Z_BUF_ERROR));
     }
 
-    // CompressN forms not checking sizes, or trusting a hostile DataOffset read from the file.
-    void compressNFiles()
-    {
-        const QByteArray data = sample(20000);
-        QCOMPARE(_FM_DataBuffer::CompressNSaveToFile(path("n.fmdb"), data.constData(), 20000), 0);
-        QByteArray out(30000, 0);
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 20000, true), 0);
-        QCOMPARE(out.left(20000), data);
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 30000, true),
-                 int(fmDB_WrongSize));
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 30000, false),
-                 int(fmDB_WrongSize));
-        QCOMPARE(_FM_DataBuffer::CompressNLoadFromFile(path("n.fmdb"), out.data(), 100, false),
-                 int(Z_BUF_ERROR));
-        _FM_DataBuffer l;
-        QVERIFY(l.LoadFromFile(path("n.fmdb"), true));
-        for (int hostile : {0x7FFFFFFF, -1, l.DataSize}) {
-            l.DataOffset = hostile;
-            QVERIFY(l.SaveToFile(path("h.fmdb"), true));
-            QVERIFY(_FM_DataBuffer::CompressNLoadFromFile(path("h.fmdb"), out.data(), 20000, true) < 0);
-        }
-    }
-
-    // Chunk streams losing data at chunk borders, failing to grow, or looping on junk and damage.
-    void chunkStreams()
-    {
-        const QByteArray data = sample(300000, 11, false) + sample(300000, 12, true);
-        _FM_DataBuffer z;
-        z_stream s;
-        QVERIFY(z.chunkzipStart(s, 1000)); // far too small: must grow on the way
-        auto* p = reinterpret_cast<unsigned char*>(const_cast<char*>(data.constData()));
-        for (int pos = 0; pos < data.size(); pos += 7777)
-            QVERIFY(z.chunkzipAdd(s, p + pos, qMin(7777, int(data.size()) - pos), pos + 7777 >= data.size()));
-        QVERIFY(z.chunkzipFinish(s));
-        z.append("trailing junk", 13);
-        for (bool damage : {false, true}) {
-            if (damage) z.Data[100] ^= 0x5A;
-            QByteArray out;
-            unsigned char piece[1000];
-            int rounds = 0;
-            QVERIFY(z.chunkUnzipStart(s));
-            while (z.chunkUnzipGet(s, piece, int(sizeof(piece))) && ++rounds < 100000)
-                out.append(reinterpret_cast<char*>(piece), int(sizeof(piece)) - int(s.avail_out));
-            z.chunkUnzipFinish(s);
-            QVERIFY(rounds < 100000);
-            QCOMPARE(out == data, !damage);
-        }
-    }
-
     // Boyer-Moore shifts that skip an occurrence or read past the data.
     void indexOf_data()
     {

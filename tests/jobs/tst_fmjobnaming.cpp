@@ -1,5 +1,5 @@
-// Names derived from a job's paths: scene display names, folder picks, output splitting,
-// custom scene/shot/version names, colours and preview file names.
+// Names derived from a job's paths: scene display names, folder picks, path mapping, job-file
+// folders and preview frame numbers.
 #include "app/fm.h"
 #include "farm/fmgconfig.h"
 #include "jobs/fmjob.h"
@@ -72,54 +72,7 @@ private slots:
         QCOMPARE(GetDirectoryUntilNo(path, first, count), until);
     }
 
-    // Catches wrong splits of the three frame-number styles and movie extensions.
-    void splitOutput_data()
-    {
-        QTest::addColumn<QString>("dir");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("outDir");
-        QTest::addColumn<QString>("outName");
-        QTest::addColumn<QString>("ext");
-        QTest::addColumn<int>("padding");
-        QTest::addColumn<bool>("single");
-        QTest::newRow("printf") << u"/out/"_s << u"frame%04d.exr"_s << u"/out/"_s << u"frame"_s << u".exr"_s
-                                << 4 << false;
-        QTest::newRow("hash") << u"/out/"_s << u"beauty.####.tif"_s << u"/out/"_s << u"beauty."_s << u".tif"_s
-                              << 4 << false;
-        QTest::newRow("bracket hash")
-            << u"/out/"_s << u"b[##].tif"_s << u"/out/"_s << u"b"_s << u".tif"_s << 2 << false;
-        QTest::newRow("dotted") << u""_s << u"/r/img0001.jpg"_s << u"/r/"_s << u"img"_s << u".jpg"_s << 4
-                                << false;
-        QTest::newRow("movie") << u"/m/"_s << u"clip.mov"_s << u"/m/"_s << u"clip"_s << u".mov"_s << 4
-                               << true;
-        QTest::newRow("drive fix") << u"C:out/x"_s << u"a.0001.png"_s << u"C:/out/x"_s << u"a."_s << u".png"_s
-                                   << 4 << false;
-    }
-    void splitOutput()
-    {
-        QFETCH(QString, dir);
-        QFETCH(QString, name);
-        QFETCH(QString, outDir);
-        QFETCH(QString, outName);
-        QFETCH(QString, ext);
-        QFETCH(int, padding);
-        QFETCH(bool, single);
-        auto job = newJob();
-        job->ImageDir = dir;
-        job->ImageFileName = name;
-        job->ImageChannels[2].FileName = "alpha";
-        job->Check_SplitImageFileInto_DirFileExt(false);
-        QCOMPARE(job->ImageDir.toQString(), outDir);
-        QCOMPARE(job->ImageFileName.toQString(), outName);
-        QCOMPARE(job->ImageExtension.toQString(), ext);
-        QCOMPARE(int(job->ImageFramePadding), padding);
-        QCOMPARE(job->ImageSingleOutputFile != 0, single);
-        QCOMPARE(job->ImageChannels[2].Extension.toQString(), ext);
-        QVERIFY(job->ImageChannels[3].Extension.isEmpty());
-    }
-
-    // Catches paths not mapped through the path table, custom values left out, and a wrong
-    // guess of the system a job's output paths were written on.
+    // Catches paths not mapped through the path table, and custom values left out.
     void pathConversion()
     {
         _fmgOSConversion& row = FM.cfg->OSConversion[0];
@@ -139,19 +92,6 @@ private slots:
         QCOMPARE(job->ImageChannels[1].FileName.toQString(), u"/mnt/x/proj/aov/specular"_s);
         QCOMPARE(job->custom_Str(u"cache"_s), u"/mnt/x/proj/cache"_s);
 
-        auto win = newJob();
-        win->ImageDir = "X:\\proj\\out\\";
-        win->analyseNsetSceneOS(FM);
-        QCOMPARE(int(win->SceneOS), int(_fmOS_Windows));
-        QCOMPARE(int(win->PathOS), int(_fmOS_Windows));
-        auto unc = newJob();
-        unc->ImageDir = "/Volumes/x/out/";
-        unc->analyseNsetSceneOS(FM);
-        QCOMPARE(int(unc->SceneOS), int(_fmOS_Mac));
-        auto unknown = newJob();
-        unknown->ImageDir = "Q:/elsewhere/";
-        unknown->analyseNsetSceneOS(FM);
-        QCOMPARE(int(unknown->SceneOS), int(_fmOS_Windows));
         row = _fmgOSConversion();
     }
 
@@ -178,9 +118,6 @@ private slots:
         QCOMPARE(job->previewID2FrameNr(0), 0);
         QCOMPARE(job->previewID2FrameNr(4), 99);
         QCOMPARE(job->previewID2FrameNr(2), 30);
-        QCOMPARE(job->previewFilenameRGB(FM, 2), u"/jf/p00031.jpg"_s);
-        QCOMPARE(job->previewFilenameThumbnail(FM, 0), u"/jf/p00001_t.jpg"_s);
-        QCOMPARE(job->previewFilenameA(FM, 99), u"/jf/p00100_a.jpg"_s);
     }
 };
 

@@ -154,10 +154,6 @@ private slots:
         QCOMPARE(int(l.JobStatus), 120);
         job->addLogFrames(2, 14, 0, 0, 200);
         QCOMPARE(int(job->Log[1].Param3), 255);
-        job->addLogUser(5, 17, 22, 3, 1);
-        QCOMPARE(int(job->Log[2].Param2), 17);
-        QCOMPARE(int(job->Log[2].Param1), 3);
-        QCOMPARE(int(job->Log[2].Message), 22);
     }
 
     // Catches a damaged count (30000, negative) that would write past the log array.
@@ -190,32 +186,6 @@ private slots:
         job->ErrorCount = 120;
         QVERIFY(job->addError(5, 1));
         QCOMPARE(int(job->ErrorCount), 26);
-    }
-
-    // Catches a wrong log line layout: id, project, names, scene padded to 55, long scenes cut.
-    void jobLogString()
-    {
-        auto job = newJob();
-        job->CompanyProjectName = "Proj";
-        job->Software = "Maya";
-        job->CustomSeQName = "s1";
-        job->CustomSHotName = "sh2";
-        job->CustomVersionName = "v3";
-        job->SceneName = "D:/work/Scenes/a.mb";
-        const QString busy = job->GetJobLogString(true, 5);
-        QVERIFY(busy.contains(u" Low CPU 5min   Proj|Maya|s1-sh2-v3|PREVIEW|"_s));
-        QVERIFY(busy.endsWith(u"rk / a"_s)); // cut from the left to fit 55
-        QCOMPARE(busy.size(), 55);
-        const QString line = job->GetJobLogString(false, 0);
-        QVERIFY(line.endsWith(u"s1-sh2-v3|                  D:/work / a"_s));
-        QCOMPARE(line.size(), 55);
-        job->SceneName = "/mnt/projects/some/very/long/folder/structure/for/the/scene/file.ma";
-        const QString longLine = job->GetJobLogString(false, 0);
-        QCOMPARE(longLine.size(), 55);
-        QVERIFY(longLine.endsWith(u" / file"_s));
-        job->SceneName = "?waiting for update. Or user right to view is missing.";
-        QVERIFY(job->GetJobLogString(false, 0).endsWith(u"s1-sh2-v3|"_s));
-        QVERIFY(job->GetJobLogStringShort(false, 9).endsWith(u" LowCPU 9min|Maya|Proj"_s));
     }
 };
 
