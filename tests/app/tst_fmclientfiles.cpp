@@ -342,32 +342,6 @@ private slots:
         QVERIFY(tapped.last().contains(u" single    written ("_s));
     }
 
-    // Catches a single save that loses the other clients, or a single load that reads the wrong
-    // section.
-    void singleSaveAndLoad()
-    {
-        writeText(clientsIni(), "[other]\nlistNo=1\ncustomClientInfo=keep\n");
-        std::unique_ptr<_Client> c(new _Client);
-        c->Status.Name.set("mine");
-        c->ListNo = 9;
-        c->CustomInfo.set("hello");
-        QVERIFY(FM.SaveFileClient(*c));
-        QVERIFY(!QFile::exists(lockFile()));
-        std::unique_ptr<_Client> r(new _Client);
-        r->Status.Name.set("MINE");
-        r->Status.AvailableMemory = 77;
-        QVERIFY(FM.LoadFileClient(*r, true));
-        QCOMPARE(r->ListNo, 9);
-        QVERIFY(r->CustomInfo.isEmpty());
-        r->Status.Name.set("mine");
-        QVERIFY(FM.LoadFileClient(*r, false));
-        QCOMPARE(r->CustomInfo.toQString(), u"hello"_s);
-        QCOMPARE(r->Status.AvailableMemory, 77);
-        QCOMPARE(tapped.last(), u"  single    loaded"_s);
-        QSettings s(clientsIni(), QSettings::IniFormat);
-        QCOMPARE(s.value(u"other/customClientInfo"_s).toString(), u"keep"_s);
-    }
-
     // Catches a program of a type that may not create clients.ini going on without it.
     void missingFile()
     {

@@ -73,35 +73,6 @@ private slots:
         t.StatusTime = time;
         QCOMPARE(t.clientStatusAsStringSingle(), text);
     }
-
-    void statusAll_data()
-    {
-        QTest::addColumn<int>("threads");
-        QTest::addColumn<QList<int>>("status");
-        QTest::addColumn<QList<qulonglong>>("ids");
-        QTest::addColumn<QString>("text");
-        const qulonglong a = jobID(0, 0), b = jobID(1, 0), c = jobID(2, 1);
-        QTest::newRow("one thread") << 1 << QList<int>{1, 3, 3} << QList<qulonglong>{0, a, b} << "Idle";
-        QTest::newRow("all rendering") << 3 << QList<int>{3, 3, 8} << QList<qulonglong>{a, b, c}
-                                       << "[3]{AAA}|3 {AAB}|3 {AACa}|8 Rendering";
-        QTest::newRow("mixed") << 2 << QList<int>{3, 1, 0} << QList<qulonglong>{a, 0, 0}
-                               << "[2]{AAA} Rendering Job| Idle";
-    }
-    // Catches a wrong choice between the three forms of several threads, and a wrong join.
-    void statusAll()
-    {
-        QFETCH(int, threads);
-        QFETCH(QList<int>, status);
-        QFETCH(QList<qulonglong>, ids);
-        QFETCH(QString, text);
-        _ClientStatus s;
-        s.ThreadCount = uint8_t(threads);
-        for (int i = 0; i < 3; ++i) {
-            s.Thread[i].Status = static_cast<signed char>(status[i]);
-            s.Thread[i].JobID = ids[i];
-        }
-        QCOMPARE(s.clientStatusAsStringAll(), text);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_fmClient)

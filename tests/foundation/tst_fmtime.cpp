@@ -113,30 +113,6 @@ private slots:
         QCOMPARE(all.value(form), text);
     }
 
-    // Catches clamping rules of fromDate and the year rules of the QDateTime assignment.
-    void fromDate_data()
-    {
-        QTest::addColumn<int>("day");
-        QTest::addColumn<int>("month");
-        QTest::addColumn<int>("year");
-        QTest::addColumn<long long>("t");
-
-        QTest::newRow("month 13, short year") << 31 << 13 << 14 << 1419984000LL;
-        QTest::newRow("all low") << 0 << 0 << -5 << 1388534400LL;
-        QTest::newRow("all high") << 40 << 5 << 5000 << 32516640000LL;
-        QTest::newRow("year 99") << 15 << 6 << 99 << 4085164800LL;
-        QTest::newRow("day 31 of February rolls over") << 31 << 2 << 2014 << 1393804800LL;
-    }
-    void fromDate()
-    {
-        QFETCH(int, day);
-        QFETCH(int, month);
-        QFETCH(int, year);
-        QFETCH(long long, t);
-        fmTime_t x;
-        QCOMPARE(x.fromDate(day, month, year).t, int64_t(t));
-    }
-
     // Catches a start offset that is not computed, applied with the wrong sign, or not sign-extended.
     void startOffset()
     {

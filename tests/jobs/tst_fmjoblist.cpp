@@ -44,14 +44,6 @@ std::unique_ptr<_JobList> newList()
     return std::make_unique<_JobList>(FM, nullptr);
 }
 
-QList<unsigned long long> idsOf(_JobList& l)
-{
-    QList<unsigned long long> ids;
-    for (int i = 0; i < l.JobCount; ++i)
-        ids.append(l.Queue[i]->JobID);
-    return ids;
-}
-
 } // namespace
 
 class tst_fmjoblist : public QObject
@@ -501,32 +493,6 @@ private slots:
         QCOMPARE(l->Queue[3]->JobID, 2003ULL);
     }
 
-    // Catches move commands that put jobs in the wrong place or leave stale QueueIDs.
-    void moveJobs()
-    {
-        auto l = newList();
-        for (int n = 0; n < 6; ++n)
-            l->GetNewJob()->JobID = 3000 + uint64_t(n);
-        _JobCommandSend cmd;
-        cmd.Count = 2;
-        cmd.IDs[0] = 3001; // target: where this job stands
-        cmd.IDs[1] = 3004;
-        l->addMoveJobs(cmd);
-        _JobCommandSend none;
-        none.Count = 1;
-        none.Command = 99; // unknown job: its stored place, held to the list
-        none.IDs[0] = 7;
-        l->addMoveJobs(none);
-        QCOMPARE(l->MoveJobsCount, 2);
-        l->applyMoveJobs();
-        QCOMPARE(l->MoveJobsCount, 0);
-        QCOMPARE(idsOf(*l), (QList<unsigned long long>{3000, 3004, 3001, 3002, 3003, 3005}));
-        for (int i = 0; i < l->JobCount; ++i)
-            QCOMPARE(l->Queue[i]->QueueID, i);
-        for (int n = 0; n < 25; ++n)
-            l->addMoveJobs(cmd);
-        QCOMPARE(l->MoveJobsCount, 20);
-    }
     void initTestCase() { QVERIFY(Dir.isValid()); }
 
     // Catches a selection list that takes unselected or deleted jobs.

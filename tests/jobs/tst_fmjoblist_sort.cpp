@@ -356,42 +356,6 @@ private slots:
         batched.SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
         QCOMPARE(view(batched), before);
     }
-
-    // Catches the custom active list sorting by the wrong key or keeping removed jobs.
-    void customActive()
-    {
-        _JobList l(FM, nullptr);
-        const char* users[] = {"carl", "anna", "bob", "anna", "Zed"};
-        for (const char* u : users) {
-            auto r = jlfix::makeRecord(0);
-            r->UserName = u;
-            l.GetNewJob()->fromJobSave(r.get(), FM);
-        }
-        l.listCustomActive_BuildStart();
-        for (int i = 4; i >= 0; --i)
-            l.listCustomActive_BuildAppend(l.Queue[i]);
-        l.listCustomActive_BuildSort_User();
-        l.listCustomActive_BuildEnd();
-        QCOMPARE(l.CustomActiveCount, 5);
-        QCOMPARE(l.CustomActiveSortedCount, 0);
-        QList<int> order;
-        for (int i = 0; i < l.CustomActiveCount; ++i)
-            order.append(l.CustomActive[i]->QueueID);
-        QCOMPARE(order, (QList<int>{1, 3, 2, 0, 4})); // anna, anna (queue order), bob, carl, zed
-        R* arr[5];
-        for (int i = 0; i < 5; ++i)
-            arr[i] = l.Queue[i];
-        fmQuicksort_2_JLCU(arr, 5, true);
-        QList<int> desc;
-        for (R* r : arr)
-            desc.append(r->QueueID);
-        QCOMPARE(desc, (QList<int>{4, 0, 2, 1, 3}));
-        // A deleted job leaves the list, and the rest close up.
-        l.DeleteJob(l.Queue[2]);
-        QCOMPARE(l.CustomActiveCount, 4);
-        for (int i = 0; i < l.CustomActiveCount; ++i)
-            QVERIFY(l.isValidJob(l.CustomActive[i]));
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_fmjoblist_sort)

@@ -91,51 +91,6 @@ private slots:
         QCOMPARE(job.ID2ShortID(), int32);
         QCOMPARE(s.str(), ID2str(id));
     }
-
-    // fromInt32 must be the exact inverse of int32 for every byte position.
-    void shortFromInt32RoundTrip()
-    {
-        IDShort s;
-        s.fromInt32(0xA1B2C3D4u);
-        QCOMPARE(s.Counter, uint8_t(0xD4));
-        QCOMPARE(int(s.CoarseLow), 0xB2C3);
-        QCOMPARE(s.CoarseHigh, uint8_t(0xA1));
-        QCOMPARE(s.int32(), 0xA1B2C3D4u);
-        // A Coarse too big for Stamp wraps instead of overflowing; Counter 212 gives two letters.
-        QCOMPARE(s.str().size(), 7);
-    }
-
-    // Digit order, the digit limit and the value 0.
-    void numberToStr_data()
-    {
-        QTest::addColumn<unsigned long long>("value");
-        QTest::addColumn<int>("digits");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("35") << 35ull << 1 << "-";
-        QTest::newRow("36 cut") << 36ull << 1 << "A";
-        QTest::newRow("36") << 36ull << 2 << "BA";
-        QTest::newRow("zero") << 0ull << 3 << "A";
-        QTest::newRow("no digits") << 5ull << 0 << "";
-        QTest::newRow("negative digits") << 5ull << -3 << "";
-        QTest::newRow("max") << ~0ull << 20 << "4KL1-8XJA0YMP"; // 13 base-36 digits
-    }
-    void numberToStr()
-    {
-        QFETCH(unsigned long long, value);
-        QFETCH(int, digits);
-        QFETCH(QString, text);
-        if (QByteArray(QTest::currentDataTag()) == "max") {
-            // Check by decoding rather than by a hand-written literal.
-            const QString s = fmJ::numberToStr(value, digits);
-            unsigned long long back = 0;
-            for (QChar c : s)
-                back = back * 36 + unsigned(QByteArray(ID_letters).indexOf(char(c.unicode())));
-            QCOMPARE(back, value);
-            QCOMPARE(s.size(), 13);
-            return;
-        }
-        QCOMPARE(fmJ::numberToStr(value, digits), text);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_jobid)

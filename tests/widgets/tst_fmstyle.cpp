@@ -71,41 +71,6 @@ private slots:
         QCOMPARE(fmStyle::DarkUI(), darkUI);
     }
 
-    // Catches a brush helper that leaves a colour, texture or gradient unchanged or goes the wrong way.
-    void brushes_data()
-    {
-        QTest::addColumn<int>("kind"); // 0 solid, 1 texture, 2 gradient
-        QTest::newRow("solid") << 0;
-        QTest::newRow("texture") << 1;
-        QTest::newRow("gradient") << 2;
-    }
-    void brushes()
-    {
-        QFETCH(int, kind);
-        const QColor grey(128, 128, 128);
-        QBrush brush(grey);
-        if (kind == 1) {
-            QPixmap texture(4, 4);
-            texture.fill(grey);
-            brush = QBrush(texture);
-        } else if (kind == 2) {
-            QLinearGradient gradient(0, 0, 10, 0);
-            gradient.setColorAt(0, grey);
-            gradient.setColorAt(1, grey);
-            brush = QBrush(gradient);
-        }
-        const auto colorOf = [kind](const QBrush& b) {
-            if (kind == 1) return b.texture().toImage().pixelColor(2, 2);
-            if (kind == 2) return b.gradient()->stops().first().second;
-            return b.color();
-        };
-        const QBrush dark = fmBrushDark(brush, 150);
-        const QBrush light = fmBrushLight(brush, 150);
-        QCOMPARE(dark.style(), brush.style());
-        QCOMPARE(colorOf(dark).rgba(), grey.darker(150).rgba());
-        QCOMPARE(colorOf(light).rgba(), grey.lighter(150).rgba());
-    }
-
     // Catches a widget font keeping bold, italic, underline or strike-out.
     void widgetFonts()
     {
