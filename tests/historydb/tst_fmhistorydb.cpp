@@ -1,124 +1,24 @@
-// The history main window: project combo, loading, filter combos, delete/save/ask, docks, layout.
+// The history main window: project combo, loading, filter combos, delete/save/ask, docks, layout,
+// and its pages as the selection and the picked log page change.
 
-#include "joblist_fixtures.h"
+#include "fmwindowfixture.h"
 
-#include "app/fm.h"
 #include "foundation/fmfile.h"
 #include "foundation/fmjobid.h"
-#include "historydb/fmhistorydb.h"
 #include "historydb/fmjobstreemodel.h"
-#include "jobs/fmjoblist.h"
-#include "widgets/fmmessagebox.h"
+#include "historydb/fmlogtreemodel.h"
 #include "widgets/fmtreeview.h"
 
-#include <QApplication>
-#include <QDir>
-#include <QPushButton>
 #include <QScrollBar>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStatusBar>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
 #include <sys/stat.h>
 
-#include <functional>
-#include <memory>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-// A history folder with database files of made-up jobs, and a window over it.
-struct WindowFixture
-{
-    QTemporaryDir Dir;
-    QString Root, History;
-    std::unique_ptr<fmJ::_JobList> Jobs;
-    std::unique_ptr<fmHistorydb> Window;
-
-    WindowFixture()
-    {
-        Root = Dir.path() + u"/root/"_s;
-        History = Root + u"history_db/"_s;
-        QDir().mkpath(History);
-        QDir().mkpath(Root + u"sub/cfg_global"_s);
-        FM.RootPath = Root;
-        FM.SubPath = Root + u"sub/"_s;
-        FM.CfgGlobalPath = Root + u"sub/cfg_global/"_s;
-        FM.HistoryDbPath = History;
-    }
-    // Jobs firstJob .. firstJob + count - 1 of jlfix::makeRecord.
-    void writeDb(const QString& relPath, int count, int firstJob = 0) const
-    {
-        QByteArray bytes;
-        for (int n = 0; n < count; ++n)
-            bytes += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
-        QDir().mkpath(QFileInfo(History + relPath).path());
-        QVERIFY(jlfix::writeFile(History + relPath, bytes));
-    }
-    // `count` jobs for each of `users`, the users one after the other.
-    void writeUsers(const QString& relPath, const QStringList& users, int count) const
-    {
-        QByteArray bytes;
-        int n = 0;
-        for (const QString& user : users)
-            for (int i = 0; i < count; ++i, ++n) {
-                auto r = jlfix::makeRecord(n);
-                r->UserName = user;
-                bytes += jlfix::frameOf(*r);
-            }
-        QVERIFY(jlfix::writeFile(History + relPath, bytes));
-    }
-    fmHistorydb& open()
-    {
-        Window.reset(); // before the list it refers to
-        Jobs = std::make_unique<fmJ::_JobList>(FM, nullptr);
-        Window = std::make_unique<fmHistorydb>(FM, *Jobs);
-        return *Window;
-    }
-};
-
-QStringList comboTexts(const QComboBox* combo)
-{
-    QStringList out;
-    for (int i = 0; i < combo->count(); ++i)
-        out << combo->itemText(i);
-    return out;
-}
-
-// Answers the next modal fmMessageBox, while it lives, by the button that `pick` chooses.
-class BoxAnswer
-{
-public:
-    explicit BoxAnswer(std::function<QPushButton*(fmMessageBox*)> pick) : Pick(std::move(pick))
-    {
-        QObject::connect(&Timer, &QTimer::timeout, [this] {
-            auto* box = qobject_cast<fmMessageBox*>(QApplication::activeModalWidget());
-            if (!box) return;
-            Timer.stop();
-            if (box->TextLabel) Seen = box->TextLabel->text();
-            if (QPushButton* b = Pick(box)) b->click();
-        });
-        Timer.start(10);
-    }
-    QString Seen; // text of the box answered; empty while none was
-
-private:
-    std::function<QPushButton*(fmMessageBox*)> Pick;
-    QTimer Timer;
-};
-
-QPushButton* byName(fmMessageBox* box, const QString& which)
-{
-    if (which == QLatin1String("Yes")) return box->Button1;
-    if (which == QLatin1String("No")) return box->Button2;
-    return box->ButtonCancel;
-}
-
-} // namespace
+using namespace fmtest;
 
 class tst_fmhistorydb : public QObject
 {
@@ -670,6 +570,74 @@ private slots:
         f.open().on_actionLayoutSaveGlobal_triggered();
         f.Window->on_actionReset_Layout_triggered();
         QVERIFY(QFile::remove(farm.fileName()));
+    }
+
+    // Catches the image cleared on deselection, tree or table left visible without a selection, a
+    // table drawn from another job than the first selected, and "Frames Send" wiping the former rows.
+    void pages_data()
+    {
+        QTest::addColumn<QStringList>("steps"); // "sel:<sorted positions>" or "page:<name>"
+        QTest::addColumn<QString>("image");     // the image label at the end
+        QTest::addColumn<QString>(
+            "table"); // "hidden", or "<columns>x<rows of the first selected job's page>"
+
+        QTest::newRow("one job shows its log at once") << QStringList{"sel:0"} << u"N/A"_s << u"8xlog"_s;
+        QTest::newRow("two jobs, job log") << QStringList{"sel:1,2", "page:Job Log", "sel:1,2"}
+                                           << u"(multiple jobs selected)"_s << u"8xlog"_s;
+        QTest::newRow("errors, then frames send")
+            << QStringList{"sel:2", "page:Errors", "page:Frames Send", "sel:2"} << u"N/A"_s << u"3xerrors"_s;
+        QTest::newRow("deselection") << QStringList{"sel:0,1", "page:Errors", "sel:"}
+                                     << u"(multiple jobs selected)"_s << u"hidden"_s;
+    }
+    void pages()
+    {
+        QFETCH(QStringList, steps);
+        QFETCH(QString, image);
+        QFETCH(QString, table);
+        WindowFixture f;
+        QByteArray bytes;
+        for (int n = 0; n < 3; ++n) {
+            auto r = jlfix::makeRecord(n);
+            r->LogCount = int16_t(n + 2); // job n: n + 2 log entries, n + 1 errors
+            r->ErrorCount = int8_t(n + 1);
+            bytes += jlfix::frameOf(*r);
+        }
+        QVERIFY(jlfix::writeFile(f.History + "Shot.db61", bytes));
+        fmHistorydb* w = &f.open();
+        fmJ::_JobList& jobs = *f.Jobs;
+        w->loadProject(0);
+        QCOMPARE(jobs.SortedCount, 3);
+
+        const fmJ::_jobsHistoryDB_Runtime* first = nullptr;
+        for (const QString& s : QStringList{"sel:"} + steps) { // the first timer tick sees no selection
+            const QString arg = s.section(':', 1);
+            if (s.startsWith("sel:")) {
+                const QStringList picks = arg.split(',', Qt::SkipEmptyParts);
+                for (int i = 0; i < jobs.SortedCount; ++i)
+                    jobs.Sorted[i]->Selected = picks.contains(QString::number(i));
+                first = picks.isEmpty() ? nullptr : jobs.Sorted[picks.first().toInt()];
+                w->uiUpdateJobInfoPage(); // as the timer redraws
+                w->uiUpdateLogPage(false);
+                continue;
+            }
+            for (int r = 0; r < w->logModel->rowCount(); ++r) {
+                const QModelIndex i = w->logModel->index(r, 0);
+                if (w->logModel->data(i).toString() == arg)
+                    w->ui.treeLog->selectionModel()->select(i, QItemSelectionModel::ClearAndSelect);
+            }
+        }
+        QCOMPARE(w->ui.JobInfo_LabelFOI->text(), image);
+        QCOMPARE(w->ui.treeLog->isHidden(), first == nullptr);
+        QTableWidget* t = w->ui.JobLog_Table;
+        QString shown = u"hidden"_s;
+        if (!t->isHidden() && first) {
+            const int rows = t->rowCount();
+            shown = QString::number(t->columnCount()) + "x" +
+                    (rows == first->logCountClamped()     ? "log"
+                     : rows == first->errorCountClamped() ? "errors"
+                                                          : "?");
+        }
+        QCOMPARE(shown, table);
     }
 };
 
