@@ -15,13 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
-    return f.readAll();
-}
-
 // What the window side would have shown.
 struct Shown
 {
@@ -159,7 +152,7 @@ private slots:
         sdk.NoLogFile = false;
         sdk.WriteLog(3, 8, u"information line"_s, QString());
         sdk.WriteLog(10, 0, u"debug line, level off"_s, QString());
-        const QByteArray text = readAll(path);
+        const QByteArray text = fmTestReadAll(path);
         QVERIFY(text.contains("      information line\n"));
         QVERIFY(!text.contains("debug line"));
         QVERIFY(!text.contains("not while"));
@@ -193,7 +186,7 @@ private slots:
         QCOMPARE(!sdk.NoLogFile, on);
         QCOMPARE(sdk.Log->FlushInterval == 0, on);
         QCOMPARE(QFile::exists(path), on);
-        if (on) QVERIFY(readAll(path).contains(text.toLatin1()));
+        if (on) QVERIFY(fmTestReadAll(path).contains(text.toLatin1()));
     }
 
     // Levels 0 and 1 go to the error log too, under the machine's name.
@@ -206,7 +199,7 @@ private slots:
         sdk.LogError->FileName = dir.path() + u"/_ERROR.txt"_s;
         sdk.LogFileWrite(1, 16, u"broken"_s, u"W"_s);
         sdk.LogFileWrite(2, 16, u"only a warning"_s, u"W"_s);
-        QCOMPARE(readAll(sdk.LogError->FileName.toQString()),
+        QCOMPARE(fmTestReadAll(sdk.LogError->FileName.toQString()),
                  QByteArray("[Render7]\n  ERR broken;;   (W) fmTest 7.0.10 64bit []\n\n"));
     }
 
@@ -219,7 +212,7 @@ private slots:
         log.addLog(u"first"_s);
         log.addLog(QString(200000, QLatin1Char('x')));
         log.flush();
-        const QByteArray text = readAll(log.FileName.toQString());
+        const QByteArray text = fmTestReadAll(log.FileName.toQString());
         QCOMPARE(text.size(), qsizetype(6 + 102400 - 3 + 1));
         QVERIFY(text.startsWith("first\nxxx"));
         QVERIFY(text.endsWith("x\n"));
@@ -250,7 +243,7 @@ private slots:
         fmLogfile log(1000, 0);
         log.FileName = path;
         log.addLog(u"NEW"_s);
-        const QByteArray text = readAll(path);
+        const QByteArray text = fmTestReadAll(path);
         QCOMPARE(text.size(), qsizetype(expectedSize));
         QVERIFY(text.endsWith("NEW\n"));
         QCOMPARE(text.left(text.size() - 4), old.right(text.size() - 4));
@@ -264,16 +257,16 @@ private slots:
         log.FileName = dir.path() + u"/main.txt"_s;
         const QString path = log.FileName.toQString();
         log.addLog(u"one"_s);
-        QCOMPARE(readAll(path), QByteArray("one\n"));
+        QCOMPARE(fmTestReadAll(path), QByteArray("one\n"));
         log.addLog(u"two"_s);
-        QCOMPARE(readAll(path), QByteArray("one\n"));
+        QCOMPARE(fmTestReadAll(path), QByteArray("one\n"));
         QCOMPARE(log.BufferUsed, 4);
         log.addLog(QString(1100, QLatin1Char('z')));
         QCOMPARE(log.BufferUsed, 0);
-        QCOMPARE(readAll(path).size(), qsizetype(4 + 4 + 1101));
+        QCOMPARE(fmTestReadAll(path).size(), qsizetype(4 + 4 + 1101));
         log.addLog(u"three"_s);
         log.flush();
-        QVERIFY(readAll(path).endsWith("z\nthree\n"));
+        QVERIFY(fmTestReadAll(path).endsWith("z\nthree\n"));
     }
 };
 

@@ -16,13 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
-    return f.readAll();
-}
-
 QStringList withRoot(const fmTestRoot& root, const QStringList& more)
 {
     return QStringList{u"/x/fmHistorydb"_s, u"-fmRoot"_s, root.path()} + more;
@@ -207,7 +200,7 @@ private slots:
             fm.ArgC = 0;
             fm.ArgV = nullptr;
         }
-        const QByteArray text = readAll(root.path() + u"sub/log/fmHistorydb_Box1.txt"_s);
+        const QByteArray text = fmTestReadAll(root.path() + u"sub/log/fmHistorydb_Box1.txt"_s);
         QVERIFY(!text.isEmpty());
         static const QRegularExpression stamp(u"^\\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d\\|"_s);
         const QString indent(20, QLatin1Char(' '));
@@ -223,7 +216,7 @@ private slots:
         QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
         QVERIFY(text.contains("##################SHUTDOWN#####"));
         QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
-        QVERIFY(readAll(root.path() + u"sub/log/_ERROR.txt"_s).startsWith("[Box1]\n"));
+        QVERIFY(fmTestReadAll(root.path() + u"sub/log/_ERROR.txt"_s).startsWith("[Box1]\n"));
     }
 
     // Without "-debug" a normal start writes no log file at all.
@@ -242,7 +235,7 @@ private slots:
         QVERIFY(QDir(root.path() + u"sub/log"_s).exists());
         const QStringList files = QDir(root.path() + u"sub/log"_s).entryList(QDir::Files);
         QVERIFY2(files.isEmpty(),
-                 qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
+                 qPrintable(files.join(',') + fmTestReadAll(root.path() + "sub/log/" + files.value(0))));
     }
 
     // Catches log flags that a globalconfig.ini without them turns off, and file flags that undo the

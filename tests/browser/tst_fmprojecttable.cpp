@@ -23,11 +23,7 @@ namespace {
 void makeDb(const QString& path, int jobs, int bytes = 0, int firstJob = 0)
 {
     QDir().mkpath(QFileInfo(path).path());
-    QByteArray f;
-    for (int n = 0; n < jobs; ++n)
-        f += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
-    if (jobs == 0) f = QByteArray(bytes, 'x');
-    QVERIFY(jlfix::writeFile(path, f));
+    QVERIFY(jlfix::writeFile(path, jobs ? jlfix::framesOf(jobs, firstJob) : QByteArray(bytes, 'x')));
 }
 
 QStringList filesOf(const _projectInfo& p, const QString& root)

@@ -1,3 +1,5 @@
+#include "fmtestroot.h"
+
 #include "foundation/fmchecksum.h"
 #include "foundation/fmdatabuffer.h"
 #include "foundation/fmrandom.h"
@@ -18,12 +20,6 @@ QByteArray sample(int n, unsigned seed = 1, bool compressible = true)
         c = compressible ? char('a' + seed % 7) : char(seed & 0xFF);
     }
     return b;
-}
-
-QByteArray readAll(const QString& p)
-{
-    QFile f(p);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 void writeAll(const QString& p, const QByteArray& b)
@@ -49,7 +45,7 @@ class tst_fmDataBuffer : public QObject
     QByteArray gzipOf(const QByteArray& content)
     {
         _FM_DataBuffer::SaveGzipFile(path("g.gz"), content.constData(), int(content.size()));
-        return readAll(tmp.filePath("g.gz"));
+        return fmTestReadAll(tmp.filePath("g.gz"));
     }
 
 private slots:
@@ -211,12 +207,12 @@ private slots:
         b.UncompressedSize = 77;
         QVERIFY(b.SaveToFile(path("c.fmdb"), true));
         QCOMPARE(b.CRC, fmCRCCalc(reinterpret_cast<const unsigned char*>(data.constData()), 3000));
-        QCOMPARE(readAll(tmp.filePath("c.fmdb")), QByteArray("fmDB") + headerOf(b) + data);
+        QCOMPARE(fmTestReadAll(tmp.filePath("c.fmdb")), QByteArray("fmDB") + headerOf(b) + data);
         QVERIFY(l.LoadFromFile(path("c.fmdb"), true));
         QCOMPARE(headerOf(l), headerOf(b));
         QCOMPARE(QByteArray(l.Data, l.DataSize), data);
         QVERIFY(b.SaveToFile(path("r.raw"), false));
-        QCOMPARE(readAll(tmp.filePath("r.raw")), data);
+        QCOMPARE(fmTestReadAll(tmp.filePath("r.raw")), data);
         QVERIFY(r.LoadFromFile(path("r.raw"), false));
         QCOMPARE(QByteArray(r.Data, r.DataSize), data);
         // With an offset, the file and its CRC still run from the block's start over DataSize bytes:
@@ -226,8 +222,8 @@ private slots:
         std::memcpy(o.Data, "CALLER!!", 8);
         QVERIFY(o.compressFromB(data.constData(), 3000, 8));
         QVERIFY(o.SaveToFile(path("o.fmdb"), true));
-        QCOMPARE(readAll(tmp.filePath("o.fmdb")).mid(36), QByteArray(o.Data, o.DataSize));
-        QVERIFY(readAll(tmp.filePath("o.fmdb")).mid(36).startsWith("CALLER!!"));
+        QCOMPARE(fmTestReadAll(tmp.filePath("o.fmdb")).mid(36), QByteArray(o.Data, o.DataSize));
+        QVERIFY(fmTestReadAll(tmp.filePath("o.fmdb")).mid(36).startsWith("CALLER!!"));
         QVERIFY(!w.SaveToFile(path("no/such/dir/x"), true));
         QCOMPARE(w.Error, int(fmDB_SystemError));
         QVERIFY(!w.LoadFromFile(path("missing"), true));
@@ -271,7 +267,7 @@ private slots:
         _FM_DataBuffer b;
         b.append(sample(300).constData(), 300);
         QVERIFY(b.SaveToFile(path("t.fmdb"), true));
-        const QByteArray full = readAll(tmp.filePath("t.fmdb"));
+        const QByteArray full = fmTestReadAll(tmp.filePath("t.fmdb"));
         for (int cut = 0; cut < full.size(); ++cut) {
             writeAll(tmp.filePath("t2.fmdb"), full.left(cut));
             _FM_DataBuffer l;
@@ -291,7 +287,7 @@ private slots:
         b.append(data.constData(), int(data.size()));
         b.CRC = 0x12345678; // carried, not computed
         QVERIFY(b.SaveToFileCompressed(path("z.fmzp")));
-        QCOMPARE(readAll(tmp.filePath("z.fmzp")).left(2), QByteArray("\x1f\x8b"));
+        QCOMPARE(fmTestReadAll(tmp.filePath("z.fmzp")).left(2), QByteArray("\x1f\x8b"));
         QVERIFY(all.LoadFromFileCompressed(path("z.fmzp"), true));
         QCOMPARE(all.CRC, 0x12345678u);
         QCOMPARE(all.UncompressedSize, int(data.size()));
@@ -351,7 +347,7 @@ private slots:
         _FM_DataBuffer b;
         b.append(sample(2000, 9, false).constData(), 2000);
         QVERIFY(b.SaveToFileCompressed(path("t.fmzp")));
-        const QByteArray full = readAll(tmp.filePath("t.fmzp"));
+        const QByteArray full = fmTestReadAll(tmp.filePath("t.fmzp"));
         char block[2000];
         for (int cut = 0; cut < full.size(); ++cut) {
             writeAll(tmp.filePath("t2.fmzp"), full.left(cut));
@@ -392,7 +388,7 @@ private slots:
         QCOMPARE(_FM_DataBuffer::LoadGzipFile(path("p.gz"), block.data(), 5001, false, &got), 0);
         QCOMPARE(got, 5000);
         QCOMPARE(_FM_DataBuffer::LoadGzipFile(path("no.gz"), block.data(), 10, false), int(fmDB_ReadError));
-        const QByteArray gz = readAll(tmp.filePath("p.gz"));
+        const QByteArray gz = fmTestReadAll(tmp.filePath("p.gz"));
         writeAll(tmp.filePath("c.gz"), gz.left(gz.size() / 2));
         _FM_DataBuffer c;
         QVERIFY(!c.LoadGzipFile(path("c.gz"), 4096));

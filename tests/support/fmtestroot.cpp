@@ -38,3 +38,9 @@ fmTestArgs::fmTestArgs(const QStringList& args) : argc(int(args.size()))
         Pointers.push_back(t.data());
     Pointers.push_back(nullptr);
 }
+
+QByteArray fmTestReadAll(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}

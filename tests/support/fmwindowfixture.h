@@ -46,11 +46,8 @@ struct WindowFixture
     // Jobs firstJob .. firstJob + count - 1 of jlfix::makeRecord.
     void writeDb(const QString& relPath, int count, int firstJob = 0) const
     {
-        QByteArray bytes;
-        for (int n = 0; n < count; ++n)
-            bytes += jlfix::frameOf(*jlfix::makeRecord(firstJob + n));
         QDir().mkpath(QFileInfo(History + relPath).path());
-        QVERIFY(jlfix::writeFile(History + relPath, bytes));
+        QVERIFY(jlfix::writeFile(History + relPath, jlfix::framesOf(count, firstJob)));
     }
     // `count` jobs for each of `users`, the users one after the other.
     void writeUsers(const QString& relPath, const QStringList& users, int count) const

@@ -112,6 +112,14 @@ QByteArray frameOf(const fmJ::_jobsHistoryDB& rec)
     return frame(bytesOf(rec), 0x0A04, 3, 37980);
 }
 
+QByteArray framesOf(int count, int firstJob)
+{
+    QByteArray bytes;
+    for (int n = 0; n < count; ++n)
+        bytes += frameOf(*makeRecord(firstJob + n));
+    return bytes;
+}
+
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
     QFile f(path);

@@ -1,6 +1,8 @@
 // fmHistorydbconsole: its arguments, outputs and exit codes, run as a process on a demo root made
 // here, and the demo root generator called directly.
 
+#include "fmtestroot.h"
+
 #include "app/fm.h"
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
@@ -50,17 +52,11 @@ Run runConsole(const QStringList& args, const QString& workDir = QString())
     return r;
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 // Identifier and plain size of every frame of a database file.
 QList<QPair<int, int>> frameKinds(const QString& path)
 {
     QList<QPair<int, int>> kinds;
-    const QByteArray b = readAll(path);
+    const QByteArray b = fmTestReadAll(path);
     qsizetype pos = 0;
     while (pos + 64 <= b.size()) {
         const auto* h = reinterpret_cast<const uchar*>(b.constData() + pos);
@@ -143,9 +139,9 @@ private slots:
             rel.append(QDir(RootB).relativeFilePath(f));
         QCOMPARE(databaseFiles(RootA).size(), databaseFiles(RootB).size());
         for (const QString& r : rel) {
-            const QByteArray a = readAll(RootA + QLatin1Char('/') + r);
+            const QByteArray a = fmTestReadAll(RootA + QLatin1Char('/') + r);
             QVERIFY2(!a.isEmpty(), qPrintable(r));
-            QVERIFY2(a == readAll(RootB + QLatin1Char('/') + r), qPrintable(r));
+            QVERIFY2(a == fmTestReadAll(RootB + QLatin1Char('/') + r), qPrintable(r));
             if (r.contains(QLatin1String("history_db")))
                 QCOMPARE(QFileInfo(RootA + QLatin1Char('/') + r).lastModified(),
                          QFileInfo(RootB + QLatin1Char('/') + r).lastModified());
@@ -200,7 +196,7 @@ private slots:
     // Catches a splash image that a PNG reader would refuse: bad chunk CRCs or pixel data size.
     void splashIsValidPng()
     {
-        const QByteArray png = readAll(RootB + u"/sub/SplashScreen.png"_s);
+        const QByteArray png = fmTestReadAll(RootB + u"/sub/SplashScreen.png"_s);
         QVERIFY(png.startsWith(QByteArray("\x89PNG\r\n\x1a\n", 8)));
         qsizetype pos = 8;
         quint32 w = 0, h = 0;
@@ -396,8 +392,8 @@ private slots:
             QCOMPARE(table->loadProjectJobs(i, *list, message), fmProjectTable::LoadDone);
             QVERIFY(list->exportAsCSV(mine, nullptr, nullptr, true, i > 0));
         }
-        const QByteArray bytes = readAll(out);
-        QCOMPARE(bytes, readAll(mine));
+        const QByteArray bytes = fmTestReadAll(out);
+        QCOMPARE(bytes, fmTestReadAll(mine));
         // "-o -": the same bytes on standard output, with the log lines kept off it.
         const Run piped =
             runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"export"_s, u"--all"_s, u"-o"_s, u"-"_s});
@@ -424,7 +420,7 @@ private slots:
         const Run r =
             runConsole({u"-fmRoot"_s, RootA, u"export"_s, u"--project"_s, p.Name.toUpper(), u"-o"_s, out});
         QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
-        const QByteArray bytes = readAll(out);
+        const QByteArray bytes = fmTestReadAll(out);
         QCOMPARE(int(bytes.count("\r\n")), p.Jobs + 1);
         QCOMPARE(int(bytes.count(";" + p.Name.section(QLatin1Char('_'), 0, 0).toUtf8() + ";")), p.Jobs);
     }
@@ -457,7 +453,7 @@ private slots:
         if (damage.isEmpty()) {
             args += files;
         } else {
-            QByteArray b = readAll(files.first());
+            QByteArray b = fmTestReadAll(files.first());
             const QList<qsizetype> frames = frameOffsets(b);
             QVERIFY(frames.size() >= 3);
             const qsizetype second = frames[1];
@@ -505,11 +501,11 @@ private slots:
     void demoRootRefusesExistingRoot()
     {
         const QString users = RootA + u"/sub/cfg_global/users7.dat"_s;
-        const QByteArray before = readAll(users);
+        const QByteArray before = fmTestReadAll(users);
         const Run r = runConsole({u"demo-root"_s, RootA});
         QCOMPARE(r.Code, 1);
         QVERIFY(r.Err.contains(QLatin1String("already holds a farm root")));
-        QCOMPARE(readAll(users), before);
+        QCOMPARE(fmTestReadAll(users), before);
     }
 
     // Catches saves that undo each other: two processes delete a different job of one project at
@@ -539,8 +535,8 @@ private slots:
         QVERIFY(QFileInfo(script).isExecutable());
         QVERIFY(QFileInfo(RootA + u"/bin/lx/fmHistorydbconsole"_s).isExecutable());
         QCOMPARE(QProcess::execute(script, {u"-scene"_s, u"/mnt/my scene.ma"_s, QString()}), 0);
-        const QStringList lines =
-            QString::fromUtf8(readAll(RootA + u"/sub/log/submitter_calls.txt"_s)).split(QLatin1Char('\n'));
+        const QStringList lines = QString::fromUtf8(fmTestReadAll(RootA + u"/sub/log/submitter_calls.txt"_s))
+                                      .split(QLatin1Char('\n'));
         QVERIFY(lines.size() >= 5);
         QVERIFY(lines[0].startsWith(QLatin1String("---- ")));
         QCOMPARE(lines.mid(1, 4), (QStringList{u"-scene"_s, u"/mnt/my scene.ma"_s, QString(), QString()}));

@@ -1,6 +1,8 @@
 // The built programs run as processes: the window program's start-up in a demo root made by the
-// console program, as its log file tells it, and its end outside a root. (The console's exit codes are in
-// tst_console.)
+// console program, as its log file tells it, and its end outside a root. (The console's exit codes
+// are in tst_console.)
+
+#include "fmtestroot.h"
 
 #include "foundation/fmprocess.h"
 
@@ -12,18 +14,8 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString kWindow = QStringLiteral(FM_WINDOW_EXE);
-const QString kConsole = QStringLiteral(FM_CONSOLE_EXE);
-
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-} // namespace
+static const QString kWindow = QStringLiteral(FM_WINDOW_EXE);
+static const QString kConsole = QStringLiteral(FM_CONSOLE_EXE);
 
 class tst_programs : public QObject
 {
@@ -71,8 +63,8 @@ private slots:
         p.start(kWindow, {u"-fmRoot"_s, Root, u"-debug"_s, u"-OMN"_s, u"Box1"_s});
         QVERIFY(p.waitForStarted());
         const QString log = Root + u"/sub/log/fmHistorydb_Box1.txt"_s;
-        QTRY_VERIFY_WITH_TIMEOUT(readAll(log).contains("init done") || p.state() == QProcess::NotRunning,
-                                 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            fmTestReadAll(log).contains("init done") || p.state() == QProcess::NotRunning, 30000);
         const bool running = p.state() == QProcess::Running;
         p.terminate();
         if (!p.waitForFinished(10000)) {
@@ -80,7 +72,7 @@ private slots:
             p.waitForFinished();
         }
         QVERIFY2(running, p.readAll().constData());
-        const QByteArray text = readAll(log);
+        const QByteArray text = fmTestReadAll(log);
         qsizetype at = 0;
         const QByteArray root = QFileInfo(Root).canonicalFilePath().toUtf8() + '/';
         for (const QByteArray& step :
