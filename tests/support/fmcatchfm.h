@@ -4,7 +4,6 @@
 #include "app/fm.h"
 
 #include <QList>
-#include <QStringList>
 
 struct fmCatchFM : public __FM
 {
@@ -20,23 +19,11 @@ struct fmCatchFM : public __FM
     {
         lines.append({level, text, where});
     }
-    // Lines of that level and text (and place, when given).
-    int count(int level, const QString& text, const QString& where = QString()) const
-    {
-        int n = 0;
-        for (const Line& l : lines)
-            n += l.level == level && l.text == text && (where.isEmpty() || l.where == where);
-        return n;
-    }
+    // A line of that level and text (and place, when given).
     bool has(int level, const QString& text, const QString& where = QString()) const
     {
-        return count(level, text, where) > 0;
-    }
-    QStringList texts() const
-    {
-        QStringList out;
         for (const Line& l : lines)
-            out << l.text;
-        return out;
+            if (l.level == level && l.text == text && (where.isEmpty() || l.where == where)) return true;
+        return false;
     }
 };

@@ -148,22 +148,6 @@ private slots:
         QVERIFY(!result);
     }
 
-    // The four-button box returns the number of the button pressed.
-    void fourButtons()
-    {
-        bool fourthMissing = false;
-        onNextDialog([&](QDialog* d) {
-            auto* box = qobject_cast<fmMessageBox4Buttons*>(d);
-            QVERIFY(box);
-            fourthMissing = box->Button[3] == nullptr;
-            box->Button[2]->click();
-        });
-        QCOMPARE(
-            fmMessageBox4Buttons::Question(nullptr, u"Which?"_s, u"One"_s, u"Two"_s, u"Three"_s, QString()),
-            3);
-        QVERIFY(fourthMissing);
-    }
-
     // A warning line of a window program raises the box with "Ok" and 90 seconds.
     void logLineRaisesWarning()
     {
@@ -185,20 +169,6 @@ private slots:
         QCOMPARE(button, u"Ok  (90)"_s);
         QVERIFY2(text.endsWith(u"|  WRN Disk nearly full\nclean up\n"_s), qPrintable(text));
         QVERIFY(hasIcon);
-    }
-
-    // The list dialog sorts when asked and focuses "Select".
-    void stringListDialog()
-    {
-        QStringList list{u"pear"_s, u"apple"_s, u"fig"_s};
-        fmStringListDialog dialog(list, u"Pick one"_s, true, nullptr);
-        QCOMPARE(list, (QStringList{"apple", "fig", "pear"}));
-        QCOMPARE(dialog.Combo->count(), 3);
-        QVERIFY(dialog.ButtonSelect->isDefault());
-        dialog.Combo->setCurrentIndex(2);
-        QCOMPARE(dialog.selectedText(), u"pear"_s);
-        dialog.ButtonAbort->click();
-        QCOMPARE(dialog.result(), int(QDialog::Rejected));
     }
 };
 
