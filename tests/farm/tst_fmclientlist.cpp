@@ -13,6 +13,25 @@ class tst_fmClientList : public QObject
 {
     Q_OBJECT
 private slots:
+    void sortIDTable_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<int>("sortID");
+        QTest::newRow("code 4") << 4 << 2;
+        QTest::newRow("code 14, the last of the table") << 14 << 1;
+        QTest::newRow("code 15") << 15 << 3;
+        QTest::newRow("code 28") << 28 << 3;
+        QTest::newRow("code -1") << -1 << 3;
+    }
+    // Catches a shifted sort table, and reads past its end for large or negative codes.
+    void sortIDTable()
+    {
+        QFETCH(int, status);
+        QFETCH(int, sortID);
+        const signed char s = static_cast<signed char>(status);
+        QCOMPARE(_ClientStatus2SortID(s), sortID);
+    }
+
     void init() { list.reset(new _ClientList(FM)); }
 
     void sortByColumn_data()

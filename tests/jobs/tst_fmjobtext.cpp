@@ -131,26 +131,6 @@ private slots:
         QCOMPARE(int(job->LogCount), 378);
     }
 
-    // Catches parameters not wrapped into 0..65534 and Param3 not scaled by the frame step.
-    void addLogParams()
-    {
-        auto job = newJob();
-        job->SeqStep = 2.5;
-        job->ClientsRendering = 400;
-        job->FramesLeft = 99999;
-        job->Status = 120;
-        job->addLogFrames(2, 14, 65535, -1, 3);
-        const _Log& l = job->Log[0];
-        QCOMPARE(int(l.Param1), 0);
-        QCOMPARE(int(l.Param2), 65534);
-        QCOMPARE(int(l.Param3), 8); // 7.5 rounds away from zero
-        QCOMPARE(int(l.ClientsRendering), 250);
-        QCOMPARE(int(l.FramesLeft), 30000);
-        QCOMPARE(int(l.JobStatus), 120);
-        job->addLogFrames(2, 14, 0, 0, 200);
-        QCOMPARE(int(job->Log[1].Param3), 255);
-    }
-
     // Catches a damaged count (30000, negative) that would write past the log array.
     void addLogHostileCount()
     {
