@@ -481,9 +481,6 @@ private slots:
             QCOMPARE(copy.GetNewJob(), nullptr);
             copy.DeleteJob(copy.Queue[0]);
             copy.deleteAll();
-            _JobCommandSend cmd;
-            copy.addMoveJobs(cmd);
-            QCOMPARE(copy.MoveJobsCount, 0);
             QCOMPARE(copy.JobCount, 4);
             QCOMPARE(copy.Queue[0]->QueueID, 0);
             QCOMPARE(copy.SortedCount, 4);
@@ -494,8 +491,6 @@ private slots:
     }
 
     void initTestCase() { QVERIFY(Dir.isValid()); }
-
-    // Catches a selection list that takes unselected or deleted jobs.
 };
 
 QTEST_GUILESS_MAIN(tst_fmjoblist)

@@ -343,7 +343,6 @@ private slots:
         for (_JobList* l : {&batched, &perJob}) {
             l->SetSortID(sortID, Qt::SortOrder(order));
             l->SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
-            l->listCustomActive_BuildStart();
             QVERIFY(l->LoadFileJobs(p));
             QVERIFY(l->LoadFileJobs(p)); // a second file adds up
         }

@@ -1,5 +1,5 @@
-// Names derived from a job's paths: scene display names, folder picks, path mapping, job-file
-// folders and preview frame numbers.
+// Names derived from a job's paths: scene display names, path mapping, job-file folders and
+// preview frame numbers.
 #include "app/fm.h"
 #include "farm/fmgconfig.h"
 #include "jobs/fmjob.h"
@@ -45,31 +45,6 @@ private slots:
         auto hist = std::make_unique<_jobsHistoryDB_Runtime>();
         hist->SceneName = scene;
         QCOMPARE(hist->GetSceneDisplayName(), shown);
-    }
-
-    // Catches off-by-one folder counts and lost drive or server prefixes.
-    void directoryNo_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QString>("no");
-        QTest::addColumn<QString>("until");
-        QTest::newRow("first") << u"/mnt/proj/shots/a.ma"_s << 1 << 1 << u"mnt"_s << u"/mnt"_s;
-        QTest::newRow("second two") << u"/mnt/proj/shots/a.ma"_s << 2 << 2 << u"proj_shots"_s
-                                    << u"/mnt/proj/shots"_s;
-        QTest::newRow("server") << u"//srv/share/x/y"_s << 2 << 1 << u"share"_s << u"//srv/share"_s;
-        QTest::newRow("short") << u"/ab"_s << 3 << 1 << u"/ab"_s << u"/ab"_s;
-    }
-    void directoryNo()
-    {
-        QFETCH(QString, path);
-        QFETCH(int, first);
-        QFETCH(int, count);
-        QFETCH(QString, no);
-        QFETCH(QString, until);
-        QCOMPARE(GetDirectoryNo(path, first, count), no);
-        QCOMPARE(GetDirectoryUntilNo(path, first, count), until);
     }
 
     // Catches paths not mapped through the path table, and custom values left out.

@@ -133,29 +133,6 @@ private slots:
         job->F2fn(12, &pass);
         QCOMPARE(int(pass), 0);
     }
-
-    // List text with line ends after every tenth, and a damaged Count.
-    void commandSend()
-    {
-        auto c = std::make_unique<_JobCommandSend>();
-        c->Count = 11;
-        for (int i = 0; i < 11; ++i)
-            writeAt<unsigned long long>(c.get(), 4 + 8 * size_t(i), 10000ull << 24);
-        const QString s = c->idsAsString();
-        QCOMPARE(s.count(u"{AAB}, "_s), 11);
-        QCOMPARE(s.count(QLatin1Char('\n')), 1);
-        QVERIFY(s.indexOf(QLatin1Char('\n')) == 10 * 7);
-        c->Count = 32767;
-        QCOMPARE(c->idsAsString().count(u", "_s), 7500);
-        c->Count = -5;
-        QVERIFY(c->idsAsString().isEmpty());
-
-        auto settings = std::make_unique<_JobSettingsSend>();
-        QCOMPARE(readAt<uint16_t>(settings.get(), 0), uint16_t(0x0403));
-        QCOMPARE(readAt<uint16_t>(settings.get(), 2), uint16_t(3));
-        settings->Count = 2;
-        QCOMPARE(settings->idsAsString(), u"{AAA}, {AAA}, "_s);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_jobrecords)
