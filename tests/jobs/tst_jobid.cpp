@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 
 namespace {
@@ -41,20 +43,14 @@ private slots:
         QTest::addColumn<QString>("shortText");
         QTest::addColumn<QString>("fullText");
         // Stamp 123456789: coarse 12345 -> "KT9"; fine 6789 / 36 = 188 -> 188 mod 36 = 8 -> "J".
-        QTest::newRow("counter 0") << makeID(0, 1, 2, 123456789) << "{KT9}"
-                                   << "KT9_JJCB";
-        QTest::newRow("counter 1") << makeID(1, 1, 2, 123456789) << "{KT9a}"
-                                   << "KT9a_JJCB";
-        QTest::newRow("counter 24") << makeID(24, 1, 2, 123456789) << "{KT9z}"
-                                    << "KT9z_JJCB";
-        QTest::newRow("counter 25") << makeID(25, 1, 2, 123456789) << "{KT9ba}"
-                                    << "KT9ba_JJCB";
-        QTest::newRow("counter 255") << makeID(255, 35, 36, 123456789) << "{KT9lq}"
-                                     << "KT9lq_JJA-";
-        QTest::newRow("stamp 0") << makeID(0, 0, 0, 0) << "{AAA}"
-                                 << "AAA_AAAA";
-        QTest::newRow("reserved byte ignored") << makeID(3, 0, 0, 9999, 0xFF) << "{AAAc}"
-                                               << "AAAc_11AA";
+        QTest::newRow("counter 0") << makeID(0, 1, 2, 123456789) << u"{KT9}"_s << u"KT9_JJCB"_s;
+        QTest::newRow("counter 1") << makeID(1, 1, 2, 123456789) << u"{KT9a}"_s << u"KT9a_JJCB"_s;
+        QTest::newRow("counter 24") << makeID(24, 1, 2, 123456789) << u"{KT9z}"_s << u"KT9z_JJCB"_s;
+        QTest::newRow("counter 25") << makeID(25, 1, 2, 123456789) << u"{KT9ba}"_s << u"KT9ba_JJCB"_s;
+        QTest::newRow("counter 255") << makeID(255, 35, 36, 123456789) << u"{KT9lq}"_s << u"KT9lq_JJA-"_s;
+        QTest::newRow("stamp 0") << makeID(0, 0, 0, 0) << u"{AAA}"_s << u"AAA_AAAA"_s;
+        QTest::newRow("reserved byte ignored")
+            << makeID(3, 0, 0, 9999, 0xFF) << u"{AAAc}"_s << u"AAAc_11AA"_s;
     }
     void texts()
     {
