@@ -176,11 +176,6 @@ private slots:
             j->ExecutionTime = 0;
             j->AverageFrameTime = 75;
         }) << fmSec2ms(75);
-        QTest::newRow("15 no frame time")
-            << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; }) << "";
-        QTest::newRow("18 clients") << 18
-                                    << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 3.46f; })
-                                    << "3.5";
         QTest::newRow("26 rounds half up")
             << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << "3";
         QTest::newRow("27 cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
