@@ -66,14 +66,10 @@ private slots:
                               << 60;
         QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16}
                                    << true << 60;
-        QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10}
-                                   << true << 60;
         QTest::newRow("useLogfile is not enough")
             << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true << 60;
         QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
                                << QList<int>{11, 12, 20, 24} << false << 60;
-        QTest::newRow("debug any case")
-            << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false << 60;
         QTest::newRow("debug prefix is not debug")
             << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true << 60;
         QTest::newRow("flush all") << QStringList{"-LogFlushAll"} << QList<int>{} << QList<int>{10} << true
