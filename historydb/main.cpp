@@ -59,9 +59,14 @@ int main(int argc, char** argv)
     qInstallMessageHandler(FMMessageOutput);
     // The window side's hooks of the core: log lines below level 10 raise fmMessageBox, start-up
     // texts reach the splash. The style hook (__FM::InstallStyleHook) is set here by fmStyle.
-    fmInstallLogMessageBox();
-    g_showBox = __FMSDK::MessageBoxHook;
-    __FMSDK::MessageBoxHook = showLogBox;
+    // Without a screen (offscreen or minimal platform) nobody can answer a box: the lines are
+    // printed instead, so that a start that fails ends at once rather than after the box's wait.
+    const QString platform = QGuiApplication::platformName();
+    if (platform != QLatin1String("offscreen") && platform != QLatin1String("minimal")) {
+        fmInstallLogMessageBox();
+        g_showBox = __FMSDK::MessageBoxHook;
+        __FMSDK::MessageBoxHook = showLogBox;
+    }
     __FM::SplashMessageHook = showSplashMessage;
     __FM::InstallStyleHook = fmInstallStyle;
 

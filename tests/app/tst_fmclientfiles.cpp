@@ -9,10 +9,11 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <functional>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 using namespace fmC;
 
@@ -21,113 +22,23 @@ static void tap(int, const QString& text, const QString&)
 {
     tapped << text;
 }
-// The lock waits are counted, not slept; atPause plays the other program at a given time.
+// The lock waits are counted, not slept.
 static int paused = 0;
-static std::function<void(int)> atPause;
 static void countPause(int ms)
 {
     paused += ms;
-    if (atPause) atPause(paused);
-}
-
-class tst_fmClientFiles : public QObject
-{
-    Q_OBJECT
-private slots:
-    void initTestCase();
-    void init();
-    void cleanupTestCase();
-    void roundTrip750();
-    void readKeys_data();
-    void readKeys();
-    void oldListKeys();
-    void dropSchedules();
-    void loadKeepsStatus();
-    void nemoNeverWritten();
-    void singleSaveAndLoad();
-    void missingFile();
-    void heldLock_data();
-    void heldLock();
-    void refusedFiles_data();
-    void refusedFiles();
-    void lockReleasedDuringSave();
-    void heldLockAbortsSave();
-    void waitsForServerSort();
-    void hostileFiles_data();
-    void hostileFiles();
-    void groupsRoundTrip();
-    void groupsHostile();
-
-private:
-    QTemporaryDir dir;
-    QString clientsIni() const { return dir.path() + QStringLiteral("/clients.ini"); }
-    QString lockFile() const { return clientsIni() + QStringLiteral("_lock.txt"); }
-    QString groupsIni() const { return dir.path() + QStringLiteral("/clientgroups.ini"); }
-    QString tempDir() const { return dir.path() + QStringLiteral("/tmp"); }
-    _ClientList& list() { return *FM.ClientList; }
-    void writeText(const QString& path, const QByteArray& text);
-    _Client& addNamed(const QString& name);
-};
-
-void tst_fmClientFiles::initTestCase()
-{
-    QVERIFY(dir.isValid());
-    FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
-    // The private copies go here; a link planted under the old fixed name must stay untouched.
-    QVERIFY(QDir().mkpath(tempDir()));
-    qputenv("TMPDIR", QFile::encodeName(tempDir()));
-    writeText(dir.path() + QStringLiteral("/victim"), "victim");
-    QVERIFY(QFile::link(dir.path() + QStringLiteral("/victim"), tempDir() + QStringLiteral("/clients.ini")));
-    fmFileLocker::setSleepFunction(countPause);
-    FM.createFarmTables();
-    QVERIFY(FM.ClientList && FM.ClientGroups && FM.UserSettings);
-    farmLogTap = tap;
-}
-
-void tst_fmClientFiles::init()
-{
-    for (const QString& f :
-         {clientsIni(), lockFile(), groupsIni(), dir.path() + QStringLiteral("/_newclientsort.cfg")})
-        QFile::remove(f);
-    list().clear();
-    list().LastFileTime.t = 0;
-    FM.ClientGroups->clear();
-    tapped.clear();
-    paused = 0;
-    atPause = nullptr;
-    FM.AppType = fm_AppType_Test;
-}
-
-void tst_fmClientFiles::cleanupTestCase()
-{
-    farmLogTap = nullptr;
-    fmFileLocker::setSleepFunction(nullptr);
-    QFile victim(dir.path() + QStringLiteral("/victim"));
-    QVERIFY(victim.open(QIODevice::ReadOnly));
-    QCOMPARE(victim.readAll(), QByteArray("victim"));
-    QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"clients.ini"});
-    FM.deleteFarmTables();
-    QVERIFY(!FM.ClientList && !FM.ClientGroups && !FM.UserSettings);
-}
-
-void tst_fmClientFiles::writeText(const QString& path, const QByteArray& text)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(text);
 }
 
 // The configuration of a client as one text, so that a whole record compares in one step.
 static QString cfgText(const _Client& c)
 {
-    QString t = QStringLiteral("%1|").arg(c.ListNo);
+    QString t = u"%1|"_s.arg(c.ListNo);
     for (int i = 0; i < c.CfgBoolCount; ++i)
         t += QString::number(c.CfgBool[i]);
     for (int i = 0; i < c.CfgValueCount; ++i)
-        t += QStringLiteral(",%1").arg(c.CfgValue[i]);
+        t += u",%1"_s.arg(c.CfgValue[i]);
     const _ClientHardware& h = c.Hardware;
-    t += QStringLiteral("|%1,%2,%3,%4,%5,%6,%7|")
-             .arg(h.Memory)
+    t += u"|%1,%2,%3,%4,%5,%6,%7|"_s.arg(h.Memory)
              .arg(int(h.Cores))
              .arg(int(h.OS))
              .arg(int(h.Is64Bit))
@@ -145,509 +56,418 @@ static QString cfgText(const _Client& c)
     return t + QLatin1Char('|') + c.CustomInfo.toQString();
 }
 
+class tst_fmClientFiles : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        FM.CfgGlobalPath.set(dir.path() + u"/"_s);
+        // The private copies go here; a link planted under the old fixed name must stay untouched.
+        QVERIFY(QDir().mkpath(tempDir()));
+        qputenv("TMPDIR", QFile::encodeName(tempDir()));
+        writeText(dir.path() + u"/victim"_s, "victim");
+        QVERIFY(QFile::link(dir.path() + u"/victim"_s, tempDir() + u"/clients.ini"_s));
+        fmFileLocker::setSleepFunction(countPause);
+        FM.createFarmTables();
+        QVERIFY(FM.ClientList && FM.ClientGroups && FM.UserSettings);
+        farmLogTap = tap;
+    }
+
+    void init()
+    {
+        for (const QString& f : {clientsIni(), lockFile(), groupsIni()})
+            QFile::remove(f);
+        list().clear();
+        list().LastFileTime.t = 0;
+        FM.ClientGroups->clear();
+        tapped.clear();
+        paused = 0;
+        FM.AppType = fm_AppType_Test;
+    }
+
+    void cleanupTestCase()
+    {
+        farmLogTap = nullptr;
+        fmFileLocker::setSleepFunction(nullptr);
+        QFile victim(dir.path() + u"/victim"_s);
+        QVERIFY(victim.open(QIODevice::ReadOnly));
+        QCOMPARE(victim.readAll(), QByteArray("victim"));
+        QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList{"clients.ini"});
+        FM.deleteFarmTables();
+        QVERIFY(!FM.ClientList && !FM.ClientGroups && !FM.UserSettings);
+    }
+
+    // Catches a field lost or changed on the way through the file, a section written for the
+    // reserved name, and a save that is not stable.
+    void roundTrip750()
+    {
+        for (int i = 0; i < MaxClients; ++i) {
+            _Client& c = addNamed(i == 17 ? u"NeMo"_s : u"render%1"_s.arg(i, 3, 10, QLatin1Char('0')));
+            c.ListNo = MaxClients - i;
+            c.CfgBool[0] = uint8_t(i & 1);
+            c.CfgValue[1] = int16_t(i);
+            c.Hardware.Memory = 1000 + i;
+            c.Hardware.Cores = uint8_t(1 + i % 64);
+            c.Hardware.OS = static_cast<signed char>(1 + i % 3);
+            c.Hardware.Is64Bit = i % 5 != 0;
+            c.Hardware.MHz = uint16_t(2000 + i);
+            c.Hardware.OSVersion = uint8_t(i % 200);
+            c.Hardware.Speed = float(i) / 8.0f;
+            c.WOLMac.set("001A2b3c4D5e");
+            c.WOLIP.set("10.0.0.1");
+            c.WOLFlags[2] = 1;
+            c.Reserved.fromString(u"Anna;ben"_s);
+            c.AcceptWH.fromString(u"carl"_s);
+            if (i % 2) c.AcceptThreadJobs[1].fromString(u"comp;3d"_s);
+            c.AbortProcess[3].set("nuke.exe");
+            c.CustomInfo.set(u"rack %1, top"_s.arg(i));
+        }
+        QVERIFY(FM.SaveFileClientsAll(QString()));
+        QVERIFY(!QFile::exists(lockFile()));
+        QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList{"clients.ini"});
+        {
+            QSettings s(clientsIni(), QSettings::IniFormat);
+            const QStringList groups = s.childGroups();
+            QCOMPARE(groups.size(), MaxClients - 1);
+            for (const QString& g : groups)
+                QVERIFY(g.compare(QLatin1String("nemo"), Qt::CaseInsensitive) != 0);
+            QCOMPARE(s.value(u"render001/cfgV"_s).toString().count(QLatin1Char(';')), 26);
+            QVERIFY(!s.contains(u"render001/WOLSchedule"_s));
+            QVERIFY(!s.contains(u"render000/acceptThreadJobsB"_s));
+            QVERIFY(s.contains(u"render001/acceptThreadJobsB"_s));
+            QCOMPARE(s.value(u"render001/WOL"_s).toString(), u"001A2b3c4D5e;10.0.0.1;001000"_s);
+        }
+        QFile f(clientsIni());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QByteArray first = f.readAll();
+        f.close();
+
+        std::unique_ptr<_ClientList> saved(new _ClientList(FM));
+        for (int i = 0; i < list().count(); ++i)
+            saved->Clients[i] = list().Clients[i];
+        list().clear();
+        QVERIFY(FM.LoadFileClientsAll(true, u"test"_s));
+        QCOMPARE(tapped.last(), u"clients.ini   loaded"_s);
+        QCOMPARE(list().count(), MaxClients - 1);
+        // Records come back ordered by their list number: render749 first.
+        QCOMPARE(list().Clients[0].Status.Name.toQString(), u"render749"_s);
+        for (int i = 0; i < MaxClients; ++i) {
+            if (i == 17) continue;
+            const int n = list().findClient(saved->Clients[i].Status.Name, 0);
+            QVERIFY(n >= 0);
+            QCOMPARE(cfgText(list().Clients[n]), cfgText(saved->Clients[i]));
+        }
+        QVERIFY(FM.SaveFileClientsAll(QString()));
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll(), first);
+    }
+
+    void readKeys_data()
+    {
+        QTest::addColumn<QByteArray>("section");
+        QTest::addColumn<QString>("check");
+        QTest::addColumn<QString>("want");
+        QTest::newRow("cfgV stops at x")
+            << QByteArray("cfgV=\"10;20;x;5;\"\n") << u"cfgV"_s << u"15,20,2,75,26"_s;
+        QTest::newRow("cfgV 45 places") << QByteArray("cfgV=\"" + QByteArray("20;").repeated(45) + "\"\n")
+                                        << u"cfgV"_s << u"20,20,10,20,40"_s;
+        QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << u"cfgV"_s
+                                     << u"15,32767,1,95,26"_s;
+        QTest::newRow("cfgB long") << QByteArray("cfgB=") + QByteArray("10").repeated(20) + "\n"
+                                   << u"cfgB"_s << u"1010,30"_s;
+        QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << u"cfgB"_s << u"0111,18"_s;
+        QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << u"hw"_s
+                                   << u"99,1,3,1,1,106,1.5"_s;
+        QTest::newRow("hardware negative speed")
+            << QByteArray("Hardware=\"4096;8;2;0;2400;26;-5;\"\n") << u"hw"_s << u"4096,8,2,0,2400,26,0"_s;
+        QTest::newRow("hardware huge")
+            << QByteArray("Hardware=\"99999999999;999;999;7;99999999;999;1e40;\"\n") << u"hw"_s
+            << u"2147483647,255,127,1,65535,255,0"_s;
+        QTest::newRow("accept A given")
+            << QByteArray("acceptThreadJobsA=Nuke\n") << u"acceptA"_s << u"nuke"_s;
+        QTest::newRow("hours given") << QByteArray(
+                                            "WorkingHours=FFFFFF000000000000000000000000000000000001\n")
+                                     << u"hours"_s << u"ffffff,0,1"_s;
+        QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << u"hours"_s << u"f,7fe00,0"_s;
+        QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << u"wol"_s
+                                     << u"aaBBcc,1.2.3.4,101000"_s;
+        QTest::newRow("info with comma")
+            << QByteArray("customClientInfo=\"a, b\"\n") << u"info"_s << u"a, b"_s;
+    }
+    // Catches a key read with the wrong limit, default or separator. Values with ";" stand in quotes,
+    // as QSettings writes them: unquoted, the ";" would begin a comment.
+    void readKeys()
+    {
+        QFETCH(QByteArray, section);
+        QFETCH(QString, check);
+        QFETCH(QString, want);
+        writeText(clientsIni(), "[zed]\n" + section);
+        QVERIFY(FM.LoadFileClientsAll(true, QString()));
+        const int n = list().findClient(fmString<25>("zed"), 0);
+        QVERIFY(n >= 0);
+        const _Client& c = list().Clients[n];
+        QString got;
+        if (check == QLatin1String("cfgV"))
+            got = u"%1,%2,%3,%4,%5"_s.arg(c.CfgValue[0])
+                      .arg(c.CfgValue[1])
+                      .arg(c.CfgValue[2])
+                      .arg(c.CfgValue[3])
+                      .arg(c.CfgValueCount);
+        else if (check == QLatin1String("cfgB"))
+            got = u"%1%2%3%4,%5"_s.arg(int(c.CfgBool[0]))
+                      .arg(int(c.CfgBool[1]))
+                      .arg(int(c.CfgBool[2]))
+                      .arg(int(c.CfgBool[3]))
+                      .arg(c.CfgBoolCount);
+        else if (check == QLatin1String("hw"))
+            got = u"%1,%2,%3,%4,%5,%6,%7"_s.arg(c.Hardware.Memory)
+                      .arg(int(c.Hardware.Cores))
+                      .arg(int(c.Hardware.OS))
+                      .arg(int(c.Hardware.Is64Bit))
+                      .arg(int(c.Hardware.MHz))
+                      .arg(int(c.Hardware.OSVersion))
+                      .arg(double(c.Hardware.Speed));
+        else if (check == QLatin1String("acceptA"))
+            got = c.AcceptThreadJobs[0].asString().remove(QLatin1Char(' '));
+        else if (check == QLatin1String("hours"))
+            got = u"%1,%2,%3"_s.arg(c.WorkingHours[0], 0, 16)
+                      .arg(c.WorkingHours[1], 0, 16)
+                      .arg(c.WorkingHours[6], 0, 16);
+        else if (check == QLatin1String("wol")) {
+            got = c.WOLMac.toQString() + QLatin1Char(',') + c.WOLIP.toQString() + QLatin1Char(',');
+            for (int i = 0; i < 6; ++i)
+                got += QString::number(c.WOLFlags[i]);
+        } else if (check == QLatin1String("info"))
+            got = c.CustomInfo.toQString();
+        QCOMPARE(got, want);
+        if (QTest::currentDataTag() == QLatin1String("cfgV stops at x"))
+            QCOMPARE(tapped.filter(u"Unable to load config of client zed"_s).size(), 1);
+    }
+
+    // Catches the older one-name-a-key form read when the new key is there, or not read at all.
+    void oldListKeys()
+    {
+        writeText(clientsIni(), "[old]\nReserved01=Anna\nReserved02=\nReserved03=Ben\nAcceptWH20=Zoe\n"
+                                "[both]\nReserved=carl\nReserved01=anna\n");
+        QVERIFY(FM.LoadFileClientsAll(true, QString()));
+        const _Client& o = list().Clients[list().findClient(fmString<25>("old"), 0)];
+        QCOMPARE(o.Reserved.count(), 2);
+        QCOMPARE(o.Reserved.List[0].toQString(), u"anna"_s);
+        QCOMPARE(o.Reserved.List[1].toQString(), u"ben"_s);
+        QCOMPARE(o.AcceptWH.asString(), u"zoe"_s);
+        const _Client& b = list().Clients[list().findClient(fmString<25>("both"), 0)];
+        QCOMPARE(b.Reserved.asString(), u"carl"_s);
+    }
+
+    // Catches a load that overwrites the status of a known client, or drops an unknown one.
+    void loadKeepsStatus()
+    {
+        _Client& c = addNamed(u"Known"_s);
+        c.Status.AvailableMemory = 1234;
+        c.Status.Thread[0].Status = 3;
+        writeText(clientsIni(), "[known]\nlistNo=4\ncfgV=\"20;\"\n[fresh]\nlistNo=2\n");
+        QVERIFY(FM.LoadFileClientsAll(true, QString()));
+        QCOMPARE(list().count(), 2);
+        const _Client& k = list().Clients[list().findClient(fmString<25>("known"), 0)];
+        QCOMPARE(k.Status.AvailableMemory, 1234);
+        QCOMPARE(int(k.Status.Thread[0].Status), 3);
+        QCOMPARE(k.Status.Name.toQString(), u"Known"_s);
+        QCOMPARE(k.ListNo, 4);
+        QCOMPARE(int(k.CfgValue[0]), 20);
+        QVERIFY(list().findClient(fmString<25>("fresh"), 0) >= 0);
+    }
+
+    // Catches a program of a type that may not create clients.ini going on without it.
+    void missingFile()
+    {
+        addNamed(u"x"_s);
+        QVERIFY(!FM.LoadFileClientsAll(true, QString()));
+        QCOMPARE(list().count(), 1);
+    }
+
+    // Catches a server that loads under another program's lock, a program that fails start-up for a
+    // lock left behind, and a lock from the future (clocks out of step) that blocks for good.
+    void heldLock_data()
+    {
+        QTest::addColumn<bool>("server");
+        QTest::addColumn<int>("ageSeconds");
+        QTest::addColumn<bool>("loaded");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("other program, held")
+            << false << 0 << true << " is locked! Trying to continue load client config.";
+        QTest::newRow("server, held") << true << 0 << false << " is locked!";
+        QTest::newRow("server, 1 h ahead") << true << -3600 << true << "";
+        QTest::newRow("other program, 1 day ahead") << false << -86400 << true << "";
+    }
+    void heldLock()
+    {
+        QFETCH(bool, server);
+        QFETCH(int, ageSeconds);
+        QFETCH(bool, loaded);
+        QFETCH(QString, message);
+        writeText(clientsIni(), "[a]\nlistNo=1\n");
+        writeText(lockFile(), "\n File locked by: Other fmServer\n");
+        fmTime_t t;
+        t.SetCurrentTime(-ageSeconds);
+        fmSetFileTime(lockFile(), &t);
+        addNamed(u"before"_s);
+        if (server) FM.AppType = fm_AppType_Server;
+        QCOMPARE(FM.LoadFileClientsAll(true, QString()), loaded);
+        QCOMPARE(list().count(), loaded ? 2 : 1);
+        QCOMPARE(paused, 6000); // the whole wait, in no time
+        QCOMPARE(tapped.contains(clientsIni() + message), !message.isEmpty());
+        QCOMPARE(QFile::exists(lockFile()), ageSeconds == 0); // somebody else's fresh lock stays
+    }
+
+    // Catches a clients.ini or clientgroups.ini that blocks the load (a FIFO) or fills the memory (a
+    // huge file), and a message without the file's name and the reason. Other kinds: tst_fmfileread.
+    void refusedFiles_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("FIFO") << u"fifo"_s << u"Is a FIFO, not a regular file"_s;
+        QTest::newRow("oversized") << u"big"_s << u"File too large (16777217 bytes, at most 16777216)"_s;
+    }
+    void refusedFiles()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, reason);
+        for (const QString& path : {clientsIni(), groupsIni()}) {
+            const QByteArray p = QFile::encodeName(path);
+            QFile::remove(path);
+            if (kind == "fifo") QVERIFY(::mkfifo(p.constData(), 0600) == 0);
+            if (kind == "big") {
+                writeText(path, "");
+                QVERIFY(::truncate(p.constData(), (16 << 20) + 1) == 0);
+            }
+        }
+        addNamed(u"before"_s);
+        QVERIFY(!FM.LoadFileClientsAll(true, QString()));
+        QCOMPARE(tapped.last(), u"Unable to read '%1': %2"_s.arg(clientsIni(), reason));
+        QCOMPARE(list().count(), 1);
+        QVERIFY(!FM.LoadFileClientGroups());
+        QVERIFY(tapped.contains(u"Unable to read '%1': %2"_s.arg(groupsIni(), reason)));
+        QCOMPARE(int(FM.ClientGroups->Count), 1); // "ALL" only
+    }
+
+    void hostileFiles_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("clients");
+        QByteArray many;
+        for (int i = 0; i < 1000; ++i)
+            many += "[c" + QByteArray::number(i) + "]\nlistNo=" + QByteArray::number(-i) + "\n";
+        QTest::newRow("1000 sections") << many << MaxClients;
+        QTest::newRow("binary") << QByteArray("\0\xff\x01[\x80\x81]\n=\xfe\n\0\0", 14) << -1;
+        QTest::newRow("long name") << QByteArray("[" + QByteArray(300, 'n') + "]\nlistNo=1\n[ok]\nlistNo=2\n")
+                                   << 1;
+        QTest::newRow("long values") << QByteArray("[x]\ncfgV=\"" + QByteArray("7;").repeated(100000) +
+                                                   "\"\ncfgB=" + QByteArray(100000, '1') + "\nReserved=\"" +
+                                                   QByteArray("a;").repeated(5000) +
+                                                   "\"\nAbortProcess01=" + QByteArray(500, 'p') + "\n")
+                                     << 1;
+        QTest::newRow("keys only") << QByteArray("listNo=1\ncfgV=1;\n") << 0;
+    }
+    // Catches a crash, an unbounded count or a read past a field on a broken or hostile file.
+    void hostileFiles()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(int, clients);
+        writeText(clientsIni(), content);
+        FM.LoadFileClientsAll(true, QString());
+        if (clients >= 0) QCOMPARE(list().count(), clients);
+        QVERIFY(list().count() <= MaxClients);
+        for (int i = 0; i < list().count(); ++i) {
+            const _Client& c = list().Clients[i];
+            QVERIFY(c.CfgValueCount <= CfgValueMax && c.CfgBoolCount <= CfgBoolMax);
+            QVERIFY(c.Reserved.count() <= 20);
+            QVERIFY(c.Hardware.Cores >= 1 && c.Hardware.MHz >= 1 && c.Hardware.Speed >= 0.0f);
+        }
+        list().sort(nullptr);
+        list().filter();
+    }
+
+    // Catches a group written for "ALL", a group "ALL" missing or not last, a satellite master
+    // lost, and a name of no client that gets marked.
+    void groupsRoundTrip()
+    {
+        addNamed(u"r1"_s);
+        addNamed(u"r2"_s);
+        addNamed(u"r3"_s);
+        writeText(groupsIni(), "[Lighting]\nAssigned=\"r1;R3;ghost;\"\nSattelliteMaster=\"r3;\"\n"
+                               "[ALL]\nAssigned=\"r1;\"\n"
+                               "[AVeryLongGroupNameBeyondTwentyFive]\nAssigned=\"r2;\"\n");
+        QVERIFY(FM.LoadFileClientGroups());
+        _ClientGroupList& g = *FM.ClientGroups;
+        QCOMPARE(int(g.Count), 3);
+        QCOMPARE(g.Group[g.Count - 1].Name.toQString(), u"ALL"_s);
+        for (int i = 0; i < MaxClients; ++i)
+            QVERIFY(g.Group[g.Count - 1].Place[i].Assigned);
+        const int l = g.findGroup(u"lighting"_s);
+        QVERIFY(l >= 0);
+        QVERIFY(g.Group[l].Place[0].Assigned);
+        QVERIFY(!g.Group[l].Place[1].Assigned);
+        QVERIFY(g.Group[l].Place[2].Assigned);
+        QCOMPARE(int(g.Group[l].Place[0].SatelliteMaster), 65535);
+        QVERIFY(g.Group[l].Place[2].SatelliteMaster != 65535);
+        QVERIFY(g.findGroup(u"AVeryLongGroupNameBeyondT"_s) >= 0);
+
+        QVERIFY(FM.SaveFileClientGroups());
+        QCOMPARE(tapped.last(), u"clientgroups.ini   written"_s);
+        {
+            QSettings s(groupsIni(), QSettings::IniFormat);
+            QVERIFY(!s.childGroups().contains(u"ALL"_s));
+            QCOMPARE(s.value(u"Lighting/Assigned"_s).toString(), u"r1;r3;"_s);
+            QCOMPARE(s.value(u"Lighting/SattelliteMaster"_s).toString(), u"r3;"_s);
+        }
+        QVERIFY(FM.LoadFileClientGroups());
+        QCOMPARE(int(FM.ClientGroups->Count), 3);
+        QCOMPARE(tapped.last(), u"clientgroups.ini   loaded"_s);
+    }
+
+    // Catches more groups than places, and a missing file that leaves no group "ALL".
+    void groupsHostile()
+    {
+        QVERIFY(FM.LoadFileClientGroups());
+        QCOMPARE(int(FM.ClientGroups->Count), 1);
+        QByteArray many;
+        for (int i = 0; i < 100; ++i)
+            many +=
+                "[g" + QByteArray::number(i) + "]\nAssigned=\"" + QByteArray("x;").repeated(1000) + "\"\n";
+        writeText(groupsIni(), many);
+        QVERIFY(FM.LoadFileClientGroups());
+        QCOMPARE(int(FM.ClientGroups->Count), MaxClientGroups);
+        QCOMPARE(FM.ClientGroups->Group[MaxClientGroups - 1].Name.toQString(), u"ALL"_s);
+    }
+
+private:
+    QTemporaryDir dir;
+    QString clientsIni() const { return dir.path() + u"/clients.ini"_s; }
+    QString lockFile() const { return clientsIni() + u"_lock.txt"_s; }
+    QString groupsIni() const { return dir.path() + u"/clientgroups.ini"_s; }
+    QString tempDir() const { return dir.path() + u"/tmp"_s; }
+    _ClientList& list() { return *FM.ClientList; }
+    void writeText(const QString& path, const QByteArray& text);
+    _Client& addNamed(const QString& name);
+};
+
+void tst_fmClientFiles::writeText(const QString& path, const QByteArray& text)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(text);
+}
+
 _Client& tst_fmClientFiles::addNamed(const QString& name)
 {
     const int n = list().addClient();
     _Client& c = list().Clients[n < 0 ? 0 : n];
     c.Status.Name.set(name);
     return c;
-}
-
-// Catches a field lost or changed on the way through the file, a section written for the
-// reserved name, and a save that is not stable.
-void tst_fmClientFiles::roundTrip750()
-{
-    for (int i = 0; i < MaxClients; ++i) {
-        _Client& c = addNamed(i == 17 ? QStringLiteral("NeMo")
-                                      : QStringLiteral("render%1").arg(i, 3, 10, QLatin1Char('0')));
-        c.ListNo = MaxClients - i;
-        c.CfgBool[0] = uint8_t(i & 1);
-        c.CfgValue[1] = int16_t(i);
-        c.Hardware.Memory = 1000 + i;
-        c.Hardware.Cores = uint8_t(1 + i % 64);
-        c.Hardware.OS = static_cast<signed char>(1 + i % 3);
-        c.Hardware.Is64Bit = i % 5 != 0;
-        c.Hardware.MHz = uint16_t(2000 + i);
-        c.Hardware.OSVersion = uint8_t(i % 200);
-        c.Hardware.Speed = float(i) / 8.0f;
-        c.WOLMac.set("001A2b3c4D5e");
-        c.WOLIP.set("10.0.0.1");
-        c.WOLFlags[2] = 1;
-        c.Reserved.fromString(QStringLiteral("Anna;ben"));
-        c.AcceptWH.fromString(QStringLiteral("carl"));
-        if (i % 2) c.AcceptThreadJobs[1].fromString(QStringLiteral("comp;3d"));
-        c.AbortProcess[3].set("nuke.exe");
-        c.CustomInfo.set(QStringLiteral("rack %1, top").arg(i));
-    }
-    QVERIFY(FM.SaveFileClientsAll(QString()));
-    QVERIFY(!QFile::exists(lockFile()));
-    QCOMPARE(QDir(tempDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"clients.ini"});
-    {
-        QSettings s(clientsIni(), QSettings::IniFormat);
-        const QStringList groups = s.childGroups();
-        QCOMPARE(groups.size(), MaxClients - 1);
-        for (const QString& g : groups)
-            QVERIFY(g.compare(QLatin1String("nemo"), Qt::CaseInsensitive) != 0);
-        QCOMPARE(s.value(QStringLiteral("render001/cfgV")).toString().count(QLatin1Char(';')), 26);
-        QVERIFY(!s.contains(QStringLiteral("render001/WOLSchedule")));
-        QVERIFY(!s.contains(QStringLiteral("render000/acceptThreadJobsB")));
-        QVERIFY(s.contains(QStringLiteral("render001/acceptThreadJobsB")));
-        QCOMPARE(s.value(QStringLiteral("render001/WOL")).toString(),
-                 QStringLiteral("001A2b3c4D5e;10.0.0.1;001000"));
-    }
-    QFile f(clientsIni());
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    const QByteArray first = f.readAll();
-    f.close();
-
-    std::unique_ptr<_ClientList> saved(new _ClientList(FM));
-    for (int i = 0; i < list().count(); ++i)
-        saved->Clients[i] = list().Clients[i];
-    list().clear();
-    QVERIFY(FM.LoadFileClientsAll(true, QStringLiteral("test")));
-    QCOMPARE(tapped.last(), QStringLiteral("clients.ini   loaded"));
-    QCOMPARE(list().count(), MaxClients - 1);
-    // Records come back ordered by their list number: render749 first.
-    QCOMPARE(list().Clients[0].Status.Name.toQString(), QStringLiteral("render749"));
-    for (int i = 0; i < MaxClients; ++i) {
-        if (i == 17) continue;
-        const int n = list().findClient(saved->Clients[i].Status.Name, 0);
-        QVERIFY(n >= 0);
-        QCOMPARE(cfgText(list().Clients[n]), cfgText(saved->Clients[i]));
-    }
-    QVERIFY(FM.SaveFileClientsAll(QString()));
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    QCOMPARE(f.readAll(), first);
-}
-
-void tst_fmClientFiles::readKeys_data()
-{
-    QTest::addColumn<QByteArray>("section");
-    QTest::addColumn<QString>("check");
-    QTest::addColumn<QString>("want");
-    QTest::newRow("cfgV stops at x") << QByteArray("cfgV=\"10;20;x;5;\"\n") << "cfgV"
-                                     << "15,20,2,75,26";
-    QTest::newRow("cfgV 30 places")
-        << QByteArray("cfgV=\"1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;1;7;\"\n") << "cfgV"
-        << "15,1,1,15,30";
-    QTest::newRow("cfgV 45 places") << QByteArray("cfgV=\"" + QByteArray("20;").repeated(45) + "\"\n")
-                                    << "cfgV"
-                                    << "20,20,10,20,40";
-    QTest::newRow("cfgV bounds") << QByteArray("cfgV=\"1;99999;0;100;400;\"\n") << "cfgV"
-                                 << "15,32767,1,95,26";
-    QTest::newRow("cfgB long") << QByteArray("cfgB=") + QByteArray("10").repeated(20) + "\n"
-                               << "cfgB"
-                               << "1010,30";
-    QTest::newRow("cfgB short") << QByteArray("cfgB=0\n") << "cfgB"
-                                << "0111,18";
-    QTest::newRow("memory 50") << QByteArray("Hardware=\"50;0;3;1;0;106;1500;\"\n") << "hw"
-                               << "99,1,3,1,1,106,1.5";
-    QTest::newRow("hardware negative speed") << QByteArray("Hardware=\"4096;8;2;0;2400;26;-5;\"\n") << "hw"
-                                             << "4096,8,2,0,2400,26,0";
-    QTest::newRow("hardware huge") << QByteArray("Hardware=\"99999999999;999;999;7;99999999;999;1e40;\"\n")
-                                   << "hw"
-                                   << "2147483647,255,127,1,65535,255,0";
-    QTest::newRow("no accept A") << QByteArray("listNo=3\n") << "acceptA"
-                                 << "comp;archive;3d;execute";
-    QTest::newRow("accept A given") << QByteArray("acceptThreadJobsA=Nuke\n") << "acceptA"
-                                    << "nuke";
-    QTest::newRow("listNo broken") << QByteArray("listNo=abc\n") << "listNo"
-                                   << "0";
-    QTest::newRow("hours given") << QByteArray("WorkingHours=FFFFFF000000000000000000000000000000000001\n")
-                                 << "hours"
-                                 << "ffffff,0,1";
-    QTest::newRow("hours short") << QByteArray("WorkingHours=00000F\n") << "hours"
-                                 << "f,7fe00,0";
-    QTest::newRow("hours missing") << QByteArray("listNo=12\n") << "hours"
-                                   << "7fe00,7fe00,0";
-    QTest::newRow("mac cleaned") << QByteArray("WOL=\"aa-BB:cc zz;1.2.3.4;1x1\"\n") << "wol"
-                                 << "aaBBcc,1.2.3.4,101000";
-    QTest::newRow("info with comma") << QByteArray("customClientInfo=\"a, b\"\n") << "info"
-                                     << "a, b";
-    QTest::newRow("info list") << QByteArray("customClientInfo=a, b\n") << "info"
-                               << "a,b";
-}
-
-// Catches a key read with the wrong limit, default or separator. Values with ";" stand in quotes,
-// as QSettings writes them: unquoted, the ";" would begin a comment.
-void tst_fmClientFiles::readKeys()
-{
-    QFETCH(QByteArray, section);
-    QFETCH(QString, check);
-    QFETCH(QString, want);
-    writeText(clientsIni(), "[zed]\n" + section);
-    QVERIFY(FM.LoadFileClientsAll(true, QString()));
-    const int n = list().findClient(fmString<25>("zed"), 0);
-    QVERIFY(n >= 0);
-    const _Client& c = list().Clients[n];
-    QString got;
-    if (check == QLatin1String("cfgV"))
-        got = QStringLiteral("%1,%2,%3,%4,%5")
-                  .arg(c.CfgValue[0])
-                  .arg(c.CfgValue[1])
-                  .arg(c.CfgValue[2])
-                  .arg(c.CfgValue[3])
-                  .arg(c.CfgValueCount);
-    else if (check == QLatin1String("cfgB"))
-        got = QStringLiteral("%1%2%3%4,%5")
-                  .arg(int(c.CfgBool[0]))
-                  .arg(int(c.CfgBool[1]))
-                  .arg(int(c.CfgBool[2]))
-                  .arg(int(c.CfgBool[3]))
-                  .arg(c.CfgBoolCount);
-    else if (check == QLatin1String("hw"))
-        got = QStringLiteral("%1,%2,%3,%4,%5,%6,%7")
-                  .arg(c.Hardware.Memory)
-                  .arg(int(c.Hardware.Cores))
-                  .arg(int(c.Hardware.OS))
-                  .arg(int(c.Hardware.Is64Bit))
-                  .arg(int(c.Hardware.MHz))
-                  .arg(int(c.Hardware.OSVersion))
-                  .arg(double(c.Hardware.Speed));
-    else if (check == QLatin1String("acceptA"))
-        got = c.AcceptThreadJobs[0].asString().remove(QLatin1Char(' '));
-    else if (check == QLatin1String("listNo"))
-        got = QString::number(c.ListNo);
-    else if (check == QLatin1String("hours"))
-        got = QStringLiteral("%1,%2,%3")
-                  .arg(c.WorkingHours[0], 0, 16)
-                  .arg(c.WorkingHours[1], 0, 16)
-                  .arg(c.WorkingHours[6], 0, 16);
-    else if (check == QLatin1String("wol")) {
-        got = c.WOLMac.toQString() + QLatin1Char(',') + c.WOLIP.toQString() + QLatin1Char(',');
-        for (int i = 0; i < 6; ++i)
-            got += QString::number(c.WOLFlags[i]);
-    } else if (check == QLatin1String("info"))
-        got = c.CustomInfo.toQString();
-    QCOMPARE(got, want);
-    if (QTest::currentDataTag() == QLatin1String("cfgV stops at x"))
-        QCOMPARE(tapped.filter(QStringLiteral("Unable to load config of client zed")).size(), 1);
-}
-
-// Catches the older one-name-a-key form read when the new key is there, or not read at all.
-void tst_fmClientFiles::oldListKeys()
-{
-    writeText(clientsIni(), "[old]\nReserved01=Anna\nReserved02=\nReserved03=Ben\nAcceptWH20=Zoe\n"
-                            "[both]\nReserved=carl\nReserved01=anna\n");
-    QVERIFY(FM.LoadFileClientsAll(true, QString()));
-    const _Client& o = list().Clients[list().findClient(fmString<25>("old"), 0)];
-    QCOMPARE(o.Reserved.count(), 2);
-    QCOMPARE(o.Reserved.List[0].toQString(), QStringLiteral("anna"));
-    QCOMPARE(o.Reserved.List[1].toQString(), QStringLiteral("ben"));
-    QCOMPARE(o.AcceptWH.asString(), QStringLiteral("zoe"));
-    const _Client& b = list().Clients[list().findClient(fmString<25>("both"), 0)];
-    QCOMPARE(b.Reserved.asString(), QStringLiteral("carl"));
-}
-
-// Catches schedules written although dropped, or dropped schedules that do not read back as the
-// default hours.
-void tst_fmClientFiles::dropSchedules()
-{
-    std::unique_ptr<_Client> c(new _Client);
-    c->Status.Name.set("sched");
-    c->WOLSchedule[0] = 0xABCDEF;
-    c->WorkingHours[3] = 0x1;
-    {
-        QSettings s(clientsIni(), QSettings::IniFormat);
-        c->WriteClientCfg(s, true, false);
-        s.sync();
-        QCOMPARE(s.value(QStringLiteral("sched/WOLSchedule")).toString().left(6), QStringLiteral("ABCDEF"));
-        QCOMPARE(s.value(QStringLiteral("sched/WorkingHours")).toString().size(), 42);
-        c->WriteClientCfg(s, false, true);
-        s.sync();
-        QVERIFY(!s.contains(QStringLiteral("sched/WOLSchedule")));
-        QVERIFY(!s.contains(QStringLiteral("sched/WorkingHours")));
-        QVERIFY(s.contains(QStringLiteral("sched/listNo")));
-        QVERIFY(s.group().isEmpty()); // the section was closed
-    }
-    QSettings s(clientsIni(), QSettings::IniFormat);
-    std::unique_ptr<_Client> r(new _Client);
-    r->Status.Name.set("sched");
-    r->WOLSchedule[0] = 5;
-    QVERIFY(r->ReadClientCfg(s, false));
-    QCOMPARE(r->WOLSchedule[0], 0x7FE00u);
-    QCOMPARE(r->WorkingHours[3], 0x7FE00u);
-    QVERIFY(s.group().isEmpty());
-}
-
-// Catches a load that overwrites the status of a known client, or drops an unknown one.
-void tst_fmClientFiles::loadKeepsStatus()
-{
-    _Client& c = addNamed(QStringLiteral("Known"));
-    c.Status.AvailableMemory = 1234;
-    c.Status.Thread[0].Status = 3;
-    writeText(clientsIni(), "[known]\nlistNo=4\ncfgV=\"20;\"\n[fresh]\nlistNo=2\n");
-    QVERIFY(FM.LoadFileClientsAll(true, QString()));
-    QCOMPARE(list().count(), 2);
-    const _Client& k = list().Clients[list().findClient(fmString<25>("known"), 0)];
-    QCOMPARE(k.Status.AvailableMemory, 1234);
-    QCOMPARE(int(k.Status.Thread[0].Status), 3);
-    QCOMPARE(k.Status.Name.toQString(), QStringLiteral("Known"));
-    QCOMPARE(k.ListNo, 4);
-    QCOMPARE(int(k.CfgValue[0]), 20);
-    QVERIFY(list().findClient(fmString<25>("fresh"), 0) >= 0);
-}
-
-// Catches the reserved name written by a single save in any case of letters, and a save of it
-// that stops the file from being written.
-void tst_fmClientFiles::nemoNeverWritten()
-{
-    writeText(clientsIni(), "[other]\nlistNo=1\n");
-    for (const char* name : {"nemo", "NEMO", "Nemo"}) {
-        std::unique_ptr<_Client> c(new _Client);
-        c->Status.Name.set(name);
-        QVERIFY(FM.SaveFileClient(*c));
-        QSettings s(clientsIni(), QSettings::IniFormat);
-        QCOMPARE(s.childGroups(), QStringList{QStringLiteral("other")});
-    }
-    QVERIFY(tapped.last().contains(QStringLiteral(" single    written (")));
-}
-
-// Catches a single save that loses the other clients, or a single load that reads the wrong
-// section.
-void tst_fmClientFiles::singleSaveAndLoad()
-{
-    writeText(clientsIni(), "[other]\nlistNo=1\ncustomClientInfo=keep\n");
-    std::unique_ptr<_Client> c(new _Client);
-    c->Status.Name.set("mine");
-    c->ListNo = 9;
-    c->CustomInfo.set("hello");
-    QVERIFY(FM.SaveFileClient(*c));
-    QVERIFY(!QFile::exists(lockFile()));
-    std::unique_ptr<_Client> r(new _Client);
-    r->Status.Name.set("MINE");
-    r->Status.AvailableMemory = 77;
-    QVERIFY(FM.LoadFileClient(*r, true));
-    QCOMPARE(r->ListNo, 9);
-    QVERIFY(r->CustomInfo.isEmpty());
-    r->Status.Name.set("mine");
-    QVERIFY(FM.LoadFileClient(*r, false));
-    QCOMPARE(r->CustomInfo.toQString(), QStringLiteral("hello"));
-    QCOMPARE(r->Status.AvailableMemory, 77);
-    QCOMPARE(tapped.last(), QStringLiteral("  single    loaded"));
-    QSettings s(clientsIni(), QSettings::IniFormat);
-    QCOMPARE(s.value(QStringLiteral("other/customClientInfo")).toString(), QStringLiteral("keep"));
-}
-
-// Catches a program of a type that may not create clients.ini going on without it.
-void tst_fmClientFiles::missingFile()
-{
-    addNamed(QStringLiteral("x"));
-    QVERIFY(!FM.LoadFileClientsAll(true, QString()));
-    QCOMPARE(list().count(), 1);
-}
-
-// Catches a server that loads under another program's lock, a program that fails start-up for a
-// lock left behind, and a lock from the future (clocks out of step) that blocks for good.
-void tst_fmClientFiles::heldLock_data()
-{
-    QTest::addColumn<bool>("server");
-    QTest::addColumn<int>("ageSeconds");
-    QTest::addColumn<bool>("loaded");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("other program, held")
-        << false << 0 << true << " is locked! Trying to continue load client config.";
-    QTest::newRow("server, held") << true << 0 << false << " is locked!";
-    QTest::newRow("server, 1 h ahead") << true << -3600 << true << "";
-    QTest::newRow("other program, 1 day ahead") << false << -86400 << true << "";
-}
-
-void tst_fmClientFiles::heldLock()
-{
-    QFETCH(bool, server);
-    QFETCH(int, ageSeconds);
-    QFETCH(bool, loaded);
-    QFETCH(QString, message);
-    writeText(clientsIni(), "[a]\nlistNo=1\n");
-    writeText(lockFile(), "\n File locked by: Other fmServer\n");
-    fmTime_t t;
-    t.SetCurrentTime(-ageSeconds);
-    fmSetFileTime(lockFile(), &t);
-    addNamed(QStringLiteral("before"));
-    if (server) FM.AppType = fm_AppType_Server;
-    QCOMPARE(FM.LoadFileClientsAll(true, QString()), loaded);
-    QCOMPARE(list().count(), loaded ? 2 : 1);
-    QCOMPARE(paused, 6000); // the whole wait, in no time
-    QCOMPARE(tapped.contains(clientsIni() + message), !message.isEmpty());
-    QCOMPARE(QFile::exists(lockFile()), ageSeconds == 0); // somebody else's fresh lock stays
-    std::unique_ptr<_Client> c(new _Client);
-    c->Status.Name.set("a");
-    QCOMPARE(FM.LoadFileClient(*c, true), true); // a single load goes on in spite of the lock
-    QCOMPARE(c->ListNo, 1);
-}
-
-// Catches a clients.ini or clientgroups.ini that blocks the load (a FIFO) or fills the memory (a
-// huge file), and a message without the file's name and the reason. Other kinds: tst_fmfileread.
-void tst_fmClientFiles::refusedFiles_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("FIFO") << "fifo"
-                          << "Is a FIFO, not a regular file";
-    QTest::newRow("oversized") << "big"
-                               << "File too large (16777217 bytes, at most 16777216)";
-}
-
-void tst_fmClientFiles::refusedFiles()
-{
-    QFETCH(QString, kind);
-    QFETCH(QString, reason);
-    for (const QString& path : {clientsIni(), groupsIni()}) {
-        const QByteArray p = QFile::encodeName(path);
-        QFile::remove(path);
-        if (kind == "fifo") QVERIFY(::mkfifo(p.constData(), 0600) == 0);
-        if (kind == "big") {
-            writeText(path, "");
-            QVERIFY(::truncate(p.constData(), (16 << 20) + 1) == 0);
-        }
-    }
-    addNamed(QStringLiteral("before"));
-    QVERIFY(!FM.LoadFileClientsAll(true, QString()));
-    QCOMPARE(tapped.last(), QStringLiteral("Unable to read '%1': %2").arg(clientsIni(), reason));
-    QCOMPARE(list().count(), 1);
-    QVERIFY(!FM.LoadFileClientGroups());
-    QVERIFY(tapped.contains(QStringLiteral("Unable to read '%1': %2").arg(groupsIni(), reason)));
-    QCOMPARE(int(FM.ClientGroups->Count), 1); // "ALL" only
-}
-
-// Catches a save that writes while another program holds the lock.
-void tst_fmClientFiles::lockReleasedDuringSave()
-{
-    writeText(clientsIni(), "[a]\nlistNo=1\n");
-    writeText(lockFile(), "held");
-    bool released = false;
-    atPause = [&](int ms) {
-        if (ms < 1200 || released) return;
-        // The other program checks that the file was not written while it held the lock.
-        QSettings s(clientsIni(), QSettings::IniFormat);
-        released = s.childGroups() == QStringList{QStringLiteral("a")};
-        QFile::remove(lockFile());
-    };
-    std::unique_ptr<_Client> c(new _Client);
-    c->Status.Name.set("b");
-    QVERIFY(FM.SaveFileClient(*c));
-    QVERIFY(released);
-    QVERIFY(!tapped.filter(QStringLiteral("clients.ini save lock took ")).isEmpty());
-    QSettings s(clientsIni(), QSettings::IniFormat);
-    QCOMPARE(s.childGroups(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
-}
-
-// Catches a save that gives up too early or writes anyway after the lock wait.
-void tst_fmClientFiles::heldLockAbortsSave()
-{
-    writeText(clientsIni(), "[a]\nlistNo=1\n");
-    writeText(lockFile(), "held");
-    addNamed(QStringLiteral("b"));
-    QVERIFY(!FM.SaveFileClientsAll(QString()));
-    QVERIFY(tapped.last().startsWith(clientsIni() +
-                                     QStringLiteral(" is locked! Aborting to save all clients.  Waited: ")));
-    QSettings s(clientsIni(), QSettings::IniFormat);
-    QCOMPARE(s.childGroups(), QStringList{QStringLiteral("a")});
-    QVERIFY(QFile::exists(lockFile()));
-}
-
-// Catches a save that runs while the server sorts the clients anew.
-void tst_fmClientFiles::waitsForServerSort()
-{
-    const QString flag = dir.path() + QStringLiteral("/_newclientsort.cfg");
-    writeText(flag, "");
-    atPause = [&](int) { QFile::remove(flag); };
-    std::unique_ptr<_Client> c(new _Client);
-    c->Status.Name.set("b");
-    QVERIFY(FM.SaveFileClient(*c));
-    QVERIFY(tapped.contains(QStringLiteral("Waiting for fmServer client sort...")));
-}
-
-void tst_fmClientFiles::hostileFiles_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("clients");
-    QByteArray many;
-    for (int i = 0; i < 1000; ++i)
-        many += "[c" + QByteArray::number(i) + "]\nlistNo=" + QByteArray::number(-i) + "\n";
-    QTest::newRow("empty") << QByteArray() << 0;
-    QTest::newRow("1000 sections") << many << MaxClients;
-    QTest::newRow("binary") << QByteArray("\0\xff\x01[\x80\x81]\n=\xfe\n\0\0", 14) << -1;
-    QTest::newRow("long name") << QByteArray("[" + QByteArray(300, 'n') + "]\nlistNo=1\n[ok]\nlistNo=2\n")
-                               << 1;
-    QTest::newRow("long values") << QByteArray("[x]\ncfgV=\"" + QByteArray("7;").repeated(100000) +
-                                               "\"\ncfgB=" + QByteArray(100000, '1') + "\nReserved=\"" +
-                                               QByteArray("a;").repeated(5000) +
-                                               "\"\nAbortProcess01=" + QByteArray(500, 'p') + "\n")
-                                 << 1;
-    QTest::newRow("keys only") << QByteArray("listNo=1\ncfgV=1;\n") << 0;
-    QTest::newRow("unterminated") << QByteArray("[x\nlistNo=1\n[y]\ncfgV=\"1;2") << -1;
-}
-
-// Catches a crash, an unbounded count or a read past a field on a broken or hostile file.
-void tst_fmClientFiles::hostileFiles()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(int, clients);
-    writeText(clientsIni(), content);
-    FM.LoadFileClientsAll(true, QString());
-    if (clients >= 0) QCOMPARE(list().count(), clients);
-    QVERIFY(list().count() <= MaxClients);
-    for (int i = 0; i < list().count(); ++i) {
-        const _Client& c = list().Clients[i];
-        QVERIFY(c.CfgValueCount <= CfgValueMax && c.CfgBoolCount <= CfgBoolMax);
-        QVERIFY(c.Reserved.count() <= 20);
-        QVERIFY(c.Hardware.Cores >= 1 && c.Hardware.MHz >= 1 && c.Hardware.Speed >= 0.0f);
-    }
-    list().sort(nullptr);
-    list().filter();
-}
-
-// Catches a group written for "ALL", a group "ALL" missing or not last, a satellite master
-// lost, and a name of no client that gets marked.
-void tst_fmClientFiles::groupsRoundTrip()
-{
-    addNamed(QStringLiteral("r1"));
-    addNamed(QStringLiteral("r2"));
-    addNamed(QStringLiteral("r3"));
-    writeText(groupsIni(), "[Lighting]\nAssigned=\"r1;R3;ghost;\"\nSattelliteMaster=\"r3;\"\n"
-                           "[ALL]\nAssigned=\"r1;\"\n"
-                           "[AVeryLongGroupNameBeyondTwentyFive]\nAssigned=\"r2;\"\n");
-    QVERIFY(FM.LoadFileClientGroups());
-    _ClientGroupList& g = *FM.ClientGroups;
-    QCOMPARE(int(g.Count), 3);
-    QCOMPARE(g.Group[g.Count - 1].Name.toQString(), QStringLiteral("ALL"));
-    for (int i = 0; i < MaxClients; ++i)
-        QVERIFY(g.Group[g.Count - 1].Place[i].Assigned);
-    const int l = g.findGroup(QStringLiteral("lighting"));
-    QVERIFY(l >= 0);
-    QVERIFY(g.Group[l].Place[0].Assigned);
-    QVERIFY(!g.Group[l].Place[1].Assigned);
-    QVERIFY(g.Group[l].Place[2].Assigned);
-    QCOMPARE(int(g.Group[l].Place[0].SatelliteMaster), 65535);
-    QVERIFY(g.Group[l].Place[2].SatelliteMaster != 65535);
-    QVERIFY(g.findGroup(QStringLiteral("AVeryLongGroupNameBeyondT")) >= 0);
-
-    QVERIFY(FM.SaveFileClientGroups());
-    QCOMPARE(tapped.last(), QStringLiteral("clientgroups.ini   written"));
-    {
-        QSettings s(groupsIni(), QSettings::IniFormat);
-        QVERIFY(!s.childGroups().contains(QStringLiteral("ALL")));
-        QCOMPARE(s.value(QStringLiteral("Lighting/Assigned")).toString(), QStringLiteral("r1;r3;"));
-        QCOMPARE(s.value(QStringLiteral("Lighting/SattelliteMaster")).toString(), QStringLiteral("r3;"));
-    }
-    QVERIFY(FM.LoadFileClientGroups());
-    QCOMPARE(int(FM.ClientGroups->Count), 3);
-    QCOMPARE(tapped.last(), QStringLiteral("clientgroups.ini   loaded"));
-}
-
-// Catches more groups than places, and a missing file that leaves no group "ALL".
-void tst_fmClientFiles::groupsHostile()
-{
-    QVERIFY(FM.LoadFileClientGroups());
-    QCOMPARE(int(FM.ClientGroups->Count), 1);
-    QByteArray many;
-    for (int i = 0; i < 100; ++i)
-        many += "[g" + QByteArray::number(i) + "]\nAssigned=\"" + QByteArray("x;").repeated(1000) + "\"\n";
-    writeText(groupsIni(), many);
-    QVERIFY(FM.LoadFileClientGroups());
-    QCOMPARE(int(FM.ClientGroups->Count), MaxClientGroups);
-    QCOMPARE(FM.ClientGroups->Group[MaxClientGroups - 1].Name.toQString(), QStringLiteral("ALL"));
 }
 
 QTEST_GUILESS_MAIN(tst_fmClientFiles)

@@ -11,14 +11,9 @@
 
 #include <sys/stat.h>
 
-namespace {
+using namespace Qt::StringLiterals;
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
-    return f.readAll();
-}
+namespace {
 
 // What the window side would have shown.
 struct Shown
@@ -49,258 +44,230 @@ class tst_fmlog : public QObject
 {
     Q_OBJECT
 private slots:
-    void format_data();
-    void format();
-    void boxes_data();
-    void boxes();
-    void fileWriteRules();
-    void crashLikeTurnsFileOn_data();
-    void crashLikeTurnsFileOn();
-    void errorLog();
-    void longLineIsCut();
-    void trimming_data();
-    void trimming();
-    void bufferAndThreshold();
-};
-
-// The fixed line format: level prefixes, tags, continuation lines, place and stack suffixes.
-void tst_fmlog::format_data()
-{
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("flags");
-    QTest::addColumn<bool>("level16");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("out");
-    const QString stack = QStringLiteral(" fmTest 7.0.10 64bit []");
-    QTest::newRow("info") << 3 << 16 << false << "hello"
-                          << "      hello";
-    QTest::newRow("warning") << 2 << 16 << false << "careful"
-                             << "  WRN careful";
-    QTest::newRow("warning with place") << 2 << 16 << true << "careful"
-                                        << "  WRN careful;;   (W,here)";
-    QTest::newRow("error") << 1 << 16 << false << "bad"
-                           << "  ERR bad;;   (W,here)" + stack;
-    QTest::newRow("critical") << 0 << 16 << false << "boom"
-                              << "  CRF Critical Failure - boom;;   (W,here)" + stack;
-    QTest::newRow("error, no place") << 1 << 20 << false << "bad"
-                                     << "  ERR bad";
-    QTest::newRow("source tag") << 3 << 16 << false << "S|hello"
-                                << "S|     hello";
-    QTest::newRow("source tag and blank") << 3 << 16 << false << "S| hello"
-                                          << "S|     hello";
-    QTest::newRow("too short for a tag") << 3 << 16 << false << "a|"
-                                         << "      a|";
-    QTest::newRow("own tag") << 3 << 16 << false << "DBG detail"
-                             << "  DBG detail";
-    QTest::newRow("own tag on a warning") << 2 << 16 << false << "INF x"
-                                          << "  INF x";
-    QTest::newRow("own tag needs a capital") << 3 << 16 << false << "abc d"
-                                             << "      abc d";
-    QTest::newRow("errors keep their prefix") << 1 << 20 << false << "XYZ x"
-                                              << "  ERR XYZ x";
-    QTest::newRow("continuation") << 3 << 16 << false << "one\ntwo\n"
-                                  << "      one\n" + QString(20, QLatin1Char(' ')) + "two";
-    QTest::newRow("only one line feed dropped") << 3 << 16 << false << "one\n\n"
-                                                << "      one\n" + QString(20, QLatin1Char(' '));
-    QTest::newRow("wide characters marked")
-        << 3 << 16 << false << QString::fromUtf8("\u20ac5 x") << "      <UTF8\u00e2\u0082\u00ac5> x";
-}
-
-void tst_fmlog::format()
-{
-    QFETCH(int, level);
-    QFETCH(int, flags);
-    QFETCH(bool, level16);
-    QFETCH(QString, text);
-    QFETCH(QString, out);
-    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    sdk.cfg->LogLevel[16] = level16;
-    QString line;
-    sdk.FormatLogMessage(level, flags, text, QStringLiteral("W,here"), line);
-    QCOMPARE(line, out);
-}
-
-// Which lines raise a box, of which kind: information lines without flag 8 do, debug lines never.
-void tst_fmlog::boxes_data()
-{
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("flags");
-    QTest::addColumn<bool>("console");
-    QTest::addColumn<bool>("allowed");
-    QTest::addColumn<bool>("service");
-    QTest::addColumn<int>("boxes");
-    QTest::addColumn<bool>("critical");
-    QTest::addColumn<bool>("courier");
-    QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false << false;
-    QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true << false;
-    QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false << false;
-    QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false << false;
-    QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false << false;
-    QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false << false;
-    QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false << false;
-    QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false << false;
-    QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false << false;
-    QTest::newRow("fixed font") << 2 << 128 << false << true << false << 1 << false << true;
-}
-
-void tst_fmlog::boxes()
-{
-    QFETCH(int, level);
-    QFETCH(int, flags);
-    QFETCH(bool, console);
-    QFETCH(bool, allowed);
-    QFETCH(bool, service);
-    QFETCH(int, boxes);
-    QFETCH(bool, critical);
-    QFETCH(bool, courier);
-    __FMSDK sdk(console, fm_AppType_HistoryDB, QStringLiteral("fmTest"), false);
-    sdk.cfg->LogLevel[10] = true;
-    sdk.App.MessageBoxAllowed = allowed;
-    sdk.App.ServiceMode = service;
-    g_shown = Shown();
-    __FMSDK::MessageBoxHook = recordBox;
-    sdk.WriteLog(level, flags, QStringLiteral("text"), QStringLiteral("W"));
-    __FMSDK::MessageBoxHook = nullptr;
-    QCOMPARE(g_shown.count, boxes);
-    if (boxes) {
-        QCOMPARE(g_shown.critical, critical);
-        QCOMPARE(g_shown.courier, courier);
-        QCOMPARE(g_shown.button, QStringLiteral("Ok"));
-        QCOMPARE(g_shown.seconds, 90);
+    // The fixed line format: level prefixes, tags, continuation lines, place and stack suffixes.
+    void format_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<bool>("level16");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("out");
+        const QString stack = u" fmTest 7.0.10 64bit []"_s;
+        QTest::newRow("info") << 3 << 16 << false << u"hello"_s << u"      hello"_s;
+        QTest::newRow("warning") << 2 << 16 << false << u"careful"_s << u"  WRN careful"_s;
+        QTest::newRow("warning with place")
+            << 2 << 16 << true << u"careful"_s << u"  WRN careful;;   (W,here)"_s;
+        QTest::newRow("error") << 1 << 16 << false << "bad"
+                               << "  ERR bad;;   (W,here)" + stack;
+        QTest::newRow("critical") << 0 << 16 << false << "boom"
+                                  << "  CRF Critical Failure - boom;;   (W,here)" + stack;
+        QTest::newRow("error, no place") << 1 << 20 << false << u"bad"_s << u"  ERR bad"_s;
+        QTest::newRow("source tag") << 3 << 16 << false << u"S|hello"_s << u"S|     hello"_s;
+        QTest::newRow("source tag and blank") << 3 << 16 << false << u"S| hello"_s << u"S|     hello"_s;
+        QTest::newRow("too short for a tag") << 3 << 16 << false << u"a|"_s << u"      a|"_s;
+        QTest::newRow("own tag") << 3 << 16 << false << u"DBG detail"_s << u"  DBG detail"_s;
+        QTest::newRow("own tag on a warning") << 2 << 16 << false << u"INF x"_s << u"  INF x"_s;
+        QTest::newRow("own tag needs a capital") << 3 << 16 << false << u"abc d"_s << u"      abc d"_s;
+        QTest::newRow("errors keep their prefix") << 1 << 20 << false << u"XYZ x"_s << u"  ERR XYZ x"_s;
+        QTest::newRow("continuation") << 3 << 16 << false << "one\ntwo\n"
+                                      << "      one\n" + QString(20, QLatin1Char(' ')) + "two";
+        QTest::newRow("only one line feed dropped") << 3 << 16 << false << "one\n\n"
+                                                    << "      one\n" + QString(20, QLatin1Char(' '));
+        QTest::newRow("wide characters marked")
+            << 3 << 16 << false << QString::fromUtf8("\u20ac5 x") << "      <UTF8\u00e2\u0082\u00ac5> x";
     }
-}
+    void format()
+    {
+        QFETCH(int, level);
+        QFETCH(int, flags);
+        QFETCH(bool, level16);
+        QFETCH(QString, text);
+        QFETCH(QString, out);
+        __FMSDK sdk(true, fm_AppType_Test, u"fmTest"_s, true);
+        sdk.cfg->LogLevel[16] = level16;
+        QString line;
+        sdk.FormatLogMessage(level, flags, text, u"W,here"_s, line);
+        QCOMPARE(line, out);
+    }
 
-// No file without the switch; a line that is off stays out; flag 8 lines still reach the file.
-void tst_fmlog::fileWriteRules()
-{
-    QTemporaryDir dir;
-    __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
-    const QString path = dir.path() + QStringLiteral("/main.txt");
-    sdk.Log->FileName = path;
-    sdk.Log->FlushInterval = 0;
-    sdk.WriteLog(3, 8, QStringLiteral("not while switched off"), QString());
-    QVERIFY(!QFile::exists(path));
-    sdk.NoLogFile = false;
-    sdk.WriteLog(3, 8, QStringLiteral("information line"), QString());
-    sdk.WriteLog(10, 0, QStringLiteral("debug line, level off"), QString());
-    const QByteArray text = readAll(path);
-    QVERIFY(text.contains("      information line\n"));
-    QVERIFY(!text.contains("debug line"));
-    QVERIFY(!text.contains("not while"));
-}
+    // Which lines raise a box, of which kind: information lines without flag 8 do, debug lines never.
+    void boxes_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<bool>("console");
+        QTest::addColumn<bool>("allowed");
+        QTest::addColumn<bool>("service");
+        QTest::addColumn<int>("boxes");
+        QTest::addColumn<bool>("critical");
+        QTest::addColumn<bool>("courier");
+        QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false << false;
+        QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true << false;
+        QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false << false;
+        QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false << false;
+        QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false << false;
+        QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false << false;
+        QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false << false;
+        QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false << false;
+        QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false << false;
+        QTest::newRow("fixed font") << 2 << 128 << false << true << false << 1 << false << true;
+    }
+    void boxes()
+    {
+        QFETCH(int, level);
+        QFETCH(int, flags);
+        QFETCH(bool, console);
+        QFETCH(bool, allowed);
+        QFETCH(bool, service);
+        QFETCH(int, boxes);
+        QFETCH(bool, critical);
+        QFETCH(bool, courier);
+        __FMSDK sdk(console, fm_AppType_HistoryDB, u"fmTest"_s, false);
+        sdk.cfg->LogLevel[10] = true;
+        sdk.App.MessageBoxAllowed = allowed;
+        sdk.App.ServiceMode = service;
+        g_shown = Shown();
+        __FMSDK::MessageBoxHook = recordBox;
+        sdk.WriteLog(level, flags, u"text"_s, u"W"_s);
+        __FMSDK::MessageBoxHook = nullptr;
+        QCOMPARE(g_shown.count, boxes);
+        if (boxes) {
+            QCOMPARE(g_shown.critical, critical);
+            QCOMPARE(g_shown.courier, courier);
+            QCOMPARE(g_shown.button, u"Ok"_s);
+            QCOMPARE(g_shown.seconds, 90);
+        }
+    }
 
-// A critical or crash-like line turns the file on and makes every line flush at once.
-void tst_fmlog::crashLikeTurnsFileOn_data()
-{
-    QTest::addColumn<int>("level");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("on");
-    QTest::newRow("critical") << 0 << "broken" << true;
-    QTest::newRow("access violation") << 2 << "Access violation at 0x0" << true;
-    QTest::newRow("page fault") << 3 << "PAGE_FAULT in module" << true;
-    QTest::newRow("bad alloc") << 2 << "std::bad_alloc:bad allocation" << true;
-    QTest::newRow("case matters") << 2 << "access violation" << false;
-    QTest::newRow("plain warning") << 2 << "careful" << false;
-}
+    // No file without the switch; a line that is off stays out; flag 8 lines still reach the file.
+    void fileWriteRules()
+    {
+        QTemporaryDir dir;
+        __FMSDK sdk(true, fm_AppType_HistoryDB, u"fmTest"_s, true);
+        const QString path = dir.path() + u"/main.txt"_s;
+        sdk.Log->FileName = path;
+        sdk.Log->FlushInterval = 0;
+        sdk.WriteLog(3, 8, u"not while switched off"_s, QString());
+        QVERIFY(!QFile::exists(path));
+        sdk.NoLogFile = false;
+        sdk.WriteLog(3, 8, u"information line"_s, QString());
+        sdk.WriteLog(10, 0, u"debug line, level off"_s, QString());
+        const QByteArray text = fmTestReadAll(path);
+        QVERIFY(text.contains("      information line\n"));
+        QVERIFY(!text.contains("debug line"));
+        QVERIFY(!text.contains("not while"));
+    }
 
-void tst_fmlog::crashLikeTurnsFileOn()
-{
-    QFETCH(int, level);
-    QFETCH(QString, text);
-    QFETCH(bool, on);
-    QTemporaryDir dir;
-    __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
-    const QString path = dir.path() + QStringLiteral("/main.txt");
-    sdk.Log->FileName = path;
-    sdk.Log->LastFlush.SetCurrentTime(); // the first line must not flush by the interval
-    QVERIFY(sdk.NoLogFile);
-    sdk.LogFileWrite(level, 0, text, QStringLiteral("W"));
-    QCOMPARE(!sdk.NoLogFile, on);
-    QCOMPARE(sdk.Log->FlushInterval == 0, on);
-    QCOMPARE(QFile::exists(path), on);
-    if (on) QVERIFY(readAll(path).contains(text.toLatin1()));
-}
+    // A critical or crash-like line turns the file on and makes every line flush at once.
+    void crashLikeTurnsFileOn_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("on");
+        QTest::newRow("critical") << 0 << "broken" << true;
+        QTest::newRow("access violation") << 2 << "Access violation at 0x0" << true;
+        QTest::newRow("page fault") << 3 << "PAGE_FAULT in module" << true;
+        QTest::newRow("bad alloc") << 2 << "std::bad_alloc:bad allocation" << true;
+        QTest::newRow("case matters") << 2 << "access violation" << false;
+        QTest::newRow("plain warning") << 2 << "careful" << false;
+    }
+    void crashLikeTurnsFileOn()
+    {
+        QFETCH(int, level);
+        QFETCH(QString, text);
+        QFETCH(bool, on);
+        QTemporaryDir dir;
+        __FMSDK sdk(true, fm_AppType_HistoryDB, u"fmTest"_s, true);
+        const QString path = dir.path() + u"/main.txt"_s;
+        sdk.Log->FileName = path;
+        sdk.Log->LastFlush.SetCurrentTime(); // the first line must not flush by the interval
+        QVERIFY(sdk.NoLogFile);
+        sdk.LogFileWrite(level, 0, text, u"W"_s);
+        QCOMPARE(!sdk.NoLogFile, on);
+        QCOMPARE(sdk.Log->FlushInterval == 0, on);
+        QCOMPARE(QFile::exists(path), on);
+        if (on) QVERIFY(fmTestReadAll(path).contains(text.toLatin1()));
+    }
 
-// Levels 0 and 1 go to the error log too, under the machine's name.
-void tst_fmlog::errorLog()
-{
-    QTemporaryDir dir;
-    __FMSDK sdk(true, fm_AppType_HistoryDB, QStringLiteral("fmTest"), true);
-    sdk.App.MachineName = "Render7";
-    sdk.NoLogFile = false;
-    sdk.LogError->FileName = dir.path() + QStringLiteral("/_ERROR.txt");
-    sdk.LogFileWrite(1, 16, QStringLiteral("broken"), QStringLiteral("W"));
-    sdk.LogFileWrite(2, 16, QStringLiteral("only a warning"), QStringLiteral("W"));
-    QCOMPARE(readAll(sdk.LogError->FileName.toQString()),
-             QByteArray("[Render7]\n  ERR broken;;   (W) fmTest 7.0.10 64bit []\n\n"));
-}
+    // Levels 0 and 1 go to the error log too, under the machine's name.
+    void errorLog()
+    {
+        QTemporaryDir dir;
+        __FMSDK sdk(true, fm_AppType_HistoryDB, u"fmTest"_s, true);
+        sdk.App.MachineName = "Render7";
+        sdk.NoLogFile = false;
+        sdk.LogError->FileName = dir.path() + u"/_ERROR.txt"_s;
+        sdk.LogFileWrite(1, 16, u"broken"_s, u"W"_s);
+        sdk.LogFileWrite(2, 16, u"only a warning"_s, u"W"_s);
+        QCOMPARE(fmTestReadAll(sdk.LogError->FileName.toQString()),
+                 QByteArray("[Render7]\n  ERR broken;;   (W) fmTest 7.0.10 64bit []\n\n"));
+    }
 
-// A line longer than the buffer is cut to fit, never written past the buffer.
-void tst_fmlog::longLineIsCut()
-{
-    QTemporaryDir dir;
-    fmLogfile log(1048576, 60);
-    log.FileName = dir.path() + QStringLiteral("/main.txt");
-    log.addLog(QStringLiteral("first"));
-    log.addLog(QString(200000, QLatin1Char('x')));
-    log.flush();
-    const QByteArray text = readAll(log.FileName.toQString());
-    QCOMPARE(text.size(), qsizetype(6 + 102400 - 3 + 1));
-    QVERIFY(text.startsWith("first\nxxx"));
-    QVERIFY(text.endsWith("x\n"));
-}
+    // A line longer than the buffer is cut to fit, never written past the buffer.
+    void longLineIsCut()
+    {
+        QTemporaryDir dir;
+        fmLogfile log(1048576, 60);
+        log.FileName = dir.path() + u"/main.txt"_s;
+        log.addLog(u"first"_s);
+        log.addLog(QString(200000, QLatin1Char('x')));
+        log.flush();
+        const QByteArray text = fmTestReadAll(log.FileName.toQString());
+        QCOMPARE(text.size(), qsizetype(6 + 102400 - 3 + 1));
+        QVERIFY(text.startsWith("first\nxxx"));
+        QVERIFY(text.endsWith("x\n"));
+    }
 
-// A file over the limit keeps its newest half-limit of bytes, then gets the new lines.
-void tst_fmlog::trimming_data()
-{
-    QTest::addColumn<int>("oldSize");
-    QTest::addColumn<int>("expectedSize");
-    QTest::newRow("one byte over") << 1001 << 500 + 4;
-    QTest::newRow("at the limit") << 1000 << 1000 + 4;
-    QTest::newRow("far over") << 5000 << 500 + 4;
-}
+    // A file over the limit keeps its newest half-limit of bytes, then gets the new lines.
+    void trimming_data()
+    {
+        QTest::addColumn<int>("oldSize");
+        QTest::addColumn<int>("expectedSize");
+        QTest::newRow("one byte over") << 1001 << 500 + 4;
+        QTest::newRow("at the limit") << 1000 << 1000 + 4;
+    }
+    void trimming()
+    {
+        QFETCH(int, oldSize);
+        QFETCH(int, expectedSize);
+        QTemporaryDir dir;
+        const QString path = dir.path() + u"/main.txt"_s;
+        QByteArray old;
+        for (int i = 0; i < oldSize; ++i)
+            old.append(char('a' + i % 26));
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(old);
+        f.close();
+        fmLogfile log(1000, 0);
+        log.FileName = path;
+        log.addLog(u"NEW"_s);
+        const QByteArray text = fmTestReadAll(path);
+        QCOMPARE(text.size(), qsizetype(expectedSize));
+        QVERIFY(text.endsWith("NEW\n"));
+        QCOMPARE(text.left(text.size() - 4), old.right(text.size() - 4));
+    }
 
-void tst_fmlog::trimming()
-{
-    QFETCH(int, oldSize);
-    QFETCH(int, expectedSize);
-    QTemporaryDir dir;
-    const QString path = dir.path() + QStringLiteral("/main.txt");
-    QByteArray old;
-    for (int i = 0; i < oldSize; ++i)
-        old.append(char('a' + i % 26));
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(old);
-    f.close();
-    fmLogfile log(1000, 0);
-    log.FileName = path;
-    log.addLog(QStringLiteral("NEW"));
-    const QByteArray text = readAll(path);
-    QCOMPARE(text.size(), qsizetype(expectedSize));
-    QVERIFY(text.endsWith("NEW\n"));
-    QCOMPARE(text.left(text.size() - 4), old.right(text.size() - 4));
-}
-
-// The first line flushes, short lines then wait, more than 1024 waiting bytes flush at once.
-void tst_fmlog::bufferAndThreshold()
-{
-    QTemporaryDir dir;
-    fmLogfile log(1048576, 60);
-    log.FileName = dir.path() + QStringLiteral("/main.txt");
-    const QString path = log.FileName.toQString();
-    log.addLog(QStringLiteral("one"));
-    QCOMPARE(readAll(path), QByteArray("one\n"));
-    log.addLog(QStringLiteral("two"));
-    QCOMPARE(readAll(path), QByteArray("one\n"));
-    QCOMPARE(log.BufferUsed, 4);
-    log.addLog(QString(1100, QLatin1Char('z')));
-    QCOMPARE(log.BufferUsed, 0);
-    QCOMPARE(readAll(path).size(), qsizetype(4 + 4 + 1101));
-    log.addLog(QStringLiteral("three"));
-    log.flush();
-    QVERIFY(readAll(path).endsWith("z\nthree\n"));
-}
+    // The first line flushes, short lines then wait, more than 1024 waiting bytes flush at once.
+    void bufferAndThreshold()
+    {
+        QTemporaryDir dir;
+        fmLogfile log(1048576, 60);
+        log.FileName = dir.path() + u"/main.txt"_s;
+        const QString path = log.FileName.toQString();
+        log.addLog(u"one"_s);
+        QCOMPARE(fmTestReadAll(path), QByteArray("one\n"));
+        log.addLog(u"two"_s);
+        QCOMPARE(fmTestReadAll(path), QByteArray("one\n"));
+        QCOMPARE(log.BufferUsed, 4);
+        log.addLog(QString(1100, QLatin1Char('z')));
+        QCOMPARE(log.BufferUsed, 0);
+        QCOMPARE(fmTestReadAll(path).size(), qsizetype(4 + 4 + 1101));
+        log.addLog(u"three"_s);
+        log.flush();
+        QVERIFY(fmTestReadAll(path).endsWith("z\nthree\n"));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_fmlog)
 #include "tst_fmlog.moc"

@@ -10,10 +10,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 // Search a root with a given executable folder, on a fresh object so no state carries over.
 struct RootSearch
 {
-    __FMSDK sdk{true, fm_AppType_Test, QStringLiteral("fmTest"), true};
+    __FMSDK sdk{true, fm_AppType_Test, u"fmTest"_s, true};
     bool found = false;
     bool run(const QStringList& args, const QString& appFolder)
     {
@@ -25,219 +27,6 @@ struct RootSearch
         return found;
     }
 };
-
-class tst_fmpaths : public QObject
-{
-    Q_OBJECT
-private slots:
-    void validRoot_data();
-    void validRoot();
-    void searchFromExecutable_data();
-    void searchFromExecutable();
-    void fmRootOption_data();
-    void fmRootOption();
-    void fmRootEnvironmentNeverSelects();
-    void relink_data();
-    void relink();
-    void loadStatus();
-    void convertSingle_data();
-    void convertSingle();
-    void convertClampsRows();
-    void serverConnectName_data();
-    void serverConnectName();
-};
-
-// Each marker alone makes a root, including the "_release" twin of a "_debug" name.
-void tst_fmpaths::validRoot_data()
-{
-    QTest::addColumn<QString>("file");  // made inside the root; "" for none
-    QTest::addColumn<QString>("asked"); // name of the folder asked about
-    QTest::addColumn<bool>("valid");
-    QTest::newRow("globalconfig") << "sub/cfg_global/globalconfig.ini"
-                                  << "farm" << true;
-    QTest::newRow("client console") << "bin/lx/fmClientconsole"
-                                    << "farm" << true;
-    QTest::newRow("mac console is not ours") << "bin/mac/fmClientconsole"
-                                             << "farm" << false;
-    QTest::newRow("nothing") << ""
-                             << "farm" << false;
-    QTest::newRow("release twin") << "bin/lx/fmServerconsole"
-                                  << "farm_debug" << true;
-}
-
-void tst_fmpaths::validRoot()
-{
-    QFETCH(QString, file);
-    QFETCH(QString, asked);
-    QFETCH(bool, valid);
-    const bool twin = asked.endsWith(QLatin1String("_debug"));
-    fmTestRoot root(twin ? QStringLiteral("farm_release") : QStringLiteral("farm"), false);
-    if (!file.isEmpty()) QVERIFY(root.writeFile(file, "x"));
-    QCOMPARE(IsValidFM_Root(root.base() + asked + QLatin1Char('/')), valid);
-    QVERIFY(!IsValidFM_Root(QString()));
-}
-
-// The program copied into root/bin/lx/ (or a bundle five levels deep) must find root with no option.
-void tst_fmpaths::searchFromExecutable_data()
-{
-    QTest::addColumn<QString>("rootName");
-    QTest::addColumn<QString>("appRel"); // executable folder, relative to the temporary base
-    QTest::addColumn<bool>("found");
-    QTest::addColumn<QString>("rootRel"); // expected RootPath relative to the base
-    QTest::newRow("bin/lx") << "root"
-                            << "root/bin/lx/" << true << "root/";
-    QTest::newRow("bundle") << "root"
-                            << "root/bin/lx/fm.app/Contents/MacOS/" << true << "root/";
-    QTest::newRow("three deep is no layout") << "root"
-                                             << "root/a/bin/lx/" << false << "";
-    QTest::newRow("not a root") << "elsewhere"
-                                << "other/bin/lx/" << false << "";
-    QTest::newRow("internal folder") << "_farm"
-                                     << "_internal_farm/bin/lx/" << true << "_farm/";
-    QTest::newRow("debug build finds release root") << "farm_release"
-                                                    << "farm_debug/bin/lx/" << true << "farm_release/";
-}
-
-void tst_fmpaths::searchFromExecutable()
-{
-    QFETCH(QString, rootName);
-    QFETCH(QString, appRel);
-    QFETCH(bool, found);
-    QFETCH(QString, rootRel);
-    fmTestRoot root(rootName);
-    const QString app = root.base() + appRel;
-    QDir().mkpath(app);
-    RootSearch s;
-    QCOMPARE(s.run({app + QStringLiteral("fmHistorydb")}, app), found);
-    if (found) {
-        QCOMPARE(s.sdk.RootPath.toQString(), root.base() + rootRel);
-        QVERIFY(!s.sdk.LocalCopyMode);
-    }
-}
-
-// "-fmRoot": prefix match, case-insensitive, last one wins, value decoded, last position ignored.
-void tst_fmpaths::fmRootOption_data()
-{
-    QTest::addColumn<QStringList>("args"); // "%R" = the root without slash, "%X" = a folder that is none
-    QTest::addColumn<bool>("found");
-    QTest::addColumn<bool>("localCopy");
-    QTest::newRow("plain") << QStringList{"x", "-fmRoot", "%R"} << true << true;
-    QTest::newRow("case and suffix") << QStringList{"x", "-FMROOTdir", "%R"} << true << true;
-    QTest::newRow("with slash") << QStringList{"x", "-fmRoot", "%R/"} << true << true;
-    QTest::newRow("last wins") << QStringList{"x", "-fmRoot", "%R", "-fmRoot", "%X"} << false << false;
-    QTest::newRow("last wins, valid") << QStringList{"x", "-fmRoot", "%X", "-fmRoot", "%R"} << true << true;
-    QTest::newRow("value missing") << QStringList{"x", "-debug", "-fmRoot"} << false << false;
-    QTest::newRow("not a root") << QStringList{"x", "-fmRoot", "%X"} << false << false;
-}
-
-void tst_fmpaths::fmRootOption()
-{
-    QFETCH(QStringList, args);
-    QFETCH(bool, found);
-    QFETCH(bool, localCopy);
-    fmTestRoot root(QStringLiteral("a&b"));
-    QString plain = root.path();
-    plain.chop(1);
-    QString encoded = plain;
-    encoded.replace(QLatin1String("&"), QLatin1String("&amp;"));
-    for (QString& a : args) {
-        a.replace(QLatin1String("%R"), encoded);
-        a.replace(QLatin1String("%X"), root.base() + QStringLiteral("nothing"));
-    }
-    RootSearch s;
-    QCOMPARE(s.run(args, root.base() + QStringLiteral("nowhere/bin/lx/")), found);
-    QCOMPARE(s.sdk.LocalCopyMode, localCopy);
-    if (found) QCOMPARE(s.sdk.RootPath.toQString(), root.path());
-}
-
-// FM_ROOT naming a valid root must not make a program outside any root start.
-void tst_fmpaths::fmRootEnvironmentNeverSelects()
-{
-    fmTestRoot root;
-    qputenv("FM_ROOT", root.path().toLocal8Bit());
-    RootSearch s;
-    const bool found = s.run({QStringLiteral("x")}, root.base() + QStringLiteral("nowhere/bin/lx/"));
-    qunsetenv("FM_ROOT");
-    QVERIFY(!found);
-}
-
-// The relink file moves the shared root; an "ExeRoot" line alone or a bad target fails the search.
-void tst_fmpaths::relink_data()
-{
-    QTest::addColumn<QByteArray>("line"); // "%T" = the target root without slash
-    QTest::addColumn<bool>("found");
-    QTest::newRow("root") << QByteArray("Root=%T\n") << true;
-    QTest::newRow("root, case and blanks") << QByteArray("  rOOT = %T/  \nsecond line ignored") << true;
-    QTest::newRow("exe root only") << QByteArray("ExeRoot=%T") << false;
-    QTest::newRow("target is no root") << QByteArray("Root=/nonexistent/place") << false;
-    QTest::newRow("no key") << QByteArray("%T") << false;
-    QTest::newRow("empty") << QByteArray("") << false;
-    QTest::newRow("a FIFO, not blocking the start") << QByteArray("<fifo>") << false;
-}
-
-void tst_fmpaths::relink()
-{
-    QFETCH(QByteArray, line);
-    QFETCH(bool, found);
-    fmTestRoot first;
-    fmTestRoot target(QStringLiteral("moved"));
-    QString t = target.path();
-    t.chop(1);
-    line.replace("%T", t.toLocal8Bit());
-    QVERIFY(first.writeFile(QLatin1String(fmRelinkFile), line));
-    const QByteArray relink = QFile::encodeName(first.path() + QLatin1String(fmRelinkFile));
-    if (line == "<fifo>")
-        QVERIFY(::unlink(relink.constData()) == 0 && ::mkfifo(relink.constData(), 0600) == 0);
-    RootSearch s;
-    QCOMPARE(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), first.path()}, QString()), found);
-    if (found) {
-        QCOMPARE(s.sdk.RootPath.toQString(), target.path());
-        QCOMPARE(s.sdk.ExeRootPath.toQString(), first.path());
-        QCOMPARE(s.sdk.BinPath.toQString(), first.path() + QStringLiteral("bin/lx/"));
-        QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + QStringLiteral("sub/cfg_global/"));
-    }
-}
-
-// "-loadstatus" sets the status folder (trailing quote dropped, "/" added) and moves the website.
-void tst_fmpaths::loadStatus()
-{
-    fmTestRoot root;
-    RootSearch s;
-    QVERIFY(s.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path(), QStringLiteral("-LOADSTATUS"),
-                   QStringLiteral("/srv/status\"")},
-                  QString()));
-    QCOMPARE(s.sdk.StatusPath.toQString(), QStringLiteral("/srv/status/"));
-    QCOMPARE(s.sdk.WebsitePath.toQString(), QStringLiteral("/srv/status/website/"));
-
-    RootSearch none;
-    QVERIFY(none.run({QStringLiteral("x"), QStringLiteral("-fmRoot"), root.path()}, QString()));
-    QVERIFY(none.sdk.StatusPath.isEmpty());
-    QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + QStringLiteral("website/"));
-}
-
-// Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
-// empty column is passed over; the suffix rule and separators follow the target.
-void tst_fmpaths::convertSingle_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    QTest::addColumn<bool>("force");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("win to lx") << "\\\\srv\\proj\\shot\\a.ma" << 1 << 2 << false << "/mnt/proj/shot/a.ma";
-    QTest::newRow("prefix case-insensitive") << "\\\\SRV\\PROJ\\a.ma" << 1 << 2 << false << "/mnt/proj/a.ma";
-    QTest::newRow("chained rows") << "X:\\f\\b.ma" << 1 << 2 << false << "/y/f/b.ma";
-    QTest::newRow("lx to win") << "/mnt/proj/a_lx.ma" << 2 << 1 << false << "\\\\srv\\proj\\a_lx.ma";
-    QTest::newRow("no row fits") << "/home/u/a.ma" << 2 << 1 << false << "\\home\\u\\a.ma";
-    QTest::newRow("same os, no force")
-        << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false << "//srv/proj/scene_lx.ma";
-    QTest::newRow("suffixes whatever the target")
-        << "/mnt/proj/s_win.ma" << 2 << 1 << false << "\\\\srv\\proj\\s_lx.ma";
-    QTest::newRow("empty target column skipped") << "/only/lx/a" << 2 << 1 << false << "\\only\\lx\\a";
-    QTest::newRow("row with both columns") << "/only/lx/a" << 2 << 3 << false << "/only/mac/a";
-    QTest::newRow("force on same os") << "\\\\srv\\proj\\a" << 1 << 1 << true << "\\\\srv\\proj\\a";
-    QTest::newRow("bad os number") << "\\a\\b" << 7 << 2 << false << "/a/b";
-}
 
 namespace {
 
@@ -261,69 +50,211 @@ struct Table
 
 } // namespace
 
-void tst_fmpaths::convertSingle()
+class tst_fmpaths : public QObject
 {
-    QFETCH(QString, path);
-    QFETCH(int, from);
-    QFETCH(int, to);
-    QFETCH(bool, force);
-    QFETCH(QString, expected);
-    static const Table table;
-    ConvertPathsToOS_Single(path, _fmOS(from), _fmOS(to), table.rows, 60, force);
-    QCOMPARE(path, expected);
-}
+    Q_OBJECT
+private slots:
+    // Each marker alone makes a root, including the "_release" twin of a "_debug" name.
+    void validRoot_data()
+    {
+        QTest::addColumn<QString>("file");  // made inside the root; "" for none
+        QTest::addColumn<QString>("asked"); // name of the folder asked about
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("globalconfig") << u"sub/cfg_global/globalconfig.ini"_s << u"farm"_s << true;
+        QTest::newRow("client console") << u"bin/lx/fmClientconsole"_s << u"farm"_s << true;
+        QTest::newRow("mac console is not ours") << u"bin/mac/fmClientconsole"_s << u"farm"_s << false;
+        QTest::newRow("nothing") << u""_s << u"farm"_s << false;
+        QTest::newRow("release twin") << u"bin/lx/fmServerconsole"_s << u"farm_debug"_s << true;
+    }
+    void validRoot()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, asked);
+        QFETCH(bool, valid);
+        const bool twin = asked.endsWith(QLatin1String("_debug"));
+        fmTestRoot root(twin ? u"farm_release"_s : u"farm"_s, false);
+        if (!file.isEmpty()) QVERIFY(root.writeFile(file, "x"));
+        QCOMPARE(IsValidFM_Root(root.base() + asked + QLatin1Char('/')), valid);
+        QVERIFY(!IsValidFM_Root(QString()));
+    }
 
-// A row count beyond 60 from a damaged table must not read past the table's rows.
-void tst_fmpaths::convertClampsRows()
-{
-    static const Table table;
-    QString path = QStringLiteral("/a");
-    ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, table.rows, 61, false);
-    QCOMPARE(path, QStringLiteral("/a"));
-    path = QStringLiteral("/a");
-    ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
-    QCOMPARE(path, QStringLiteral("/a"));
-}
+    // The program copied into root/bin/lx/ (or a bundle five levels deep) must find root with no option.
+    void searchFromExecutable_data()
+    {
+        QTest::addColumn<QString>("rootName");
+        QTest::addColumn<QString>("appRel"); // executable folder, relative to the temporary base
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<QString>("rootRel"); // expected RootPath relative to the base
+        QTest::newRow("bin/lx") << u"root"_s << u"root/bin/lx/"_s << true << u"root/"_s;
+        QTest::newRow("bundle") << u"root"_s << u"root/bin/lx/fm.app/Contents/MacOS/"_s << true << u"root/"_s;
+        QTest::newRow("three deep is no layout") << u"root"_s << u"root/a/bin/lx/"_s << false << u""_s;
+        QTest::newRow("not a root") << u"elsewhere"_s << u"other/bin/lx/"_s << false << u""_s;
+        QTest::newRow("internal folder") << u"_farm"_s << u"_internal_farm/bin/lx/"_s << true << u"_farm/"_s;
+        QTest::newRow("debug build finds release root")
+            << u"farm_release"_s << u"farm_debug/bin/lx/"_s << true << u"farm_release/"_s;
+    }
+    void searchFromExecutable()
+    {
+        QFETCH(QString, rootName);
+        QFETCH(QString, appRel);
+        QFETCH(bool, found);
+        QFETCH(QString, rootRel);
+        fmTestRoot root(rootName);
+        const QString app = root.base() + appRel;
+        QDir().mkpath(app);
+        RootSearch s;
+        QCOMPARE(s.run({app + u"fmHistorydb"_s}, app), found);
+        if (found) {
+            QCOMPARE(s.sdk.RootPath.toQString(), root.base() + rootRel);
+            QVERIFY(!s.sdk.LocalCopyMode);
+        }
+    }
 
-// Which configured name the farm's server is reached by: backup first when asked and set, an
-// address only when "nUseServerIP" is on and the address is set.
-void tst_fmpaths::serverConnectName_data()
-{
-    QTest::addColumn<bool>("useIP");
-    QTest::addColumn<QString>("ip");
-    QTest::addColumn<QString>("backupName");
-    QTest::addColumn<bool>("backup");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("name") << false << "10.0.0.1"
-                          << "BACK" << false << "SRV";
-    QTest::newRow("address") << true << "10.0.0.1"
-                             << "BACK" << false << "10.0.0.1";
-    QTest::newRow("address not set") << true << ""
-                                     << "" << false << "SRV";
-    QTest::newRow("backup name") << false << "10.0.0.1"
-                                 << "BACK" << true << "BACK";
-    QTest::newRow("backup address") << true << "10.0.0.1"
-                                    << "BACK" << true << "10.0.0.9";
-    QTest::newRow("no backup set") << false << ""
-                                   << "" << true << "SRV";
-}
+    // "-fmRoot": prefix match, case-insensitive, last one wins, value decoded, last position ignored.
+    void fmRootOption_data()
+    {
+        QTest::addColumn<QStringList>("args"); // "%R" = the root without slash, "%X" = a folder that is none
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<bool>("localCopy");
+        QTest::newRow("plain") << QStringList{"x", "-fmRoot", "%R"} << true << true;
+        QTest::newRow("case and suffix") << QStringList{"x", "-FMROOTdir", "%R"} << true << true;
+        QTest::newRow("with slash") << QStringList{"x", "-fmRoot", "%R/"} << true << true;
+        QTest::newRow("last wins") << QStringList{"x", "-fmRoot", "%R", "-fmRoot", "%X"} << false << false;
+        QTest::newRow("last wins, valid")
+            << QStringList{"x", "-fmRoot", "%X", "-fmRoot", "%R"} << true << true;
+        QTest::newRow("value missing") << QStringList{"x", "-debug", "-fmRoot"} << false << false;
+        QTest::newRow("not a root") << QStringList{"x", "-fmRoot", "%X"} << false << false;
+    }
+    void fmRootOption()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(bool, found);
+        QFETCH(bool, localCopy);
+        fmTestRoot root(u"a&b"_s);
+        QString plain = root.path();
+        plain.chop(1);
+        QString encoded = plain;
+        encoded.replace(QLatin1String("&"), QLatin1String("&amp;"));
+        for (QString& a : args) {
+            a.replace(QLatin1String("%R"), encoded);
+            a.replace(QLatin1String("%X"), root.base() + u"nothing"_s);
+        }
+        RootSearch s;
+        QCOMPARE(s.run(args, root.base() + u"nowhere/bin/lx/"_s), found);
+        QCOMPARE(s.sdk.LocalCopyMode, localCopy);
+        if (found) QCOMPARE(s.sdk.RootPath.toQString(), root.path());
+    }
 
-void tst_fmpaths::serverConnectName()
-{
-    QFETCH(bool, useIP);
-    QFETCH(QString, ip);
-    QFETCH(QString, backupName);
-    QFETCH(bool, backup);
-    QFETCH(QString, expected);
-    __FMSDK sdk(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    QVERIFY(sdk.cfgGetB("nUseServerIP") && sdk.cfgGetS("nServerName"));
-    *sdk.cfgGetB("nUseServerIP") = useIP;
-    *sdk.cfgGetS("nServerName") = "SRV";
-    *sdk.cfgGetS("nServerIP1") = ip;
-    *sdk.cfgGetS("nBackupServerName") = backupName;
-    *sdk.cfgGetS("nBackupServerIP1") = "10.0.0.9";
-    QCOMPARE(sdk.getServerConnectName(backup).toQString(), expected);
-}
+    // FM_ROOT naming a valid root must not make a program outside any root start.
+    void fmRootEnvironmentNeverSelects()
+    {
+        fmTestRoot root;
+        qputenv("FM_ROOT", root.path().toLocal8Bit());
+        RootSearch s;
+        const bool found = s.run({u"x"_s}, root.base() + u"nowhere/bin/lx/"_s);
+        qunsetenv("FM_ROOT");
+        QVERIFY(!found);
+    }
+
+    // The relink file moves the shared root; an "ExeRoot" line alone or a bad target fails the search.
+    void relink_data()
+    {
+        QTest::addColumn<QByteArray>("line"); // "%T" = the target root without slash
+        QTest::addColumn<bool>("found");
+        QTest::newRow("root") << QByteArray("Root=%T\n") << true;
+        QTest::newRow("root, case and blanks") << QByteArray("  rOOT = %T/  \nsecond line ignored") << true;
+        QTest::newRow("exe root only") << QByteArray("ExeRoot=%T") << false;
+        QTest::newRow("target is no root") << QByteArray("Root=/nonexistent/place") << false;
+        QTest::newRow("no key") << QByteArray("%T") << false;
+        QTest::newRow("empty") << QByteArray("") << false;
+        QTest::newRow("a FIFO, not blocking the start") << QByteArray("<fifo>") << false;
+    }
+    void relink()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(bool, found);
+        fmTestRoot first;
+        fmTestRoot target(u"moved"_s);
+        QString t = target.path();
+        t.chop(1);
+        line.replace("%T", t.toLocal8Bit());
+        QVERIFY(first.writeFile(QLatin1String(fmRelinkFile), line));
+        const QByteArray relink = QFile::encodeName(first.path() + QLatin1String(fmRelinkFile));
+        if (line == "<fifo>")
+            QVERIFY(::unlink(relink.constData()) == 0 && ::mkfifo(relink.constData(), 0600) == 0);
+        RootSearch s;
+        QCOMPARE(s.run({u"x"_s, u"-fmRoot"_s, first.path()}, QString()), found);
+        if (found) {
+            QCOMPARE(s.sdk.RootPath.toQString(), target.path());
+            QCOMPARE(s.sdk.ExeRootPath.toQString(), first.path());
+            QCOMPARE(s.sdk.BinPath.toQString(), first.path() + u"bin/lx/"_s);
+            QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + u"sub/cfg_global/"_s);
+        }
+    }
+
+    // "-loadstatus" sets the status folder (trailing quote dropped, "/" added) and moves the website.
+    void loadStatus()
+    {
+        fmTestRoot root;
+        RootSearch s;
+        QVERIFY(s.run({u"x"_s, u"-fmRoot"_s, root.path(), u"-LOADSTATUS"_s, u"/srv/status\""_s}, QString()));
+        QCOMPARE(s.sdk.StatusPath.toQString(), u"/srv/status/"_s);
+        QCOMPARE(s.sdk.WebsitePath.toQString(), u"/srv/status/website/"_s);
+
+        RootSearch none;
+        QVERIFY(none.run({u"x"_s, u"-fmRoot"_s, root.path()}, QString()));
+        QVERIFY(none.sdk.StatusPath.isEmpty());
+        QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + u"website/"_s);
+    }
+
+    // Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
+    // empty column is passed over; the suffix rule and separators follow the target.
+    void convertSingle_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<bool>("force");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("win to lx") << "\\\\srv\\proj\\shot\\a.ma" << 1 << 2 << false << "/mnt/proj/shot/a.ma";
+        QTest::newRow("prefix case-insensitive")
+            << "\\\\SRV\\PROJ\\a.ma" << 1 << 2 << false << "/mnt/proj/a.ma";
+        QTest::newRow("chained rows") << "X:\\f\\b.ma" << 1 << 2 << false << "/y/f/b.ma";
+        QTest::newRow("lx to win") << "/mnt/proj/a_lx.ma" << 2 << 1 << false << "\\\\srv\\proj\\a_lx.ma";
+        QTest::newRow("no row fits") << "/home/u/a.ma" << 2 << 1 << false << "\\home\\u\\a.ma";
+        QTest::newRow("same os, no force")
+            << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false << "//srv/proj/scene_lx.ma";
+        QTest::newRow("suffixes whatever the target")
+            << "/mnt/proj/s_win.ma" << 2 << 1 << false << "\\\\srv\\proj\\s_lx.ma";
+        QTest::newRow("empty target column skipped") << "/only/lx/a" << 2 << 1 << false << "\\only\\lx\\a";
+        QTest::newRow("row with both columns") << "/only/lx/a" << 2 << 3 << false << "/only/mac/a";
+        QTest::newRow("force on same os") << "\\\\srv\\proj\\a" << 1 << 1 << true << "\\\\srv\\proj\\a";
+        QTest::newRow("bad os number") << "\\a\\b" << 7 << 2 << false << "/a/b";
+    }
+    void convertSingle()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, from);
+        QFETCH(int, to);
+        QFETCH(bool, force);
+        QFETCH(QString, expected);
+        static const Table table;
+        ConvertPathsToOS_Single(path, _fmOS(from), _fmOS(to), table.rows, 60, force);
+        QCOMPARE(path, expected);
+    }
+
+    // A row count beyond 60 from a damaged table must not read past the table's rows.
+    void convertClampsRows()
+    {
+        static const Table table;
+        QString path = u"/a"_s;
+        ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, table.rows, 61, false);
+        QCOMPARE(path, u"/a"_s);
+        path = u"/a"_s;
+        ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
+        QCOMPARE(path, u"/a"_s);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_fmpaths)
 #include "tst_fmpaths.moc"

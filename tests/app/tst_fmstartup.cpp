@@ -12,24 +12,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
+using namespace Qt::StringLiterals;
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
-    return f.readAll();
-}
+namespace {
 
 QStringList withRoot(const fmTestRoot& root, const QStringList& more)
 {
-    return QStringList{QStringLiteral("/x/fmHistorydb"), QStringLiteral("-fmRoot"), root.path()} + more;
+    return QStringList{u"/x/fmHistorydb"_s, u"-fmRoot"_s, root.path()} + more;
 }
 
 // A globalconfig.ini with the table's defaults, written the way the farm's server writes it.
 bool writeGlobalConfig(const fmTestRoot& root)
 {
-    __FM writer(true, fm_AppType_Test, QStringLiteral("writer"), true);
+    __FM writer(true, fm_AppType_Test, u"writer"_s, true);
     fmTestArgs args(withRoot(root, {}));
     if (!writer.pathsGetRootFromFolder(args.argc, args.argv(), QString())) return false;
     const bool ok = writer.SaveFileCfg();
@@ -59,280 +54,256 @@ class tst_fmstartup : public QObject
 {
     Q_OBJECT
 private slots:
-    void commandLine_data();
-    void commandLine();
-    void machineNameAndLogName_data();
-    void machineNameAndLogName();
-    void versionAndTitle();
-    void releaseDate_data();
-    void releaseDate();
-    void noRootWarns();
-    void debugLogFile();
-    void noLogFileWithoutDebug();
-    void logLevelsAfterConfig();
-    void styleChoices_data();
-    void styleChoices();
+    // Options switch log levels and the file; for this program only "-debug" gives a log file.
+    void commandLine_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QList<int>>("levelsOn");
+        QTest::addColumn<QList<int>>("levelsOff");
+        QTest::addColumn<bool>("noLogFile");
+        QTest::addColumn<int>("flushInterval");
+        QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true
+                              << 60;
+        QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16}
+                                   << true << 60;
+        QTest::newRow("useLogfile is not enough")
+            << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true << 60;
+        QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
+                               << QList<int>{11, 12, 20, 24} << false << 60;
+        QTest::newRow("debug prefix is not debug")
+            << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true << 60;
+        QTest::newRow("flush all") << QStringList{"-LogFlushAll"} << QList<int>{} << QList<int>{10} << true
+                                   << 0;
+        QTest::newRow("value of a value option is skipped")
+            << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{} << QList<int>{10} << false << 60;
+    }
+    void commandLine()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QList<int>, levelsOn);
+        QFETCH(QList<int>, levelsOff);
+        QFETCH(bool, noLogFile);
+        QFETCH(int, flushInterval);
+        fmTestRoot root;
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+        fmTestArgs a(withRoot(root, args));
+        QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
+        for (int l : levelsOn)
+            QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
+        for (int l : levelsOff)
+            QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
+        // AppInit reads "-debug" as a whole argument, so a value that spells it still counts there.
+        QCOMPARE(fm.NoLogFile, noLogFile);
+        QCOMPARE(fm.Log->FlushInterval, flushInterval);
+        QVERIFY(fm.Configured);
+        QVERIFY(fm.App.MessageBoxAllowed);
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+    }
+
+    // The log names: log folder + program name + "_" + machine + ".txt"; "-OMName"/"-OMN" override.
+    void machineNameAndLogName_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("machine"); // "" = the host's name
+        QTest::newRow("OMName") << QStringList{"-OMName", "Render01"} << "Render01";
+        QTest::newRow("OMN any case") << QStringList{"-omn", "box7"} << "box7";
+        QTest::newRow("OMN without value") << QStringList{"-OMN"} << "";
+    }
+    void machineNameAndLogName()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QString, machine);
+        fmTestRoot root;
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+        fmTestArgs a(withRoot(root, args));
+        QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
+        if (machine.isEmpty()) machine = fm.getHostName().left(75);
+        QCOMPARE(fm.App.MachineName.toQString(), machine);
+        QCOMPARE(fm.Log->FileName.toQString(), root.path() + "sub/log/fmHistorydb_" + machine + ".txt");
+        QCOMPARE(fm.LogError->FileName.toQString(), root.path() + "sub/log/_ERROR.txt");
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+    }
+
+    // "6." in the root's version text reads "7." after start-up, in the title and the version.
+    void versionAndTitle()
+    {
+        fmTestRoot root;
+        QVERIFY(root.writeFile(u"sub/version.info"_s, " 6.0.10\n2026-11-01\n"));
+        __FM fm(true, fm_AppType_Test, u"fmTest"_s, true);
+        fmTestArgs a(withRoot(root, {}));
+        QVERIFY(fm.SetupCfg(a.argc, a.argv(), false, nullptr));
+        QCOMPARE(fm.VersionText.toQString(), u" 7.0.10"_s);
+        QCOMPARE(fm.AppTitle(false), u"fmTest L     7.0.10    fmVer 7.0.10"_s);
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+    }
+
+    // The release date is the version file's second line as it stands, with its two failure texts.
+    void releaseDate_data()
+    {
+        QTest::addColumn<QByteArray>("file"); // "-" = no file, "|" = a FIFO
+        QTest::addColumn<QString>("text");
+        QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
+        QTest::newRow("blanks kept") << QByteArray(" 7.0.10\r\n  Nov 2026 \r\nmore\n") << "  Nov 2026 ";
+        QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
+        QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
+        QTest::newRow("a FIFO, not blocking") << QByteArray("|") << "Version info file is missing";
+    }
+    void releaseDate()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(QString, text);
+        fmTestRoot root;
+        if (file != "-") QVERIFY(root.writeFile(u"sub/version.info"_s, file));
+        const QByteArray path = QFile::encodeName(root.path() + u"sub/version.info"_s);
+        if (file == "|") QVERIFY(::unlink(path.constData()) == 0 && ::mkfifo(path.constData(), 0600) == 0);
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+        fm.SubPath = root.path() + u"sub/"_s;
+        QCOMPARE(fm.getReleaseDate(), text);
+    }
+
+    // Started outside any root: the warning box names the program, and start-up fails.
+    void noRootWarns()
+    {
+        __FM fm(false, fm_AppType_HistoryDB, u"fmHistorydb"_s, false);
+        g_boxes.clear();
+        __FMSDK::MessageBoxHook = recordBox;
+        fmTestArgs a({u"/nowhere/at/all/fmHistorydb"_s});
+        const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
+        __FMSDK::MessageBoxHook = nullptr;
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+        QVERIFY(!ok);
+        QCOMPARE(g_boxes.size(), 1);
+        QVERIFY2(
+            g_boxes[0].contains(
+                "|  ERR Unable to get FM Root path\nThis executable was not started from a FM directory.\n"),
+            qPrintable(g_boxes[0]));
+        QVERIFY(g_boxes[0].endsWith("('/nowhere/at/all/fmHistorydb')"));
+    }
+
+    // With "-debug" the program's own log file holds the start-up and shutdown lines in the line format.
+    void debugLogFile()
+    {
+        fmTestRoot root;
+        root.makeFolder(u"sub/log"_s);
+        {
+            __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+            fmTestArgs a(withRoot(root, {u"-debug"_s, u"-OMN"_s, u"Box1"_s}));
+            QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
+            fm.ArgC = 0;
+            fm.ArgV = nullptr;
+        }
+        const QByteArray text = fmTestReadAll(root.path() + u"sub/log/fmHistorydb_Box1.txt"_s);
+        QVERIFY(!text.isEmpty());
+        static const QRegularExpression stamp(u"^\\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d\\|"_s);
+        const QString indent(20, QLatin1Char(' '));
+        const QList<QByteArray> lines = text.split('\n');
+        for (const QByteArray& line : lines) {
+            if (line.isEmpty()) continue;
+            const QString l = QString::fromLatin1(line);
+            QVERIFY2(stamp.match(l).hasMatch() || l.startsWith(indent), line.constData());
+        }
+        QVERIFY(text.contains("|           params: '-debug' ;;   (CheckCommandlineParameter)\n"));
+        QVERIFY(text.contains(
+            "|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
+        QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
+        QVERIFY(text.contains("##################SHUTDOWN#####"));
+        QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
+        QVERIFY(fmTestReadAll(root.path() + u"sub/log/_ERROR.txt"_s).startsWith("[Box1]\n"));
+    }
+
+    // Without "-debug" a normal start writes no log file at all.
+    void noLogFileWithoutDebug()
+    {
+        fmTestRoot root;
+        QVERIFY(writeGlobalConfig(root));
+        {
+            __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+            fmTestArgs a(withRoot(root, {u"-debugMain"_s}));
+            fm.SetupCfg(a.argc, a.argv(), false, nullptr); // ends at the client tables
+            QVERIFY(fm.NoLogFile);
+            fm.ArgC = 0;
+            fm.ArgV = nullptr;
+        }
+        QVERIFY(QDir(root.path() + u"sub/log"_s).exists());
+        const QStringList files = QDir(root.path() + u"sub/log"_s).entryList(QDir::Files);
+        QVERIFY2(files.isEmpty(),
+                 qPrintable(files.join(',') + fmTestReadAll(root.path() + "sub/log/" + files.value(0))));
+    }
+
+    // Catches log flags that a globalconfig.ini without them turns off, and file flags that undo the
+    // command line's log options.
+    void logLevelsAfterConfig()
+    {
+        fmTestRoot root;
+        QVERIFY(writeGlobalConfig(root));
+        {
+            QSettings ini(root.path() + u"sub/cfg_global/globalconfig.ini"_s, QSettings::IniFormat);
+            ini.remove(u"Interaction"_s);
+            ini.setValue(u"Interaction/LogLevel04"_s, false); // level 3
+            ini.setValue(u"Interaction/LogLevel11"_s, false); // level 10, which -debugMain sets
+        }
+        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
+        fmTestArgs a(withRoot(root, {u"-debugMain"_s}));
+        fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads the file, ends at the client tables
+        for (int l : {0, 1, 2, 4, 10})
+            QVERIFY(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l]);
+        QVERIFY(!fm.cfg->LogLevel[3]);
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+    }
+
+    // The style choices from the configuration and the theme options reach the window side.
+    void styleChoices_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<bool>("dark");
+        QTest::addColumn<bool>("easter");
+        QTest::addColumn<bool>("girly");
+        QTest::addColumn<int>("font");
+        QTest::addColumn<int>("small");
+        QTest::newRow("defaults") << QStringList{} << false << false << false << 8 << 7;
+        QTest::newRow("contained anywhere") << QStringList{"x-DARKui"} << true << false << false << 8 << 7;
+        QTest::newRow("easter wins over earlier dark")
+            << QStringList{"-darkUI", "-easterUI"} << false << true << false << 8 << 7;
+        QTest::newRow("light after dark")
+            << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
+        QTest::newRow("viola") << QStringList{"-violaUI"} << false << false << true << 8 << 7;
+        QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false
+                                    << false << false << 11 << 6;
+        QTest::newRow("font size not a number")
+            << QStringList{"-defaultFontSize", "big"} << false << false << false << 8 << 7;
+    }
+    void styleChoices()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(bool, dark);
+        QFETCH(bool, easter);
+        QFETCH(bool, girly);
+        QFETCH(int, font);
+        QFETCH(int, small);
+        fmTestRoot root;
+        QVERIFY(writeGlobalConfig(root));
+        __FM fm(true, fm_AppType_Test, u"fmTest"_s, true);
+        g_styleCalls = 0;
+        __FM::InstallStyleHook = recordStyle;
+        fmTestArgs a(withRoot(root, args));
+        const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
+        __FM::InstallStyleHook = nullptr;
+        fm.ArgC = 0;
+        fm.ArgV = nullptr;
+        QVERIFY(ok);
+        QCOMPARE(g_styleCalls, 1);
+        QCOMPARE(g_style.Dark, dark);
+        QCOMPARE(g_style.Easter, easter);
+        QCOMPARE(g_style.Girly, girly);
+        QCOMPARE(g_style.FontSizeDefault, font);
+        QCOMPARE(g_style.FontSizeSmall, small);
+    }
 };
-
-// Options switch log levels and the file; for this program only "-debug" gives a log file.
-void tst_fmstartup::commandLine_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QList<int>>("levelsOn");
-    QTest::addColumn<QList<int>>("levelsOff");
-    QTest::addColumn<bool>("noLogFile");
-    QTest::addColumn<int>("flushInterval");
-    QTest::newRow("none") << QStringList{} << QList<int>{0, 1, 2, 3, 4} << QList<int>{10, 16, 19} << true
-                          << 60;
-    QTest::newRow("debugMain") << QStringList{"-debugMain"} << QList<int>{10} << QList<int>{11, 16} << true
-                               << 60;
-    QTest::newRow("debugJobs") << QStringList{"-debugjobs"} << QList<int>{13, 22} << QList<int>{10} << true
-                               << 60;
-    QTest::newRow("useLogfile is not enough")
-        << QStringList{"-useLogfile"} << QList<int>{} << QList<int>{10} << true << 60;
-    QTest::newRow("debug") << QStringList{"-debug"} << QList<int>{0, 10, 13, 15, 16, 19, 21, 22, 23}
-                           << QList<int>{11, 12, 20, 24} << false << 60;
-    QTest::newRow("debug any case") << QStringList{"-DEBUG"} << QList<int>{10} << QList<int>{11} << false
-                                    << 60;
-    QTest::newRow("debug prefix is not debug")
-        << QStringList{"-debugX"} << QList<int>{} << QList<int>{10} << true << 60;
-    QTest::newRow("flush all") << QStringList{"-LogFlushAll"} << QList<int>{} << QList<int>{10} << true << 0;
-    QTest::newRow("value of a value option is skipped")
-        << QStringList{"-LocalDataFolder", "-debug"} << QList<int>{} << QList<int>{10} << false << 60;
-}
-
-void tst_fmstartup::commandLine()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QList<int>, levelsOn);
-    QFETCH(QList<int>, levelsOff);
-    QFETCH(bool, noLogFile);
-    QFETCH(int, flushInterval);
-    fmTestRoot root;
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fmTestArgs a(withRoot(root, args));
-    QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
-    for (int l : levelsOn)
-        QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
-    for (int l : levelsOff)
-        QVERIFY2(!fm.cfg->LogLevel[l], qPrintable(QString::number(l)));
-    // AppInit reads "-debug" as a whole argument, so a value that spells it still counts there.
-    QCOMPARE(fm.NoLogFile, noLogFile);
-    QCOMPARE(fm.Log->FlushInterval, flushInterval);
-    QVERIFY(fm.Configured);
-    QVERIFY(fm.App.MessageBoxAllowed);
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
-// The log names: log folder + program name + "_" + machine + ".txt"; "-OMName"/"-OMN" override.
-void tst_fmstartup::machineNameAndLogName_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("machine"); // "" = the host's name
-    QTest::newRow("OMName") << QStringList{"-OMName", "Render01"} << "Render01";
-    QTest::newRow("OMN any case") << QStringList{"-omn", "box7"} << "box7";
-    QTest::newRow("OMN without value") << QStringList{"-OMN"} << "";
-}
-
-void tst_fmstartup::machineNameAndLogName()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QString, machine);
-    fmTestRoot root;
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fmTestArgs a(withRoot(root, args));
-    QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
-    if (machine.isEmpty()) machine = fm.getHostName().left(75);
-    QCOMPARE(fm.App.MachineName.toQString(), machine);
-    QCOMPARE(fm.Log->FileName.toQString(), root.path() + "sub/log/fmHistorydb_" + machine + ".txt");
-    QCOMPARE(fm.LogError->FileName.toQString(), root.path() + "sub/log/_ERROR.txt");
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
-// "6." in the root's version text reads "7." after start-up, in the title and the version.
-void tst_fmstartup::versionAndTitle()
-{
-    fmTestRoot root;
-    QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), " 6.0.10\n2026-11-01\n"));
-    __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    fmTestArgs a(withRoot(root, {}));
-    QVERIFY(fm.SetupCfg(a.argc, a.argv(), false, nullptr));
-    QCOMPARE(fm.VersionText.toQString(), QStringLiteral(" 7.0.10"));
-    QCOMPARE(fm.AppTitle(false), QStringLiteral("fmTest L     7.0.10    fmVer 7.0.10"));
-    QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10"));
-    fm.VersionText = " 8.1";
-    QCOMPARE(fm.AppVersion(), QStringLiteral(" 7.0.10  fmVer 8.1"));
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
-// The release date is the version file's second line as it stands, with its two failure texts.
-void tst_fmstartup::releaseDate_data()
-{
-    QTest::addColumn<QByteArray>("file"); // "-" = no file, "|" = a FIFO
-    QTest::addColumn<QString>("text");
-    QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
-    QTest::newRow("blanks kept") << QByteArray(" 7.0.10\r\n  Nov 2026 \r\nmore\n") << "  Nov 2026 ";
-    QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
-    QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
-    QTest::newRow("a FIFO, not blocking") << QByteArray("|") << "Version info file is missing";
-}
-
-void tst_fmstartup::releaseDate()
-{
-    QFETCH(QByteArray, file);
-    QFETCH(QString, text);
-    fmTestRoot root;
-    if (file != "-") QVERIFY(root.writeFile(QStringLiteral("sub/version.info"), file));
-    const QByteArray path = QFile::encodeName(root.path() + QStringLiteral("sub/version.info"));
-    if (file == "|") QVERIFY(::unlink(path.constData()) == 0 && ::mkfifo(path.constData(), 0600) == 0);
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fm.SubPath = root.path() + QStringLiteral("sub/");
-    QCOMPARE(fm.getReleaseDate(), text);
-}
-
-// Started outside any root: the warning box names the program, and start-up fails.
-void tst_fmstartup::noRootWarns()
-{
-    __FM fm(false, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), false);
-    g_boxes.clear();
-    __FMSDK::MessageBoxHook = recordBox;
-    fmTestArgs a({QStringLiteral("/nowhere/at/all/fmHistorydb")});
-    const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
-    __FMSDK::MessageBoxHook = nullptr;
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-    QVERIFY(!ok);
-    QCOMPARE(g_boxes.size(), 1);
-    QVERIFY2(g_boxes[0].contains(
-                 "|  ERR Unable to get FM Root path\nThis executable was not started from a FM directory.\n"),
-             qPrintable(g_boxes[0]));
-    QVERIFY(g_boxes[0].endsWith("('/nowhere/at/all/fmHistorydb')"));
-}
-
-// With "-debug" the program's own log file holds the start-up and shutdown lines in the line format.
-void tst_fmstartup::debugLogFile()
-{
-    fmTestRoot root;
-    root.makeFolder(QStringLiteral("sub/log"));
-    {
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fmTestArgs a(
-            withRoot(root, {QStringLiteral("-debug"), QStringLiteral("-OMN"), QStringLiteral("Box1")}));
-        QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
-    }
-    const QByteArray text = readAll(root.path() + QStringLiteral("sub/log/fmHistorydb_Box1.txt"));
-    QVERIFY(!text.isEmpty());
-    static const QRegularExpression stamp(QStringLiteral("^\\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d\\|"));
-    const QString indent(20, QLatin1Char(' '));
-    const QList<QByteArray> lines = text.split('\n');
-    for (const QByteArray& line : lines) {
-        if (line.isEmpty()) continue;
-        const QString l = QString::fromLatin1(line);
-        QVERIFY2(stamp.match(l).hasMatch() || l.startsWith(indent), line.constData());
-    }
-    QVERIFY(text.contains("|           params: '-debug' ;;   (CheckCommandlineParameter)\n"));
-    QVERIFY(
-        text.contains("|  WRN Please start the server first to create config files!;;   (FM,SetupCfg)\n"));
-    QVERIFY(text.contains("|      Application Down;;   (Main)\n"));
-    QVERIFY(text.contains("##################SHUTDOWN#####"));
-    QVERIFY(text.indexOf("params:") < text.indexOf("Please start the server"));
-    QVERIFY(readAll(root.path() + QStringLiteral("sub/log/_ERROR.txt")).startsWith("[Box1]\n"));
-}
-
-// Without "-debug" a normal start writes no log file at all.
-void tst_fmstartup::noLogFileWithoutDebug()
-{
-    fmTestRoot root;
-    QVERIFY(writeGlobalConfig(root));
-    {
-        __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-        fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
-        fm.SetupCfg(a.argc, a.argv(), false, nullptr); // ends at the client tables
-        QVERIFY(fm.NoLogFile);
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
-    }
-    QVERIFY(QDir(root.path() + QStringLiteral("sub/log")).exists());
-    const QStringList files = QDir(root.path() + QStringLiteral("sub/log")).entryList(QDir::Files);
-    QVERIFY2(files.isEmpty(),
-             qPrintable(files.join(',') + readAll(root.path() + "sub/log/" + files.value(0))));
-}
-
-// Catches log flags that a globalconfig.ini without them turns off, and file flags that undo the
-// command line's log options.
-void tst_fmstartup::logLevelsAfterConfig()
-{
-    fmTestRoot root;
-    QVERIFY(writeGlobalConfig(root));
-    {
-        QSettings ini(root.path() + QStringLiteral("sub/cfg_global/globalconfig.ini"), QSettings::IniFormat);
-        ini.remove(QStringLiteral("Interaction"));
-        ini.setValue(QStringLiteral("Interaction/LogLevel04"), false); // level 3
-        ini.setValue(QStringLiteral("Interaction/LogLevel11"), false); // level 10, which -debugMain sets
-    }
-    __FM fm(true, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), true);
-    fmTestArgs a(withRoot(root, {QStringLiteral("-debugMain")}));
-    fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads the file, ends at the client tables
-    for (int l : {0, 1, 2, 4, 10})
-        QVERIFY(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l]);
-    QVERIFY(!fm.cfg->LogLevel[3]);
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-}
-
-// The style choices from the configuration and the theme options reach the window side.
-void tst_fmstartup::styleChoices_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<bool>("dark");
-    QTest::addColumn<bool>("easter");
-    QTest::addColumn<bool>("girly");
-    QTest::addColumn<int>("font");
-    QTest::addColumn<int>("small");
-    QTest::newRow("defaults") << QStringList{} << false << false << false << 8 << 7;
-    QTest::newRow("contained anywhere") << QStringList{"x-DARKui"} << true << false << false << 8 << 7;
-    QTest::newRow("easter wins over earlier dark")
-        << QStringList{"-darkUI", "-easterUI"} << false << true << false << 8 << 7;
-    QTest::newRow("light after dark")
-        << QStringList{"-darkUI", "-lightUI"} << false << false << false << 8 << 7;
-    QTest::newRow("viola") << QStringList{"-violaUI"} << false << false << true << 8 << 7;
-    QTest::newRow("font sizes") << QStringList{"-defaultFontSize", "11", "-smallerFontSize", "6"} << false
-                                << false << false << 11 << 6;
-    QTest::newRow("font size not a number")
-        << QStringList{"-defaultFontSize", "big"} << false << false << false << 8 << 7;
-}
-
-void tst_fmstartup::styleChoices()
-{
-    QFETCH(QStringList, args);
-    QFETCH(bool, dark);
-    QFETCH(bool, easter);
-    QFETCH(bool, girly);
-    QFETCH(int, font);
-    QFETCH(int, small);
-    fmTestRoot root;
-    QVERIFY(writeGlobalConfig(root));
-    __FM fm(true, fm_AppType_Test, QStringLiteral("fmTest"), true);
-    g_styleCalls = 0;
-    __FM::InstallStyleHook = recordStyle;
-    fmTestArgs a(withRoot(root, args));
-    const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
-    __FM::InstallStyleHook = nullptr;
-    fm.ArgC = 0;
-    fm.ArgV = nullptr;
-    QVERIFY(ok);
-    QCOMPARE(g_styleCalls, 1);
-    QCOMPARE(g_style.Dark, dark);
-    QCOMPARE(g_style.Easter, easter);
-    QCOMPARE(g_style.Girly, girly);
-    QCOMPARE(g_style.FontSizeDefault, font);
-    QCOMPARE(g_style.FontSizeSmall, small);
-}
 
 QTEST_GUILESS_MAIN(tst_fmstartup)
 #include "tst_fmstartup.moc"

@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using fmJ::_jobsHistoryDB_Runtime;
 
 namespace {
@@ -53,12 +55,12 @@ QString apply(_jobsHistoryDB_Runtime& j, const fmJobInfoTexts* t, const QString&
     if (field == "os") return t ? t->SceneOS : (j.SceneOS = uint8_t(v.toInt()), QString());
     if (field == "minor") return t ? t->SoftVersionMinor : (j.VersionMinor = v.toUInt(), QString());
     if (field == "ids") return t ? t->ID : (j.Camera = v, QString());
-    return QStringLiteral("?unknown field?");
+    return u"?unknown field?"_s;
 }
 
 QString red(const QString& s)
 {
-    return QStringLiteral("<font color=\"red\">%1</font>").arg(s);
+    return u"<font color=\"red\">%1</font>"_s.arg(s);
 }
 
 void row(const char* name, const char* field, const QStringList& values, const QString& expected)
@@ -77,145 +79,136 @@ class tst_fmjobinfo : public QObject
 {
     Q_OBJECT
 private slots:
-    void rowColour_data();
-    void rowColour();
-    void outputSplit_data();
-    void outputSplit();
-    void image_data();
-    void image();
-    void damagedRecords();
-};
+    // Catches wrong tolerances (120 s, 30 s), a date compared by time instead of calendar day, case-blind
+    // string comparison, the "empty when 1.0 / 0" rules applied to a red value, and wrong number formats.
+    void rowColour_data()
+    {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QStringList>("values"); // one per selected job
+        QTest::addColumn<QString>("expected");
 
-// Catches wrong tolerances (120 s, 30 s), a date compared by time instead of calendar day, case-blind
-// string comparison, the "empty when 1.0 / 0" rules applied to a red value, and wrong number formats.
-void tst_fmjobinfo::rowColour_data()
-{
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QStringList>("values"); // one per selected job
-    QTest::addColumn<QString>("expected");
-
-    row("send 120 s apart", "send", {at(Morning), at(Morning + 120)}, "10:00.00");
-    row("send 121 s apart", "send", {at(Morning), at(Morning - 121)}, red("10:00.00"));
-    row("across midnight: date", "sendDate", {at(Evening), at(Evening + 180)}, red("26. Mar"));
-    row("across midnight: time", "send", {at(Evening), at(Evening + 180)}, red("23:59.00"));
-    row("across midnight 60 s: time", "send", {at(Evening), at(Evening + 60)}, "23:59.00");
-    row("frame time 100/130", "frametime", {"100", "130"}, "01.40");
-    row("frame time 100/131", "frametime", {"100", "131"}, red("01.40"));
-    row("frame time 0", "frametime", {"0"}, "");
-    row("frame time read as signed", "frametime", {"4294967295"}, "");
-    row("step 2", "step", {"2"}, ", 2");
-    row("steps 1 and 2", "step", {"1", "2"}, red(", 1"));
-    row("start 1e6", "start", {"1000000"}, "1e+06");
-    row("camera case differs", "camera", {"cam", "Cam"}, red("cam"));
-    row("os unknown", "os", {"7"}, "Scene created on: unknown");
-    row("os differs", "os", {"2", "3"}, red("Scene created on: Linux"));
-    row("minor 5", "minor", {"5"}, "005");
-    row("minor 50", "minor", {"50"}, "05");
-    row("IDs never red", "ids", {"x", "y"}, fmJ::ID2str(1001) + ", " + fmJ::ID2str(1002));
-}
-
-void tst_fmjobinfo::rowColour()
-{
-    QFETCH(QString, field);
-    QFETCH(QStringList, values);
-    QFETCH(QString, expected);
-    Jobs jobs;
-    for (const QString& v : values)
-        apply(jobs.add(), nullptr, field, v);
-    const fmJobInfoTexts t = jobs.texts();
-    QVERIFY(!t.Empty);
-    QCOMPARE(apply(*jobs.Store[0], &t, field, QString()), expected);
-}
-
-// Catches a split inside a file name, a longer directory taken as a difference, a wrong index when
-// another directory is shorter, and overwriting the first label when the split falls on 0.
-void tst_fmjobinfo::outputSplit_data()
-{
-    QTest::addColumn<QStringList>("second"); // dir, name, extension of a second job; empty: one job
-    QTest::addColumn<QStringList>(
-        "labels"); // "keep" when the first label is kept, else its text; second label
-    auto r = [](const char* n, const QStringList& s, const QStringList& l) { QTest::newRow(n) << s << l; };
-    r("single job", {}, {"/a/b/shot_#.exr", ""});
-    r("dirs /a/b/ and /a/c/", {"/a/c/", "shot_", ".exr"}, {"/a/", "b/shot_#.exr"});
-    r("other names", {"/a/b/", "shut_", ".exr"}, {"/a/b/", "shot_#.exr"});
-    r("other extension", {"/a/b/", "shot_", ".tif"}, {"/a/b/", "shot_#.exr"});
-    r("other dir extends", {"/a/b/c/", "shot_", ".exr"}, {"/a/b/shot_#.exr", ""});
-    r("other name extends", {"/a/b/", "shot_v2", ".exr"}, {"/a/b/shot_#.exr", ""});
-    r("other dir shorter", {"/a/", "shot_", ".exr"}, {"/a/", "b/shot_#.exr"});
-    r("differ at first char", {"x/a/b/", "shot_", ".exr"}, {"keep", "/a/b/shot_#.exr"});
-}
-
-void tst_fmjobinfo::outputSplit()
-{
-    QFETCH(QStringList, second);
-    QFETCH(QStringList, labels);
-    Jobs jobs;
-    jobs.add();
-    if (!second.isEmpty()) jobs.add(second);
-    const fmJobInfoTexts t = jobs.texts();
-    QCOMPARE(t.KeepOutput1a, labels[0] == "keep");
-    QCOMPARE(t.KeepOutput1a ? QString("keep") : t.Output1a, labels[0]);
-    QCOMPARE(t.Output1b, labels[1]);
-
-    // Without a directory on the first job both labels are empty, whatever the others hold.
-    Jobs noDir;
-    noDir.add({"", "shot_", ".exr"});
-    if (!second.isEmpty()) noDir.add(second);
-    QCOMPARE(noDir.texts().Output1a + noDir.texts().Output1b, QString());
-}
-
-// Catches a path built from the wrong folder or ID form, and a stale image kept for a multiple
-// selection.
-void tst_fmjobinfo::image_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<bool>("fileThere");
-    QTest::addColumn<int>("what");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("nothing selected") << 0 << true << int(fmJobInfoImage::KeepImage) << "";
-    QTest::newRow("two jobs") << 2 << true << int(fmJobInfoImage::ShowText) << "(multiple jobs selected)";
-    QTest::newRow("one job, no image") << 1 << false << int(fmJobInfoImage::ShowText) << "N/A";
-    QTest::newRow("one job with image") << 1 << true << int(fmJobInfoImage::ShowPixmap) << "";
-}
-
-void tst_fmjobinfo::image()
-{
-    QFETCH(int, count);
-    QFETCH(bool, fileThere);
-    QFETCH(int, what);
-    QFETCH(QString, text);
-    QTemporaryDir dir;
-    const QString history = dir.path() + "/";
-    Jobs jobs;
-    for (int i = 0; i < std::max(count, 1); ++i)
-        jobs.add().JobID = 0x0123456789ULL + unsigned(i);
-    const QString path = history + "Shot/" + fmJ::ID2strFull(jobs.Ptrs[0]->JobID) + ".jpg";
-    QVERIFY(QDir().mkpath(history + "Shot"));
-    QFile f(path);
-    if (fileThere) QVERIFY(f.open(QIODevice::WriteOnly));
-    f.close();
-    const fmJobInfoImage img = fmJobInfoImageFor(jobs.Ptrs.data(), count, history, "Shot");
-    QCOMPARE(int(img.What), what);
-    QCOMPARE(img.Text, text);
-    QCOMPARE(img.Path, what == fmJobInfoImage::ShowPixmap ? path : QString());
-}
-
-// Catches reads beyond a record's strings when their lengths are damaged, and a crash on no
-// selection or a null selection array.
-void tst_fmjobinfo::damagedRecords()
-{
-    QVERIFY(fmJobInfoPageTexts(nullptr, 3).Empty);
-    Jobs jobs;
-    QVERIFY(jobs.texts().Empty);
-    for (int i = 0; i < 2; ++i) {
-        auto* b = reinterpret_cast<unsigned char*>(static_cast<fmJ::_jobsHistoryDB*>(&jobs.add()));
-        for (size_t k = 0; k < sizeof(fmJ::_jobsHistoryDB); ++k)
-            b[k] = uint8_t(0xA5 ^ (k * 7) ^ i);
+        row("send 120 s apart", "send", {at(Morning), at(Morning + 120)}, "10:00.00");
+        row("send 121 s apart", "send", {at(Morning), at(Morning - 121)}, red("10:00.00"));
+        row("across midnight: date", "sendDate", {at(Evening), at(Evening + 180)}, red("26. Mar"));
+        row("across midnight: time", "send", {at(Evening), at(Evening + 180)}, red("23:59.00"));
+        row("across midnight 60 s: time", "send", {at(Evening), at(Evening + 60)}, "23:59.00");
+        row("frame time 100/130", "frametime", {"100", "130"}, "01.40");
+        row("frame time 100/131", "frametime", {"100", "131"}, red("01.40"));
+        row("frame time 0", "frametime", {"0"}, "");
+        row("frame time read as signed", "frametime", {"4294967295"}, "");
+        row("step 2", "step", {"2"}, ", 2");
+        row("steps 1 and 2", "step", {"1", "2"}, red(", 1"));
+        row("start 1e6", "start", {"1000000"}, "1e+06");
+        row("camera case differs", "camera", {"cam", "Cam"}, red("cam"));
+        row("os unknown", "os", {"7"}, "Scene created on: unknown");
+        row("os differs", "os", {"2", "3"}, red("Scene created on: Linux"));
+        row("minor 5", "minor", {"5"}, "005");
+        row("minor 50", "minor", {"50"}, "05");
+        row("IDs never red", "ids", {"x", "y"}, fmJ::ID2str(1001) + ", " + fmJ::ID2str(1002));
     }
-    const fmJobInfoTexts t = jobs.texts();
-    QVERIFY(!t.Empty);
-    QVERIFY(t.Output1a.size() + t.Output1b.size() <= 250 + 250 + 25 + 1);
-}
+    void rowColour()
+    {
+        QFETCH(QString, field);
+        QFETCH(QStringList, values);
+        QFETCH(QString, expected);
+        Jobs jobs;
+        for (const QString& v : values)
+            apply(jobs.add(), nullptr, field, v);
+        const fmJobInfoTexts t = jobs.texts();
+        QVERIFY(!t.Empty);
+        QCOMPARE(apply(*jobs.Store[0], &t, field, QString()), expected);
+    }
+
+    // Catches a split inside a file name, a longer directory taken as a difference, a wrong index when
+    // another directory is shorter, and overwriting the first label when the split falls on 0.
+    void outputSplit_data()
+    {
+        QTest::addColumn<QStringList>("second"); // dir, name, extension of a second job; empty: one job
+        QTest::addColumn<QStringList>(
+            "labels"); // "keep" when the first label is kept, else its text; second label
+        auto r = [](const char* n, const QStringList& s, const QStringList& l) {
+            QTest::newRow(n) << s << l;
+        };
+        r("single job", {}, {"/a/b/shot_#.exr", ""});
+        r("dirs /a/b/ and /a/c/", {"/a/c/", "shot_", ".exr"}, {"/a/", "b/shot_#.exr"});
+        r("other names", {"/a/b/", "shut_", ".exr"}, {"/a/b/", "shot_#.exr"});
+        r("other extension", {"/a/b/", "shot_", ".tif"}, {"/a/b/", "shot_#.exr"});
+        r("other dir extends", {"/a/b/c/", "shot_", ".exr"}, {"/a/b/shot_#.exr", ""});
+        r("other name extends", {"/a/b/", "shot_v2", ".exr"}, {"/a/b/shot_#.exr", ""});
+        r("other dir shorter", {"/a/", "shot_", ".exr"}, {"/a/", "b/shot_#.exr"});
+        r("differ at first char", {"x/a/b/", "shot_", ".exr"}, {"keep", "/a/b/shot_#.exr"});
+    }
+    void outputSplit()
+    {
+        QFETCH(QStringList, second);
+        QFETCH(QStringList, labels);
+        Jobs jobs;
+        jobs.add();
+        if (!second.isEmpty()) jobs.add(second);
+        const fmJobInfoTexts t = jobs.texts();
+        QCOMPARE(t.KeepOutput1a, labels[0] == "keep");
+        QCOMPARE(t.KeepOutput1a ? QString("keep") : t.Output1a, labels[0]);
+        QCOMPARE(t.Output1b, labels[1]);
+
+        // Without a directory on the first job both labels are empty, whatever the others hold.
+        Jobs noDir;
+        noDir.add({"", "shot_", ".exr"});
+        if (!second.isEmpty()) noDir.add(second);
+        QCOMPARE(noDir.texts().Output1a + noDir.texts().Output1b, QString());
+    }
+
+    // Catches a path built from the wrong folder or ID form, and a stale image kept for a multiple
+    // selection.
+    void image_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("fileThere");
+        QTest::addColumn<int>("what");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("nothing selected") << 0 << true << int(fmJobInfoImage::KeepImage) << "";
+        QTest::newRow("two jobs") << 2 << true << int(fmJobInfoImage::ShowText) << "(multiple jobs selected)";
+        QTest::newRow("one job, no image") << 1 << false << int(fmJobInfoImage::ShowText) << "N/A";
+        QTest::newRow("one job with image") << 1 << true << int(fmJobInfoImage::ShowPixmap) << "";
+    }
+    void image()
+    {
+        QFETCH(int, count);
+        QFETCH(bool, fileThere);
+        QFETCH(int, what);
+        QFETCH(QString, text);
+        QTemporaryDir dir;
+        const QString history = dir.path() + "/";
+        Jobs jobs;
+        for (int i = 0; i < std::max(count, 1); ++i)
+            jobs.add().JobID = 0x0123456789ULL + unsigned(i);
+        const QString path = history + "Shot/" + fmJ::ID2strFull(jobs.Ptrs[0]->JobID) + ".jpg";
+        QVERIFY(QDir().mkpath(history + "Shot"));
+        QFile f(path);
+        if (fileThere) QVERIFY(f.open(QIODevice::WriteOnly));
+        f.close();
+        const fmJobInfoImage img = fmJobInfoImageFor(jobs.Ptrs.data(), count, history, "Shot");
+        QCOMPARE(int(img.What), what);
+        QCOMPARE(img.Text, text);
+        QCOMPARE(img.Path, what == fmJobInfoImage::ShowPixmap ? path : QString());
+    }
+
+    // Catches reads beyond a record's strings when their lengths are damaged, and a crash on no
+    // selection or a null selection array.
+    void damagedRecords()
+    {
+        QVERIFY(fmJobInfoPageTexts(nullptr, 3).Empty);
+        Jobs jobs;
+        QVERIFY(jobs.texts().Empty);
+        for (int i = 0; i < 2; ++i) {
+            auto* b = reinterpret_cast<unsigned char*>(static_cast<fmJ::_jobsHistoryDB*>(&jobs.add()));
+            for (size_t k = 0; k < sizeof(fmJ::_jobsHistoryDB); ++k)
+                b[k] = uint8_t(0xA5 ^ (k * 7) ^ i);
+        }
+        const fmJobInfoTexts t = jobs.texts();
+        QVERIFY(!t.Empty);
+        QVERIFY(t.Output1a.size() + t.Output1b.size() <= 250 + 250 + 25 + 1);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_fmjobinfo)
 #include "tst_fmjobinfo.moc"

@@ -5,23 +5,189 @@
 #include <QtTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmC;
 
 class tst_fmClientList : public QObject
 {
     Q_OBJECT
 private slots:
-    void init();
-    void sortByColumn_data();
-    void sortByColumn();
-    void sortLargeWithTies();
-    void filter_data();
-    void filter();
-    void filterEmptyList();
-    void addRemoveFind();
-    void addPastLimit();
-    void sortIDLoad();
-    void qsortAssigned();
+    void sortIDTable_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<int>("sortID");
+        QTest::newRow("code 4") << 4 << 2;
+        QTest::newRow("code 14, the last of the table") << 14 << 1;
+        QTest::newRow("code 15") << 15 << 3;
+        QTest::newRow("code 28") << 28 << 3;
+        QTest::newRow("code -1") << -1 << 3;
+    }
+    // Catches a shifted sort table, and reads past its end for large or negative codes.
+    void sortIDTable()
+    {
+        QFETCH(int, status);
+        QFETCH(int, sortID);
+        const signed char s = static_cast<signed char>(status);
+        QCOMPARE(_ClientStatus2SortID(s), sortID);
+    }
+
+    void init() { list.reset(new _ClientList(FM)); }
+
+    void sortByColumn_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QList<int>>("ascending");
+        QTest::newRow("0 name, case-insensitive") << 0 << QList<int>{1, 4, 3, 0, 2};
+        QTest::newRow("1 list number") << 1 << QList<int>{0, 1, 2, 3, 4};
+        QTest::newRow("2 status") << 2 << QList<int>{-1, -1, -1, -1, -1}; // ties; checked by key below
+        QTest::newRow("3 keeps order") << 3 << QList<int>{0, 1, 2, 3, 4};
+        QTest::newRow("4 cpu") << 4 << QList<int>{1, 3, 0, 4, 2};
+        QTest::newRow("5 available memory") << 5 << QList<int>{1, 2, 4, 0, 3};
+        QTest::newRow("6 system") << 6 << QList<int>{-1, -1, -1, -1, -1};
+        QTest::newRow("7 user") << 7 << QList<int>{3, 1, 4, 2, 0};
+        QTest::newRow("8 version") << 8 << QList<int>{1, 3, 0, 4, 2};
+        QTest::newRow("9 temperature") << 9 << QList<int>{4, 2, 0, 3, 1};
+        QTest::newRow("10 memory") << 10 << QList<int>{2, 4, 0, 1, 3};
+        QTest::newRow("11 cores") << 11 << QList<int>{3, 1, 0, 4, 2};
+        QTest::newRow("12 MHz") << 12 << QList<int>{2, 0, 4, 1, 3};
+        QTest::newRow("13 info") << 13 << QList<int>{2, 4, 0, 3, 1};
+        QTest::newRow("14 keeps order") << 14 << QList<int>{0, 1, 2, 3, 4};
+    }
+    // Catches a column sorted by the wrong key, a reversed order, or pointers out of step.
+    void sortByColumn()
+    {
+        QFETCH(int, column);
+        QFETCH(QList<int>, ascending);
+        addFive();
+        list->SortID = -1;
+        QVERIFY(list->SetSortID(column, Qt::AscendingOrder, nullptr));
+        const QList<int> up = order();
+        QCOMPARE(up.size(), 5);
+        if (ascending.first() >= 0) QCOMPARE(up, ascending);
+        // The key must never fall along the order, for the tie columns too.
+        auto key = [&](int n) {
+            const _Client& c = list->Clients[n];
+            switch (column) {
+            case 2:
+                return _ClientStatus2SortID(c.Status.Thread[0].Status);
+            case 6:
+                return int(c.Hardware.OS);
+            default:
+                return 0;
+            }
+        };
+        for (int i = 1; i < 5; ++i)
+            QVERIFY(key(up[i - 1]) <= key(up[i]));
+
+        QVERIFY(list->SetSortID(column, Qt::DescendingOrder, nullptr));
+        const QList<int> down = order();
+        if (ascending.first() >= 0 && column != 3 && column != 14) {
+            QList<int> rev(ascending.rbegin(), ascending.rend());
+            QCOMPARE(down, rev);
+        }
+        for (int i = 1; i < 5; ++i)
+            QVERIFY(key(down[i - 1]) >= key(down[i]));
+    }
+
+    // Catches a quicksort that loses or duplicates indexes on many equal keys and a large list, and an
+    // addition past the fixed array.
+    void sortLargeWithTies()
+    {
+        for (int i = 0; i < MaxClients; ++i) {
+            const int n = list->addClient();
+            QCOMPARE(n, i);
+            list->Clients[n].Hardware.Memory = (i * 7919) % 13;
+            list->Clients[n].Status.Name.set(u"c%1"_s.arg((i * 31) % 750, 3, 10, QLatin1Char('0')));
+        }
+        QCOMPARE(list->addClient(), -1); // past the fixed array
+        for (int column : {10, 0}) {
+            list->SortID = -1;
+            list->SetSortID(column, Qt::DescendingOrder, nullptr);
+            QCOMPARE(int(list->ShownCount), MaxClients);
+            QList<int> seen(MaxClients, 0);
+            for (int i = 0; i < MaxClients; ++i)
+                ++seen[list->SortedIndex[i]];
+            QCOMPARE(seen.count(1), MaxClients);
+            for (int i = 1; i < MaxClients; ++i) {
+                const _Client& a = *list->SortedPointers[i - 1];
+                const _Client& b = *list->SortedPointers[i];
+                if (column == 10)
+                    QVERIFY(a.Hardware.Memory >= b.Hardware.Memory);
+                else
+                    QVERIFY(a.Status.Name.compare(b.Status.Name) > 0);
+            }
+        }
+    }
+
+    void filter_data()
+    {
+        QTest::addColumn<bool>("win");
+        QTest::addColumn<bool>("mac");
+        QTest::addColumn<bool>("linux");
+        QTest::addColumn<bool>("b64");
+        QTest::addColumn<bool>("b32");
+        QTest::addColumn<int>("minMemory");
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("all") << true << true << true << true << true << 0
+                             << QStringList{"delta", "Alpha", "echo", "charlie", "Bravo"};
+        QTest::newRow("no windows") << false << true << true << true << true << 0
+                                    << QStringList{"delta", "echo", "charlie"};
+        QTest::newRow("no linux") << true << true << false << true << true << 0
+                                  << QStringList{"Alpha", "echo", "Bravo"};
+        QTest::newRow("no 64") << true << true << true << false << true << 0 << QStringList{"echo", "Bravo"};
+        QTest::newRow("memory 8000") << true << true << true << true << true << 8000
+                                     << QStringList{"delta", "Alpha", "charlie"};
+        QTest::newRow("memory 8001, no 32")
+            << true << true << true << true << false << 8001 << QStringList{"Alpha", "charlie"};
+        QTest::newRow("no system") << false << false << false << true << true << 0 << QStringList{};
+    }
+    // Catches a switch that takes out the wrong system or bits, or a memory bound off by one.
+    void filter()
+    {
+        QFETCH(bool, win);
+        QFETCH(bool, mac);
+        QFETCH(bool, linux);
+        QFETCH(bool, b64);
+        QFETCH(bool, b32);
+        QFETCH(int, minMemory);
+        QFETCH(QStringList, shown);
+        addFive();
+        QVERIFY(list->SetFilter(win, mac, linux, b64, b32, minMemory, 0, nullptr, nullptr, 0));
+        QCOMPARE(names(), shown);
+        QCOMPARE(int(list->Count), 5);
+        // The sorted places stay a permutation: the hidden clients stand behind the shown ones.
+        QList<int> seen(5, 0);
+        for (int i = 0; i < 5; ++i)
+            ++seen[list->SortedIndex[i]];
+        QCOMPARE(seen.count(1), 5);
+    }
+
+    // Catches a find that is case-sensitive, takes a prefix or ignores its start.
+    void addAndFind()
+    {
+        addFive();
+        QCOMPARE(int(list->ChangeCount), 5);
+        QCOMPARE(list->findClient(fmString<25>("ECHO")), 2);
+        QCOMPARE(list->findClient(fmString<25>("echo"), 3), -1);
+        QCOMPARE(list->findClient(fmString<25>("ech")), -1);
+    }
+
+    // Catches a record sort that mixes up records or loses one.
+    void sortIDLoad()
+    {
+        const int listNo[7] = {5, -1, 3, 9, 0, 3, 7};
+        for (int i = 0; i < 7; ++i) {
+            const int n = list->addClient();
+            list->Clients[n].ListNo = listNo[i];
+            list->Clients[n].Status.Name.set(u"n%1"_s.arg(i));
+        }
+        list->sort_ID_Load();
+        QStringList got;
+        for (int i = 0; i < 7; ++i)
+            got << u"%1:%2"_s.arg(list->Clients[i].ListNo).arg(list->Clients[i].Status.Name.toQString());
+        QCOMPARE(got, (QStringList{"-1:n1", "0:n4", "3:n2", "3:n5", "5:n0", "7:n6", "9:n3"}));
+    }
 
 private:
     std::unique_ptr<_ClientList> list;
@@ -29,11 +195,6 @@ private:
     QList<int> order() const;
     QStringList names() const;
 };
-
-void tst_fmClientList::init()
-{
-    list.reset(new _ClientList(FM));
-}
 
 // Five clients whose keys give each column a different order. Numbers 0..4.
 void tst_fmClientList::addFive()
@@ -90,216 +251,6 @@ QStringList tst_fmClientList::names() const
     for (int i = 0; i < list->ShownCount; ++i)
         r << list->SortedPointers[i]->Status.Name.toQString();
     return r;
-}
-
-void tst_fmClientList::sortByColumn_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QList<int>>("ascending");
-    QTest::newRow("0 name, case-insensitive") << 0 << QList<int>{1, 4, 3, 0, 2};
-    QTest::newRow("1 list number") << 1 << QList<int>{0, 1, 2, 3, 4};
-    QTest::newRow("2 status") << 2 << QList<int>{-1, -1, -1, -1, -1}; // ties; checked by key below
-    QTest::newRow("3 keeps order") << 3 << QList<int>{0, 1, 2, 3, 4};
-    QTest::newRow("4 cpu") << 4 << QList<int>{1, 3, 0, 4, 2};
-    QTest::newRow("5 available memory") << 5 << QList<int>{1, 2, 4, 0, 3};
-    QTest::newRow("6 system") << 6 << QList<int>{-1, -1, -1, -1, -1};
-    QTest::newRow("7 user") << 7 << QList<int>{3, 1, 4, 2, 0};
-    QTest::newRow("8 version") << 8 << QList<int>{1, 3, 0, 4, 2};
-    QTest::newRow("9 temperature") << 9 << QList<int>{4, 2, 0, 3, 1};
-    QTest::newRow("10 memory") << 10 << QList<int>{2, 4, 0, 1, 3};
-    QTest::newRow("11 cores") << 11 << QList<int>{3, 1, 0, 4, 2};
-    QTest::newRow("12 MHz") << 12 << QList<int>{2, 0, 4, 1, 3};
-    QTest::newRow("13 info") << 13 << QList<int>{2, 4, 0, 3, 1};
-    QTest::newRow("14 keeps order") << 14 << QList<int>{0, 1, 2, 3, 4};
-}
-
-// Catches a column sorted by the wrong key, a reversed order, or pointers out of step.
-void tst_fmClientList::sortByColumn()
-{
-    QFETCH(int, column);
-    QFETCH(QList<int>, ascending);
-    addFive();
-    list->SortID = -1;
-    QVERIFY(list->SetSortID(column, Qt::AscendingOrder, nullptr));
-    const QList<int> up = order();
-    QCOMPARE(up.size(), 5);
-    if (ascending.first() >= 0) QCOMPARE(up, ascending);
-    // The key must never fall along the order, for the tie columns too.
-    auto key = [&](int n) {
-        const _Client& c = list->Clients[n];
-        switch (column) {
-        case 2:
-            return _ClientStatus2SortID(c.Status.Thread[0].Status);
-        case 6:
-            return int(c.Hardware.OS);
-        default:
-            return 0;
-        }
-    };
-    for (int i = 1; i < 5; ++i)
-        QVERIFY(key(up[i - 1]) <= key(up[i]));
-
-    QVERIFY(list->SetSortID(column, Qt::DescendingOrder, nullptr));
-    const QList<int> down = order();
-    if (ascending.first() >= 0 && column != 3 && column != 14) {
-        QList<int> rev(ascending.rbegin(), ascending.rend());
-        QCOMPARE(down, rev);
-    }
-    for (int i = 1; i < 5; ++i)
-        QVERIFY(key(down[i - 1]) >= key(down[i]));
-}
-
-// Catches a quicksort that loses or duplicates indexes on many equal keys and a large list.
-void tst_fmClientList::sortLargeWithTies()
-{
-    for (int i = 0; i < MaxClients; ++i) {
-        const int n = list->addClient();
-        QCOMPARE(n, i);
-        list->Clients[n].Hardware.Memory = (i * 7919) % 13;
-        list->Clients[n].Status.Name.set(QStringLiteral("c%1").arg((i * 31) % 750, 3, 10, QLatin1Char('0')));
-    }
-    for (int column : {10, 0}) {
-        list->SortID = -1;
-        list->SetSortID(column, Qt::DescendingOrder, nullptr);
-        QCOMPARE(int(list->ShownCount), MaxClients);
-        QList<int> seen(MaxClients, 0);
-        for (int i = 0; i < MaxClients; ++i)
-            ++seen[list->SortedIndex[i]];
-        QCOMPARE(seen.count(1), MaxClients);
-        for (int i = 1; i < MaxClients; ++i) {
-            const _Client& a = *list->SortedPointers[i - 1];
-            const _Client& b = *list->SortedPointers[i];
-            if (column == 10)
-                QVERIFY(a.Hardware.Memory >= b.Hardware.Memory);
-            else
-                QVERIFY(a.Status.Name.compare(b.Status.Name) > 0);
-        }
-    }
-}
-
-void tst_fmClientList::filter_data()
-{
-    QTest::addColumn<bool>("win");
-    QTest::addColumn<bool>("mac");
-    QTest::addColumn<bool>("linux");
-    QTest::addColumn<bool>("b64");
-    QTest::addColumn<bool>("b32");
-    QTest::addColumn<int>("minMemory");
-    QTest::addColumn<QStringList>("shown");
-    QTest::newRow("all") << true << true << true << true << true << 0
-                         << QStringList{"delta", "Alpha", "echo", "charlie", "Bravo"};
-    QTest::newRow("no windows") << false << true << true << true << true << 0
-                                << QStringList{"delta", "echo", "charlie"};
-    QTest::newRow("no mac") << true << false << true << true << true << 0
-                            << QStringList{"delta", "Alpha", "charlie", "Bravo"};
-    QTest::newRow("no linux") << true << true << false << true << true << 0
-                              << QStringList{"Alpha", "echo", "Bravo"};
-    QTest::newRow("no 64") << true << true << true << false << true << 0 << QStringList{"echo", "Bravo"};
-    QTest::newRow("no 32") << true << true << true << true << false << 0
-                           << QStringList{"delta", "Alpha", "charlie"};
-    QTest::newRow("memory 8000") << true << true << true << true << true << 8000
-                                 << QStringList{"delta", "Alpha", "charlie"};
-    QTest::newRow("memory 8001, no 32")
-        << true << true << true << true << false << 8001 << QStringList{"Alpha", "charlie"};
-    QTest::newRow("no system") << false << false << false << true << true << 0 << QStringList{};
-}
-
-// Catches a switch that takes out the wrong system or bits, or a memory bound off by one.
-void tst_fmClientList::filter()
-{
-    QFETCH(bool, win);
-    QFETCH(bool, mac);
-    QFETCH(bool, linux);
-    QFETCH(bool, b64);
-    QFETCH(bool, b32);
-    QFETCH(int, minMemory);
-    QFETCH(QStringList, shown);
-    addFive();
-    QVERIFY(list->SetFilter(win, mac, linux, b64, b32, minMemory, 0, nullptr, nullptr, 0));
-    QCOMPARE(names(), shown);
-    QCOMPARE(int(list->Count), 5);
-    // The sorted places stay a permutation: the hidden clients stand behind the shown ones.
-    QList<int> seen(5, 0);
-    for (int i = 0; i < 5; ++i)
-        ++seen[list->SortedIndex[i]];
-    QCOMPARE(seen.count(1), 5);
-}
-
-// Catches a filter that runs on an empty list or a null list pointer in SetFilter.
-void tst_fmClientList::filterEmptyList()
-{
-    signed char a[3] = {1, 2, 3};
-    QVERIFY(list->SetFilter(false, false, false, false, false, 100, 3, a, nullptr, 1));
-    QCOMPARE(int(list->TypeFilterCount), 0);
-    QCOMPARE(int(list->ShownCount), 0);
-    bool b[3] = {true, false, true};
-    QVERIFY(list->SetFilter(true, true, true, true, true, 0, 3, a, b, 1));
-    QCOMPARE(int(list->TypeFilterCount), 3);
-    QCOMPARE(int(list->FilterA[2]), 3);
-    QVERIFY(list->FilterFlag);
-}
-
-// Catches a removal that leaves a gap, a stale record or stale list numbers, and a find that is
-// case-sensitive.
-void tst_fmClientList::addRemoveFind()
-{
-    addFive();
-    QCOMPARE(int(list->ChangeCount), 5);
-    QCOMPARE(list->findClient(fmString<25>("ECHO")), 2);
-    QCOMPARE(list->findClient(fmString<25>("echo"), 3), -1);
-    QCOMPARE(list->findClient(fmString<25>("ech")), -1);
-    list->removeClient(1, true);
-    QCOMPARE(int(list->Count), 4);
-    QCOMPARE(int(list->ChangeCount), 6);
-    QCOMPARE(list->findClient(fmString<25>("alpha")), -1);
-    QCOMPARE(list->findClient(fmString<25>("echo")), 1);
-    QCOMPARE(names(), (QStringList{"delta", "echo", "charlie", "Bravo"}));
-    for (int i = 0; i < 4; ++i)
-        QCOMPARE(list->Clients[i].ListNo, i); // the later numbers close the gap
-    list->removeClient(9, true);              // out of range: nothing
-    list->removeClient(-1, true);
-    QCOMPARE(int(list->Count), 4);
-    list->removeClient(0, false);
-    QCOMPARE(list->Clients[0].ListNo, 1); // without resort they stay
-}
-
-// Catches an addition past the fixed array.
-void tst_fmClientList::addPastLimit()
-{
-    for (int i = 0; i < MaxClients; ++i)
-        QCOMPARE(list->addClient(), i);
-    QCOMPARE(list->addClient(), -1);
-    QCOMPARE(int(list->Count), MaxClients);
-}
-
-// Catches a record sort that mixes up records or loses one.
-void tst_fmClientList::sortIDLoad()
-{
-    const int listNo[7] = {5, -1, 3, 9, 0, 3, 7};
-    for (int i = 0; i < 7; ++i) {
-        const int n = list->addClient();
-        list->Clients[n].ListNo = listNo[i];
-        list->Clients[n].Status.Name.set(QStringLiteral("n%1").arg(i));
-    }
-    list->sort_ID_Load();
-    QStringList got;
-    for (int i = 0; i < 7; ++i)
-        got << QStringLiteral("%1:%2")
-                   .arg(list->Clients[i].ListNo)
-                   .arg(list->Clients[i].Status.Name.toQString());
-    QCOMPARE(got, (QStringList{"-1:n1", "0:n4", "3:n2", "3:n5", "5:n0", "7:n6", "9:n3"}));
-}
-
-// Catches a sort by a value table that ignores the range or the values.
-void tst_fmClientList::qsortAssigned()
-{
-    addFive();
-    list->sort(nullptr);
-    float values[5] = {3.0f, 1.0f, 4.0f, 0.5f, 2.0f};
-    list->QSort_Assigned(1, 4, values);
-    QCOMPARE(order(), (QList<int>{0, 3, 1, 4, 2}));
-    list->QSort_Assigned(0, 100, values);
-    QCOMPARE(order(), (QList<int>{3, 1, 4, 0, 2}));
 }
 
 QTEST_GUILESS_MAIN(tst_fmClientList)

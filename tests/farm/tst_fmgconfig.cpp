@@ -1,3 +1,5 @@
+#include "fmcatchfm.h"
+
 #include "app/fm.h"
 #include "farm/fmgconfig.h"
 
@@ -11,39 +13,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-
-struct LogLine
-{
-    int level;
-    QString text;
-    QString where;
-};
-
-// An application object that keeps what is logged, so that messages can be checked.
-class CatchFM : public __FM
-{
-public:
-    CatchFM() : __FM(true, fm_AppType_Test, QStringLiteral("fmTest"), false) {}
-    void WriteLog(int level, int, const QString& text, const QString& where) override
-    {
-        lines.append({level, text, where});
-    }
-    bool has(int level, const QString& text, const QString& where = QString()) const
-    {
-        for (const LogLine& l : lines)
-            if (l.level == level && l.text == text && (where.isEmpty() || l.where == where)) return true;
-        return false;
-    }
-    QList<LogLine> lines;
-};
 
 struct Farm
 {
     QTemporaryDir dir;
-    std::unique_ptr<CatchFM> fm = std::make_unique<CatchFM>();
-    Farm() { fm->CfgGlobalPath = dir.path() + QStringLiteral("/"); }
-    QString iniPath() const { return dir.path() + QStringLiteral("/globalconfig.ini"); }
+    std::unique_ptr<fmCatchFM> fm = std::make_unique<fmCatchFM>();
+    Farm() { fm->CfgGlobalPath = dir.path() + u"/"_s; }
+    QString iniPath() const { return dir.path() + u"/globalconfig.ini"_s; }
     void writeIni(const QByteArray& bytes) const
     {
         QFile f(iniPath());
@@ -65,484 +44,441 @@ class tst_fmgconfig : public QObject
 {
     Q_OBJECT
 private slots:
-    void roundTrip();
-    void clampOnRead_data();
-    void clampOnRead();
-    void badNumberKeepsValue_data();
-    void badNumberKeepsValue();
-    void uncMaps_data();
-    void uncMaps();
-    void osConversion_data();
-    void osConversion();
-    void logSwitchesMissingKeepDefaults();
-    void hostileFiles_data();
-    void hostileFiles();
-    void missingFile();
-    void unchangedFileIsNotReadAgain();
-    void upgradeOldFiles_data();
-    void upgradeOldFiles();
-    void overrideServerName();
-    void overrideServerNameArgs_data();
-    void overrideServerNameArgs();
-    void setters();
-};
+    // A parameter or list entry that the writer and the reader do not carry the same way.
+    void roundTrip()
+    {
+        Farm a;
+        _fmgConfig& c = *a.fm->cfg;
+        for (int i = 0; i < c.ParamCount; ++i) {
+            _fmgCfg_param& p = c.Params[i];
+            switch (p.Type) {
+            case fmgCfg_Bool:
+                p.ValueB = !p.ValueB;
+                break;
+            case fmgCfg_String:
+                p.ValueS.set(u"v%1, ;=\"[x] ü€ #%2"_s.arg(i).arg(p.Name.toQString()));
+                break;
+            case fmgCfg_Int:
+                p.setI(p.Max - (i % 3));
+                break;
+            case fmgCfg_Float:
+                p.setF(1.23f);
+                break;
+            }
+        }
+        for (int i = 0; i < 25; ++i) {
+            c.LogLevel[i] = i % 2;
+            c.LogLevelUI[i] = i % 3 == 0;
+        }
+        for (int i = 0; i < 20; ++i)
+            c.EmailLogLevel[i] = i % 4 == 1;
+        c.UNCMaps[2].Letter = 'Z';
+        c.UNCMaps[2].Path.set("//srv/share");
+        c.UNCMaps[2].Enabled = true;
+        c.UNCMaps[18].Letter = 'q';
+        c.UNCMaps[18].Path.set("\\\\fileserver\\projects");
+        c.UNCMaps[18].Enabled = true;
+        c.OSConversion[0].Path[1].set("P:\\proj");
+        c.OSConversion[0].Path[2].set("/mnt/proj");
+        c.OSConversion[0].Path[3].set("/Volumes/proj");
+        c.OSConversion[59].Path[1].set("Q:\\");
+        c.OSConversion[59].Path[3].set("/Volumes/q");
+        // The second nTCPRequiresAuth is never reached by a lookup: it keeps its default, and the
+        // value set through the first must survive the save.
+        const int firstAuth = c.find("nTCPRequiresAuth");
+        c.Params[firstAuth].ValueB = true;
+        for (int i = firstAuth + 1; i < c.ParamCount; ++i)
+            if (c.Params[i].Name.toQString() == QLatin1String("nTCPRequiresAuth")) c.Params[i].ValueB = false;
+        QVERIFY(a.fm->SaveFileCfg());
+        QVERIFY(a.fm->has(10, a.iniPath() + u"   written"_s, u"FM,SaveFileCfg"_s));
+        QVERIFY(c.LastFileTime.t > 0);
+        QVERIFY(QFile::permissions(a.iniPath()) & QFileDevice::WriteOther);
 
-// A parameter or list entry that the writer and the reader do not carry the same way.
-void tst_fmgconfig::roundTrip()
-{
-    Farm a;
-    _fmgConfig& c = *a.fm->cfg;
-    for (int i = 0; i < c.ParamCount; ++i) {
-        _fmgCfg_param& p = c.Params[i];
-        switch (p.Type) {
-        case fmgCfg_Bool:
-            p.ValueB = !p.ValueB;
-            break;
-        case fmgCfg_String:
-            p.ValueS.set(QStringLiteral("v%1, ;=\"[x] ü€ #%2").arg(i).arg(p.Name.toQString()));
-            break;
-        case fmgCfg_Int:
-            p.setI(p.Max - (i % 3));
-            break;
-        case fmgCfg_Float:
-            p.setF(1.23f);
-            break;
+        fmCatchFM b;
+        b.CfgGlobalPath = a.fm->CfgGlobalPath;
+        QVERIFY(b.LoadFileCfg());
+        QVERIFY(b.has(10, a.iniPath() + u"   loaded"_s, u"FM,LoadFileCfg"_s));
+        const _fmgConfig& d = *b.cfg;
+        QCOMPARE(d.ParamCount, c.ParamCount);
+        for (int i = 0; i < c.ParamCount; ++i) {
+            const _fmgCfg_param& x = c.Params[i];
+            const _fmgCfg_param& y = d.Params[i];
+            const QByteArray what = x.key().toLatin1();
+            QVERIFY2(x.ValueB == y.ValueB || x.Type != fmgCfg_Bool ||
+                         x.Name.toQString() == QLatin1String("nTCPRequiresAuth"),
+                     what);
+            QVERIFY2(x.ValueI == y.ValueI, what);
+            QVERIFY2(x.ValueS.toQString() == y.ValueS.toQString(), what);
+            QVERIFY2(x.ValueF == y.ValueF, what);
+        }
+        for (int i = 0; i < 25; ++i) {
+            QCOMPARE(d.LogLevel[i], c.LogLevel[i]);
+            QCOMPARE(d.LogLevelUI[i], c.LogLevelUI[i]);
+        }
+        for (int i = 0; i < 20; ++i)
+            QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
+        QCOMPARE(d.UNCMaps[2].Letter, uint8_t('Z'));
+        QCOMPARE(d.UNCMaps[2].Path.toQString(), u"//srv/share"_s);
+        QCOMPARE(d.UNCMaps[18].Letter, uint8_t('Q'));
+        QCOMPARE(d.UNCMaps[18].Path.toQString(), u"\\\\fileserver\\projects"_s);
+        QVERIFY(!d.UNCMaps[0].Enabled);
+        for (int os = 0; os < 4; ++os) {
+            QCOMPARE(d.OSConversion[0].Path[os].toQString(), c.OSConversion[0].Path[os].toQString());
+            QCOMPARE(d.OSConversion[59].Path[os].toQString(), c.OSConversion[59].Path[os].toQString());
+        }
+        QCOMPARE(*b.cfgGetB("nTCPRequiresAuth"), true);
+        // Saved by this version: stamped 7.0 whatever the table held.
+        QCOMPARE(*b.cfgGetI("ConfigVersionMajor"), short(7));
+        QCOMPARE(*b.cfgGetI("ConfigVersionMinor"), short(0));
+    }
+
+    void clampOnRead_data()
+    {
+        QTest::addColumn<QByteArray>("ini");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<double>("expected");
+        QTest::newRow("below min") << QByteArray("[Jobs]\njDeleteIfNumber=5\n") << "jDeleteIfNumber" << 100.0;
+        QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber"
+                                   << 10000.0;
+        QTest::newRow("beyond 16 bits")
+            << QByteArray("[Jobs]\njDeleteIfNumber=4294967396\n") << "jDeleteIfNumber" << 10000.0;
+        QTest::newRow("very negative")
+            << QByteArray("[NetWork]\nnFMServerPort=-9223372036854775808\n") << "nFMServerPort" << 10.0;
+        QTest::newRow("in range") << QByteArray("[Jobs]\njDeleteIfNumber=  2500 \n") << "jDeleteIfNumber"
+                                  << 2500.0;
+        QTest::newRow("float times 100") << QByteArray("[Misc]\ncfgCost=5\n") << "cfgCost" << 0.05;
+        QTest::newRow("float above") << QByteArray("[Misc]\ncfgCost=70000\n") << "cfgCost" << 6.55;
+        QTest::newRow("float below") << QByteArray("[Misc]\ncfgCost=-3\n") << "cfgCost" << 0.0;
+    }
+    // A value beyond its bounds that is taken over as it stands.
+    void clampOnRead()
+    {
+        QFETCH(QByteArray, ini);
+        QFETCH(QString, name);
+        QFETCH(double, expected);
+        Farm f;
+        f.writeIni(ini);
+        QVERIFY(f.load());
+        const _fmgCfg_param& p = f.p(name.toLatin1().constData());
+        if (p.Type == fmgCfg_Float)
+            QCOMPARE(p.ValueF, float(expected));
+        else
+            QCOMPARE(int(p.ValueI), int(expected));
+    }
+
+    void badNumberKeepsValue_data()
+    {
+        QTest::addColumn<QByteArray>("ini");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n")
+                             << "jPreviewPriorityIncrease";
+        QTest::newRow("empty") << QByteArray("[Jobs]\njPreviewPriorityIncrease=\n")
+                               << "jPreviewPriorityIncrease";
+        QTest::newRow("float") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost";
+    }
+    // A bad number that resets a value, or is not reported by its parameter's name.
+    void badNumberKeepsValue()
+    {
+        QFETCH(QByteArray, ini);
+        QFETCH(QString, name);
+        Farm f;
+        _fmgCfg_param& p = f.p(name.toLatin1().constData());
+        p.setI(p.Max - 1);
+        p.setF(1.5f);
+        const _fmgCfg_param before = p;
+        f.writeIni(ini + "[Jobs]\njDeleteIfNumber=2000\n");
+        QVERIFY(f.load());
+        QCOMPARE(p.ValueI, before.ValueI);
+        QCOMPARE(p.ValueF, before.ValueF);
+        QVERIFY(f.fm->has(1, u"globalconfig.ini: parameter %1 is not a valid number!"_s.arg(name),
+                          u"FM,LoadFileCfg"_s));
+        QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000)); // the others are still read
+    }
+
+    void uncMaps_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("letter");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<QString>("written");
+        QTest::newRow("lower letter")
+            << "z@//srv/share@" << int('Z') << "//srv/share" << true << "Z@//srv/share@";
+        QTest::newRow("no closing") << "k@/mnt/k" << int('K') << "/mnt/k" << true << "K@/mnt/k@";
+        QTest::newRow("longer head") << "share@/x@junk" << int('S') << "/x" << true << "S@/x@";
+        QTest::newRow("no path") << "m@@" << int('M') << "" << false << "";
+        QTest::newRow("no at") << "m" << int('M') << "" << false << "";
+        QTest::newRow("wide letter") << QString(QChar(0x4E2D)) + "@/p@" << 0 << "/p" << true << "@/p@";
+        QTest::newRow("latin1 letter")
+            << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true << QString(QChar(0xC9)) + "@/p@";
+    }
+    // A drive mapping that changes its form on the way through the file.
+    void uncMaps()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, letter);
+        QFETCH(QString, path);
+        QFETCH(bool, enabled);
+        QFETCH(QString, written);
+        Farm f;
+        {
+            QSettings s(f.iniPath(), QSettings::IniFormat);
+            s.setValue(u"UNC/Map03"_s, text);
+            s.setValue(u"UNC/Map19"_s, u"b@/b@"_s);
+        }
+        QVERIFY(f.load());
+        const _fmgUNCMap& m = f.fm->cfg->UNCMaps[2];
+        QCOMPARE(int(m.Letter), letter);
+        QCOMPARE(m.Path.toQString(), path);
+        QCOMPARE(m.Enabled, enabled);
+        QCOMPARE(f.fm->cfg->UNCMaps[18].Letter, uint8_t('B'));
+        QVERIFY(f.fm->SaveFileCfg());
+        QSettings s(f.iniPath(), QSettings::IniFormat);
+        QCOMPARE(s.value(u"UNC/Map03"_s).toString(), written);
+        QCOMPARE(s.value(u"UNC/Map01"_s).toString(), QString());
+    }
+
+    void osConversion_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("paths");
+        QTest::addColumn<QString>("written");
+        QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"}
+                               << "P:\\a?/mnt/a?/Volumes/a";
+        QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"}
+                             << "P:\\a?\?/Volumes/a";
+        QTest::newRow("one only") << "?/mnt/a?" << QStringList{"", "/mnt/a", ""} << "";
+        QTest::newRow("short") << "P:\\a?/mnt/a" << QStringList{"P:\\a", "/mnt/a", ""} << "P:\\a?/mnt/a?";
+        QTest::newRow("extra parts") << "a?b?c?d" << QStringList{"a", "b", "c"} << "a?b?c";
+    }
+    // A path conversion row whose paths move or that is written with a single path.
+    void osConversion()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, paths);
+        QFETCH(QString, written);
+        Farm f;
+        {
+            QSettings s(f.iniPath(), QSettings::IniFormat);
+            s.setValue(u"OSConversion/Path60"_s, text);
+        }
+        QVERIFY(f.load());
+        const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
+        QVERIFY(row.Path[0].isEmpty());
+        for (int os = 1; os <= 3; ++os)
+            QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
+        QVERIFY(f.fm->SaveFileCfg());
+        QSettings s(f.iniPath(), QSettings::IniFormat);
+        QCOMPARE(s.value(u"OSConversion/Path60"_s).toString(), written);
+    }
+
+    // A file without the switches must leave their defaults (0 to 4 on, 0 and 1 for mail); present
+    // switches must land in their own array.
+    void logSwitchesMissingKeepDefaults()
+    {
+        Farm f;
+        f.writeIni("[Interaction]\nLogLevel11=true\nLogLevelUI03=false\n[Email]\nLogLevel20=true\n");
+        QVERIFY(f.load());
+        const _fmgConfig& c = *f.fm->cfg;
+        for (int i = 0; i < 25; ++i) {
+            QCOMPARE(c.LogLevel[i], i <= 4 || i == 10);
+            QCOMPARE(c.LogLevelUI[i], i <= 4 && i != 2);
+        }
+        for (int i = 0; i < 20; ++i)
+            QCOMPARE(c.EmailLogLevel[i], i < 2 || i == 19);
+    }
+
+    void hostileFiles_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QByteArray junk(70000, '\0');
+        for (int i = 0; i < junk.size(); ++i)
+            junk[i] = char((i * 7919 + 13) & 0xFF);
+        QTest::newRow("binary junk") << junk;
+        QTest::newRow("long line") << QByteArray("[NetWork]\nnServerName=") + QByteArray(300000, 'x') +
+                                          "\n[UNC]\nMap01=c@" + QByteArray(5000, 'p') + "@\n";
+        QTest::newRow("long key") << QByteArray("[") + QByteArray(100000, 's') + "]\n" +
+                                         QByteArray(100000, 'k') + "=1\n";
+        QTest::newRow("negative indexes") << QByteArray("[UNC]\nMap-1=c@/x@\nMap00=d@/y@\nMap20=e@/"
+                                                        "z@\n[OSConversion]\nPath-01=a?b?c\nPath61=a?b?c\n["
+                                                        "Interaction]\nLogLevel-1=true\nLogLevel26=true\n");
+        QTest::newRow("huge values")
+            << QByteArray(
+                   "[Jobs]\njDeleteIfNumber=1e308\njChunkSize=99999999999999999999999999\n[Misc]\ncfgCost="
+                   "-1e999\n[OSConversion]\nPath01=") +
+                   QByteArray(1000, '?') + "\n";
+        QTest::newRow("escapes") << QByteArray(
+            "[NetWork]\nnServerName=\"\\x\\u\\xffffffff\\0\n[Email]\nLogLevel01=\"\n");
+        QTest::newRow("empty") << QByteArray();
+    }
+    // A broken or hostile file that crashes the reader, reads out of bounds or leaves values out of range.
+    void hostileFiles()
+    {
+        QFETCH(QByteArray, bytes);
+        Farm f;
+        f.writeIni(bytes);
+        f.load(); // either result is fine; it must come back
+        const _fmgConfig& c = *f.fm->cfg;
+        QCOMPARE(c.ParamCount, 183);
+        for (int i = 0; i < c.ParamCount; ++i) {
+            const _fmgCfg_param& p = c.Params[i];
+            QVERIFY(p.ValueS.len() <= 100);
+            if (p.Type == fmgCfg_Int) QVERIFY(p.ValueI >= p.Min && p.ValueI <= p.Max);
+            if (p.Type == fmgCfg_Float)
+                QVERIFY(!std::isnan(p.ValueF) && p.ValueF >= p.Min / 100.0f && p.ValueF <= p.Max / 100.0f);
+        }
+        for (const _fmgUNCMap& m : c.UNCMaps)
+            QVERIFY(m.Path.len() <= 250);
+        for (const _fmgOSConversion& r : c.OSConversion) {
+            QVERIFY(r.Path[0].isEmpty());
+            for (const auto& p : r.Path)
+                QVERIFY(p.len() <= 200);
         }
     }
-    for (int i = 0; i < 25; ++i) {
-        c.LogLevel[i] = i % 2;
-        c.LogLevelUI[i] = i % 3 == 0;
-    }
-    for (int i = 0; i < 20; ++i)
-        c.EmailLogLevel[i] = i % 4 == 1;
-    c.UNCMaps[2].Letter = 'Z';
-    c.UNCMaps[2].Path.set("//srv/share");
-    c.UNCMaps[2].Enabled = true;
-    c.UNCMaps[18].Letter = 'q';
-    c.UNCMaps[18].Path.set("\\\\fileserver\\projects");
-    c.UNCMaps[18].Enabled = true;
-    c.OSConversion[0].Path[1].set("P:\\proj");
-    c.OSConversion[0].Path[2].set("/mnt/proj");
-    c.OSConversion[0].Path[3].set("/Volumes/proj");
-    c.OSConversion[59].Path[1].set("Q:\\");
-    c.OSConversion[59].Path[3].set("/Volumes/q");
-    // The second nTCPRequiresAuth is never reached by a lookup: it keeps its default, and the
-    // value set through the first must survive the save.
-    const int firstAuth = c.find("nTCPRequiresAuth");
-    c.Params[firstAuth].ValueB = true;
-    for (int i = firstAuth + 1; i < c.ParamCount; ++i)
-        if (c.Params[i].Name.toQString() == QLatin1String("nTCPRequiresAuth")) c.Params[i].ValueB = false;
-    QVERIFY(a.fm->SaveFileCfg());
-    QVERIFY(a.fm->has(10, a.iniPath() + QStringLiteral("   written"), QStringLiteral("FM,SaveFileCfg")));
-    QVERIFY(c.LastFileTime.t > 0);
-    QVERIFY(QFile::permissions(a.iniPath()) & QFileDevice::WriteOther);
 
-    CatchFM b;
-    b.CfgGlobalPath = a.fm->CfgGlobalPath;
-    QVERIFY(b.LoadFileCfg());
-    QVERIFY(b.has(10, a.iniPath() + QStringLiteral("   loaded"), QStringLiteral("FM,LoadFileCfg")));
-    const _fmgConfig& d = *b.cfg;
-    QCOMPARE(d.ParamCount, c.ParamCount);
-    for (int i = 0; i < c.ParamCount; ++i) {
-        const _fmgCfg_param& x = c.Params[i];
-        const _fmgCfg_param& y = d.Params[i];
-        const QByteArray what = x.key().toLatin1();
-        QVERIFY2(x.ValueB == y.ValueB || x.Type != fmgCfg_Bool ||
-                     x.Name.toQString() == QLatin1String("nTCPRequiresAuth"),
-                 what);
-        QVERIFY2(x.ValueI == y.ValueI, what);
-        QVERIFY2(x.ValueS.toQString() == y.ValueS.toQString(), what);
-        QVERIFY2(x.ValueF == y.ValueF, what);
-    }
-    for (int i = 0; i < 25; ++i) {
-        QCOMPARE(d.LogLevel[i], c.LogLevel[i]);
-        QCOMPARE(d.LogLevelUI[i], c.LogLevelUI[i]);
-    }
-    for (int i = 0; i < 20; ++i)
-        QCOMPARE(d.EmailLogLevel[i], c.EmailLogLevel[i]);
-    QCOMPARE(d.UNCMaps[2].Letter, uint8_t('Z'));
-    QCOMPARE(d.UNCMaps[2].Path.toQString(), QStringLiteral("//srv/share"));
-    QCOMPARE(d.UNCMaps[18].Letter, uint8_t('Q'));
-    QCOMPARE(d.UNCMaps[18].Path.toQString(), QStringLiteral("\\\\fileserver\\projects"));
-    QVERIFY(!d.UNCMaps[0].Enabled);
-    for (int os = 0; os < 4; ++os) {
-        QCOMPARE(d.OSConversion[0].Path[os].toQString(), c.OSConversion[0].Path[os].toQString());
-        QCOMPARE(d.OSConversion[59].Path[os].toQString(), c.OSConversion[59].Path[os].toQString());
-    }
-    QCOMPARE(*b.cfgGetB("nTCPRequiresAuth"), true);
-    // Saved by this version: stamped 7.0 whatever the table held.
-    QCOMPARE(*b.cfgGetI("ConfigVersionMajor"), short(7));
-    QCOMPARE(*b.cfgGetI("ConfigVersionMinor"), short(0));
-}
-
-void tst_fmgconfig::clampOnRead_data()
-{
-    QTest::addColumn<QByteArray>("ini");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<double>("expected");
-    QTest::newRow("below min") << QByteArray("[Jobs]\njDeleteIfNumber=5\n") << "jDeleteIfNumber" << 100.0;
-    QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber"
-                               << 10000.0;
-    QTest::newRow("beyond 16 bits") << QByteArray("[Jobs]\njDeleteIfNumber=4294967396\n") << "jDeleteIfNumber"
-                                    << 10000.0;
-    QTest::newRow("very negative") << QByteArray("[NetWork]\nnFMServerPort=-9223372036854775808\n")
-                                   << "nFMServerPort" << 10.0;
-    QTest::newRow("in range") << QByteArray("[Jobs]\njDeleteIfNumber=  2500 \n") << "jDeleteIfNumber"
-                              << 2500.0;
-    QTest::newRow("float times 100") << QByteArray("[Misc]\ncfgCost=5\n") << "cfgCost" << 0.05;
-    QTest::newRow("float above") << QByteArray("[Misc]\ncfgCost=70000\n") << "cfgCost" << 6.55;
-    QTest::newRow("float below") << QByteArray("[Misc]\ncfgCost=-3\n") << "cfgCost" << 0.0;
-}
-
-// A value beyond its bounds that is taken over as it stands.
-void tst_fmgconfig::clampOnRead()
-{
-    QFETCH(QByteArray, ini);
-    QFETCH(QString, name);
-    QFETCH(double, expected);
-    Farm f;
-    f.writeIni(ini);
-    QVERIFY(f.load());
-    const _fmgCfg_param& p = f.p(name.toLatin1().constData());
-    if (p.Type == fmgCfg_Float)
-        QCOMPARE(p.ValueF, float(expected));
-    else
-        QCOMPARE(int(p.ValueI), int(expected));
-}
-
-void tst_fmgconfig::badNumberKeepsValue_data()
-{
-    QTest::addColumn<QByteArray>("ini");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n")
-                         << "jPreviewPriorityIncrease";
-    QTest::newRow("empty") << QByteArray("[Jobs]\njPreviewPriorityIncrease=\n") << "jPreviewPriorityIncrease";
-    QTest::newRow("float") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost";
-}
-
-// A bad number that resets a value, or is not reported by its parameter's name.
-void tst_fmgconfig::badNumberKeepsValue()
-{
-    QFETCH(QByteArray, ini);
-    QFETCH(QString, name);
-    Farm f;
-    _fmgCfg_param& p = f.p(name.toLatin1().constData());
-    p.setI(p.Max - 1);
-    p.setF(1.5f);
-    const _fmgCfg_param before = p;
-    f.writeIni(ini + "[Jobs]\njDeleteIfNumber=2000\n");
-    QVERIFY(f.load());
-    QCOMPARE(p.ValueI, before.ValueI);
-    QCOMPARE(p.ValueF, before.ValueF);
-    QVERIFY(f.fm->has(1, QStringLiteral("globalconfig.ini: parameter %1 is not a valid number!").arg(name),
-                      QStringLiteral("FM,LoadFileCfg")));
-    QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000)); // the others are still read
-}
-
-void tst_fmgconfig::uncMaps_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("letter");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<QString>("written");
-    QTest::newRow("lower letter") << "z@//srv/share@" << int('Z') << "//srv/share" << true
-                                  << "Z@//srv/share@";
-    QTest::newRow("no closing") << "k@/mnt/k" << int('K') << "/mnt/k" << true << "K@/mnt/k@";
-    QTest::newRow("longer head") << "share@/x@junk" << int('S') << "/x" << true << "S@/x@";
-    QTest::newRow("no path") << "m@@" << int('M') << "" << false << "";
-    QTest::newRow("no at") << "m" << int('M') << "" << false << "";
-    QTest::newRow("empty") << "" << int('A') << "" << false << "";
-    QTest::newRow("wide letter") << QString(QChar(0x4E2D)) + "@/p@" << 0 << "/p" << true << "@/p@";
-    QTest::newRow("latin1 letter") << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true
-                                   << QString(QChar(0xC9)) + "@/p@";
-}
-
-// A drive mapping that changes its form on the way through the file.
-void tst_fmgconfig::uncMaps()
-{
-    QFETCH(QString, text);
-    QFETCH(int, letter);
-    QFETCH(QString, path);
-    QFETCH(bool, enabled);
-    QFETCH(QString, written);
-    Farm f;
+    // A missing file that is not reported, or that spoils the time of the last good read; a file
+    // that blocks the load or is not refused with its reason.
+    void missingFile()
     {
-        QSettings s(f.iniPath(), QSettings::IniFormat);
-        s.setValue(QStringLiteral("UNC/Map03"), text);
-        s.setValue(QStringLiteral("UNC/Map19"), QStringLiteral("b@/b@"));
+        Farm f;
+        f.fm->cfg->LastFileTime.t = 12345;
+        QVERIFY(!f.fm->LoadFileCfg());
+        QVERIFY(f.fm->has(0, u"globalconfig.ini not found!"_s, u"FM,LoadFileCfg"_s));
+        QVERIFY(f.fm->has(10, f.iniPath() + u"   loading..."_s, u"FM,LoadFileCfg"_s));
+        QCOMPARE(f.fm->cfg->LastFileTime.t, int64_t(12345));
+        // A folder of that name is no file either. A FIFO would block the start for good, a huge file
+        // fill the memory: all are refused at once, with the file's name and the reason.
+        QVERIFY(QDir(f.dir.path()).mkdir(u"globalconfig.ini"_s));
+        QVERIFY(!f.load());
+        QVERIFY(f.fm->has(0, u"Unable to read '%1': Is a directory"_s.arg(f.iniPath())));
+        QVERIFY(QDir().rmdir(f.iniPath()) && ::mkfifo(QFile::encodeName(f.iniPath()).constData(), 0600) == 0);
+        QVERIFY(!f.load());
+        QVERIFY(f.fm->has(0, u"Unable to read '%1': Is a FIFO, not a regular file"_s.arg(f.iniPath())));
+        QVERIFY(QFile::remove(f.iniPath()));
+        f.writeIni("");
+        QVERIFY(::truncate(QFile::encodeName(f.iniPath()).constData(), 1LL << 30) == 0);
+        QVERIFY(!f.load());
+        QVERIFY(f.fm->has(
+            0,
+            u"Unable to read '%1': File too large (1073741824 bytes, at most 16777216)"_s.arg(f.iniPath())));
     }
-    QVERIFY(f.load());
-    const _fmgUNCMap& m = f.fm->cfg->UNCMaps[2];
-    QCOMPARE(int(m.Letter), letter);
-    QCOMPARE(m.Path.toQString(), path);
-    QCOMPARE(m.Enabled, enabled);
-    QCOMPARE(f.fm->cfg->UNCMaps[18].Letter, uint8_t('B'));
-    QVERIFY(f.fm->SaveFileCfg());
-    QSettings s(f.iniPath(), QSettings::IniFormat);
-    QCOMPARE(s.value(QStringLiteral("UNC/Map03")).toString(), written);
-    QCOMPARE(s.value(QStringLiteral("UNC/Map01")).toString(), QString());
-}
 
-void tst_fmgconfig::osConversion_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("paths");
-    QTest::addColumn<QString>("written");
-    QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"}
-                           << "P:\\a?/mnt/a?/Volumes/a";
-    QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"}
-                         << "P:\\a?\?/Volumes/a";
-    QTest::newRow("one only") << "?/mnt/a?" << QStringList{"", "/mnt/a", ""} << "";
-    QTest::newRow("short") << "P:\\a?/mnt/a" << QStringList{"P:\\a", "/mnt/a", ""} << "P:\\a?/mnt/a?";
-    QTest::newRow("extra parts") << "a?b?c?d" << QStringList{"a", "b", "c"} << "a?b?c";
-    QTest::newRow("empty") << "" << QStringList{"", "", ""} << "";
-}
-
-// A path conversion row whose paths move or that is written with a single path.
-void tst_fmgconfig::osConversion()
-{
-    QFETCH(QString, text);
-    QFETCH(QStringList, paths);
-    QFETCH(QString, written);
-    Farm f;
+    // A reload that reads the file again although its time did not change, or skips a newer one.
+    void unchangedFileIsNotReadAgain()
     {
-        QSettings s(f.iniPath(), QSettings::IniFormat);
-        s.setValue(QStringLiteral("OSConversion/Path60"), text);
+        Farm f;
+        f.writeIni("[Jobs]\njDeleteIfNumber=2000\n");
+        QVERIFY(f.load());
+        const int64_t t = f.fm->cfg->LastFileTime.t;
+        QVERIFY(t > 0);
+        const QDateTime stamp = QFileInfo(f.iniPath()).lastModified();
+        f.writeIni("[Jobs]\njDeleteIfNumber=3000\n");
+        {
+            QFile file(f.iniPath());
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(stamp, QFileDevice::FileModificationTime));
+        }
+        QVERIFY(f.fm->LoadFileCfg());
+        QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000));
+        {
+            QFile file(f.iniPath());
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(stamp.addSecs(10), QFileDevice::FileModificationTime));
+        }
+        QVERIFY(f.fm->LoadFileCfg());
+        QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(3000));
+        QCOMPARE(f.fm->cfg->LastFileTime.t, t + 10);
     }
-    QVERIFY(f.load());
-    const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
-    QVERIFY(row.Path[0].isEmpty());
-    for (int os = 1; os <= 3; ++os)
-        QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
-    QVERIFY(f.fm->SaveFileCfg());
-    QSettings s(f.iniPath(), QSettings::IniFormat);
-    QCOMPARE(s.value(QStringLiteral("OSConversion/Path60")).toString(), written);
-}
 
-// A file without the switches must leave their defaults (0 to 4 on, 0 and 1 for mail); present
-// switches must land in their own array.
-void tst_fmgconfig::logSwitchesMissingKeepDefaults()
-{
-    Farm f;
-    f.writeIni("[Interaction]\nLogLevel11=true\nLogLevelUI03=false\n[Email]\nLogLevel20=true\n");
-    QVERIFY(f.load());
-    const _fmgConfig& c = *f.fm->cfg;
-    for (int i = 0; i < 25; ++i) {
-        QCOMPARE(c.LogLevel[i], i <= 4 || i == 10);
-        QCOMPARE(c.LogLevelUI[i], i <= 4 && i != 2);
-    }
-    for (int i = 0; i < 20; ++i)
-        QCOMPARE(c.EmailLogLevel[i], i < 2 || i == 19);
-}
-
-void tst_fmgconfig::hostileFiles_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QByteArray junk(70000, '\0');
-    for (int i = 0; i < junk.size(); ++i)
-        junk[i] = char((i * 7919 + 13) & 0xFF);
-    QTest::newRow("binary junk") << junk;
-    QTest::newRow("junk after section") << QByteArray("[Jobs]\n") + junk;
-    QTest::newRow("long line") << QByteArray("[NetWork]\nnServerName=") + QByteArray(300000, 'x') +
-                                      "\n[UNC]\nMap01=c@" + QByteArray(5000, 'p') + "@\n";
-    QTest::newRow("long key") << QByteArray("[") + QByteArray(100000, 's') + "]\n" + QByteArray(100000, 'k') +
-                                     "=1\n";
-    QTest::newRow("negative indexes") << QByteArray(
-        "[UNC]\nMap-1=c@/x@\nMap00=d@/y@\nMap20=e@/"
-        "z@\n[OSConversion]\nPath-01=a?b?c\nPath61=a?b?c\n[Interaction]\nLogLevel-1=true\nLogLevel26=true\n");
-    QTest::newRow("no sections") << QByteArray("jDeleteIfNumber=7\nfoo\n=\n[\n]\n");
-    QTest::newRow("huge values")
-        << QByteArray("[Jobs]\njDeleteIfNumber=1e308\njChunkSize=99999999999999999999999999\n[Misc]\ncfgCost="
-                      "-1e999\n[OSConversion]\nPath01=") +
-               QByteArray(1000, '?') + "\n";
-    QTest::newRow("escapes") << QByteArray(
-        "[NetWork]\nnServerName=\"\\x\\u\\xffffffff\\0\n[Email]\nLogLevel01=\"\n");
-    QTest::newRow("empty") << QByteArray();
-}
-
-// A broken or hostile file that crashes the reader, reads out of bounds or leaves values out of range.
-void tst_fmgconfig::hostileFiles()
-{
-    QFETCH(QByteArray, bytes);
-    Farm f;
-    f.writeIni(bytes);
-    f.load(); // either result is fine; it must come back
-    const _fmgConfig& c = *f.fm->cfg;
-    QCOMPARE(c.ParamCount, 183);
-    for (int i = 0; i < c.ParamCount; ++i) {
-        const _fmgCfg_param& p = c.Params[i];
-        QVERIFY(p.ValueS.len() <= 100);
-        if (p.Type == fmgCfg_Int) QVERIFY(p.ValueI >= p.Min && p.ValueI <= p.Max);
-        if (p.Type == fmgCfg_Float)
-            QVERIFY(!std::isnan(p.ValueF) && p.ValueF >= p.Min / 100.0f && p.ValueF <= p.Max / 100.0f);
-    }
-    for (const _fmgUNCMap& m : c.UNCMaps)
-        QVERIFY(m.Path.len() <= 250);
-    for (const _fmgOSConversion& r : c.OSConversion) {
-        QVERIFY(r.Path[0].isEmpty());
-        for (const auto& p : r.Path)
-            QVERIFY(p.len() <= 200);
-    }
-}
-
-// A missing file that is not reported, or that spoils the time of the last good read; a file
-// that blocks the load or is not refused with its reason.
-void tst_fmgconfig::missingFile()
-{
-    Farm f;
-    f.fm->cfg->LastFileTime.t = 12345;
-    QVERIFY(!f.fm->LoadFileCfg());
-    QVERIFY(f.fm->has(0, QStringLiteral("globalconfig.ini not found!"), QStringLiteral("FM,LoadFileCfg")));
-    QVERIFY(f.fm->has(10, f.iniPath() + QStringLiteral("   loading..."), QStringLiteral("FM,LoadFileCfg")));
-    QCOMPARE(f.fm->cfg->LastFileTime.t, int64_t(12345));
-    // A folder of that name is no file either. A FIFO would block the start for good, a huge file
-    // fill the memory: all are refused at once, with the file's name and the reason.
-    QVERIFY(QDir(f.dir.path()).mkdir(QStringLiteral("globalconfig.ini")));
-    QVERIFY(!f.load());
-    QVERIFY(f.fm->has(0, QStringLiteral("Unable to read '%1': Is a directory").arg(f.iniPath())));
-    QVERIFY(QDir().rmdir(f.iniPath()) && ::mkfifo(QFile::encodeName(f.iniPath()).constData(), 0600) == 0);
-    QVERIFY(!f.load());
-    QVERIFY(
-        f.fm->has(0, QStringLiteral("Unable to read '%1': Is a FIFO, not a regular file").arg(f.iniPath())));
-    QVERIFY(QFile::remove(f.iniPath()));
-    f.writeIni("");
-    QVERIFY(::truncate(QFile::encodeName(f.iniPath()).constData(), 1LL << 30) == 0);
-    QVERIFY(!f.load());
-    QVERIFY(f.fm->has(
-        0, QStringLiteral("Unable to read '%1': File too large (1073741824 bytes, at most 16777216)")
-               .arg(f.iniPath())));
-}
-
-// A reload that reads the file again although its time did not change, or skips a newer one.
-void tst_fmgconfig::unchangedFileIsNotReadAgain()
-{
-    Farm f;
-    f.writeIni("[Jobs]\njDeleteIfNumber=2000\n");
-    QVERIFY(f.load());
-    const int64_t t = f.fm->cfg->LastFileTime.t;
-    QVERIFY(t > 0);
-    const QDateTime stamp = QFileInfo(f.iniPath()).lastModified();
-    f.writeIni("[Jobs]\njDeleteIfNumber=3000\n");
+    void upgradeOldFiles_data()
     {
-        QFile file(f.iniPath());
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(stamp, QFileDevice::FileModificationTime));
+        QTest::addColumn<int>("major");
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<bool>("upgraded");
+        QTest::newRow("4.9") << 4 << 9 << true;
+        QTest::newRow("5.0") << 5 << 0 << false;
+        QTest::newRow("6.2") << 6 << 2 << true;
+        QTest::newRow("6.3") << 6 << 3 << false;
     }
-    QVERIFY(f.fm->LoadFileCfg());
-    QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000));
+    // An old file whose abort settings are not carried to the job side, or a new one that loses entries.
+    void upgradeOldFiles()
     {
-        QFile file(f.iniPath());
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(stamp.addSecs(10), QFileDevice::FileModificationTime));
+        QFETCH(int, major);
+        QFETCH(int, minor);
+        QFETCH(bool, upgraded);
+        Farm f;
+        f.writeIni(
+            QStringLiteral("[Misc]\nConfigVersionMajor=%1\nConfigVersionMinor=%2\n"
+                           "[Clients]\ncAverageAbort=false\ncAverageAbortHourDelay=12\ncAverageClients="
+                           "true\ncAverageForUser=false\n"
+                           "[Jobs]\njAverageAbort=true\njAverageAbortHourDelay=3\njPrioLvlAmode=4\n")
+                .arg(major)
+                .arg(minor)
+                .toLatin1());
+        QVERIFY(f.load());
+        fmCatchFM& fm = *f.fm;
+        QCOMPARE(*fm.cfgGetB("jAverageAbort"), !upgraded);
+        QCOMPARE(*fm.cfgGetI("jAverageAbortHourDelay"), short(upgraded ? 12 : 3));
+        QCOMPARE(*fm.cfgGetI("jPrioLvlAmode"), short(upgraded ? 2 : 4));
+        QCOMPARE(fm.cfg->ParamCount, upgraded ? 181 : 183);
+        QCOMPARE(fm.cfg->find("cAverageAbort") < 0, upgraded);
+        QCOMPARE(fm.cfg->find("cAverageAbortHourDelay") < 0, upgraded);
+        // The entries behind the removed ones are still found, and in order.
+        QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(),
+                 u"cLocTex_LeaveFreeSpaceMB"_s);
+        QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
     }
-    QVERIFY(f.fm->LoadFileCfg());
-    QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(3000));
-    QCOMPARE(f.fm->cfg->LastFileTime.t, t + 10);
-}
 
-void tst_fmgconfig::upgradeOldFiles_data()
-{
-    QTest::addColumn<int>("major");
-    QTest::addColumn<int>("minor");
-    QTest::addColumn<bool>("upgraded");
-    QTest::newRow("4.9") << 4 << 9 << true;
-    QTest::newRow("5.0") << 5 << 0 << false;
-    QTest::newRow("6.0") << 6 << 0 << true;
-    QTest::newRow("6.2") << 6 << 2 << true;
-    QTest::newRow("6.3") << 6 << 3 << false;
-    QTest::newRow("7.0") << 7 << 0 << false;
-}
+    // A server name given to the application that the file's value wins over.
+    void overrideServerName()
+    {
+        Farm f;
+        f.writeIni("[NetWork]\nnServerName=farmserver\nnUseServerIP=true\n");
+        f.fm->cfg->OverrideServerName.set("backupbox");
+        QVERIFY(f.load());
+        QCOMPARE(f.fm->cfgGetS("nServerName")->toQString(), u"backupbox"_s);
+        QCOMPARE(*f.fm->cfgGetB("nUseServerIP"), false);
+    }
 
-// An old file whose abort settings are not carried to the job side, or a new one that loses entries.
-void tst_fmgconfig::upgradeOldFiles()
-{
-    QFETCH(int, major);
-    QFETCH(int, minor);
-    QFETCH(bool, upgraded);
-    Farm f;
-    f.writeIni(QStringLiteral("[Misc]\nConfigVersionMajor=%1\nConfigVersionMinor=%2\n"
-                              "[Clients]\ncAverageAbort=false\ncAverageAbortHourDelay=12\ncAverageClients="
-                              "true\ncAverageForUser=false\n"
-                              "[Jobs]\njAverageAbort=true\njAverageAbortHourDelay=3\njPrioLvlAmode=4\n")
-                   .arg(major)
-                   .arg(minor)
-                   .toLatin1());
-    QVERIFY(f.load());
-    CatchFM& fm = *f.fm;
-    QCOMPARE(*fm.cfgGetB("jAverageAbort"), !upgraded);
-    QCOMPARE(*fm.cfgGetI("jAverageAbortHourDelay"), short(upgraded ? 12 : 3));
-    QCOMPARE(*fm.cfgGetI("jPrioLvlAmode"), short(upgraded ? 2 : 4));
-    QCOMPARE(fm.cfg->ParamCount, upgraded ? 181 : 183);
-    QCOMPARE(fm.cfg->find("cAverageAbort") < 0, upgraded);
-    QCOMPARE(fm.cfg->find("cAverageAbortHourDelay") < 0, upgraded);
-    // The entries behind the removed ones are still found, and in order.
-    QCOMPARE(fm.cfg->Params[fm.cfg->find("cLocTex_LeaveFreeSpaceMB")].Name.toQString(),
-             QStringLiteral("cLocTex_LeaveFreeSpaceMB"));
-    QVERIFY(fm.cfg->find("cAverageForUser") + 1 == fm.cfg->find("cLocTex_LeaveFreeSpaceMB") || !upgraded);
-}
+    void overrideServerNameArgs_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("long") << QStringList{"app", "-OverrideServerName", "srv1"} << "SRV1";
+        QTest::newRow("short any case") << QStringList{"app", "-x", "-osn", "Box"} << "BOX";
+        QTest::newRow("last without value") << QStringList{"app", "-OSN"} << "";
+        QTest::newRow("cut") << QStringList{"app", "-OSN", QString(300, 'a')} << QString(200, 'A');
+    }
+    // An override option that is missed, taken from the wrong place or not upper-cased.
+    void overrideServerNameArgs()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QString, name);
+        QCOMPARE(_fmgConfig::overrideServerNameFromArgs(args), name);
+    }
 
-// A server name given to the application that the file's value wins over.
-void tst_fmgconfig::overrideServerName()
-{
-    Farm f;
-    f.writeIni("[NetWork]\nnServerName=farmserver\nnUseServerIP=true\n");
-    f.fm->cfg->OverrideServerName.set("backupbox");
-    QVERIFY(f.load());
-    QCOMPARE(f.fm->cfgGetS("nServerName")->toQString(), QStringLiteral("backupbox"));
-    QCOMPARE(*f.fm->cfgGetB("nUseServerIP"), false);
-}
-
-void tst_fmgconfig::overrideServerNameArgs_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("long") << QStringList{"app", "-OverrideServerName", "srv1"} << "SRV1";
-    QTest::newRow("short any case") << QStringList{"app", "-x", "-osn", "Box"} << "BOX";
-    QTest::newRow("last without value") << QStringList{"app", "-OSN"} << "";
-    QTest::newRow("cut") << QStringList{"app", "-OSN", QString(300, 'a')} << QString(200, 'A');
-}
-
-// An override option that is missed, taken from the wrong place or not upper-cased.
-void tst_fmgconfig::overrideServerNameArgs()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QString, name);
-    QCOMPARE(_fmgConfig::overrideServerNameFromArgs(args), name);
-}
-
-// Setters that store beyond the bounds, report an unknown name, or miss a wrong type.
-void tst_fmgconfig::setters()
-{
-    CatchFM fm;
-    QVERIFY(fm.cfgSetI("jDeleteIfNumber", 5));
-    QCOMPARE(*fm.cfgGetI("jDeleteIfNumber"), short(100));
-    QVERIFY(fm.cfgSetI("jDeleteIfNumber", 32767));
-    QCOMPARE(*fm.cfgGetI("jDeleteIfNumber"), short(10000));
-    QVERIFY(fm.cfgSetF("cfgCost", 99.0f));
-    QCOMPARE(*fm.cfgGetF("cfgCost"), 6.55f);
-    QVERIFY(fm.cfgSetF("cfgCost", std::nanf("")));
-    QCOMPARE(*fm.cfgGetF("cfgCost"), 0.0f);
-    QVERIFY(fm.cfgSetB("sgEnable", true));
-    QCOMPARE(*fm.cfgGetB("sgEnable"), true);
-    QVERIFY(fm.cfgSetS("nServerName", fmString<200>(QString(150, 'n'))));
-    QCOMPARE(fm.cfgGetS("nServerName")->toQString(), QString(100, 'n'));
-    QVERIFY(fm.lines.isEmpty());
-
-    QVERIFY(!fm.cfgSetB("noSuchKey", true));
-    QVERIFY(!fm.cfgSetS("noSuchKey", fmString<200>("x")));
-    QVERIFY(fm.lines.isEmpty());
-    QVERIFY(!fm.cfgSetB("jChunkSize", true));
-    QVERIFY(
-        fm.has(1, QStringLiteral("config param jChunkSize is not a boolean!"), QStringLiteral("FM,cfgSetB")));
-    QVERIFY(!fm.cfgSetI("cfgCost", 1));
-    QVERIFY(
-        fm.has(1, QStringLiteral("config param cfgCost is not an integer!"), QStringLiteral("FM,cfgSetI")));
-    QVERIFY(!fm.cfgSetF("sgEnable", 1.0f));
-    QVERIFY(fm.has(1, QStringLiteral("config param sgEnable is not a float!"), QStringLiteral("FM,cfgSetF")));
-    QVERIFY(!fm.cfgSetS("UIcolor", fmString<200>("1")));
-    QVERIFY(fm.has(1, QStringLiteral("config param UIcolor is not a string!"), QStringLiteral("cfgSetS")));
-}
+    // Setters that store beyond the bounds, report an unknown name, or miss a wrong type.
+    void setters()
+    {
+        fmCatchFM fm;
+        QVERIFY(fm.cfgSetI("jDeleteIfNumber", 5));
+        QCOMPARE(*fm.cfgGetI("jDeleteIfNumber"), short(100));
+        QVERIFY(fm.cfgSetI("jDeleteIfNumber", 32767));
+        QCOMPARE(*fm.cfgGetI("jDeleteIfNumber"), short(10000));
+        QVERIFY(fm.cfgSetF("cfgCost", 99.0f));
+        QCOMPARE(*fm.cfgGetF("cfgCost"), 6.55f);
+        QVERIFY(fm.cfgSetF("cfgCost", std::nanf("")));
+        QCOMPARE(*fm.cfgGetF("cfgCost"), 0.0f);
+        QVERIFY(fm.cfgSetS("nServerName", fmString<200>(QString(150, 'n'))));
+        QCOMPARE(fm.cfgGetS("nServerName")->toQString(), QString(100, 'n'));
+        QVERIFY(!fm.cfgSetB("noSuchKey", true));
+        QVERIFY(fm.lines.isEmpty());
+        QVERIFY(!fm.cfgSetI("cfgCost", 1) && !fm.cfgSetF("sgEnable", 1.0f));
+        QVERIFY(!fm.cfgSetS("UIcolor", fmString<200>("1")));
+        QVERIFY(!fm.cfgSetB("jChunkSize", true));
+        QVERIFY(fm.has(1, u"config param jChunkSize is not a boolean!"_s, u"FM,cfgSetB"_s));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_fmgconfig)
 #include "tst_fmgconfig.moc"

@@ -11,6 +11,8 @@
 #include <memory>
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 static QStringList tapped;
 static void tap(int, const QString& text, const QString&)
 {
@@ -21,55 +23,267 @@ class tst_fmUsers : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase();
-    void init();
-    void cleanupTestCase();
-    void saveLoadSameBytes();
-    void oneChangedByte_data();
-    void oneChangedByte();
-    void wrongSize_data();
-    void wrongSize();
-    void hostileCounts();
-    void oldFileUpgraded();
-    void oldFileCorrupted();
-    void groupOverrides();
-    void passwords_data();
-    void passwords();
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        FM.CfgGlobalPath.set(dir.path() + u"/"_s);
+        FM.createFarmTables();
+        QVERIFY(FM.UserSettings);
+        fmC::farmLogTap = tap;
+    }
+
+    void init()
+    {
+        QFile::remove(path7());
+        QFile::remove(path60());
+        users().clear();
+        users().LastFileTime.t = 0;
+        tapped.clear();
+    }
+
+    void cleanupTestCase()
+    {
+        fmC::farmLogTap = nullptr;
+        FM.deleteFarmTables();
+        QVERIFY(!FM.UserSettings);
+    }
+
+    // Catches a reader or writer that changes any byte of a table it wrote itself.
+    void saveLoadSameBytes()
+    {
+        fillTable();
+        QVERIFY(FM.SaveFileUserSettings());
+        QCOMPARE(tapped.last(), u"users.dat   written"_s);
+        QFile f(path7());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QByteArray first = f.readAll();
+        f.close();
+        QCOMPARE(first.size(), 211594);
+        uint32_t stored = 0;
+        std::memcpy(&stored, first.constData() + 211590, 4);
+        QCOMPARE(fmCRCCalc(reinterpret_cast<const unsigned char*>(first.constData()), 211590), stored);
+
+        users().clear();
+        users().LastFileTime.t = 0;
+        QVERIFY(FM.LoadFileUserSettings());
+        QVERIFY(users().ValidData);
+        QCOMPARE(int(users().OpenAccess), 0);
+        QCOMPARE(int(users().UserCount), 3);
+        QCOMPARE(users().User[1].Name.toQString(), u"Ben"_s);
+        QCOMPARE(users().User[2].pdec().toQString(), u"secret2"_s);
+        QVERIFY(FM.SaveFileUserSettings());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll(), first);
+
+        // Unchanged file time: nothing is read again.
+        users().UserCount = 0;
+        QVERIFY(FM.LoadFileUserSettings());
+        QCOMPARE(int(users().UserCount), 0);
+    }
+
+    void oneChangedByte_data()
+    {
+        QTest::addColumn<int>("offset");
+        QTest::newRow("head") << 2;
+        QTest::newRow("user name") << 6 + 928 + 1;
+        QTest::newRow("group") << 188390 + 900;
+        QTest::newRow("last data byte") << 211589;
+        QTest::newRow("crc") << 211592;
+    }
+    // Catches a reader that trusts a damaged file: the table must stay the empty open one.
+    void oneChangedByte()
+    {
+        QFETCH(int, offset);
+        fillTable();
+        QByteArray bytes = users().saveToBytes();
+        bytes[offset] = char(bytes[offset] ^ 0x20);
+        writeFile(path7(), bytes);
+        users().LastFileTime.t = 0;
+        QVERIFY(!FM.LoadFileUserSettings());
+        QCOMPARE(tapped.last(), path7() + u" data is corrupted!"_s);
+        QCOMPARE(int(users().UserCount), 0);
+        QVERIFY(!users().ValidData);
+        QCOMPARE(int(users().OpenAccess), 1);
+    }
+
+    void wrongSize_data()
+    {
+        QTest::addColumn<int>("size"); // -1: a FIFO
+        QTest::addColumn<QString>("message");
+        QTest::newRow("one short") << 211593 << " has wrong file size!";
+        QTest::newRow("one long") << 211595 << " has wrong file size!";
+        QTest::newRow("empty") << 0 << " has wrong file size!";
+        QTest::newRow("FIFO") << -1 << "' !; Is a FIFO, not a regular file";
+    }
+    // Catches a reader that accepts a file of another size, or blocks on a FIFO.
+    void wrongSize()
+    {
+        QFETCH(int, size);
+        QFETCH(QString, message);
+        QFile::remove(path7());
+        if (size >= 0)
+            writeFile(path7(), QByteArray(size, '\0'));
+        else
+            QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
+        users().LastFileTime.t = 0;
+        QVERIFY(!FM.LoadFileUserSettings());
+        QCOMPARE(tapped.last(), (size < 0 ? "Unable to open '" : "") + path7() + message);
+        QVERIFY(!users().ValidData);
+        QFile::remove(path7());
+    }
+
+    // Catches counts and lengths from a file used without a bound.
+    void hostileCounts()
+    {
+        QByteArray bytes(211594, char(0xFF));
+        const int16_t big[3] = {32767, 30000, 30000};
+        std::memcpy(bytes.data(), big, 6);
+        uint32_t crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), 211590);
+        std::memcpy(bytes.data() + 211590, &crc, 4);
+        QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
+        QVERIFY(users().UserCount >= 0 && users().UserCount <= 199);
+        QVERIFY(users().GroupCount >= 1 && users().GroupCount <= 25);
+        QCOMPARE(users().User[0].Name.len(), 100);
+        QCOMPARE(users().findUserID(u"x"_s, false), -1);
+        QVERIFY(!FM.getUserName(5, true).isEmpty());
+        // Negative counts.
+        bytes.fill('\0');
+        const int16_t head[3] = {-5, -7, -9};
+        std::memcpy(bytes.data(), head, 6);
+        crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), 211590);
+        std::memcpy(bytes.data() + 211590, &crc, 4);
+        QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
+        QCOMPARE(int(users().UserCount), 0);
+        QCOMPARE(int(users().GroupCount), 1);
+        QCOMPARE(users().Group[0].Name.toQString(), u"DefaultGroup"_s);
+        QCOMPARE(users().Anonymous.Name.toQString(), u"**Anonymous**"_s);
+        QCOMPARE(users().loadFromBytes(nullptr, 211594), _fmgUserSettingsList::LoadWrongSize);
+    }
+
+    // Catches an upgrade that loses users, rights or the defaults of the new fields.
+    void oldFileUpgraded()
+    {
+        writeFile(path60(), makeOldFile(14));
+        QVERIFY(FM.LoadFileUserSettings());
+        QCOMPARE(tapped.last(), path60() + u"   loaded"_s);
+        const _fmgUserSettingsList& u = users();
+        QCOMPARE(int(u.UserCount), 14);
+        QCOMPARE(int(u.NextUniqueID), 514);
+        QCOMPARE(int(u.GroupCount), 1);
+        QCOMPARE(u.User[13].Name.toQString(), u"old13"_s);
+        QCOMPARE(u.User[13].DisplayName.toQString(), u"old13"_s);
+        QCOMPARE(int(u.User[13].UniqueID), 513);
+        QCOMPARE(u.User[0].GroupName.toQString(), u"DefaultGroup"_s);
+        QCOMPARE(u.User[0].Text1.toQString(), u"note"_s);
+        QCOMPARE(u.User[0].pdec().toQString(), u"plain"_s);
+        QVERIFY(u.User[0].Created.t > 0);
+        // Old place 0 goes to own 0, 6 and 7.
+        QCOMPARE(int(u.User[0].RightsOwn[0]), 1);
+        QCOMPARE(int(u.User[0].RightsOwn[6]), 1);
+        QCOMPARE(int(u.User[0].RightsOwn[7]), 1);
+        QCOMPARE(int(u.User[0].RightsOwn[9]), 1);
+        QCOMPARE(int(u.User[1].RightsOwn[5]), 1);
+        QCOMPARE(int(u.User[2].RightsOwn[8]), 1);
+        QCOMPARE(int(u.User[6].RightsOther[0]), 1);
+        QCOMPARE(int(u.User[6].RightsOther[7]), 1);
+        QCOMPARE(int(u.User[8].RightsOther[2]), 1);
+        QCOMPARE(int(u.User[8].RightsOther[8]), 1);
+        QCOMPARE(int(u.User[10].RightsOther[4]), 1);
+        QCOMPARE(int(u.User[11].RightsOther[9]), 1);
+        QCOMPARE(int(u.User[11].RightsOther[4]), 0);
+        QCOMPARE(u.Admin.Name.toQString(), u"**FM Admin**"_s);
+        // Empty special names of the old file get their defaults.
+        QCOMPARE(u.Anonymous.Name.toQString(), u"**Anonymous**"_s);
+        QVERIFY(!QFile::exists(path7())); // users.dat is upgraded in memory only
+    }
+
+    // Catches an old file of a wrong size or CRC that gets through.
+    void oldFileCorrupted()
+    {
+        QByteArray bytes = makeOldFile(3);
+        bytes[500] = char(bytes[500] ^ 1);
+        writeFile(path60(), bytes);
+        QVERIFY(!FM.LoadFileUserSettings());
+        QCOMPARE(tapped.last(), path60() + u" data is corrupted!"_s);
+        QCOMPARE(int(users().UserCount), 0);
+        writeFile(path60(), bytes.left(62629));
+        users().LastFileTime.t = 0;
+        QVERIFY(!FM.LoadFileUserSettings());
+        QCOMPARE(tapped.last(), u"users.dat has wrong file size!"_s);
+    }
+
+    // Catches overrides applied without their flag, and the group's Extra going anywhere but to the
+    // second misc right.
+    void groupOverrides()
+    {
+        fillTable();
+        _fmgUserSettingsList& u = users();
+        _fmgUserSettings70& g = u.Group[1];
+        g.MiscRights[3] = 1;
+        g.EffectiveMisc[3] = 1;
+        g.MiscRights[0] = 1; // no flag: not applied
+        g.Extra = 1;
+        g.EffectiveExtra = 1;
+        u.User[1].Extra = 0;
+        u.User[1].RightsOther[3] = 1; // no flag in the group: stays
+        u.applyGroupsToUsers();
+        const _fmgUserSettings70& b = u.User[1];
+        QCOMPARE(int(b.EffectiveRights[22]), 1);
+        QCOMPARE(int(b.EffectiveRights[23]), 1);
+        QCOMPARE(int(b.EffectiveMisc[3]), 1);
+        QCOMPARE(int(b.EffectiveMisc[0]), 0);
+        QCOMPARE(int(b.EffectiveMisc[1]), 1);
+        QCOMPARE(int(b.EffectiveExtra), 0);
+        // A group flag that clears a right.
+        g.RightsOwn[1] = 0;
+        g.EffectiveRights[1] = 1;
+        u.User[1].RightsOwn[1] = 1;
+        u.applyGroupsToUsers();
+        QCOMPARE(int(u.User[1].EffectiveRights[1]), 0);
+        QCOMPARE(int(u.User[0].EffectiveRights[0]), 1); // no group
+    }
+
+    void passwords_data()
+    {
+        QTest::addColumn<QByteArray>("plain");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("42") << QByteArray(42, 'x');
+        QTest::newRow("binary-ish") << QByteArray("p\xe4ss w;rd");
+    }
+    // Catches a password kept in plain text, or one that does not come back.
+    void passwords()
+    {
+        QFETCH(QByteArray, plain);
+        _fmgUserSettings70 u;
+        u.clear();
+        fmString8_evenSize<50> pw;
+        std::memcpy(pw.Data, plain.constData(), size_t(plain.size()));
+        pw.Length = uint16_t(plain.size());
+        QVERIFY(u.setp(pw));
+        QCOMPARE(QByteArray(u.Password.Data, 4), QByteArray("fmCB"));
+        QCOMPARE(int(u.Password.Length), 50);
+        if (plain.size() >= 8) QVERIFY(!QByteArray(u.Password.Data, 50).contains(plain));
+        const fmString8_evenSize<50> back = u.pdec();
+        QCOMPARE(QByteArray(back.Data, back.len()), plain);
+        // A damaged scrambled form gives an empty password, not garbage or a crash.
+        u.Password.Data[4] = char(u.Password.Data[4] ^ 0x7F);
+        u.Password.Data[5] = char(u.Password.Data[5] ^ 0x55);
+        const fmString8_evenSize<50> bad = u.pdec();
+        QVERIFY(bad.len() <= 50);
+        // Plain old passwords stay readable.
+        u.Password.set("oldpass");
+        QCOMPARE(u.pdec().toQString(), u"oldpass"_s);
+    }
 
 private:
     QTemporaryDir dir;
-    QString path7() const { return dir.path() + QStringLiteral("/users7.dat"); }
-    QString path60() const { return dir.path() + QStringLiteral("/users.dat"); }
+    QString path7() const { return dir.path() + u"/users7.dat"_s; }
+    QString path60() const { return dir.path() + u"/users.dat"_s; }
     _fmgUserSettingsList& users() { return *FM.UserSettings; }
     void fillTable();
     void writeFile(const QString& path, const QByteArray& bytes);
     QByteArray makeOldFile(int users);
 };
-
-void tst_fmUsers::initTestCase()
-{
-    QVERIFY(dir.isValid());
-    FM.CfgGlobalPath.set(dir.path() + QStringLiteral("/"));
-    FM.createFarmTables();
-    QVERIFY(FM.UserSettings);
-    fmC::farmLogTap = tap;
-}
-
-void tst_fmUsers::init()
-{
-    QFile::remove(path7());
-    QFile::remove(path60());
-    users().clear();
-    users().LastFileTime.t = 0;
-    tapped.clear();
-}
-
-void tst_fmUsers::cleanupTestCase()
-{
-    fmC::farmLogTap = nullptr;
-    FM.deleteFarmTables();
-    QVERIFY(!FM.UserSettings);
-}
 
 void tst_fmUsers::fillTable()
 {
@@ -86,10 +300,10 @@ void tst_fmUsers::fillTable()
         u.User[i].UniqueID = uint16_t(500 + i);
         u.User[i].Created.t = 1700000000 + i;
         u.User[i].RightsOwn[i] = 1;
-        fmString8_evenSize<50> pw(QStringLiteral("secret%1").arg(i));
+        fmString8_evenSize<50> pw(u"secret%1"_s.arg(i));
         QVERIFY(u.User[i].setp(pw));
     }
-    u.User[1].GroupName.set(QStringLiteral("lighting"));
+    u.User[1].GroupName.set(u"lighting"_s);
     u.NextUniqueID = 503;
     u.applyGroupsToUsers();
 }
@@ -107,7 +321,7 @@ QByteArray tst_fmUsers::makeOldFile(int n)
     std::unique_ptr<_fmgUserSettingsList60> old(new _fmgUserSettingsList60);
     std::memset(static_cast<void*>(old.get()), 0, sizeof(*old));
     for (int i = 0; i < n; ++i) {
-        old->User[i].Name.set(QStringLiteral("old%1").arg(i));
+        old->User[i].Name.set(u"old%1"_s.arg(i));
         old->User[i].Text1.set("note");
         old->User[i].Password.set("plain");
         for (int r = 0; r < 14; ++r)
@@ -117,239 +331,6 @@ QByteArray tst_fmUsers::makeOldFile(int n)
     old->UserCount = int16_t(n);
     old->CRC = fmCRCCalc(reinterpret_cast<const unsigned char*>(old.get()), unsigned(Users60CRCOffset));
     return QByteArray(reinterpret_cast<const char*>(old.get()), int(sizeof(*old)));
-}
-
-// Catches a reader or writer that changes any byte of a table it wrote itself.
-void tst_fmUsers::saveLoadSameBytes()
-{
-    fillTable();
-    QVERIFY(FM.SaveFileUserSettings());
-    QCOMPARE(tapped.last(), QStringLiteral("users.dat   written"));
-    QFile f(path7());
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    const QByteArray first = f.readAll();
-    f.close();
-    QCOMPARE(first.size(), 211594);
-    uint32_t stored = 0;
-    std::memcpy(&stored, first.constData() + 211590, 4);
-    QCOMPARE(fmCRCCalc(reinterpret_cast<const unsigned char*>(first.constData()), 211590), stored);
-
-    users().clear();
-    users().LastFileTime.t = 0;
-    QVERIFY(FM.LoadFileUserSettings());
-    QVERIFY(users().ValidData);
-    QCOMPARE(int(users().OpenAccess), 0);
-    QCOMPARE(int(users().UserCount), 3);
-    QCOMPARE(users().User[1].Name.toQString(), QStringLiteral("Ben"));
-    QCOMPARE(users().User[2].pdec().toQString(), QStringLiteral("secret2"));
-    QVERIFY(FM.SaveFileUserSettings());
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    QCOMPARE(f.readAll(), first);
-
-    // Unchanged file time: nothing is read again.
-    users().UserCount = 0;
-    QVERIFY(FM.LoadFileUserSettings());
-    QCOMPARE(int(users().UserCount), 0);
-}
-
-void tst_fmUsers::oneChangedByte_data()
-{
-    QTest::addColumn<int>("offset");
-    QTest::newRow("head") << 2;
-    QTest::newRow("user name") << 6 + 928 + 1;
-    QTest::newRow("group") << 188390 + 900;
-    QTest::newRow("last data byte") << 211589;
-    QTest::newRow("crc") << 211592;
-}
-
-// Catches a reader that trusts a damaged file: the table must stay the empty open one.
-void tst_fmUsers::oneChangedByte()
-{
-    QFETCH(int, offset);
-    fillTable();
-    QByteArray bytes = users().saveToBytes();
-    bytes[offset] = char(bytes[offset] ^ 0x20);
-    writeFile(path7(), bytes);
-    users().LastFileTime.t = 0;
-    QVERIFY(!FM.LoadFileUserSettings());
-    QCOMPARE(tapped.last(), path7() + QStringLiteral(" data is corrupted!"));
-    QCOMPARE(int(users().UserCount), 0);
-    QVERIFY(!users().ValidData);
-    QCOMPARE(int(users().OpenAccess), 1);
-    short set = 0;
-    QVERIFY(users().userAllowedTo(FM, 0, 3, 1, nullptr, nullptr, &set));
-}
-
-void tst_fmUsers::wrongSize_data()
-{
-    QTest::addColumn<int>("size"); // -1: a FIFO
-    QTest::addColumn<QString>("message");
-    QTest::newRow("one short") << 211593 << " has wrong file size!";
-    QTest::newRow("one long") << 211595 << " has wrong file size!";
-    QTest::newRow("empty") << 0 << " has wrong file size!";
-    QTest::newRow("FIFO") << -1 << "' !; Is a FIFO, not a regular file";
-}
-
-// Catches a reader that accepts a file of another size, or blocks on a FIFO.
-void tst_fmUsers::wrongSize()
-{
-    QFETCH(int, size);
-    QFETCH(QString, message);
-    QFile::remove(path7());
-    if (size >= 0)
-        writeFile(path7(), QByteArray(size, '\0'));
-    else
-        QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
-    users().LastFileTime.t = 0;
-    QVERIFY(!FM.LoadFileUserSettings());
-    QCOMPARE(tapped.last(), (size < 0 ? "Unable to open '" : "") + path7() + message);
-    QVERIFY(!users().ValidData);
-    QFile::remove(path7());
-}
-
-// Catches counts and lengths from a file used without a bound.
-void tst_fmUsers::hostileCounts()
-{
-    QByteArray bytes(211594, char(0xFF));
-    const int16_t big[3] = {32767, 30000, 30000};
-    std::memcpy(bytes.data(), big, 6);
-    uint32_t crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), 211590);
-    std::memcpy(bytes.data() + 211590, &crc, 4);
-    QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
-    QVERIFY(users().UserCount >= 0 && users().UserCount <= 199);
-    QVERIFY(users().GroupCount >= 1 && users().GroupCount <= 25);
-    QCOMPARE(users().User[0].Name.len(), 100);
-    QCOMPARE(users().findUserID(QStringLiteral("x"), false), -1);
-    QVERIFY(!FM.getUserName(5, true).isEmpty());
-    // Negative counts.
-    bytes.fill('\0');
-    const int16_t head[3] = {-5, -7, -9};
-    std::memcpy(bytes.data(), head, 6);
-    crc = fmCRCCalc(reinterpret_cast<const unsigned char*>(bytes.constData()), 211590);
-    std::memcpy(bytes.data() + 211590, &crc, 4);
-    QCOMPARE(users().loadFromBytes(bytes.constData(), bytes.size()), _fmgUserSettingsList::LoadOk);
-    QCOMPARE(int(users().UserCount), 0);
-    QCOMPARE(int(users().GroupCount), 1);
-    QCOMPARE(users().Group[0].Name.toQString(), QStringLiteral("DefaultGroup"));
-    QCOMPARE(users().Anonymous.Name.toQString(), QStringLiteral("**Anonymous**"));
-    QCOMPARE(users().loadFromBytes(nullptr, 211594), _fmgUserSettingsList::LoadWrongSize);
-}
-
-// Catches an upgrade that loses users, rights or the defaults of the new fields.
-void tst_fmUsers::oldFileUpgraded()
-{
-    writeFile(path60(), makeOldFile(14));
-    QVERIFY(FM.LoadFileUserSettings());
-    QCOMPARE(tapped.last(), path60() + QStringLiteral("   loaded"));
-    const _fmgUserSettingsList& u = users();
-    QCOMPARE(int(u.UserCount), 14);
-    QCOMPARE(int(u.NextUniqueID), 514);
-    QCOMPARE(int(u.GroupCount), 1);
-    QCOMPARE(u.User[13].Name.toQString(), QStringLiteral("old13"));
-    QCOMPARE(u.User[13].DisplayName.toQString(), QStringLiteral("old13"));
-    QCOMPARE(int(u.User[13].UniqueID), 513);
-    QCOMPARE(u.User[0].GroupName.toQString(), QStringLiteral("DefaultGroup"));
-    QCOMPARE(u.User[0].Text1.toQString(), QStringLiteral("note"));
-    QCOMPARE(u.User[0].pdec().toQString(), QStringLiteral("plain"));
-    QVERIFY(u.User[0].Created.t > 0);
-    // Old place 0 goes to own 0, 6 and 7.
-    QCOMPARE(int(u.User[0].RightsOwn[0]), 1);
-    QCOMPARE(int(u.User[0].RightsOwn[6]), 1);
-    QCOMPARE(int(u.User[0].RightsOwn[7]), 1);
-    QCOMPARE(int(u.User[0].RightsOwn[9]), 1);
-    QCOMPARE(int(u.User[1].RightsOwn[5]), 1);
-    QCOMPARE(int(u.User[2].RightsOwn[8]), 1);
-    QCOMPARE(int(u.User[6].RightsOther[0]), 1);
-    QCOMPARE(int(u.User[6].RightsOther[7]), 1);
-    QCOMPARE(int(u.User[8].RightsOther[2]), 1);
-    QCOMPARE(int(u.User[8].RightsOther[8]), 1);
-    QCOMPARE(int(u.User[10].RightsOther[4]), 1);
-    QCOMPARE(int(u.User[11].RightsOther[9]), 1);
-    QCOMPARE(int(u.User[11].RightsOther[4]), 0);
-    QCOMPARE(u.Admin.Name.toQString(), QStringLiteral("**FM Admin**"));
-    // Empty special names of the old file get their defaults.
-    QCOMPARE(u.Anonymous.Name.toQString(), QStringLiteral("**Anonymous**"));
-    QVERIFY(!QFile::exists(path7())); // users.dat is upgraded in memory only
-}
-
-// Catches an old file of a wrong size or CRC that gets through.
-void tst_fmUsers::oldFileCorrupted()
-{
-    QByteArray bytes = makeOldFile(3);
-    bytes[500] = char(bytes[500] ^ 1);
-    writeFile(path60(), bytes);
-    QVERIFY(!FM.LoadFileUserSettings());
-    QCOMPARE(tapped.last(), path60() + QStringLiteral(" data is corrupted!"));
-    QCOMPARE(int(users().UserCount), 0);
-    writeFile(path60(), bytes.left(62629));
-    users().LastFileTime.t = 0;
-    QVERIFY(!FM.LoadFileUserSettings());
-    QCOMPARE(tapped.last(), QStringLiteral("users.dat has wrong file size!"));
-}
-
-// Catches overrides applied without their flag, and the group's Extra going anywhere but to the
-// second misc right.
-void tst_fmUsers::groupOverrides()
-{
-    fillTable();
-    _fmgUserSettingsList& u = users();
-    _fmgUserSettings70& g = u.Group[1];
-    g.MiscRights[3] = 1;
-    g.EffectiveMisc[3] = 1;
-    g.MiscRights[0] = 1; // no flag: not applied
-    g.Extra = 1;
-    g.EffectiveExtra = 1;
-    u.User[1].Extra = 0;
-    u.User[1].RightsOther[3] = 1; // no flag in the group: stays
-    u.applyGroupsToUsers();
-    const _fmgUserSettings70& b = u.User[1];
-    QCOMPARE(int(b.EffectiveRights[22]), 1);
-    QCOMPARE(int(b.EffectiveRights[23]), 1);
-    QCOMPARE(int(b.EffectiveMisc[3]), 1);
-    QCOMPARE(int(b.EffectiveMisc[0]), 0);
-    QCOMPARE(int(b.EffectiveMisc[1]), 1);
-    QCOMPARE(int(b.EffectiveExtra), 0);
-    // A group flag that clears a right.
-    g.RightsOwn[1] = 0;
-    g.EffectiveRights[1] = 1;
-    u.User[1].RightsOwn[1] = 1;
-    u.applyGroupsToUsers();
-    QCOMPARE(int(u.User[1].EffectiveRights[1]), 0);
-    QCOMPARE(int(u.User[0].EffectiveRights[0]), 1); // no group
-}
-
-void tst_fmUsers::passwords_data()
-{
-    QTest::addColumn<QByteArray>("plain");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("short") << QByteArray("a");
-    QTest::newRow("42") << QByteArray(42, 'x');
-    QTest::newRow("binary-ish") << QByteArray("p\xe4ss w;rd");
-}
-
-// Catches a password kept in plain text, or one that does not come back.
-void tst_fmUsers::passwords()
-{
-    QFETCH(QByteArray, plain);
-    _fmgUserSettings70 u;
-    u.clear();
-    fmString8_evenSize<50> pw;
-    std::memcpy(pw.Data, plain.constData(), size_t(plain.size()));
-    pw.Length = uint16_t(plain.size());
-    QVERIFY(u.setp(pw));
-    QCOMPARE(QByteArray(u.Password.Data, 4), QByteArray("fmCB"));
-    QCOMPARE(int(u.Password.Length), 50);
-    if (plain.size() >= 8) QVERIFY(!QByteArray(u.Password.Data, 50).contains(plain));
-    const fmString8_evenSize<50> back = u.pdec();
-    QCOMPARE(QByteArray(back.Data, back.len()), plain);
-    // A damaged scrambled form gives an empty password, not garbage or a crash.
-    u.Password.Data[4] = char(u.Password.Data[4] ^ 0x7F);
-    u.Password.Data[5] = char(u.Password.Data[5] ^ 0x55);
-    const fmString8_evenSize<50> bad = u.pdec();
-    QVERIFY(bad.len() <= 50);
-    // Plain old passwords stay readable.
-    u.Password.set("oldpass");
-    QCOMPARE(u.pdec().toQString(), QStringLiteral("oldpass"));
 }
 
 QTEST_GUILESS_MAIN(tst_fmUsers)

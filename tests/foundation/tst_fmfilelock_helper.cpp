@@ -13,6 +13,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 static void note(const char* journal, const char* what)
 {
     const int fd = ::open(journal, O_WRONLY | O_CREAT | O_APPEND, 0644);
@@ -32,7 +34,7 @@ int main(int argc, char** argv)
     for (int r = 0; r < rounds; ++r) {
         fmFileLocker lock(file);
         int waited = 0;
-        if (!lock.lock(120000, QStringLiteral("helper"), &waited, false)) return 1;
+        if (!lock.lock(120000, u"helper"_s, &waited, false)) return 1;
         note(argv[2], "enter");
         const int fd = ::open(marker.constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
         if (fd < 0) {

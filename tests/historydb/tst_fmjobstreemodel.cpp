@@ -17,6 +17,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using fmJ::_JobList;
 using fmJ::_jobsHistoryDB_Runtime;
 
@@ -72,342 +74,316 @@ class tst_fmjobstreemodel : public QObject
     fmTreeView* NoView = nullptr; // the models of the non-GUI tests show in no view
 
 private slots:
+    // Catches wrong keys (case), a first-level group that collapses, a second-level group that does
+    // not, and wrong indentation of the identifier.
+    void grouping_data()
+    {
+        QTest::addColumn<QList<JobEntry>>("jobs");
+        QTest::addColumn<bool>("firstLevel");
+        QTest::addColumn<bool>("submissions");
+        QTest::addColumn<QStringList>("tree");
+
+        QTest::newRow("case folded") << QList<JobEntry>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}}
+                                     << true << false
+                                     << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001),
+                                                    "     " + id(1002)};
+        QTest::newRow("one job stays a group")
+            << QList<JobEntry>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
+        QTest::newRow("two users in order")
+            << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
+            << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy", "     " + id(1001)};
+        QTest::newRow("no first level") << QList<JobEntry>{{1000, "a"}, {1001, "b"}} << false << false
+                                        << QStringList{"    " + id(1000), "    " + id(1001)};
+        // 0x1101 and 0x1102 are one submission; 0x2201 alone becomes a job row.
+        QTest::newRow("submissions") << QList<JobEntry>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
+                                     << true
+                                     << QStringList{" 3 u", "   2 " + id(0x1100), "    " + id(0x1101),
+                                                    "    " + id(0x1102), "     " + id(0x2201)};
+        QTest::newRow("submissions, not adjacent")
+            << QList<JobEntry>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
+            << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301), "     " + id(0x1102)};
+    }
+    void grouping()
+    {
+        QFETCH(QList<JobEntry>, jobs);
+        QFETCH(bool, firstLevel);
+        QFETCH(bool, submissions);
+        QFETCH(QStringList, tree);
+        auto list = makeList(jobs);
+        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+        fmtest::checkModel(&m);
+        m.GroupFirstLevel = firstLevel;
+        m.GroupSubmissions = submissions;
+        m.CreateJobTree(true);
+        QCOMPARE(fmtest::modelLines(m), tree);
+        // A second rebuild over the same list meets every node again.
+        m.CreateJobTree(false);
+        QCOMPARE(fmtest::modelLines(m), tree);
+    }
+
+    // Catches a rebuild that keeps a node of a removed job, or drops IsExpanded of the others.
+    void rebuildDropsRemovedJobKeepsExpanded_data()
+    {
+        QTest::addColumn<bool>("reset");
+        QTest::newRow("reset") << true;
+        QTest::newRow("layout") << false;
+    }
+    void rebuildDropsRemovedJobKeepsExpanded()
+    {
+        QFETCH(bool, reset);
+        auto list = makeList({{1000, "a"}, {1001, "a"}, {1002, "b"}, {1003, "b"}, {1004, "c"}});
+        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+        fmtest::checkModel(&m);
+        m.CreateJobTree(true);
+        QPersistentModelIndex keep = m.index(0, 0, m.index(2, 0)); // job 1004 under "c"
+        for (fmuiTreeViewNode* t : m.Root->Children)
+            t->IsExpanded = true;
+        list->DeleteJob(list->GetJobByJobID(1001));
+        resort(*list);
+        m.CreateJobTree(reset);
+        QCOMPARE(fmtest::modelLines(m), (QStringList{"    a", "     " + id(1000), " 2 b", "     " + id(1002),
+                                                     "     " + id(1003), "    c", "     " + id(1004)}));
+        for (fmuiTreeViewNode* t : m.Root->Children)
+            QVERIFY(t->IsExpanded);
+        if (!reset) {
+            QVERIFY(keep.isValid());
+            QCOMPARE(keep.data().toString(), "   " + id(1004));
+        }
+        // Emptied list: both modes leave a bare root.
+        list->deleteAll();
+        m.CreateJobTree(reset);
+        QCOMPARE(m.rowCount(), 0);
+    }
+
+    // Catches wrong fields, formats and fallbacks in the texts of a job row.
+    void jobRowTexts_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<JobSetup>("setup");
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("3 without version") << 3 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->CustomSeQName = "010";
+            j->CustomSHotName = "020";
+            j->CustomVersionName = "";
+        }) << "010-020";
+        QTest::newRow("11 step 5") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->SeqStart = 1001;
+            j->SeqEnd = 1100;
+            j->SeqStep = 5;
+        }) << "1001 - 1100,  5";
+        QTest::newRow("13 falls back to frame time") << 13 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->ExecutionTime = 0;
+            j->AverageFrameTime = 75;
+        }) << fmSec2ms(75);
+        QTest::newRow("26 rounds half up")
+            << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << "3";
+        QTest::newRow("27 cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
+                                 << "5.00 EUR";
+    }
+    void jobRowTexts()
+    {
+        QFETCH(int, column);
+        QFETCH(JobSetup, setup);
+        QFETCH(QString, text);
+        auto list = makeList({{1007, "ann"}});
+        setup(list->GetJobByJobID(1007));
+        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+        fmtest::checkModel(&m);
+        m.Cost = 2.0f;
+        m.CostDisplay = u"EUR"_s;
+        m.CreateJobTree(true);
+        QCOMPARE(m.index(0, column, m.index(0, 0)).data().toString(), text);
+    }
+
+    // Catches group cells that miss a differing job, sum the wrong jobs or ignore the collapsed state.
+    void groupRowTexts_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<JobSetup>("first");
+        QTest::addColumn<JobSetup>("second");
+        QTest::addColumn<bool>("expanded");
+        QTest::addColumn<QString>("text");
+
+        const JobSetup none = [](_jobsHistoryDB_Runtime*) {};
+        QTest::newRow("0 count and name") << 0 << none << none << false << " 2 ann";
+        QTest::newRow("10 cameras differ")
+            << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
+            << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << false << " ~  ~  ~  ~";
+        QTest::newRow("10 expanded") << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
+                                     << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; })
+                                     << true << "";
+        QTest::newRow("9 layer without channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->Layer = "bg";
+            j->Channel = "x";
+        }) << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->Layer = "bg";
+            j->Channel = "y";
+        }) << false << "bg";
+        QTest::newRow("11 frame range") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->SeqStart = 10.7;
+            j->SeqEnd = 20;
+        }) << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->SeqStart = 15;
+            j->SeqEnd = 200.9;
+        }) << false << "  10 -  200      ";
+        QTest::newRow("15 mean of non-zero")
+            << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
+            << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 90; }) << false << fmSec2ms(90);
+        QTest::newRow("25 negative counts 0") << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->TotalPS = ~uint64_t(0) - 4; // reads as -5
+        }) << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 2500; })
+                                              << false << "2 500";
+        QTest::newRow("27 sum cost") << 27
+                                     << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
+                                     << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -3; })
+                                     << false << "2.50 EUR";
+    }
+    void groupRowTexts()
+    {
+        QFETCH(int, column);
+        QFETCH(JobSetup, first);
+        QFETCH(JobSetup, second);
+        QFETCH(bool, expanded);
+        QFETCH(QString, text);
+        auto list = makeList({{1000, "ann"}, {1001, "ann"}});
+        first(list->GetJobByJobID(1000));
+        second(list->GetJobByJobID(1001));
+        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+        fmtest::checkModel(&m);
+        m.Cost = 2.0f;
+        m.CostDisplay = u"EUR"_s;
+        m.CreateJobTree(true);
+        m.Root->Children[0]->IsExpanded = expanded;
+        QCOMPARE(m.index(0, column).data().toString(), text);
+    }
+
+    // Catches selection shown with the wrong colours, or a partial group not drawn with the pattern.
+    void selectionColours_data()
+    {
+        QTest::addColumn<int>("selectedJobs"); // bit k: job k selected
+        QTest::addColumn<int>("row");          // -1: the collapsed group row; else its job row
+        QTest::addColumn<int>("column");
+        QTest::addColumn<uint>("background");
+        QTest::addColumn<int>("pattern");
+        QTest::addColumn<uint>("text");
+
+        QTest::newRow("job selected") << 1 << 0 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
+        QTest::newRow("group partly") << 1 << -1 << 5 << 0xFF999999u << int(Qt::Dense5Pattern) << 0xFF000000u;
+        QTest::newRow("group all") << 3 << -1 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
+    }
+    void selectionColours()
+    {
+        QFETCH(int, selectedJobs);
+        QFETCH(int, row);
+        QFETCH(int, column);
+        QFETCH(uint, background);
+        QFETCH(int, pattern);
+        QFETCH(uint, text);
+        auto list = makeList({{1000, "ann"}, {1001, "ann"}});
+        list->GetJobByJobID(1000)->Color_ID = 3;
+        list->GetJobByJobID(1000)->Selected = (selectedJobs & 1) ? 1 : 0;
+        list->GetJobByJobID(1001)->Selected = (selectedJobs & 2) ? 1 : 0;
+        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+        fmtest::checkModel(&m);
+        m.CreateJobTree(true);
+        const QModelIndex i = row < 0 ? m.index(0, column) : m.index(row, column, m.index(0, 0));
+        const QVariant bg = i.data(Qt::BackgroundRole);
+        const QBrush brush = bg.canConvert<QBrush>() ? bg.value<QBrush>() : QBrush(bg.value<QColor>());
+        QCOMPARE(brush.color().rgba(), background);
+        QCOMPARE(int(brush.style()), pattern);
+        QCOMPARE(i.data(Qt::ForegroundRole).value<QColor>().rgba(), text);
+    }
+
+    // Catches totals over the wrong jobs (unselected, or outside the sorted list) and wrong formats.
+    void footer_data()
+    {
+        QTest::addColumn<int>("jobs");
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("empty") << 0 << 8 << " 0 / 0 jobs selected";
+        QTest::newRow("count") << 3 << 8 << " 2 / 3 jobs selected";
+        QTest::newRow("frame time") << 3 << 15 << fmSec2ms(60);
+        QTest::newRow("ps") << 3 << 25 << " 3.500 ";
+        QTest::newRow("cost") << 3 << 27 << "6.00 EUR";
+    }
+    void footer()
+    {
+        QFETCH(int, jobs);
+        QFETCH(int, column);
+        QFETCH(QString, text);
+        QList<JobEntry> entries;
+        for (int k = 0; k < jobs; ++k)
+            entries.append({1000ull + k, "u"});
+        auto list = makeList(entries);
+        // Jobs 0 and 2 selected; job 1 (not selected) carries values that must not count.
+        for (int k = 0; k < jobs; ++k) {
+            _jobsHistoryDB_Runtime* j = list->GetJobByJobID(1000 + k);
+            j->Selected = k != 1;
+            j->TotalFrames = 150;
+            j->AverageFrameTime = k == 0 ? 60 : (k == 1 ? 999 : 0);
+            j->TotalPS = 1750;
+            j->TotalGhzHours = 1.5f;
+        }
+        fmuiTreeViewJobsModelFooter f(*list, FM, NoView, nullptr);
+        f.Cost = 2.0f;
+        f.CostDisplay = u"EUR"_s;
+        QCOMPARE(f.columnCount(), 28);
+        QCOMPARE(f.headerData(column, Qt::Horizontal).toString(), text);
+    }
+
+    // Catches a cell of a removed job read as if valid, and the check box offered on a group row.
+    void staleAndFlags()
+    {
+        auto list = makeList({{1000, "ann"}, {1001, "ann"}, {1002, "bob"}});
+        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
+        fmtest::checkModel(&m);
+        m.CreateJobTree(true);
+        const QModelIndex group = m.index(0, 0);
+        const QModelIndex job = m.index(0, 0, group);
+        QVERIFY(m.flags(m.index(0, 19, group)) & Qt::ItemIsUserCheckable);
+        QVERIFY(!(m.flags(m.index(0, 19)) & Qt::ItemIsUserCheckable));
+        QVERIFY(!(m.flags(m.index(0, 18, group)) & Qt::ItemIsUserCheckable));
+
+        list->DeleteJob(list->GetJobByJobID(1000));
+        QCOMPARE(job.data().toString(), " ?? ");
+        QVERIFY(!job.data(Qt::BackgroundRole).isValid());
+        QVERIFY(!(m.flags(m.index(0, 19, group)) & Qt::ItemIsUserCheckable));
+        QVERIFY(!m.setData(job, 1));
+    }
+
+    // Catches missing wiring of the view: footer, group selection and sorting.
+    void initJobTreeLayout()
+    {
+        auto list = makeList({{1000, "ann"}, {1001, "bob"}});
+        fmTreeView view;
+        fmTreeView* v = &view;
+        fmuiTreeViewJobsModel* model = nullptr;
+        fmuiTreeViewSelectionModel* selection = nullptr;
+        QObject owner;
+        initJobTree(v, model, selection, FM, *list, &owner, false);
+        QVERIFY(model && selection);
+        fmtest::checkModel(model);
+        model->CreateJobTree(true);
+        QHeaderView* h = view.Tree->header();
+        QVERIFY(view.isColumnHidden(1) && !view.isColumnHidden(8));
+
+        // Selecting a group row selects its jobs and updates the footer.
+        selection->select(QItemSelection(model->index(0, 0), model->index(0, 0)),
+                          QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        QVERIFY(list->GetJobByJobID(1000)->Selected);
+        QVERIFY(!list->GetJobByJobID(1001)->Selected);
+        QCOMPARE(view.Footer->model()->headerData(8, Qt::Horizontal).toString(), " 1 / 2 jobs selected");
+
+        // A click on a header section sorts the list and rebuilds the tree; first-level rows keep
+        // their order, the positions below them follow the new order.
+        h->setSortIndicator(1, Qt::DescendingOrder);
+        QCOMPARE(list->SortID, 1);
+        QCOMPARE(model->index(0, 0).data().toString(), "    ann");
+        QCOMPARE(static_cast<fmuiTreeViewJobsNode*>(model->Root->Children[0])->data()->FirstSortedID, 1);
+    }
     void initTestCase() { QLocale::setDefault(QLocale::c()); }
-    void grouping_data();
-    void grouping();
-    void rebuildDropsRemovedJobKeepsExpanded_data();
-    void rebuildDropsRemovedJobKeepsExpanded();
-    void jobRowTexts_data();
-    void jobRowTexts();
-    void groupRowTexts_data();
-    void groupRowTexts();
-    void selectionColours_data();
-    void selectionColours();
-    void footer_data();
-    void footer();
-    void staleAndFlags();
-    void initJobTreeLayout();
 };
-
-// Catches wrong keys (case), a first-level group that collapses, a second-level group that does
-// not, and wrong indentation of the identifier.
-void tst_fmjobstreemodel::grouping_data()
-{
-    QTest::addColumn<QList<JobEntry>>("jobs");
-    QTest::addColumn<bool>("firstLevel");
-    QTest::addColumn<bool>("submissions");
-    QTest::addColumn<QStringList>("tree");
-
-    QTest::newRow("case folded") << QList<JobEntry>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}} << true
-                                 << false
-                                 << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001),
-                                                "     " + id(1002)};
-    QTest::newRow("one job stays a group")
-        << QList<JobEntry>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
-    QTest::newRow("two users in order")
-        << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
-        << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy", "     " + id(1001)};
-    QTest::newRow("no first level") << QList<JobEntry>{{1000, "a"}, {1001, "b"}} << false << false
-                                    << QStringList{"    " + id(1000), "    " + id(1001)};
-    // 0x1101 and 0x1102 are one submission; 0x2201 alone becomes a job row.
-    QTest::newRow("submissions") << QList<JobEntry>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
-                                 << true
-                                 << QStringList{" 3 u", "   2 " + id(0x1100), "    " + id(0x1101),
-                                                "    " + id(0x1102), "     " + id(0x2201)};
-    QTest::newRow("submissions, not adjacent")
-        << QList<JobEntry>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
-        << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301), "     " + id(0x1102)};
-}
-
-void tst_fmjobstreemodel::grouping()
-{
-    QFETCH(QList<JobEntry>, jobs);
-    QFETCH(bool, firstLevel);
-    QFETCH(bool, submissions);
-    QFETCH(QStringList, tree);
-    auto list = makeList(jobs);
-    fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    fmtest::checkModel(&m);
-    m.GroupFirstLevel = firstLevel;
-    m.GroupSubmissions = submissions;
-    m.CreateJobTree(true);
-    QCOMPARE(fmtest::modelLines(m), tree);
-    // A second rebuild over the same list meets every node again.
-    m.CreateJobTree(false);
-    QCOMPARE(fmtest::modelLines(m), tree);
-}
-
-// Catches a rebuild that keeps a node of a removed job, or drops IsExpanded of the others.
-void tst_fmjobstreemodel::rebuildDropsRemovedJobKeepsExpanded_data()
-{
-    QTest::addColumn<bool>("reset");
-    QTest::newRow("reset") << true;
-    QTest::newRow("layout") << false;
-}
-
-void tst_fmjobstreemodel::rebuildDropsRemovedJobKeepsExpanded()
-{
-    QFETCH(bool, reset);
-    auto list = makeList({{1000, "a"}, {1001, "a"}, {1002, "b"}, {1003, "b"}, {1004, "c"}});
-    fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    fmtest::checkModel(&m);
-    m.CreateJobTree(true);
-    QPersistentModelIndex keep = m.index(0, 0, m.index(2, 0)); // job 1004 under "c"
-    for (fmuiTreeViewNode* t : m.Root->Children)
-        t->IsExpanded = true;
-    list->DeleteJob(list->GetJobByJobID(1001));
-    resort(*list);
-    m.CreateJobTree(reset);
-    QCOMPARE(fmtest::modelLines(m), (QStringList{"    a", "     " + id(1000), " 2 b", "     " + id(1002),
-                                                 "     " + id(1003), "    c", "     " + id(1004)}));
-    for (fmuiTreeViewNode* t : m.Root->Children)
-        QVERIFY(t->IsExpanded);
-    if (!reset) {
-        QVERIFY(keep.isValid());
-        QCOMPARE(keep.data().toString(), "   " + id(1004));
-    }
-    // Emptied list: both modes leave a bare root.
-    list->deleteAll();
-    m.CreateJobTree(reset);
-    QCOMPARE(m.rowCount(), 0);
-}
-
-// Catches wrong fields, formats and fallbacks in the texts of a job row.
-void tst_fmjobstreemodel::jobRowTexts_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<JobSetup>("setup");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("3 without version") << 3 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->CustomSeQName = "010";
-        j->CustomSHotName = "020";
-        j->CustomVersionName = "";
-    }) << "010-020";
-    QTest::newRow("11 step 5") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->SeqStart = 1001;
-        j->SeqEnd = 1100;
-        j->SeqStep = 5;
-    }) << "1001 - 1100,  5";
-    QTest::newRow("13 falls back to frame time") << 13 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->ExecutionTime = 0;
-        j->AverageFrameTime = 75;
-    }) << fmSec2ms(75);
-    QTest::newRow("15 no frame time")
-        << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; }) << "";
-    QTest::newRow("18 clients") << 18
-                                << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageClients = 3.46f; })
-                                << "3.5";
-    QTest::newRow("26 rounds half up")
-        << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << "3";
-    QTest::newRow("27 cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
-                             << "5.00 EUR";
-}
-
-void tst_fmjobstreemodel::jobRowTexts()
-{
-    QFETCH(int, column);
-    QFETCH(JobSetup, setup);
-    QFETCH(QString, text);
-    auto list = makeList({{1007, "ann"}});
-    setup(list->GetJobByJobID(1007));
-    fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    fmtest::checkModel(&m);
-    m.Cost = 2.0f;
-    m.CostDisplay = QStringLiteral("EUR");
-    m.CreateJobTree(true);
-    QCOMPARE(m.index(0, column, m.index(0, 0)).data().toString(), text);
-}
-
-// Catches group cells that miss a differing job, sum the wrong jobs or ignore the collapsed state.
-void tst_fmjobstreemodel::groupRowTexts_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<JobSetup>("first");
-    QTest::addColumn<JobSetup>("second");
-    QTest::addColumn<bool>("expanded");
-    QTest::addColumn<QString>("text");
-
-    const JobSetup none = [](_jobsHistoryDB_Runtime*) {};
-    QTest::newRow("0 count and name") << 0 << none << none << false << " 2 ann";
-    QTest::newRow("10 cameras differ")
-        << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
-        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << false << " ~  ~  ~  ~";
-    QTest::newRow("10 expanded") << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
-                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << true
-                                 << "";
-    QTest::newRow("9 layer without channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->Layer = "bg";
-        j->Channel = "x";
-    }) << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->Layer = "bg";
-        j->Channel = "y";
-    }) << false << "bg";
-    QTest::newRow("11 frame range") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->SeqStart = 10.7;
-        j->SeqEnd = 20;
-    }) << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->SeqStart = 15;
-        j->SeqEnd = 200.9;
-    }) << false << "  10 -  200      ";
-    QTest::newRow("15 mean of non-zero")
-        << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
-        << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 90; }) << false << fmSec2ms(90);
-    QTest::newRow("25 negative counts 0") << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-        j->TotalPS = ~uint64_t(0) - 4; // reads as -5
-    }) << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 2500; })
-                                          << false << "2 500";
-    QTest::newRow("27 sum cost") << 27
-                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
-                                 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -3; })
-                                 << false << "2.50 EUR";
-}
-
-void tst_fmjobstreemodel::groupRowTexts()
-{
-    QFETCH(int, column);
-    QFETCH(JobSetup, first);
-    QFETCH(JobSetup, second);
-    QFETCH(bool, expanded);
-    QFETCH(QString, text);
-    auto list = makeList({{1000, "ann"}, {1001, "ann"}});
-    first(list->GetJobByJobID(1000));
-    second(list->GetJobByJobID(1001));
-    fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    fmtest::checkModel(&m);
-    m.Cost = 2.0f;
-    m.CostDisplay = QStringLiteral("EUR");
-    m.CreateJobTree(true);
-    m.Root->Children[0]->IsExpanded = expanded;
-    QCOMPARE(m.index(0, column).data().toString(), text);
-}
-
-// Catches selection shown with the wrong colours, or a partial group not drawn with the pattern.
-void tst_fmjobstreemodel::selectionColours_data()
-{
-    QTest::addColumn<int>("selectedJobs"); // bit k: job k selected
-    QTest::addColumn<int>("row");          // -1: the collapsed group row; else its job row
-    QTest::addColumn<int>("column");
-    QTest::addColumn<uint>("background");
-    QTest::addColumn<int>("pattern");
-    QTest::addColumn<uint>("text");
-
-    QTest::newRow("job selected") << 1 << 0 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
-    QTest::newRow("group partly") << 1 << -1 << 5 << 0xFF999999u << int(Qt::Dense5Pattern) << 0xFF000000u;
-    QTest::newRow("group all") << 3 << -1 << 5 << 0xFF000000u << int(Qt::SolidPattern) << 0xFFFFFFFFu;
-}
-
-void tst_fmjobstreemodel::selectionColours()
-{
-    QFETCH(int, selectedJobs);
-    QFETCH(int, row);
-    QFETCH(int, column);
-    QFETCH(uint, background);
-    QFETCH(int, pattern);
-    QFETCH(uint, text);
-    auto list = makeList({{1000, "ann"}, {1001, "ann"}});
-    list->GetJobByJobID(1000)->Color_ID = 3;
-    list->GetJobByJobID(1000)->Selected = (selectedJobs & 1) ? 1 : 0;
-    list->GetJobByJobID(1001)->Selected = (selectedJobs & 2) ? 1 : 0;
-    fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    fmtest::checkModel(&m);
-    m.CreateJobTree(true);
-    const QModelIndex i = row < 0 ? m.index(0, column) : m.index(row, column, m.index(0, 0));
-    const QVariant bg = i.data(Qt::BackgroundRole);
-    const QBrush brush = bg.canConvert<QBrush>() ? bg.value<QBrush>() : QBrush(bg.value<QColor>());
-    QCOMPARE(brush.color().rgba(), background);
-    QCOMPARE(int(brush.style()), pattern);
-    QCOMPARE(i.data(Qt::ForegroundRole).value<QColor>().rgba(), text);
-}
-
-// Catches totals over the wrong jobs (unselected, or outside the sorted list) and wrong formats.
-void tst_fmjobstreemodel::footer_data()
-{
-    QTest::addColumn<int>("jobs");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("empty") << 0 << 8 << " 0 / 0 jobs selected";
-    QTest::newRow("count") << 3 << 8 << " 2 / 3 jobs selected";
-    QTest::newRow("frame time") << 3 << 15 << fmSec2ms(60);
-    QTest::newRow("ps") << 3 << 25 << " 3.500 ";
-    QTest::newRow("cost") << 3 << 27 << "6.00 EUR";
-}
-
-void tst_fmjobstreemodel::footer()
-{
-    QFETCH(int, jobs);
-    QFETCH(int, column);
-    QFETCH(QString, text);
-    QList<JobEntry> entries;
-    for (int k = 0; k < jobs; ++k)
-        entries.append({1000ull + k, "u"});
-    auto list = makeList(entries);
-    // Jobs 0 and 2 selected; job 1 (not selected) carries values that must not count.
-    for (int k = 0; k < jobs; ++k) {
-        _jobsHistoryDB_Runtime* j = list->GetJobByJobID(1000 + k);
-        j->Selected = k != 1;
-        j->TotalFrames = 150;
-        j->AverageFrameTime = k == 0 ? 60 : (k == 1 ? 999 : 0);
-        j->TotalPS = 1750;
-        j->TotalGhzHours = 1.5f;
-    }
-    fmuiTreeViewJobsModelFooter f(*list, FM, NoView, nullptr);
-    f.Cost = 2.0f;
-    f.CostDisplay = QStringLiteral("EUR");
-    QCOMPARE(f.columnCount(), 28);
-    QCOMPARE(f.headerData(column, Qt::Horizontal).toString(), text);
-}
-
-// Catches a cell of a removed job read as if valid, and the check box offered on a group row.
-void tst_fmjobstreemodel::staleAndFlags()
-{
-    auto list = makeList({{1000, "ann"}, {1001, "ann"}, {1002, "bob"}});
-    fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-    fmtest::checkModel(&m);
-    m.CreateJobTree(true);
-    const QModelIndex group = m.index(0, 0);
-    const QModelIndex job = m.index(0, 0, group);
-    QVERIFY(m.flags(m.index(0, 19, group)) & Qt::ItemIsUserCheckable);
-    QVERIFY(!(m.flags(m.index(0, 19)) & Qt::ItemIsUserCheckable));
-    QVERIFY(!(m.flags(m.index(0, 18, group)) & Qt::ItemIsUserCheckable));
-
-    list->DeleteJob(list->GetJobByJobID(1000));
-    QCOMPARE(job.data().toString(), " ?? ");
-    QVERIFY(!job.data(Qt::BackgroundRole).isValid());
-    QVERIFY(!(m.flags(m.index(0, 19, group)) & Qt::ItemIsUserCheckable));
-    QVERIFY(!m.setData(job, 1));
-}
-
-// Catches missing wiring of the view: footer, group selection and sorting.
-void tst_fmjobstreemodel::initJobTreeLayout()
-{
-    auto list = makeList({{1000, "ann"}, {1001, "bob"}});
-    fmTreeView view;
-    fmTreeView* v = &view;
-    fmuiTreeViewJobsModel* model = nullptr;
-    fmuiTreeViewSelectionModel* selection = nullptr;
-    QObject owner;
-    initJobTree(v, model, selection, FM, *list, &owner, false);
-    QVERIFY(model && selection);
-    fmtest::checkModel(model);
-    model->CreateJobTree(true);
-    QHeaderView* h = view.Tree->header();
-    QVERIFY(view.isColumnHidden(1) && !view.isColumnHidden(8));
-
-    // Selecting a group row selects its jobs and updates the footer.
-    selection->select(QItemSelection(model->index(0, 0), model->index(0, 0)),
-                      QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    QVERIFY(list->GetJobByJobID(1000)->Selected);
-    QVERIFY(!list->GetJobByJobID(1001)->Selected);
-    QCOMPARE(view.Footer->model()->headerData(8, Qt::Horizontal).toString(), " 1 / 2 jobs selected");
-
-    // A click on a header section sorts the list and rebuilds the tree; first-level rows keep
-    // their order, the positions below them follow the new order.
-    h->setSortIndicator(1, Qt::DescendingOrder);
-    QCOMPARE(list->SortID, 1);
-    QCOMPARE(model->index(0, 0).data().toString(), "    ann");
-    QCOMPARE(static_cast<fmuiTreeViewJobsNode*>(model->Root->Children[0])->data()->FirstSortedID, 1);
-}
 
 QTEST_MAIN(tst_fmjobstreemodel)
 #include "tst_fmjobstreemodel.moc"

@@ -10,6 +10,8 @@
 #include <QTableWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_fmreportsdock : public QObject
 {
     Q_OBJECT
@@ -22,7 +24,7 @@ private slots:
         settings.Cost = 2.0;
         fmReportsDock dock(settings);
         fmHistorySummary s;
-        s.Files.append(fmHistoryFile{QStringLiteral("/h/A.db61"), QStringLiteral("A"), 1, 1});
+        s.Files.append(fmHistoryFile{u"/h/A.db61"_s, u"A"_s, 1, 1});
         for (const char* user : {"bob", "ann", "bob"}) {
             fmJobSummary j;
             j.User = QLatin1String(user);
@@ -30,11 +32,11 @@ private slots:
             j.File = 0;
             s.Jobs.push_back(j);
         }
-        dock.setLoadedProject(QStringLiteral("A"));
+        dock.setLoadedProject(u"A"_s);
         dock.showSummary(s); // grouped by user: ann, bob
         QCOMPARE(dock.table()->rowCount(), 3);
-        QCOMPARE(dock.table()->item(1, 0)->text(), QStringLiteral("bob"));
-        QCOMPARE(dock.table()->item(2, 4)->text(), QStringLiteral("4.50"));
+        QCOMPARE(dock.table()->item(1, 0)->text(), u"bob"_s);
+        QCOMPARE(dock.table()->item(2, 4)->text(), u"4.50"_s);
         auto* series = qobject_cast<QBarSeries*>(dock.chart()->series().value(0));
         QVERIFY(series);
         QBarSet* set = series->barSets().value(0);
@@ -44,7 +46,7 @@ private slots:
         QSignalSpy clicked(&dock, &fmReportsDock::groupClicked);
         emit set->clicked(1);
         QCOMPARE(clicked.size(), 1);
-        QCOMPARE(clicked.first().at(1).toString(), QStringLiteral("bob"));
+        QCOMPARE(clicked.first().at(1).toString(), u"bob"_s);
 
         QPalette dark = dock.palette();
         dark.setColor(QPalette::Highlight, QColor(200, 120, 0));

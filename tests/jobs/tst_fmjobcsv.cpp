@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 
 namespace {
@@ -65,6 +67,101 @@ private:
     QTemporaryDir Dir;
 
 private slots:
+    // Catches a header or a column in another form, order or encoding than the spreadsheet expects.
+    void headerAndLine()
+    {
+        _JobList l(FM, nullptr);
+        fill(*l.GetNewJob());
+        const QString p = Dir.filePath(u"one.csv"_s);
+        QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, false));
+        QCOMPARE(jlfix::readFile(p), Header + Line);
+        QCOMPARE(_JobList::toCSVString(u";a;;b;"_s), u"ab"_s);
+        // One job stays one line: line breaks and NUL bytes of a value become blanks.
+        QCOMPARE(_JobList::toCSVString(QString::fromUtf16(u"a\r\nb\0c\n", 7)), u"a  b c "_s);
+    }
+
+    // Catches columns that fall out of step or numbers rounded the wrong way.
+    void columns_data()
+    {
+        QTest::addColumn<int>("what");
+        QTest::addColumn<double>("value");
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("start -1.5") << 0 << -1.5 << 8 << "-2";
+        QTest::newRow("start 1.5") << 0 << 1.5 << 8 << "2";
+        QTest::newRow("start -0.4") << 0 << -0.4 << 8 << "0";
+        QTest::newRow("start huge") << 0 << 1e300 << 8 << "2147483647";
+        QTest::newRow("frame time 0") << 1 << 0.0 << 21 << "";
+        QTest::newRow("frame time 3725") << 1 << 3725.0 << 21 << "01:02.05";
+        QTest::newRow("ghz 0.5") << 2 << 0.5 << 26 << "1";
+        QTest::newRow("cost of 0 ghz") << 2 << 0.0 << 27 << "0.000";
+        QTest::newRow("cost of 1.25 ghz") << 2 << 1.25 << 27 << "2.500";
+        QTest::newRow("clients") << 3 << 0.25 << 22 << "0.250000";
+        QTest::newRow("minor 50") << 4 << 50.0 << 7 << "'2022.05";
+    }
+    void columns()
+    {
+        QFETCH(int, what);
+        QFETCH(double, value);
+        QFETCH(int, column);
+        QFETCH(QString, text);
+        _JobList l(FM, nullptr);
+        _jobsHistoryDB_Runtime* j = l.GetNewJob();
+        fill(*j);
+        switch (what) {
+        case 0:
+            j->SeqStart = value;
+            break;
+        case 1:
+            j->AverageFrameTime = uint32_t(value);
+            break;
+        case 2:
+            j->TotalGhzHours = float(value);
+            break;
+        case 3:
+            j->AverageClients = float(value);
+            break;
+        case 4:
+            j->VersionMinor = uint32_t(value);
+            break;
+        }
+        const QString line = _JobList::csvLine(*j, FM);
+        QVERIFY(line.endsWith(u";\r\n"_s));
+        const QStringList cells = line.chopped(2).split(QLatin1Char(';'));
+        QCOMPARE(cells.size(), 29); // 28 values, each closed by ";"
+        QCOMPARE(cells[column], text);
+    }
+
+    // Catches a second header from appending, or the wrong jobs in all/selection mode.
+    void fileModes()
+    {
+        _JobList l(FM, nullptr);
+        for (int n = 0; n < 3; ++n) {
+            _jobsHistoryDB_Runtime* j = l.GetNewJob();
+            fill(*j);
+            j->TotalFrames = n;
+            j->Selected = n == 1;
+        }
+        l.SetSortID(0, Qt::AscendingOrder);
+        l.CreateSelectionList();
+        const QString p = Dir.filePath(u"modes.csv"_s);
+        QVERIFY(l.exportAsCSV(p, nullptr, nullptr, false, false)); // the selection: job 1 only
+        QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, true));   // appended: all three, no header
+        const QList<QByteArray> lines = jlfix::readFile(p).split('\n');
+        QCOMPARE(lines.size(), 6); // header, 1 + 3 lines, and the empty rest
+        QCOMPARE(lines[0] + "\n", Header);
+        QCOMPARE(lines[1].split(';')[11], QByteArray("1"));
+        QCOMPARE(lines[2].split(';')[11], QByteArray("0"));
+        QCOMPARE(lines[4].split(';')[11], QByteArray("2"));
+        QVERIFY(lines[5].isEmpty());
+
+        // A file handed in is written to as it stands.
+        QFile f(Dir.filePath(u"given.csv"_s));
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        QVERIFY(l.exportAsCSV(QString(), l.Queue[2], &f, false, false));
+        f.close();
+        QCOMPARE(jlfix::readFile(f.fileName()).split(';')[11], QByteArray("2"));
+    }
     void initTestCase()
     {
         QVERIFY(Dir.isValid());
@@ -72,108 +169,7 @@ private slots:
         QVERIFY(cost);
         *cost = 2.0f;
     }
-    // Catches a header or a column in another form, order or encoding than the spreadsheet expects.
-    void headerAndLine();
-    // Catches columns that fall out of step or numbers rounded the wrong way.
-    void columns_data();
-    void columns();
-    // Catches a second header from appending, or the wrong jobs in all/selection mode.
-    void fileModes();
 };
-
-void tst_fmjobcsv::headerAndLine()
-{
-    _JobList l(FM, nullptr);
-    fill(*l.GetNewJob());
-    const QString p = Dir.filePath(QStringLiteral("one.csv"));
-    QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, false));
-    QCOMPARE(jlfix::readFile(p), Header + Line);
-    QCOMPARE(_JobList::toCSVString(QStringLiteral(";a;;b;")), QStringLiteral("ab"));
-    // One job stays one line: line breaks and NUL bytes of a value become blanks.
-    QCOMPARE(_JobList::toCSVString(QString::fromUtf16(u"a\r\nb\0c\n", 7)), QStringLiteral("a  b c "));
-}
-
-void tst_fmjobcsv::columns_data()
-{
-    QTest::addColumn<int>("what");
-    QTest::addColumn<double>("value");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("start -1.5") << 0 << -1.5 << 8 << "-2";
-    QTest::newRow("start 1.5") << 0 << 1.5 << 8 << "2";
-    QTest::newRow("start -0.4") << 0 << -0.4 << 8 << "0";
-    QTest::newRow("start huge") << 0 << 1e300 << 8 << "2147483647";
-    QTest::newRow("frame time 0") << 1 << 0.0 << 21 << "";
-    QTest::newRow("frame time 3725") << 1 << 3725.0 << 21 << "01:02.05";
-    QTest::newRow("ghz 0.5") << 2 << 0.5 << 26 << "1";
-    QTest::newRow("cost of 0 ghz") << 2 << 0.0 << 27 << "0.000";
-    QTest::newRow("cost of 1.25 ghz") << 2 << 1.25 << 27 << "2.500";
-    QTest::newRow("clients") << 3 << 0.25 << 22 << "0.250000";
-    QTest::newRow("minor 50") << 4 << 50.0 << 7 << "'2022.05";
-}
-
-void tst_fmjobcsv::columns()
-{
-    QFETCH(int, what);
-    QFETCH(double, value);
-    QFETCH(int, column);
-    QFETCH(QString, text);
-    _JobList l(FM, nullptr);
-    _jobsHistoryDB_Runtime* j = l.GetNewJob();
-    fill(*j);
-    switch (what) {
-    case 0:
-        j->SeqStart = value;
-        break;
-    case 1:
-        j->AverageFrameTime = uint32_t(value);
-        break;
-    case 2:
-        j->TotalGhzHours = float(value);
-        break;
-    case 3:
-        j->AverageClients = float(value);
-        break;
-    case 4:
-        j->VersionMinor = uint32_t(value);
-        break;
-    }
-    const QString line = _JobList::csvLine(*j, FM);
-    QVERIFY(line.endsWith(QStringLiteral(";\r\n")));
-    const QStringList cells = line.chopped(2).split(QLatin1Char(';'));
-    QCOMPARE(cells.size(), 29); // 28 values, each closed by ";"
-    QCOMPARE(cells[column], text);
-}
-
-void tst_fmjobcsv::fileModes()
-{
-    _JobList l(FM, nullptr);
-    for (int n = 0; n < 3; ++n) {
-        _jobsHistoryDB_Runtime* j = l.GetNewJob();
-        fill(*j);
-        j->TotalFrames = n;
-        j->Selected = n == 1;
-    }
-    l.SetSortID(0, Qt::AscendingOrder);
-    l.CreateSelectionList();
-    const QString p = Dir.filePath(QStringLiteral("modes.csv"));
-    QVERIFY(l.exportAsCSV(p, nullptr, nullptr, false, false)); // the selection: job 1 only
-    QVERIFY(l.exportAsCSV(p, nullptr, nullptr, true, true));   // appended: all three, no header
-    const QList<QByteArray> lines = jlfix::readFile(p).split('\n');
-    QCOMPARE(lines.size(), 6); // header, 1 + 3 lines, and the empty rest
-    QCOMPARE(lines[0] + "\n", Header);
-    QCOMPARE(lines[1].split(';')[11], QByteArray("1"));
-    QCOMPARE(lines[2].split(';')[11], QByteArray("0"));
-    QCOMPARE(lines[4].split(';')[11], QByteArray("2"));
-    QVERIFY(lines[5].isEmpty());
-
-    // A file handed in is written to as it stands.
-    QFile f(Dir.filePath(QStringLiteral("given.csv")));
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    QVERIFY(l.exportAsCSV(QString(), l.Queue[2], &f, false, false));
-    f.close();
-    QCOMPARE(jlfix::readFile(f.fileName()).split(';')[11], QByteArray("2"));
-}
 
 QTEST_GUILESS_MAIN(tst_fmjobcsv)
 #include "tst_fmjobcsv.moc"

@@ -14,6 +14,8 @@
 #include <cstring>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using jlfix::bytesOf;
 using jlfix::frame;
@@ -42,14 +44,6 @@ std::unique_ptr<_JobList> newList()
     return std::make_unique<_JobList>(FM, nullptr);
 }
 
-QList<unsigned long long> idsOf(_JobList& l)
-{
-    QList<unsigned long long> ids;
-    for (int i = 0; i < l.JobCount; ++i)
-        ids.append(l.Queue[i]->JobID);
-    return ids;
-}
-
 } // namespace
 
 class tst_fmjoblist : public QObject
@@ -60,498 +54,444 @@ private:
     QString path(const QString& name) const { return Dir.filePath(name); }
 
 private slots:
-    void initTestCase() { QVERIFY(Dir.isValid()); }
-
     // Catches a frame of one layout or one kind of damage that is not read, skipped or reported
     // as the format says, and a detailed message for more than the first failure.
-    void loadMixedFile();
+    void loadMixedFile()
+    {
+        auto a = makeRecord(1);
+        auto e = makeRecord(5);
+        e->SeqStep = 9999.0;
+        auto bad = makeRecord(6);
+        bad->SeqStep = 10000.0;
+        auto badID = makeRecord(7);
+        badID->JobID = 999;
+        auto longSoft = makeRecord(8);
+        longSoft->Software.Length = 600;
+
+        QByteArray f;
+        f += frameOf(*a);                                                            // job 1
+        f += frame(QByteArray(100, 'x'), 0x0B01, 1, 100);                            // skipped silently
+        f += frame(oldRecord<_OLD61__jobsHistoryDB>(2, "old61"), 0x0A02, 1, 30188);  // job 2
+        f += frame(bytesOf(*a).left(37000), 0x0A04, 3, 37000);                       // failure 1: size
+        f += frame(oldRecord<_OLD62_jobsHistoryDB>(3, "old62"), 0x0A03, 1, 39516);   // job 3
+        f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false);            // failure 2: zlib
+        f += frame(oldRecord<_OLD627_jobsHistoryDB>(4, "old627"), 0x0A03, 1, 46908); // job 4
+        f += frame(bytesOf(*bad), 0x0A04, 3, 37980);                                 // failure 3: data
+        f += frameOf(*e);                                                            // job 5
+        f += frame(bytesOf(*a) + QByteArray(10, '\0'), 0x0A04, 3, 37980); // failure 4: size after inflate
+        f += frameOf(*badID);                                             // failure 5: job ID
+        f += frameOf(*longSoft);                                          // job 6, left empty
+        const QString p = path("mixed.db");
+        QVERIFY(jlfix::writeFile(p, f));
+
+        auto l = newList();
+        jlfix::LogCapture log(0, 10);
+        QVERIFY(l->LoadFileJobs(p));
+        QCOMPARE(l->JobCount, 6);
+        QCOMPARE(l->Queue[0]->JobID, a->JobID);
+        QCOMPARE(l->Queue[1]->JobID, 5002ULL);
+        QCOMPARE(l->Queue[1]->UserName.toQString(), u"old61"_s);
+        QCOMPARE(l->Queue[1]->SubmitterStructVersion, uint16_t(7));
+        QCOMPARE(l->Queue[1]->TotalFrames, 0);
+        QCOMPARE(l->Queue[2]->UserName.toQString(), u"old62"_s);
+        QCOMPARE(l->Queue[3]->UserName.toQString(), u"old627"_s);
+        QCOMPARE(l->Queue[3]->UserNameLower.toQString(), u"old627"_s);
+        QCOMPARE(l->Queue[4]->JobID, e->JobID);
+        QCOMPARE(l->Queue[5]->JobID, 0ULL); // kept as the empty job
+        for (int i = 0; i < l->JobCount; ++i)
+            QCOMPARE(l->Queue[i]->QueueID, i);
+        QCOMPARE(l->SortedCount, 6);
+
+        const QStringList expected = {
+            u"10|0|{ALL} "_s + p + u"   loading..."_s,
+            QStringLiteral(
+                "1|0|{ALL} Error reading job #2; Data size does not match. file:37000 intern:37980"),
+            u"2|0|{ALL} 5 Jobs in jobs.db could not be loaded; "_s,
+            u"4|8|{ALL} 6 jobs loaded"_s,
+        };
+        QCOMPARE(log.Lines, expected);
+
+        // The loader's own report keeps counts and messages when the farm's log levels are all off.
+        const bool* levels = FM.LogLevels;
+        FM.LogLevels = nullptr;
+        auto quiet = newList();
+        QVERIFY(quiet->LoadFileJobs(p));
+        FM.LogLevels = levels;
+        QCOMPARE(quiet->LastLoad.Loaded, 6);
+        QCOMPARE(quiet->LastLoad.Failed, 5);
+        QCOMPARE(quiet->LastLoad.Skipped, 1);
+        QCOMPARE(quiet->LastLoad.Messages.size(), 2);
+        QCOMPARE(quiet->LastLoad.Messages.last().second, u"{ALL} 5 Jobs in jobs.db could not be loaded; "_s);
+    }
+
     // Catches frames lost, reordered or reported out of turn where a long file is read ahead in
     // runs (damage on both sides of a run's edge, an end of the file inside a run).
-    void loadAcrossRuns_data();
-    void loadAcrossRuns();
+    void loadAcrossRuns_data()
+    {
+        QTest::addColumn<int>("frames");
+        QTest::addColumn<QList<int>>("damaged");
+        QTest::addColumn<bool>("badMagicAtEnd");
+        QTest::newRow("no damage") << 70 << QList<int>{} << false;
+        QTest::newRow("edges of runs") << 70 << QList<int>{31, 32, 63, 64} << false;
+        QTest::newRow("first and last") << 65 << QList<int>{0, 64} << false;
+        QTest::newRow("format error after a run") << 64 << QList<int>{40} << true;
+    }
+    void loadAcrossRuns()
+    {
+        QFETCH(int, frames);
+        QFETCH(QList<int>, damaged);
+        QFETCH(bool, badMagicAtEnd);
+        QByteArray f;
+        QList<unsigned long long> ids;
+        for (int n = 0; n < frames; ++n) {
+            if (damaged.contains(n)) {
+                f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false); // does not inflate
+                continue;
+            }
+            auto r = makeRecord(100 + n);
+            f += frameOf(*r);
+            ids.append(r->JobID);
+        }
+        if (badMagicAtEnd) {
+            QByteArray bad = frameOf(*makeRecord(1));
+            bad[3] = 'q';
+            f += bad;
+        }
+        const QString p = path(u"runs.db"_s);
+        QVERIFY(jlfix::writeFile(p, f));
+        auto l = newList();
+        jlfix::LogCapture log(0, 2);
+        QCOMPARE(l->LoadFileJobs(p), !badMagicAtEnd);
+        QCOMPARE(l->JobCount, int(ids.size()));
+        for (int i = 0; i < l->JobCount; ++i)
+            QCOMPARE(l->Queue[i]->JobID, ids[i]);
+        QStringList expected;
+        if (!damaged.isEmpty())
+            // The number is the job count with the record of the failing frame already taken.
+            expected << u"1|0|{ALL} Error decompressing job #%1; "_s.arg(damaged.first() + 1);
+        if (badMagicAtEnd)
+            expected << u"1|0|{ALL} jobs.db format error!"_s;
+        else if (!damaged.isEmpty())
+            expected << u"2|0|{ALL} %1 Jobs in jobs.db could not be loaded; "_s.arg(damaged.size());
+        QCOMPARE(log.Lines.size(), expected.size());
+        for (int i = 0; i < expected.size(); ++i)
+            QVERIFY2(log.Lines[i].startsWith(expected[i]), qPrintable(log.Lines[i]));
+    }
+
     // Catches wrong handling of files that fail as a whole.
-    void loadFileFailures_data();
-    void loadFileFailures();
+    void loadFileFailures_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<int>("jobs");
+        QTest::addColumn<QString>("message");
+        auto good = frameOf(*makeRecord(1));
+        QByteArray badMagic = good;
+        badMagic[5] = 'f';
+        QByteArray huge = good;
+        huge[52] = char(0xFF);
+        huge[53] = char(0xFF); // compressed size 65535 + n: beyond the read buffer
+        QByteArray noNul = good;
+        noNul[44] = 'x';
+        QTest::newRow("empty") << QByteArray() << true << 0 << QString();
+        QTest::newRow("63 bytes") << good.left(63) << false << 0 << u"0|0|{ALL} Wrong file size '%1'!; "_s;
+        QTest::newRow("magic") << badMagic << false << 0 << u"1|0|{ALL} jobs.db format error!"_s;
+        QTest::newRow("magic without end") << noNul << false << 0 << u"1|0|{ALL} jobs.db format error!"_s;
+        QTest::newRow("second magic")
+            << good + badMagic << false << 1 << u"1|0|{ALL} jobs.db format error!"_s;
+        QTest::newRow("buffer") << huge << false << 0 << u"1|0|{ALL} Job read buffer too small!"_s;
+        QTest::newRow("no body") << good.left(64) << false << 0 << u"1|0|{ALL} Unable to read '%1' !; "_s;
+    }
+    void loadFileFailures()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, result);
+        QFETCH(int, jobs);
+        QFETCH(QString, message);
+        const QString p = path(u"fail.db"_s);
+        QVERIFY(jlfix::writeFile(p, bytes));
+        auto l = newList();
+        jlfix::LogCapture log(0, 2);
+        QCOMPARE(l->LoadFileJobs(p), result);
+        QCOMPARE(l->JobCount, jobs);
+        if (message.isEmpty()) {
+            QVERIFY(log.Lines.isEmpty());
+        } else {
+            QCOMPARE(log.Lines.size(), 1);
+            QVERIFY2(log.Lines[0].startsWith(message.arg(p)), qPrintable(log.Lines[0]));
+        }
+    }
+
     // Catches plausibility bounds that are off by one or test the wrong field.
-    void plausibility_data();
-    void plausibility();
+    void plausibility_data()
+    {
+        QTest::addColumn<int>("field");
+        QTest::addColumn<double>("value");
+        QTest::addColumn<bool>("kept");
+        QTest::addColumn<QString>("message");
+        const QString data = u"1|0|{ALL} Error decompressing job #1; Data error!"_s;
+        const QString id = u"1|0|{ALL} Error decompressing job #1; Data error job ID!"_s;
+        const double nan = std::numeric_limits<double>::quiet_NaN();
+        QTest::newRow("step 9999") << 0 << 9999.0 << true << QString();
+        QTest::newRow("step 10000") << 0 << 10000.0 << false << data;
+        QTest::newRow("step 0") << 0 << 0.0 << false << data;
+        QTest::newRow("step NaN") << 0 << nan << false << data;
+        QTest::newRow("start NaN") << 1 << nan << false << data;
+        QTest::newRow("end NaN") << 2 << nan << false << data;
+        QTest::newRow("offset NaN") << 3 << nan << false << data;
+        QTest::newRow("name 255") << 4 << 255.0 << true << QString();
+        QTest::newRow("name 256") << 4 << 256.0 << false << data;
+        QTest::newRow("id 999") << 5 << 999.0 << false << id;
+        QTest::newRow("id 1000") << 5 << 1000.0 << true << QString();
+        QTest::newRow("id 999 old submitter") << 6 << 999.0 << true << QString();
+    }
+    void plausibility()
+    {
+        QFETCH(int, field);
+        QFETCH(double, value);
+        QFETCH(bool, kept);
+        QFETCH(QString, message);
+        auto r = makeRecord(3);
+        switch (field) {
+        case 0:
+            r->SeqStep = value;
+            break;
+        case 1:
+            r->SeqStart = value;
+            break;
+        case 2:
+            r->SeqEnd = value;
+            break;
+        case 3:
+            r->SeqFileOffset = value;
+            break;
+        case 4:
+            r->ImageFileName.Data[0] = uint16_t(value);
+            break;
+        case 5:
+            r->JobID = uint64_t(value);
+            break;
+        case 6:
+            r->JobID = uint64_t(value);
+            r->SubmitterStructVersion = 6;
+            break;
+        }
+        const QString p = path(u"plaus.db"_s);
+        QVERIFY(jlfix::writeFile(p, frameOf(*r)));
+        auto l = newList();
+        jlfix::LogCapture log(1, 1);
+        QVERIFY(l->LoadFileJobs(p));
+        QCOMPARE(l->JobCount, kept ? 1 : 0);
+        QCOMPARE(log.Lines, message.isEmpty() ? QStringList() : QStringList{message});
+        if (!kept) QCOMPARE(l->Allocated, 25); // the record went back for reuse
+    }
+
     // Catches a save that writes other bytes than the frame format or loses a field on the way back.
-    void saveThenLoad();
+    void saveThenLoad()
+    {
+        auto l = newList();
+        for (int n = 0; n < 30; ++n) {
+            _jobsHistoryDB_Runtime* j = l->GetNewJob();
+            QVERIFY(j);
+            auto r = makeRecord(n);
+            r->Selected = uint8_t(n % 2);
+            j->fromJobSave(r.get(), FM);
+        }
+        const QString p = path(u"round.db"_s);
+        jlfix::LogCapture log(4, 4);
+        QVERIFY(l->SaveFileJobs(false, p, true, u"pre "_s));
+        QCOMPARE(log.Lines, (QStringList{u"4|8|pre {ALL} "_s + p + u"   saving..."_s,
+                                         u"4|8|{ALL} jobs.db (30 jobs) saved."_s}));
+        QVERIFY(l->TimeSaved.t > 0);
+
+        // The frames as they stand in the file.
+        const QByteArray file = jlfix::readFile(p);
+        int pos = 0;
+        for (int n = 0; n < 30; ++n) {
+            QVERIFY(pos + 64 <= file.size());
+            const char* h = file.constData() + pos;
+            QCOMPARE(QByteArray(h, 44), QByteArray("     FMJob compr 01                         "));
+            QCOMPARE(QByteArray(h + 44, 8), QByteArray(8, '\0'));
+            uint32_t csize, usize;
+            uint16_t id, ver;
+            std::memcpy(&csize, h + 52, 4);
+            std::memcpy(&usize, h + 56, 4);
+            std::memcpy(&id, h + 60, 2);
+            std::memcpy(&ver, h + 62, 2);
+            QCOMPARE(usize, 37980u);
+            QCOMPARE(id, uint16_t(0x0A04));
+            QCOMPARE(ver, uint16_t(3));
+            QVERIFY(pos + 64 + int(csize) <= file.size());
+            QByteArray out(37980, '\0');
+            uLongf outLen = 37980;
+            QCOMPARE(uncompress(reinterpret_cast<Bytef*>(out.data()), &outLen,
+                                reinterpret_cast<const Bytef*>(h + 64), csize),
+                     Z_OK);
+            QCOMPARE(int(outLen), 37980);
+            QCOMPARE(out, QByteArray(reinterpret_cast<const char*>(l->Queue[n]), 37980));
+            pos += 64 + int(csize);
+        }
+        QCOMPARE(pos, file.size());
+
+        auto back = newList();
+        QVERIFY(back->LoadFileJobs(p));
+        QCOMPARE(back->JobCount, 30);
+        // Everything but the file the job came from.
+        for (int n = 0; n < 30; ++n)
+            QCOMPARE(QByteArray(reinterpret_cast<const char*>(back->Queue[n]), 38098),
+                     QByteArray(reinterpret_cast<const char*>(l->Queue[n]), 38098));
+    }
+
     // Catches a save of an empty list that leaves the old file.
-    void saveEmptyDeletesFile();
+    void saveEmptyDeletesFile()
+    {
+        const QString p = path(u"empty.db"_s);
+        QVERIFY(jlfix::writeFile(p, frameOf(*makeRecord(1))));
+        auto l = newList();
+        QVERIFY(l->SaveFileJobs(false, p, false, QString()));
+        QVERIFY(!QFile::exists(p));
+        // A list that works on a local copy never touches the file.
+        QVERIFY(jlfix::writeFile(p, "x"));
+        l->AltLocalDBPath = Dir.path() + u"/"_s;
+        QVERIFY(l->SaveFileJobs(false, p, false, QString()));
+        QVERIFY(QFile::exists(p));
+    }
+
     // Catches a backup that does not fall back to ".bak302" or blocks the save.
-    void backups_data();
-    void backups();
+    void backups_data()
+    {
+        QTest::addColumn<bool>("block30");
+        QTest::addColumn<bool>("block302");
+        QTest::addColumn<QString>("backup");
+        QTest::newRow("bak30") << false << false << u".bak30"_s;
+        QTest::newRow("bak302") << true << false << u".bak302"_s;
+        QTest::newRow("none") << true << true << QString();
+    }
+    void backups()
+    {
+        QFETCH(bool, block30);
+        QFETCH(bool, block302);
+        QFETCH(QString, backup);
+        QTemporaryDir d;
+        const QString p = d.filePath(u"proj.db"_s);
+        const QByteArray old = frameOf(*makeRecord(1));
+        QVERIFY(jlfix::writeFile(p, old));
+        // A folder that is not empty can't be deleted as a file: the backup name stays taken.
+        if (block30) QVERIFY(QDir().mkpath(p + u".bak30/x"_s));
+        if (block302) QVERIFY(QDir().mkpath(p + u".bak302/x"_s));
+        QVERIFY(jlfix::writeFile(p + ".bak30", "old backup") || block30);
+
+        auto l = newList();
+        l->GetNewJob()->fromJobSave(makeRecord(2).get(), FM);
+        QVERIFY(l->SaveFileJobs(true, p, false, QString()));
+        if (!backup.isEmpty()) QCOMPARE(jlfix::readFile(p + backup), old);
+        if (block30 && block302) {
+            QVERIFY(!QFileInfo(p + ".bak30").isFile());
+            QVERIFY(!QFileInfo(p + ".bak302").isFile());
+        }
+        auto back = newList();
+        QVERIFY(back->LoadFileJobs(p));
+        QCOMPARE(back->JobCount, 1);
+        QCOMPARE(back->Queue[0]->JobID, makeRecord(2)->JobID);
+    }
+
     // Catches a crash, hang or out-of-bounds read on a file cut short, and jobs lost before the cut.
-    void truncatedAtEveryByte();
+    void truncatedAtEveryByte()
+    {
+        QByteArray f;
+        QList<int> ends;
+        for (int n = 0; n < 3; ++n) {
+            f += frameOf(*makeRecord(n));
+            ends.append(f.size());
+        }
+        const QString p = path(u"cut.db"_s);
+        auto l = newList();
+        for (int cut = 0; cut <= f.size(); ++cut) {
+            QVERIFY(jlfix::writeFile(p, f.left(cut)));
+            l->deleteAll();
+            const bool ok = l->LoadFileJobs(p);
+            int whole = 0;
+            while (whole < ends.size() && ends[whole] <= cut)
+                ++whole;
+            QCOMPARE(l->JobCount, whole);
+            for (int n = 0; n < whole; ++n)
+                QCOMPARE(l->Queue[n]->JobID, makeRecord(n)->JobID);
+            // A cut at a frame's end is a clean end of file; a cut inside a header is a read failure.
+            if (cut == 0 || ends.contains(cut)) QVERIFY(ok);
+            const int start = whole == 0 ? 0 : ends[whole - 1];
+            if (cut > start && cut <= start + 64) QVERIFY(!ok);
+        }
+    }
+
     // Catches record bookkeeping errors: blocks of 25, reuse of deleted records, freeing spares.
-    void recordReuse();
+    void recordReuse()
+    {
+        auto l = newList();
+        QCOMPARE(l->Allocated, 25);
+        unsigned int mb = 0;
+        l->getMemoryUsage(mb);
+        QCOMPARE(mb, (25u * 38104u) >> 20);
+        QList<_jobsHistoryDB_Runtime*> jobs;
+        for (int n = 0; n < 60; ++n) {
+            _jobsHistoryDB_Runtime* j = l->GetNewJob();
+            QVERIFY(j);
+            j->JobID = 1000 + uint64_t(n);
+            jobs.append(j);
+        }
+        QCOMPARE(l->Allocated, 75);
+        // Deleting closes the gap, keeps the order and puts the record behind the jobs.
+        _jobsHistoryDB_Runtime* gone = jobs[3];
+        l->DeleteJob(gone);
+        QCOMPARE(l->JobCount, 59);
+        QCOMPARE(l->Queue[3]->JobID, 1004ULL);
+        for (int i = 0; i < l->JobCount; ++i)
+            QCOMPARE(l->Queue[i]->QueueID, i);
+        QCOMPARE(gone->QueueID, -1);
+        QVERIFY(!l->isValidJob(gone));
+        QCOMPARE(l->GetNewJob(), gone); // reused, and cleared
+        QCOMPARE(gone->JobID, 0ULL);
+        QCOMPARE(gone->QueueID, 59);
+        // Deleting a job that isn't in the list changes nothing.
+        _jobsHistoryDB_Runtime stranger;
+        l->DeleteJob(&stranger);
+        QCOMPARE(l->JobCount, 60);
+        // Spare records beyond 25 are freed five at a time.
+        while (l->JobCount > 40)
+            l->DeleteJob(l->Queue[0]);
+        QVERIFY(l->Allocated <= l->JobCount + 30);
+        QCOMPARE(l->Allocated % 5, 0);
+        for (int i = 0; i < l->JobCount; ++i)
+            QCOMPARE(l->Queue[i]->QueueID, i);
+    }
+
     // Catches deleteAll returning memory or leaving jobs visible.
     // Catches lookups that answer outside their range or for IDs that mean "no job".
     // Catches a copied list that changes or frees what it shares.
-    void copyRefusesChanges();
-    // Catches move commands that put jobs in the wrong place or leave stale QueueIDs.
-    void moveJobs();
-    // Catches a selection list that takes unselected or deleted jobs.
-};
-
-void tst_fmjoblist::loadMixedFile()
-{
-    auto a = makeRecord(1);
-    auto e = makeRecord(5);
-    e->SeqStep = 9999.0;
-    auto bad = makeRecord(6);
-    bad->SeqStep = 10000.0;
-    auto badID = makeRecord(7);
-    badID->JobID = 999;
-    auto longSoft = makeRecord(8);
-    longSoft->Software.Length = 600;
-
-    QByteArray f;
-    f += frameOf(*a);                                                            // job 1
-    f += frame(QByteArray(100, 'x'), 0x0B01, 1, 100);                            // skipped silently
-    f += frame(oldRecord<_OLD61__jobsHistoryDB>(2, "old61"), 0x0A02, 1, 30188);  // job 2
-    f += frame(bytesOf(*a).left(37000), 0x0A04, 3, 37000);                       // failure 1: size
-    f += frame(oldRecord<_OLD62_jobsHistoryDB>(3, "old62"), 0x0A03, 1, 39516);   // job 3
-    f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false);            // failure 2: zlib
-    f += frame(oldRecord<_OLD627_jobsHistoryDB>(4, "old627"), 0x0A03, 1, 46908); // job 4
-    f += frame(bytesOf(*bad), 0x0A04, 3, 37980);                                 // failure 3: data
-    f += frameOf(*e);                                                            // job 5
-    f += frame(bytesOf(*a) + QByteArray(10, '\0'), 0x0A04, 3, 37980); // failure 4: size after inflate
-    f += frameOf(*badID);                                             // failure 5: job ID
-    f += frameOf(*longSoft);                                          // job 6, left empty
-    const QString p = path("mixed.db");
-    QVERIFY(jlfix::writeFile(p, f));
-
-    auto l = newList();
-    jlfix::LogCapture log(0, 10);
-    QVERIFY(l->LoadFileJobs(p));
-    QCOMPARE(l->JobCount, 6);
-    QCOMPARE(l->Queue[0]->JobID, a->JobID);
-    QCOMPARE(l->Queue[1]->JobID, 5002ULL);
-    QCOMPARE(l->Queue[1]->UserName.toQString(), QStringLiteral("old61"));
-    QCOMPARE(l->Queue[1]->SubmitterStructVersion, uint16_t(7));
-    QCOMPARE(l->Queue[1]->TotalFrames, 0);
-    QCOMPARE(l->Queue[2]->UserName.toQString(), QStringLiteral("old62"));
-    QCOMPARE(l->Queue[3]->UserName.toQString(), QStringLiteral("old627"));
-    QCOMPARE(l->Queue[3]->UserNameLower.toQString(), QStringLiteral("old627"));
-    QCOMPARE(l->Queue[4]->JobID, e->JobID);
-    QCOMPARE(l->Queue[5]->JobID, 0ULL); // kept as the empty job
-    for (int i = 0; i < l->JobCount; ++i)
-        QCOMPARE(l->Queue[i]->QueueID, i);
-    QCOMPARE(l->SortedCount, 6);
-
-    const QStringList expected = {
-        QStringLiteral("10|0|{ALL} ") + p + QStringLiteral("   loading..."),
-        QStringLiteral("1|0|{ALL} Error reading job #2; Data size does not match. file:37000 intern:37980"),
-        QStringLiteral("2|0|{ALL} 5 Jobs in jobs.db could not be loaded; "),
-        QStringLiteral("4|8|{ALL} 6 jobs loaded"),
-    };
-    QCOMPARE(log.Lines, expected);
-
-    // The loader's own report keeps counts and messages when the farm's log levels are all off.
-    const bool* levels = FM.LogLevels;
-    FM.LogLevels = nullptr;
-    auto quiet = newList();
-    QVERIFY(quiet->LoadFileJobs(p));
-    FM.LogLevels = levels;
-    QCOMPARE(quiet->LastLoad.Loaded, 6);
-    QCOMPARE(quiet->LastLoad.Failed, 5);
-    QCOMPARE(quiet->LastLoad.Skipped, 1);
-    QCOMPARE(quiet->LastLoad.Messages.size(), 2);
-    QCOMPARE(quiet->LastLoad.Messages.last().second,
-             QStringLiteral("{ALL} 5 Jobs in jobs.db could not be loaded; "));
-}
-
-void tst_fmjoblist::loadAcrossRuns_data()
-{
-    QTest::addColumn<int>("frames");
-    QTest::addColumn<QList<int>>("damaged");
-    QTest::addColumn<bool>("badMagicAtEnd");
-    QTest::newRow("no damage") << 70 << QList<int>{} << false;
-    QTest::newRow("edges of runs") << 70 << QList<int>{31, 32, 63, 64} << false;
-    QTest::newRow("first and last") << 65 << QList<int>{0, 64} << false;
-    QTest::newRow("format error after a run") << 64 << QList<int>{40} << true;
-}
-
-void tst_fmjoblist::loadAcrossRuns()
-{
-    QFETCH(int, frames);
-    QFETCH(QList<int>, damaged);
-    QFETCH(bool, badMagicAtEnd);
-    QByteArray f;
-    QList<unsigned long long> ids;
-    for (int n = 0; n < frames; ++n) {
-        if (damaged.contains(n)) {
-            f += frame(QByteArray(300, char(0x55)), 0x0A04, 3, 37980, false); // does not inflate
-            continue;
-        }
-        auto r = makeRecord(100 + n);
-        f += frameOf(*r);
-        ids.append(r->JobID);
-    }
-    if (badMagicAtEnd) {
-        QByteArray bad = frameOf(*makeRecord(1));
-        bad[3] = 'q';
-        f += bad;
-    }
-    const QString p = path(QStringLiteral("runs.db"));
-    QVERIFY(jlfix::writeFile(p, f));
-    auto l = newList();
-    jlfix::LogCapture log(0, 2);
-    QCOMPARE(l->LoadFileJobs(p), !badMagicAtEnd);
-    QCOMPARE(l->JobCount, int(ids.size()));
-    for (int i = 0; i < l->JobCount; ++i)
-        QCOMPARE(l->Queue[i]->JobID, ids[i]);
-    QStringList expected;
-    if (!damaged.isEmpty())
-        // The number is the job count with the record of the failing frame already taken.
-        expected << QStringLiteral("1|0|{ALL} Error decompressing job #%1; ").arg(damaged.first() + 1);
-    if (badMagicAtEnd)
-        expected << QStringLiteral("1|0|{ALL} jobs.db format error!");
-    else if (!damaged.isEmpty())
-        expected << QStringLiteral("2|0|{ALL} %1 Jobs in jobs.db could not be loaded; ").arg(damaged.size());
-    QCOMPARE(log.Lines.size(), expected.size());
-    for (int i = 0; i < expected.size(); ++i)
-        QVERIFY2(log.Lines[i].startsWith(expected[i]), qPrintable(log.Lines[i]));
-}
-
-void tst_fmjoblist::loadFileFailures_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<int>("jobs");
-    QTest::addColumn<QString>("message");
-    auto good = frameOf(*makeRecord(1));
-    QByteArray badMagic = good;
-    badMagic[5] = 'f';
-    QByteArray huge = good;
-    huge[52] = char(0xFF);
-    huge[53] = char(0xFF); // compressed size 65535 + n: beyond the read buffer
-    QByteArray noNul = good;
-    noNul[44] = 'x';
-    QTest::newRow("empty") << QByteArray() << true << 0 << QString();
-    QTest::newRow("63 bytes") << good.left(63) << false << 0
-                              << QStringLiteral("0|0|{ALL} Wrong file size '%1'!; ");
-    QTest::newRow("magic") << badMagic << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
-    QTest::newRow("magic without end")
-        << noNul << false << 0 << QStringLiteral("1|0|{ALL} jobs.db format error!");
-    QTest::newRow("second magic") << good + badMagic << false << 1
-                                  << QStringLiteral("1|0|{ALL} jobs.db format error!");
-    QTest::newRow("buffer") << huge << false << 0 << QStringLiteral("1|0|{ALL} Job read buffer too small!");
-    QTest::newRow("no body") << good.left(64) << false << 0
-                             << QStringLiteral("1|0|{ALL} Unable to read '%1' !; ");
-}
-
-void tst_fmjoblist::loadFileFailures()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(bool, result);
-    QFETCH(int, jobs);
-    QFETCH(QString, message);
-    const QString p = path(QStringLiteral("fail.db"));
-    QVERIFY(jlfix::writeFile(p, bytes));
-    auto l = newList();
-    jlfix::LogCapture log(0, 2);
-    QCOMPARE(l->LoadFileJobs(p), result);
-    QCOMPARE(l->JobCount, jobs);
-    if (message.isEmpty()) {
-        QVERIFY(log.Lines.isEmpty());
-    } else {
-        QCOMPARE(log.Lines.size(), 1);
-        QVERIFY2(log.Lines[0].startsWith(message.arg(p)), qPrintable(log.Lines[0]));
-    }
-}
-
-void tst_fmjoblist::plausibility_data()
-{
-    QTest::addColumn<int>("field");
-    QTest::addColumn<double>("value");
-    QTest::addColumn<bool>("kept");
-    QTest::addColumn<QString>("message");
-    const QString data = QStringLiteral("1|0|{ALL} Error decompressing job #1; Data error!");
-    const QString id = QStringLiteral("1|0|{ALL} Error decompressing job #1; Data error job ID!");
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    QTest::newRow("step 9999") << 0 << 9999.0 << true << QString();
-    QTest::newRow("step 10000") << 0 << 10000.0 << false << data;
-    QTest::newRow("step 0") << 0 << 0.0 << false << data;
-    QTest::newRow("step NaN") << 0 << nan << false << data;
-    QTest::newRow("start NaN") << 1 << nan << false << data;
-    QTest::newRow("end NaN") << 2 << nan << false << data;
-    QTest::newRow("offset NaN") << 3 << nan << false << data;
-    QTest::newRow("name 255") << 4 << 255.0 << true << QString();
-    QTest::newRow("name 256") << 4 << 256.0 << false << data;
-    QTest::newRow("id 999") << 5 << 999.0 << false << id;
-    QTest::newRow("id 1000") << 5 << 1000.0 << true << QString();
-    QTest::newRow("id 999 old submitter") << 6 << 999.0 << true << QString();
-}
-
-void tst_fmjoblist::plausibility()
-{
-    QFETCH(int, field);
-    QFETCH(double, value);
-    QFETCH(bool, kept);
-    QFETCH(QString, message);
-    auto r = makeRecord(3);
-    switch (field) {
-    case 0:
-        r->SeqStep = value;
-        break;
-    case 1:
-        r->SeqStart = value;
-        break;
-    case 2:
-        r->SeqEnd = value;
-        break;
-    case 3:
-        r->SeqFileOffset = value;
-        break;
-    case 4:
-        r->ImageFileName.Data[0] = uint16_t(value);
-        break;
-    case 5:
-        r->JobID = uint64_t(value);
-        break;
-    case 6:
-        r->JobID = uint64_t(value);
-        r->SubmitterStructVersion = 6;
-        break;
-    }
-    const QString p = path(QStringLiteral("plaus.db"));
-    QVERIFY(jlfix::writeFile(p, frameOf(*r)));
-    auto l = newList();
-    jlfix::LogCapture log(1, 1);
-    QVERIFY(l->LoadFileJobs(p));
-    QCOMPARE(l->JobCount, kept ? 1 : 0);
-    QCOMPARE(log.Lines, message.isEmpty() ? QStringList() : QStringList{message});
-    if (!kept) QCOMPARE(l->Allocated, 25); // the record went back for reuse
-}
-
-void tst_fmjoblist::saveThenLoad()
-{
-    auto l = newList();
-    for (int n = 0; n < 30; ++n) {
-        _jobsHistoryDB_Runtime* j = l->GetNewJob();
-        QVERIFY(j);
-        auto r = makeRecord(n);
-        r->Selected = uint8_t(n % 2);
-        j->fromJobSave(r.get(), FM);
-    }
-    const QString p = path(QStringLiteral("round.db"));
-    jlfix::LogCapture log(4, 4);
-    QVERIFY(l->SaveFileJobs(false, p, true, QStringLiteral("pre ")));
-    QCOMPARE(log.Lines, (QStringList{QStringLiteral("4|8|pre {ALL} ") + p + QStringLiteral("   saving..."),
-                                     QStringLiteral("4|8|{ALL} jobs.db (30 jobs) saved.")}));
-    QVERIFY(l->TimeSaved.t > 0);
-
-    // The frames as they stand in the file.
-    const QByteArray file = jlfix::readFile(p);
-    int pos = 0;
-    for (int n = 0; n < 30; ++n) {
-        QVERIFY(pos + 64 <= file.size());
-        const char* h = file.constData() + pos;
-        QCOMPARE(QByteArray(h, 44), QByteArray("     FMJob compr 01                         "));
-        QCOMPARE(QByteArray(h + 44, 8), QByteArray(8, '\0'));
-        uint32_t csize, usize;
-        uint16_t id, ver;
-        std::memcpy(&csize, h + 52, 4);
-        std::memcpy(&usize, h + 56, 4);
-        std::memcpy(&id, h + 60, 2);
-        std::memcpy(&ver, h + 62, 2);
-        QCOMPARE(usize, 37980u);
-        QCOMPARE(id, uint16_t(0x0A04));
-        QCOMPARE(ver, uint16_t(3));
-        QVERIFY(pos + 64 + int(csize) <= file.size());
-        QByteArray out(37980, '\0');
-        uLongf outLen = 37980;
-        QCOMPARE(uncompress(reinterpret_cast<Bytef*>(out.data()), &outLen,
-                            reinterpret_cast<const Bytef*>(h + 64), csize),
-                 Z_OK);
-        QCOMPARE(int(outLen), 37980);
-        QCOMPARE(out, QByteArray(reinterpret_cast<const char*>(l->Queue[n]), 37980));
-        pos += 64 + int(csize);
-    }
-    QCOMPARE(pos, file.size());
-
-    auto back = newList();
-    QVERIFY(back->LoadFileJobs(p));
-    QCOMPARE(back->JobCount, 30);
-    // Everything but the file the job came from.
-    for (int n = 0; n < 30; ++n)
-        QCOMPARE(QByteArray(reinterpret_cast<const char*>(back->Queue[n]), 38098),
-                 QByteArray(reinterpret_cast<const char*>(l->Queue[n]), 38098));
-}
-
-void tst_fmjoblist::saveEmptyDeletesFile()
-{
-    const QString p = path(QStringLiteral("empty.db"));
-    QVERIFY(jlfix::writeFile(p, frameOf(*makeRecord(1))));
-    auto l = newList();
-    QVERIFY(l->SaveFileJobs(false, p, false, QString()));
-    QVERIFY(!QFile::exists(p));
-    // A list that works on a local copy never touches the file.
-    QVERIFY(jlfix::writeFile(p, "x"));
-    l->AltLocalDBPath = Dir.path() + QStringLiteral("/");
-    QVERIFY(l->SaveFileJobs(false, p, false, QString()));
-    QVERIFY(QFile::exists(p));
-}
-
-void tst_fmjoblist::backups_data()
-{
-    QTest::addColumn<bool>("block30");
-    QTest::addColumn<bool>("block302");
-    QTest::addColumn<QString>("backup");
-    QTest::newRow("bak30") << false << false << QStringLiteral(".bak30");
-    QTest::newRow("bak302") << true << false << QStringLiteral(".bak302");
-    QTest::newRow("none") << true << true << QString();
-}
-
-void tst_fmjoblist::backups()
-{
-    QFETCH(bool, block30);
-    QFETCH(bool, block302);
-    QFETCH(QString, backup);
-    QTemporaryDir d;
-    const QString p = d.filePath(QStringLiteral("proj.db"));
-    const QByteArray old = frameOf(*makeRecord(1));
-    QVERIFY(jlfix::writeFile(p, old));
-    // A folder that is not empty can't be deleted as a file: the backup name stays taken.
-    if (block30) QVERIFY(QDir().mkpath(p + QStringLiteral(".bak30/x")));
-    if (block302) QVERIFY(QDir().mkpath(p + QStringLiteral(".bak302/x")));
-    QVERIFY(jlfix::writeFile(p + ".bak30", "old backup") || block30);
-
-    auto l = newList();
-    l->GetNewJob()->fromJobSave(makeRecord(2).get(), FM);
-    QVERIFY(l->SaveFileJobs(true, p, false, QString()));
-    if (!backup.isEmpty()) QCOMPARE(jlfix::readFile(p + backup), old);
-    if (block30 && block302) {
-        QVERIFY(!QFileInfo(p + ".bak30").isFile());
-        QVERIFY(!QFileInfo(p + ".bak302").isFile());
-    }
-    auto back = newList();
-    QVERIFY(back->LoadFileJobs(p));
-    QCOMPARE(back->JobCount, 1);
-    QCOMPARE(back->Queue[0]->JobID, makeRecord(2)->JobID);
-}
-
-void tst_fmjoblist::truncatedAtEveryByte()
-{
-    QByteArray f;
-    QList<int> ends;
-    for (int n = 0; n < 3; ++n) {
-        f += frameOf(*makeRecord(n));
-        ends.append(f.size());
-    }
-    const QString p = path(QStringLiteral("cut.db"));
-    auto l = newList();
-    for (int cut = 0; cut <= f.size(); ++cut) {
-        QVERIFY(jlfix::writeFile(p, f.left(cut)));
-        l->deleteAll();
-        const bool ok = l->LoadFileJobs(p);
-        int whole = 0;
-        while (whole < ends.size() && ends[whole] <= cut)
-            ++whole;
-        QCOMPARE(l->JobCount, whole);
-        for (int n = 0; n < whole; ++n)
-            QCOMPARE(l->Queue[n]->JobID, makeRecord(n)->JobID);
-        // A cut at a frame's end is a clean end of file; a cut inside a header is a read failure.
-        if (cut == 0 || ends.contains(cut)) QVERIFY(ok);
-        const int start = whole == 0 ? 0 : ends[whole - 1];
-        if (cut > start && cut <= start + 64) QVERIFY(!ok);
-    }
-}
-
-void tst_fmjoblist::recordReuse()
-{
-    auto l = newList();
-    QCOMPARE(l->Allocated, 25);
-    unsigned int mb = 0;
-    l->getMemoryUsage(mb);
-    QCOMPARE(mb, (25u * 38104u) >> 20);
-    QList<_jobsHistoryDB_Runtime*> jobs;
-    for (int n = 0; n < 60; ++n) {
-        _jobsHistoryDB_Runtime* j = l->GetNewJob();
-        QVERIFY(j);
-        j->JobID = 1000 + uint64_t(n);
-        jobs.append(j);
-    }
-    QCOMPARE(l->Allocated, 75);
-    // Deleting closes the gap, keeps the order and puts the record behind the jobs.
-    _jobsHistoryDB_Runtime* gone = jobs[3];
-    l->DeleteJob(gone);
-    QCOMPARE(l->JobCount, 59);
-    QCOMPARE(l->Queue[3]->JobID, 1004ULL);
-    for (int i = 0; i < l->JobCount; ++i)
-        QCOMPARE(l->Queue[i]->QueueID, i);
-    QCOMPARE(gone->QueueID, -1);
-    QVERIFY(!l->isValidJob(gone));
-    QCOMPARE(l->GetNewJob(), gone); // reused, and cleared
-    QCOMPARE(gone->JobID, 0ULL);
-    QCOMPARE(gone->QueueID, 59);
-    // Deleting a job that isn't in the list changes nothing.
-    _jobsHistoryDB_Runtime stranger;
-    l->DeleteJob(&stranger);
-    QCOMPARE(l->JobCount, 60);
-    // Spare records beyond 25 are freed five at a time.
-    while (l->JobCount > 40)
-        l->DeleteJob(l->Queue[0]);
-    QVERIFY(l->Allocated <= l->JobCount + 30);
-    QCOMPARE(l->Allocated % 5, 0);
-    for (int i = 0; i < l->JobCount; ++i)
-        QCOMPARE(l->Queue[i]->QueueID, i);
-}
-
-void tst_fmjoblist::copyRefusesChanges()
-{
-    auto l = newList();
-    for (int n = 0; n < 4; ++n)
-        l->GetNewJob()->JobID = 2000 + uint64_t(n);
+    void copyRefusesChanges()
     {
-        _JobList copy(FM, l.get());
-        QVERIFY(copy.IsCopy);
-        QCOMPARE(copy.JobCount, 4);
-        QCOMPARE(copy.Allocated, l->Allocated);
-        QCOMPARE(copy.Queue[2], l->Queue[2]);
-        QCOMPARE(copy.GetNewJob(), nullptr);
-        copy.DeleteJob(copy.Queue[0]);
-        copy.deleteAll();
-        _JobCommandSend cmd;
-        copy.addMoveJobs(cmd);
-        QCOMPARE(copy.MoveJobsCount, 0);
-        QCOMPARE(copy.JobCount, 4);
-        QCOMPARE(copy.Queue[0]->QueueID, 0);
-        QCOMPARE(copy.SortedCount, 4);
+        auto l = newList();
+        for (int n = 0; n < 4; ++n)
+            l->GetNewJob()->JobID = 2000 + uint64_t(n);
+        {
+            _JobList copy(FM, l.get());
+            QVERIFY(copy.IsCopy);
+            QCOMPARE(copy.JobCount, 4);
+            QCOMPARE(copy.Allocated, l->Allocated);
+            QCOMPARE(copy.Queue[2], l->Queue[2]);
+            QCOMPARE(copy.GetNewJob(), nullptr);
+            copy.DeleteJob(copy.Queue[0]);
+            copy.deleteAll();
+            QCOMPARE(copy.JobCount, 4);
+            QCOMPARE(copy.Queue[0]->QueueID, 0);
+            QCOMPARE(copy.SortedCount, 4);
+        }
+        // The copy freed nothing of what it shared.
+        QCOMPARE(l->JobCount, 4);
+        QCOMPARE(l->Queue[3]->JobID, 2003ULL);
     }
-    // The copy freed nothing of what it shared.
-    QCOMPARE(l->JobCount, 4);
-    QCOMPARE(l->Queue[3]->JobID, 2003ULL);
-}
 
-void tst_fmjoblist::moveJobs()
-{
-    auto l = newList();
-    for (int n = 0; n < 6; ++n)
-        l->GetNewJob()->JobID = 3000 + uint64_t(n);
-    _JobCommandSend cmd;
-    cmd.Count = 2;
-    cmd.IDs[0] = 3001; // target: where this job stands
-    cmd.IDs[1] = 3004;
-    l->addMoveJobs(cmd);
-    _JobCommandSend none;
-    none.Count = 1;
-    none.Command = 99; // unknown job: its stored place, held to the list
-    none.IDs[0] = 7;
-    l->addMoveJobs(none);
-    QCOMPARE(l->MoveJobsCount, 2);
-    l->applyMoveJobs();
-    QCOMPARE(l->MoveJobsCount, 0);
-    QCOMPARE(idsOf(*l), (QList<unsigned long long>{3000, 3004, 3001, 3002, 3003, 3005}));
-    for (int i = 0; i < l->JobCount; ++i)
-        QCOMPARE(l->Queue[i]->QueueID, i);
-    for (int n = 0; n < 25; ++n)
-        l->addMoveJobs(cmd);
-    QCOMPARE(l->MoveJobsCount, 20);
-}
+    void initTestCase() { QVERIFY(Dir.isValid()); }
+};
 
 QTEST_GUILESS_MAIN(tst_fmjoblist)
 #include "tst_fmjoblist.moc"

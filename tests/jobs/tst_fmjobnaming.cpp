@@ -1,5 +1,5 @@
-// Names derived from a job's paths: scene display names, folder picks, output splitting,
-// custom scene/shot/version names, colours and preview file names.
+// Names derived from a job's paths: scene display names, path mapping, job-file folders and
+// preview frame numbers.
 #include "app/fm.h"
 #include "farm/fmgconfig.h"
 #include "jobs/fmjob.h"
@@ -8,6 +8,8 @@
 
 #include <QTest>
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 using namespace fmJ;
 
@@ -28,14 +30,10 @@ private slots:
     {
         QTest::addColumn<QString>("scene");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("scenes folder") << "/proj/Scenes/shot.ma"
-                                       << "/    proj/    shot";
-        QTest::newRow("drive") << "D:/job/RENDER_PICTURES/x.c4d"
-                               << ".../    job/    x";
-        QTest::newRow("short dot") << "ab.c"
-                                   << "ab.c";
-        QTest::newRow("empty") << ""
-                               << "";
+        QTest::newRow("scenes folder") << u"/proj/Scenes/shot.ma"_s << u"/    proj/    shot"_s;
+        QTest::newRow("drive") << u"D:/job/RENDER_PICTURES/x.c4d"_s << u".../    job/    x"_s;
+        QTest::newRow("short dot") << u"ab.c"_s << u"ab.c"_s;
+        QTest::newRow("empty") << u""_s << u""_s;
     }
     void sceneDisplayName()
     {
@@ -49,100 +47,7 @@ private slots:
         QCOMPARE(hist->GetSceneDisplayName(), shown);
     }
 
-    // Catches off-by-one folder counts and lost drive or server prefixes.
-    void directoryNo_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QString>("no");
-        QTest::addColumn<QString>("until");
-        QTest::newRow("first") << "/mnt/proj/shots/a.ma" << 1 << 1 << "mnt"
-                               << "/mnt";
-        QTest::newRow("second two") << "/mnt/proj/shots/a.ma" << 2 << 2 << "proj_shots"
-                                    << "/mnt/proj/shots";
-        QTest::newRow("server") << "//srv/share/x/y" << 2 << 1 << "share"
-                                << "//srv/share";
-        QTest::newRow("short") << "/ab" << 3 << 1 << "/ab"
-                               << "/ab";
-    }
-    void directoryNo()
-    {
-        QFETCH(QString, path);
-        QFETCH(int, first);
-        QFETCH(int, count);
-        QFETCH(QString, no);
-        QFETCH(QString, until);
-        QCOMPARE(GetDirectoryNo(path, first, count), no);
-        QCOMPARE(GetDirectoryUntilNo(path, first, count), until);
-    }
-
-    // Catches wrong splits of the three frame-number styles and movie extensions.
-    void splitOutput_data()
-    {
-        QTest::addColumn<QString>("dir");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("outDir");
-        QTest::addColumn<QString>("outName");
-        QTest::addColumn<QString>("ext");
-        QTest::addColumn<int>("padding");
-        QTest::addColumn<bool>("single");
-        QTest::newRow("printf") << "/out/"
-                                << "frame%04d.exr"
-                                << "/out/"
-                                << "frame"
-                                << ".exr" << 4 << false;
-        QTest::newRow("hash") << "/out/"
-                              << "beauty.####.tif"
-                              << "/out/"
-                              << "beauty."
-                              << ".tif" << 4 << false;
-        QTest::newRow("bracket hash") << "/out/"
-                                      << "b[##].tif"
-                                      << "/out/"
-                                      << "b"
-                                      << ".tif" << 2 << false;
-        QTest::newRow("dotted") << ""
-                                << "/r/img0001.jpg"
-                                << "/r/"
-                                << "img"
-                                << ".jpg" << 4 << false;
-        QTest::newRow("movie") << "/m/"
-                               << "clip.mov"
-                               << "/m/"
-                               << "clip"
-                               << ".mov" << 4 << true;
-        QTest::newRow("drive fix") << "C:out/x"
-                                   << "a.0001.png"
-                                   << "C:/out/x"
-                                   << "a."
-                                   << ".png" << 4 << false;
-    }
-    void splitOutput()
-    {
-        QFETCH(QString, dir);
-        QFETCH(QString, name);
-        QFETCH(QString, outDir);
-        QFETCH(QString, outName);
-        QFETCH(QString, ext);
-        QFETCH(int, padding);
-        QFETCH(bool, single);
-        auto job = newJob();
-        job->ImageDir = dir;
-        job->ImageFileName = name;
-        job->ImageChannels[2].FileName = "alpha";
-        job->Check_SplitImageFileInto_DirFileExt(false);
-        QCOMPARE(job->ImageDir.toQString(), outDir);
-        QCOMPARE(job->ImageFileName.toQString(), outName);
-        QCOMPARE(job->ImageExtension.toQString(), ext);
-        QCOMPARE(int(job->ImageFramePadding), padding);
-        QCOMPARE(job->ImageSingleOutputFile != 0, single);
-        QCOMPARE(job->ImageChannels[2].Extension.toQString(), ext);
-        QVERIFY(job->ImageChannels[3].Extension.isEmpty());
-    }
-
-    // Catches paths not mapped through the path table, custom values left out, and a wrong
-    // guess of the system a job's output paths were written on.
+    // Catches paths not mapped through the path table, and custom values left out.
     void pathConversion()
     {
         _fmgOSConversion& row = FM.cfg->OSConversion[0];
@@ -154,27 +59,14 @@ private slots:
         job->SceneName = "x:/proj/a.ma"; // the prefix test ignores case
         job->ImageDir = "X:/proj/out/";
         job->ImageChannels[1].FileName = "X:/proj/aov/specular";
-        job->customSet_Str(QStringLiteral("cache"), QStringLiteral("X:/proj/cache"));
+        job->customSet_Str(u"cache"_s, u"X:/proj/cache"_s);
         job->ConvertPathsToOS(FM, _fmOS_Linux, false);
         QCOMPARE(int(job->PathOS), int(_fmOS_Linux));
-        QCOMPARE(job->SceneName.toQString(), QStringLiteral("/mnt/x/proj/a.ma"));
-        QCOMPARE(job->ImageDir.toQString(), QStringLiteral("/mnt/x/proj/out/"));
-        QCOMPARE(job->ImageChannels[1].FileName.toQString(), QStringLiteral("/mnt/x/proj/aov/specular"));
-        QCOMPARE(job->custom_Str(QStringLiteral("cache")), QStringLiteral("/mnt/x/proj/cache"));
+        QCOMPARE(job->SceneName.toQString(), u"/mnt/x/proj/a.ma"_s);
+        QCOMPARE(job->ImageDir.toQString(), u"/mnt/x/proj/out/"_s);
+        QCOMPARE(job->ImageChannels[1].FileName.toQString(), u"/mnt/x/proj/aov/specular"_s);
+        QCOMPARE(job->custom_Str(u"cache"_s), u"/mnt/x/proj/cache"_s);
 
-        auto win = newJob();
-        win->ImageDir = "X:\\proj\\out\\";
-        win->analyseNsetSceneOS(FM);
-        QCOMPARE(int(win->SceneOS), int(_fmOS_Windows));
-        QCOMPARE(int(win->PathOS), int(_fmOS_Windows));
-        auto unc = newJob();
-        unc->ImageDir = "/Volumes/x/out/";
-        unc->analyseNsetSceneOS(FM);
-        QCOMPARE(int(unc->SceneOS), int(_fmOS_Mac));
-        auto unknown = newJob();
-        unknown->ImageDir = "Q:/elsewhere/";
-        unknown->analyseNsetSceneOS(FM);
-        QCOMPARE(int(unknown->SceneOS), int(_fmOS_Windows));
         row = _fmgOSConversion();
     }
 
@@ -184,11 +76,11 @@ private slots:
         FM.RootPath = "/farm/";
         auto job = newJob();
         job->JobFilesFolder = "abc";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("/farm/jobfiles/abc/"));
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"/farm/jobfiles/abc/"_s);
         job->JobFilesFolder = "/abs/files";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("/abs/files/"));
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"/abs/files/"_s);
         job->JobFilesFolder = "X:\\files\\";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), QStringLiteral("X:\\files\\/"));
+        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"X:\\files\\/"_s);
 
         job->JobFilesFolder = "/jf/";
         job->SeqStart = 1;
@@ -201,9 +93,6 @@ private slots:
         QCOMPARE(job->previewID2FrameNr(0), 0);
         QCOMPARE(job->previewID2FrameNr(4), 99);
         QCOMPARE(job->previewID2FrameNr(2), 30);
-        QCOMPARE(job->previewFilenameRGB(FM, 2), QStringLiteral("/jf/p00031.jpg"));
-        QCOMPARE(job->previewFilenameThumbnail(FM, 0), QStringLiteral("/jf/p00001_t.jpg"));
-        QCOMPARE(job->previewFilenameA(FM, 99), QStringLiteral("/jf/p00100_a.jpg"));
     }
 };
 

@@ -4,6 +4,8 @@
 #include <QTest>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using namespace jobtest;
 
@@ -27,179 +29,158 @@ class tst_jobcustom : public QObject
 {
     Q_OBJECT
 private slots:
-    void byteFormat();
-    void readBack_data();
-    void readBack();
-    void byID();
-    void limit_data();
-    void limit();
-    void hostileBlock_data();
-    void hostileBlock();
-};
-
-// The bytes of the block: index entries with big-endian position and length, then values.
-void tst_jobcustom::byteFormat()
-{
-    auto job = std::make_unique<_JobBasics>();
-    job->customSet_All({QStringLiteral("ab"), QStringLiteral("W")},
-                       {QStringLiteral("xyz"), QString(QChar(0x263A))});
-    Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
-    QCOMPARE(r.count(), 2);
-    // "c" 0x00 0x0F 0x00 0x03 "ab" NUL | "u" 0x00 0x12 0x00 0x01 "W" NUL | "xyz" | 0x26 0x3A
-    const uint8_t want[] = {'c', 0, 15,  0, 3,   'a', 'b', 0,    'u',  0, 18,
-                            0,   1, 'W', 0, 'x', 'y', 'z', 0x26, 0x3A, 0};
-    QCOMPARE(r.indexEnd(), 15);
-    QCOMPARE(r.valueEnd(), 20);
-    QCOMPARE(std::memcmp(r.data(), want, sizeof(want)), 0);
-}
-
-// Modes and case-insensitive names; a wide value comes back cut to its low bytes.
-void tst_jobcustom::readBack_data()
-{
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("lookup");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("latin1") << QStringLiteral("h\u00E9llo") << QStringLiteral("userinfo")
-                            << QStringLiteral("h\u00E9llo");
-    QTest::newRow("upper case name") << QStringLiteral("v") << QStringLiteral("USERINFO")
-                                     << QStringLiteral("v");
-    QTest::newRow("wide") << QStringLiteral("a\u263Ab") << QStringLiteral("UserInfo")
-                          << QStringLiteral("a:b");
-    QTest::newRow("empty value") << QString() << QStringLiteral("UserInfo") << QString();
-}
-
-void tst_jobcustom::readBack()
-{
-    QFETCH(QString, value);
-    QFETCH(QString, lookup);
-    QFETCH(QString, expected);
-    auto job = std::make_unique<_JobBasics>();
-    job->customSet_UserInfo(value);
-    const QString got = job->custom_Str(lookup);
-    QCOMPARE(got, expected);
-    QCOMPARE(got.isNull(), value.isEmpty());
-}
-
-// Access by position, and out-of-range ids that must change nothing.
-void tst_jobcustom::byID()
-{
-    auto job = std::make_unique<_JobBasics>();
-    job->customSet_All({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")},
-                       {QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")});
-    QCOMPARE(job->custom_StrByID(2), QStringLiteral("3"));
-    QCOMPARE(job->custom_NameByID(0), QStringLiteral("a"));
-    QVERIFY(job->custom_StrByID(3).isNull());
-    QVERIFY(job->custom_StrByID(-1).isNull());
-    std::vector<uint8_t> before(JobCustomData_Size);
-    std::memcpy(before.data(), job->CustomData, before.size());
-    job->customSet_StrByID(3, QStringLiteral("x"));
-    job->customSet_StrByID(-1, QStringLiteral("x"));
-    QCOMPARE(std::memcmp(before.data(), job->CustomData, before.size()), 0);
-    job->customSet_StrByID(1, QStringLiteral("two"));
-    QCOMPARE(job->custom_StrByID(1), QStringLiteral("two"));
-    job->customSet_StrByID(0, QString());
-    QCOMPARE(job->custom_maxIDs(), 2);
-    QCOMPARE(job->custom_NameByID(0), QStringLiteral("b"));
-}
-
-// The 5000-byte limit: the entry that passes it and all later ones are dropped, nothing is
-// written past the block (wide values count once in the rule but take two bytes).
-void tst_jobcustom::limit_data()
-{
-    QTest::addColumn<int>("firstLength");
-    QTest::addColumn<bool>("wide");
-    QTest::addColumn<int>("kept");
-    // Sizes: name 1 + value + 5 each; stop when running size (before the 5) + 15 reaches 5001.
-    QTest::newRow("all fit") << 4000 << false << 3;
-    QTest::newRow("second passes") << 4960 << false << 1;
-    QTest::newRow("first passes") << 4990 << false << 0;
-    QTest::newRow("wide takes twice the bytes") << 2600 << true << 0;
-    QTest::newRow("wide fits") << 2400 << true << 3;
-}
-
-void tst_jobcustom::limit()
-{
-    QFETCH(int, firstLength);
-    QFETCH(bool, wide);
-    QFETCH(int, kept);
-    auto job = std::make_unique<_JobBasics>();
-    const QString big(firstLength, wide ? QChar(0x0101) : QLatin1Char('x'));
-    job->customSet_All({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")},
-                       {big, QString(20, QLatin1Char('y')), QStringLiteral("z")});
-    QCOMPARE(job->custom_maxIDs(), kept);
-    Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
-    QVERIFY(r.valueEnd() <= JobCustomData_Size);
-    if (kept > 0) QCOMPARE(job->custom_Str(QStringLiteral("a")).size(), firstLength);
-    if (kept == 3) QCOMPARE(job->custom_Str(QStringLiteral("c")), QStringLiteral("z"));
-}
-
-// A block from a damaged or hostile file: reads stay inside the 5000 bytes and the bytes are kept.
-void tst_jobcustom::hostileBlock_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("indexEnd");
-    QTest::addColumn<int>("position");
-    QTest::addColumn<int>("length");
-    QTest::addColumn<char>("mode");
-    QTest::addColumn<int>("valueLength");
-    QTest::newRow("length past the end") << 1 << 12 << 4990 << 65535 << 'c' << 10;
-    QTest::newRow("wide past the end") << 1 << 12 << 4999 << 65535 << 'u' << 0;
-    QTest::newRow("position outside") << 1 << 12 << 65535 << 10 << 'c' << 0;
-    QTest::newRow("huge counts") << 2000000000 << 2000000000 << 0 << 3 << 'c' << 3;
-    QTest::newRow("negative counts") << -5 << -5 << 0 << 3 << 'c' << -1;
-    QTest::newRow("bad mode") << 1 << 12 << 0 << 3 << 'x' << -1;
-}
-
-void tst_jobcustom::hostileBlock()
-{
-    QFETCH(int, count);
-    QFETCH(int, indexEnd);
-    QFETCH(int, position);
-    QFETCH(int, length);
-    QFETCH(char, mode);
-    QFETCH(int, valueLength);
-    auto job = std::make_unique<_JobBasics>();
-    uint8_t* rec = reinterpret_cast<uint8_t*>(job.get());
-    fillPattern(rec + kBasicsBlock + 12, JobCustomData_Size, 9);
-    writeAt<int32_t>(rec, kBasicsBlock, count);
-    writeAt<int32_t>(rec, kBasicsBlock + 4, 123456);
-    writeAt<int32_t>(rec, kBasicsBlock + 8, indexEnd);
-    uint8_t* d = rec + kBasicsBlock + 12;
-    const uint8_t entry[] = {uint8_t(mode),
-                             uint8_t(position >> 8),
-                             uint8_t(position),
-                             uint8_t(length >> 8),
-                             uint8_t(length),
-                             'k',
-                             'e',
-                             'y',
-                             0};
-    std::memcpy(d, entry, sizeof(entry));
-    if (QByteArray(QTest::currentDataTag()) == "huge counts")
-        d[9] = 'c'; // the walk goes on into the pattern, which must end it without an overread
-    std::vector<uint8_t> before(sizeof(_JobBasics));
-    std::memcpy(before.data(), rec, before.size());
-
-    const QString v = job->custom_Str(QStringLiteral("KEY"));
-    QCOMPARE(int(v.isNull() ? -1 : v.size()), valueLength);
-    QStringList names, values;
-    job->custom_All(names, values);
-    job->custom_AllAsString();
-    QVERIFY(job->custom_maxIDs() >= 0 && job->custom_maxIDs() <= JobCustomData_Size);
-    for (int id = -1; id < 5; ++id) {
-        job->custom_StrByID(id);
-        job->custom_NameByID(id);
+    // The bytes of the block: index entries with big-endian position and length, then values.
+    void byteFormat()
+    {
+        auto job = std::make_unique<_JobBasics>();
+        job->customSet_All({u"ab"_s, u"W"_s}, {u"xyz"_s, QString(QChar(0x263A))});
+        Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
+        QCOMPARE(r.count(), 2);
+        // "c" 0x00 0x0F 0x00 0x03 "ab" NUL | "u" 0x00 0x12 0x00 0x01 "W" NUL | "xyz" | 0x26 0x3A
+        const uint8_t want[] = {'c', 0, 15,  0, 3,   'a', 'b', 0,    'u',  0, 18,
+                                0,   1, 'W', 0, 'x', 'y', 'z', 0x26, 0x3A, 0};
+        QCOMPARE(r.indexEnd(), 15);
+        QCOMPARE(r.valueEnd(), 20);
+        QCOMPARE(std::memcmp(r.data(), want, sizeof(want)), 0);
     }
-    QCOMPARE(job->custom_sub(4999, 1000, CUSTOMData_Unicode), QString());
-    QCOMPARE(job->custom_sub(4998, 1000, CUSTOMData_Char).size(), 2);
-    QCOMPARE(job->custom_sub(-7, 10, CUSTOMData_Char), QString());
-    QCOMPARE(std::memcmp(before.data(), rec, before.size()), 0); // reading repairs nothing
 
-    // Writing rebuilds the block from what could be read, within its bounds.
-    job->customSet_Str(QStringLiteral("UserInfo"), QStringLiteral("ok"));
-    QCOMPARE(job->custom_UserInfo(), QStringLiteral("ok"));
-    QVERIFY(readAt<int32_t>(rec, kBasicsBlock + 4) <= JobCustomData_Size);
-}
+    // Modes and case-insensitive names; a wide value comes back cut to its low bytes.
+    void readBack_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("lookup");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("latin1") << u"h\u00E9llo"_s << u"userinfo"_s << u"h\u00E9llo"_s;
+        QTest::newRow("upper case name") << u"v"_s << u"USERINFO"_s << u"v"_s;
+        QTest::newRow("wide") << u"a\u263Ab"_s << u"UserInfo"_s << u"a:b"_s;
+        QTest::newRow("empty value") << QString() << u"UserInfo"_s << QString();
+    }
+    void readBack()
+    {
+        QFETCH(QString, value);
+        QFETCH(QString, lookup);
+        QFETCH(QString, expected);
+        auto job = std::make_unique<_JobBasics>();
+        job->customSet_Str(u"UserInfo"_s, value);
+        const QString got = job->custom_Str(lookup);
+        QCOMPARE(got, expected);
+        QCOMPARE(got.isNull(), value.isEmpty());
+    }
+
+    // Access by position, and out-of-range ids that must change nothing.
+    void byID()
+    {
+        auto job = std::make_unique<_JobBasics>();
+        job->customSet_All({u"a"_s, u"b"_s, u"c"_s}, {u"1"_s, u"2"_s, u"3"_s});
+        QCOMPARE(job->custom_StrByID(2), u"3"_s);
+        QCOMPARE(job->custom_NameByID(0), u"a"_s);
+        QVERIFY(job->custom_StrByID(3).isNull());
+        QVERIFY(job->custom_StrByID(-1).isNull());
+        std::vector<uint8_t> before(JobCustomData_Size);
+        std::memcpy(before.data(), job->CustomData, before.size());
+        job->customSet_StrByID(3, u"x"_s);
+        job->customSet_StrByID(-1, u"x"_s);
+        QCOMPARE(std::memcmp(before.data(), job->CustomData, before.size()), 0);
+        job->customSet_StrByID(1, u"two"_s);
+        QCOMPARE(job->custom_StrByID(1), u"two"_s);
+        job->customSet_StrByID(0, QString());
+        QCOMPARE(job->custom_maxIDs(), 2);
+        QCOMPARE(job->custom_NameByID(0), u"b"_s);
+    }
+
+    // The 5000-byte limit: the entry that passes it and all later ones are dropped, nothing is
+    // written past the block (wide values count once in the rule but take two bytes).
+    void limit_data()
+    {
+        QTest::addColumn<int>("firstLength");
+        QTest::addColumn<bool>("wide");
+        QTest::addColumn<int>("kept");
+        // Sizes: name 1 + value + 5 each; stop when running size (before the 5) + 15 reaches 5001.
+        QTest::newRow("all fit") << 4000 << false << 3;
+        QTest::newRow("second passes") << 4960 << false << 1;
+        QTest::newRow("first passes") << 4990 << false << 0;
+        QTest::newRow("wide takes twice the bytes") << 2600 << true << 0;
+        QTest::newRow("wide fits") << 2400 << true << 3;
+    }
+    void limit()
+    {
+        QFETCH(int, firstLength);
+        QFETCH(bool, wide);
+        QFETCH(int, kept);
+        auto job = std::make_unique<_JobBasics>();
+        const QString big(firstLength, wide ? QChar(0x0101) : QLatin1Char('x'));
+        job->customSet_All({u"a"_s, u"b"_s, u"c"_s}, {big, QString(20, QLatin1Char('y')), u"z"_s});
+        QCOMPARE(job->custom_maxIDs(), kept);
+        Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
+        QVERIFY(r.valueEnd() <= JobCustomData_Size);
+        if (kept > 0) QCOMPARE(job->custom_Str(u"a"_s).size(), firstLength);
+        if (kept == 3) QCOMPARE(job->custom_Str(u"c"_s), u"z"_s);
+    }
+
+    // A block from a damaged or hostile file: reads stay inside the 5000 bytes and the bytes are kept.
+    void hostileBlock_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("indexEnd");
+        QTest::addColumn<int>("position");
+        QTest::addColumn<int>("length");
+        QTest::addColumn<char>("mode");
+        QTest::addColumn<int>("valueLength");
+        QTest::newRow("length past the end") << 1 << 12 << 4990 << 65535 << 'c' << 10;
+        QTest::newRow("wide past the end") << 1 << 12 << 4999 << 65535 << 'u' << 0;
+        QTest::newRow("position outside") << 1 << 12 << 65535 << 10 << 'c' << 0;
+        QTest::newRow("huge counts") << 2000000000 << 2000000000 << 0 << 3 << 'c' << 3;
+        QTest::newRow("negative counts") << -5 << -5 << 0 << 3 << 'c' << -1;
+        QTest::newRow("bad mode") << 1 << 12 << 0 << 3 << 'x' << -1;
+    }
+    void hostileBlock()
+    {
+        QFETCH(int, count);
+        QFETCH(int, indexEnd);
+        QFETCH(int, position);
+        QFETCH(int, length);
+        QFETCH(char, mode);
+        QFETCH(int, valueLength);
+        auto job = std::make_unique<_JobBasics>();
+        uint8_t* rec = reinterpret_cast<uint8_t*>(job.get());
+        fillPattern(rec + kBasicsBlock + 12, JobCustomData_Size, 9);
+        writeAt<int32_t>(rec, kBasicsBlock, count);
+        writeAt<int32_t>(rec, kBasicsBlock + 4, 123456);
+        writeAt<int32_t>(rec, kBasicsBlock + 8, indexEnd);
+        uint8_t* d = rec + kBasicsBlock + 12;
+        const uint8_t entry[] = {uint8_t(mode),
+                                 uint8_t(position >> 8),
+                                 uint8_t(position),
+                                 uint8_t(length >> 8),
+                                 uint8_t(length),
+                                 'k',
+                                 'e',
+                                 'y',
+                                 0};
+        std::memcpy(d, entry, sizeof(entry));
+        if (QByteArray(QTest::currentDataTag()) == "huge counts")
+            d[9] = 'c'; // the walk goes on into the pattern, which must end it without an overread
+        std::vector<uint8_t> before(sizeof(_JobBasics));
+        std::memcpy(before.data(), rec, before.size());
+
+        const QString v = job->custom_Str(u"KEY"_s);
+        QCOMPARE(int(v.isNull() ? -1 : v.size()), valueLength);
+        QVERIFY(job->custom_maxIDs() >= 0 && job->custom_maxIDs() <= JobCustomData_Size);
+        for (int id = -1; id < 5; ++id) {
+            job->custom_StrByID(id);
+            job->custom_NameByID(id);
+        }
+        QCOMPARE(job->custom_sub(4999, 1000, CUSTOMData_Unicode), QString());
+        QCOMPARE(job->custom_sub(4998, 1000, CUSTOMData_Char).size(), 2);
+        QCOMPARE(job->custom_sub(-7, 10, CUSTOMData_Char), QString());
+        QCOMPARE(std::memcmp(before.data(), rec, before.size()), 0); // reading repairs nothing
+
+        // Writing rebuilds the block from what could be read, within its bounds.
+        job->customSet_Str(u"UserInfo"_s, u"ok"_s);
+        QCOMPARE(job->custom_Str(u"userinfo"_s), u"ok"_s);
+        QVERIFY(readAt<int32_t>(rec, kBasicsBlock + 4) <= JobCustomData_Size);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_jobcustom)
 #include "tst_jobcustom.moc"

@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using namespace fmJ;
 using namespace jobtest;
 
@@ -210,372 +212,354 @@ class tst_jobhistory : public QObject
 {
     Q_OBJECT
 private slots:
-    void fromJobSave();
-    void fromJobSaveLog_data();
-    void fromJobSaveLog();
-    void fromJobSaveErrors_data();
-    void fromJobSaveErrors();
-    void upgrade_data();
-    void upgrade();
-    void entryForms();
-    void hostileRecordRoundTrips();
-    void runtimeKeys();
-    void ghzHours_data();
-    void ghzHours();
-    void ghzHoursFromClientTable();
-};
+    // Every field of a finished job must land at its place in the history record, nothing else.
+    void fromJobSave()
+    {
+        auto job = std::make_unique<_JobSave>();
+        fillPattern(job.get(), sizeof(_JobSave), 7);
+        job->SeqStart = 1.0;
+        job->SeqEnd = 10.0;
+        job->SeqStep = 1.0;
+        job->ImageChannelCount = 3;
+        job->ErrorCount = 4;
+        job->LogCount = 3;
+        writeAt<uint16_t>(job.get(), 18896 + 102, 80); // BasicsText100 Length
+        auto h = std::make_unique<_jobsHistoryDB>();
+        fillPattern(h.get(), sizeof(_jobsHistoryDB), 99); // the copy must not keep anything old
+        *h = *job;
 
-// Every field of a finished job must land at its place in the history record, nothing else.
-void tst_jobhistory::fromJobSave()
-{
-    auto job = std::make_unique<_JobSave>();
-    fillPattern(job.get(), sizeof(_JobSave), 7);
-    job->SeqStart = 1.0;
-    job->SeqEnd = 10.0;
-    job->SeqStep = 1.0;
-    job->ImageChannelCount = 3;
-    job->ErrorCount = 4;
-    job->LogCount = 3;
-    writeAt<uint16_t>(job.get(), 18896 + 102, 80); // BasicsText100 Length
-    auto h = std::make_unique<_jobsHistoryDB>();
-    fillPattern(h.get(), sizeof(_jobsHistoryDB), 99); // the copy must not keep anything old
-    *h = *job;
-
-    Coverage cov;
-    for (const JobField& f : kJobFields) {
-        QVERIFY2(sameBytes(h.get(), f.to, job.get(), f.from, f.size), f.name);
-        cov.mark(f.to, f.size);
+        Coverage cov;
+        for (const JobField& f : kJobFields) {
+            QVERIFY2(sameBytes(h.get(), f.to, job.get(), f.from, f.size), f.name);
+            cov.mark(f.to, f.size);
+        }
+        QCOMPARE(readAt<uint16_t>(h.get(), 0), readAt<uint16_t>(job.get(), 0));
+        QCOMPARE(readAt<uint16_t>(h.get(), 2), readAt<uint16_t>(job.get(), 2));
+        QCOMPARE(readAt<uint16_t>(h.get(), 4), readAt<uint16_t>(job.get(), 4));
+        QCOMPARE(readAt<uint16_t>(h.get(), 6), uint16_t(0)); // only the first three words are taken
+        QCOMPARE(readAt<uint16_t>(h.get(), 16), uint16_t(0x0A04));
+        QCOMPARE(readAt<uint16_t>(h.get(), 18), uint16_t(3));
+        cov.mark(0, 6);
+        cov.mark(16, 4);
+        QVERIFY(sameBytes(h.get(), 3674, job.get(), 4178, 20 * 562));
+        cov.mark(3674, 20 * 562);
+        QVERIFY(sameBytes(h.get(), 14978, job.get(), 18292, 20 * 26));
+        cov.mark(14978, 20 * 26);
+        for (int k = 0; k < 750; ++k) {
+            QVERIFY(sameBytes(h.get(), 16048 + 8 * k, job.get(), 25032 + 24 * k, 4));
+            QVERIFY(sameBytes(h.get(), 16048 + 8 * k + 4, job.get(), 25032 + 24 * k + 20, 4));
+        }
+        cov.mark(16048, 6000);
+        QCOMPARE(readAt<int8_t>(h.get(), 22050), int8_t(4));
+        QVERIFY(sameBytes(h.get(), 22052, job.get(), 48128, 4 * 12));
+        cov.mark(22050, 1);
+        cov.mark(22052, 4 * 12);
+        QCOMPARE(readAt<int16_t>(h.get(), 22652), int16_t(3));
+        cov.mark(22652, 2);
+        cov.mark(22656, 3 * 16);
+        QCOMPARE(readAt<int32_t>(h.get(), 37916), 30);
+        cov.mark(37916, 4);
+        QCOMPARE(h->BasicsText100.toQString(), job->BasicsText100.toQString().left(50));
+        QCOMPARE(int(h->BasicsText100.Length), 50);
+        cov.mark(15532, 50 * 2 + 2); // the text and its terminator
+        cov.mark(15532 + 102, 2);
+        QCOMPARE(cov.firstStray(h.get()), -1);
     }
-    QCOMPARE(readAt<uint16_t>(h.get(), 0), readAt<uint16_t>(job.get(), 0));
-    QCOMPARE(readAt<uint16_t>(h.get(), 2), readAt<uint16_t>(job.get(), 2));
-    QCOMPARE(readAt<uint16_t>(h.get(), 4), readAt<uint16_t>(job.get(), 4));
-    QCOMPARE(readAt<uint16_t>(h.get(), 6), uint16_t(0)); // only the first three words are taken
-    QCOMPARE(readAt<uint16_t>(h.get(), 16), uint16_t(0x0A04));
-    QCOMPARE(readAt<uint16_t>(h.get(), 18), uint16_t(3));
-    cov.mark(0, 6);
-    cov.mark(16, 4);
-    QVERIFY(sameBytes(h.get(), 3674, job.get(), 4178, 20 * 562));
-    cov.mark(3674, 20 * 562);
-    QVERIFY(sameBytes(h.get(), 14978, job.get(), 18292, 20 * 26));
-    cov.mark(14978, 20 * 26);
-    for (int k = 0; k < 750; ++k) {
-        QVERIFY(sameBytes(h.get(), 16048 + 8 * k, job.get(), 25032 + 24 * k, 4));
-        QVERIFY(sameBytes(h.get(), 16048 + 8 * k + 4, job.get(), 25032 + 24 * k + 20, 4));
+
+    // The newest entries of the log are kept, in the history order; damaged counts are bounded.
+    void fromJobSaveLog_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("kept");
+        QTest::addColumn<int>("first");
+        QTest::newRow("empty") << 0 << 0 << 0;
+        QTest::newRow("five") << 5 << 5 << 0;
+        QTest::newRow("749") << 749 << 749 << 0;
+        QTest::newRow("full log loses its oldest") << 750 << 749 << 1;
+        QTest::newRow("damaged 30000") << 30000 << 749 << 1;
+        QTest::newRow("negative") << -3 << 0 << 0;
     }
-    cov.mark(16048, 6000);
-    QCOMPARE(readAt<int8_t>(h.get(), 22050), int8_t(4));
-    QVERIFY(sameBytes(h.get(), 22052, job.get(), 48128, 4 * 12));
-    cov.mark(22050, 1);
-    cov.mark(22052, 4 * 12);
-    QCOMPARE(readAt<int16_t>(h.get(), 22652), int16_t(3));
-    cov.mark(22652, 2);
-    cov.mark(22656, 3 * 16);
-    QCOMPARE(readAt<int32_t>(h.get(), 37916), 30);
-    cov.mark(37916, 4);
-    QCOMPARE(h->BasicsText100.toQString(), job->BasicsText100.toQString().left(50));
-    QCOMPARE(int(h->BasicsText100.Length), 50);
-    cov.mark(15532, 50 * 2 + 2); // the text and its terminator
-    cov.mark(15532 + 102, 2);
-    QCOMPARE(cov.firstStray(h.get()), -1);
-}
+    void fromJobSaveLog()
+    {
+        QFETCH(int, count);
+        QFETCH(int, kept);
+        QFETCH(int, first);
+        auto job = std::make_unique<_JobSave>();
+        fillPattern(job.get(), sizeof(_JobSave), 3);
+        job->LogCount = int16_t(count);
+        auto h = std::make_unique<_jobsHistoryDB>();
+        *h = *job;
+        QCOMPARE(int(h->LogCount), kept);
+        QCOMPARE(h->logCountClamped(), kept);
+        const uint8_t* jb = reinterpret_cast<const uint8_t*>(job.get());
+        for (int k = 0; k < kept; ++k) {
+            uint8_t want[16];
+            expectedHistoryLog(jb + 48732 + 16 * (first + k), want);
+            QVERIFY2(sameBytes(h.get(), 22656 + 16 * k, want, 0, 16), qPrintable(QString::number(k)));
+        }
+        QVERIFY(allZero(h.get(), 22656 + 16 * kept, 16 * (750 - kept)));
+    }
 
-// The newest entries of the log are kept, in the history order; damaged counts are bounded.
-void tst_jobhistory::fromJobSaveLog_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("kept");
-    QTest::addColumn<int>("first");
-    QTest::newRow("empty") << 0 << 0 << 0;
-    QTest::newRow("five") << 5 << 5 << 0;
-    QTest::newRow("749") << 749 << 749 << 0;
-    QTest::newRow("full log loses its oldest") << 750 << 749 << 1;
-    QTest::newRow("damaged 30000") << 30000 << 749 << 1;
-    QTest::newRow("negative") << -3 << 0 << 0;
-}
+    // At most 49 errors survive; a damaged count doesn't read past the array.
+    void fromJobSaveErrors_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("stored");
+        QTest::addColumn<int>("entries");
+        QTest::newRow("three") << 3 << 3 << 3;
+        QTest::newRow("49") << 49 << 49 << 49;
+        QTest::newRow("50") << 50 << 49 << 49;
+        QTest::newRow("60") << 60 << 49 << 49;
+        QTest::newRow("damaged 120") << 120 << 49 << 49;
+        QTest::newRow("negative") << -2 << -2 << 0;
+    }
+    void fromJobSaveErrors()
+    {
+        QFETCH(int, count);
+        QFETCH(int, stored);
+        QFETCH(int, entries);
+        auto job = std::make_unique<_JobSave>();
+        fillPattern(job.get(), sizeof(_JobSave), 5);
+        job->ErrorCount = int8_t(count);
+        auto h = std::make_unique<_jobsHistoryDB>();
+        *h = *job;
+        QCOMPARE(int(h->ErrorCount), stored);
+        QVERIFY(sameBytes(h.get(), 22052, job.get(), 48128, entries * 12));
+        QVERIFY(allZero(h.get(), 22052 + entries * 12, (50 - entries) * 12));
+        QVERIFY(h->errorCountClamped() >= 0 && h->errorCountClamped() <= 50);
+    }
 
-void tst_jobhistory::fromJobSaveLog()
-{
-    QFETCH(int, count);
-    QFETCH(int, kept);
-    QFETCH(int, first);
-    auto job = std::make_unique<_JobSave>();
-    fillPattern(job.get(), sizeof(_JobSave), 3);
-    job->LogCount = int16_t(count);
-    auto h = std::make_unique<_jobsHistoryDB>();
-    *h = *job;
-    QCOMPARE(int(h->LogCount), kept);
-    QCOMPARE(h->logCountClamped(), kept);
-    const uint8_t* jb = reinterpret_cast<const uint8_t*>(job.get());
-    for (int k = 0; k < kept; ++k) {
+    // Each old layout, filled with distinct bytes, must upgrade field by field to the current places.
+    void upgrade_data()
+    {
+        QTest::addColumn<int>("layout");
+        QTest::addColumn<int>("logCount");
+        QTest::addColumn<int>("projectLength");
+        QTest::newRow("6.1") << 61 << 12 << 20;
+        QTest::newRow("6.1 full log") << 61 << 750 << 25;
+        QTest::newRow("6.2") << 62 << 749 << 0;
+        QTest::newRow("6.2 damaged") << 62 << 30000 << 65535;
+        QTest::newRow("6.27") << 627 << 0 << 7;
+        QTest::newRow("6.27 negative count") << 627 << -1 << 25;
+    }
+    void upgrade()
+    {
+        QFETCH(int, layout);
+        QFETCH(int, logCount);
+        QFETCH(int, projectLength);
+        const int size = layout == 61 ? 30188 : (layout == 62 ? 39516 : 46908);
+        QCOMPARE(int(layout == 61
+                         ? sizeof(_OLD61__jobsHistoryDB)
+                         : (layout == 62 ? sizeof(_OLD62_jobsHistoryDB) : sizeof(_OLD627_jobsHistoryDB))),
+                 size);
+        std::vector<uint8_t> old(size_t(size) + 16);
+        uint8_t* o = old.data();
+        fillPattern(o, size_t(size), uint32_t(layout));
+        const int logAt = layout == 61 ? 14860 : (layout == 62 ? 24188 : 31580);
+        const int projectAt = layout == 61 ? 10980 : (layout == 62 ? 17508 : 24900);
+        writeAt<int16_t>(o, size_t(logAt), int16_t(logCount));
+        writeAt<uint16_t>(o, size_t(projectAt) + 52, uint16_t(projectLength));
+
+        auto h = std::make_unique<_jobsHistoryDB>();
+        fillPattern(h.get(), sizeof(_jobsHistoryDB), 1234);
+        if (layout == 61) {
+            auto rec = std::make_unique<_OLD61__jobsHistoryDB>();
+            std::memcpy(static_cast<void*>(rec.get()), o, size_t(size));
+            rec->toJobHistoryDBNew(*h);
+        } else if (layout == 62) {
+            auto rec = std::make_unique<_OLD62_jobsHistoryDB>();
+            std::memcpy(static_cast<void*>(rec.get()), o, size_t(size));
+            rec->toJobHistoryDBNew(*h);
+        } else {
+            auto rec = std::make_unique<_OLD627_jobsHistoryDB>();
+            std::memcpy(static_cast<void*>(rec.get()), o, size_t(size));
+            rec->toJobHistoryDBNew(*h);
+        }
+
+        Coverage cov;
+        const uint16_t header[10] = {0x0403, 3, 0x0506, 7, 0x0606, 6, 0, 0, 0x0A04, 3};
+        for (int i = 0; i < 10; ++i)
+            QCOMPARE(readAt<uint16_t>(h.get(), size_t(2 * i)), header[i]);
+        cov.mark(0, 20);
+        for (const UpgradeField& f : kUpgradeFields) {
+            const int from = layout == 61 ? f.old61 : (layout == 62 ? f.old62 : f.old627);
+            int n = f.size;
+            if (layout == 61 && QByteArray(f.name) == "ImageChannels") n = 9 * 562;
+            if (layout == 61 && QByteArray(f.name) == "ClientStats") n = 400 * 8;
+            QVERIFY2(sameBytes(h.get(), f.to, o, from, n), f.name);
+            QVERIFY2(allZero(h.get(), f.to + n, f.size - n), f.name);
+            cov.mark(f.to, n);
+        }
+        // The project name: text from the 25-character string, the length at most 25.
+        const int textLength = qMin(projectLength, 25);
+        QCOMPARE(int(h->CompanyProjectName.Length), textLength);
+        QVERIFY(sameBytes(h.get(), 15928, o, projectAt, textLength * 2));
+        cov.mark(15928, textLength * 2);
+        cov.mark(15928 + 102, 2);
+        // The log: from 750 on the last 749 entries, else all 750 as they stand.
+        const int16_t newCount = readAt<int16_t>(h.get(), 22652);
+        cov.mark(22652, 2);
+        if (logCount >= 750) {
+            QCOMPARE(int(newCount), 749);
+            QVERIFY(sameBytes(h.get(), 22656, o, logAt + 4 + 16, 749 * 16));
+            cov.mark(22656, 749 * 16);
+        } else {
+            QCOMPARE(int(newCount), logCount);
+            QVERIFY(sameBytes(h.get(), 22656, o, logAt + 4, 750 * 16));
+            cov.mark(22656, 750 * 16);
+        }
+        QVERIFY(h->logCountClamped() >= 0 && h->logCountClamped() <= 750);
+        // Not computed by an upgrade.
+        QCOMPARE(int(h->TotalFrames), 0);
+        QCOMPARE(int(h->BasicsText100.Length), 0);
+        QCOMPARE(cov.firstStray(h.get()), -1);
+    }
+
+    // The history forms of errors and log entries convert to the job forms and back unchanged.
+    void entryForms()
+    {
+        _History_Log hl;
+        fillPattern(&hl, sizeof(hl), 11);
+        const _Log l = hl.toNew();
+        uint8_t lb[16];
+        std::memcpy(lb, &l, 16);
         uint8_t want[16];
-        expectedHistoryLog(jb + 48732 + 16 * (first + k), want);
-        QVERIFY2(sameBytes(h.get(), 22656 + 16 * k, want, 0, 16), qPrintable(QString::number(k)));
-    }
-    QVERIFY(allZero(h.get(), 22656 + 16 * kept, 16 * (750 - kept)));
-}
+        expectedHistoryLog(lb, want);
+        QVERIFY(sameBytes(&hl, 0, want, 0, 16));
+        _History_Log back;
+        back.fromNew(l);
+        QVERIFY(sameBytes(&hl, 0, &back, 0, 16));
 
-// At most 49 errors survive; a damaged count doesn't read past the array.
-void tst_jobhistory::fromJobSaveErrors_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("stored");
-    QTest::addColumn<int>("entries");
-    QTest::newRow("three") << 3 << 3 << 3;
-    QTest::newRow("49") << 49 << 49 << 49;
-    QTest::newRow("50") << 50 << 49 << 49;
-    QTest::newRow("60") << 60 << 49 << 49;
-    QTest::newRow("damaged 120") << 120 << 49 << 49;
-    QTest::newRow("negative") << -2 << -2 << 0;
-}
-
-void tst_jobhistory::fromJobSaveErrors()
-{
-    QFETCH(int, count);
-    QFETCH(int, stored);
-    QFETCH(int, entries);
-    auto job = std::make_unique<_JobSave>();
-    fillPattern(job.get(), sizeof(_JobSave), 5);
-    job->ErrorCount = int8_t(count);
-    auto h = std::make_unique<_jobsHistoryDB>();
-    *h = *job;
-    QCOMPARE(int(h->ErrorCount), stored);
-    QVERIFY(sameBytes(h.get(), 22052, job.get(), 48128, entries * 12));
-    QVERIFY(allZero(h.get(), 22052 + entries * 12, (50 - entries) * 12));
-    QVERIFY(h->errorCountClamped() >= 0 && h->errorCountClamped() <= 50);
-}
-
-// Each old layout, filled with distinct bytes, must upgrade field by field to the current places.
-void tst_jobhistory::upgrade_data()
-{
-    QTest::addColumn<int>("layout");
-    QTest::addColumn<int>("logCount");
-    QTest::addColumn<int>("projectLength");
-    QTest::newRow("6.1") << 61 << 12 << 20;
-    QTest::newRow("6.1 full log") << 61 << 750 << 25;
-    QTest::newRow("6.2") << 62 << 749 << 0;
-    QTest::newRow("6.2 damaged") << 62 << 30000 << 65535;
-    QTest::newRow("6.27") << 627 << 0 << 7;
-    QTest::newRow("6.27 negative count") << 627 << -1 << 25;
-}
-
-void tst_jobhistory::upgrade()
-{
-    QFETCH(int, layout);
-    QFETCH(int, logCount);
-    QFETCH(int, projectLength);
-    const int size = layout == 61 ? 30188 : (layout == 62 ? 39516 : 46908);
-    QCOMPARE(int(layout == 61
-                     ? sizeof(_OLD61__jobsHistoryDB)
-                     : (layout == 62 ? sizeof(_OLD62_jobsHistoryDB) : sizeof(_OLD627_jobsHistoryDB))),
-             size);
-    std::vector<uint8_t> old(size_t(size) + 16);
-    uint8_t* o = old.data();
-    fillPattern(o, size_t(size), uint32_t(layout));
-    const int logAt = layout == 61 ? 14860 : (layout == 62 ? 24188 : 31580);
-    const int projectAt = layout == 61 ? 10980 : (layout == 62 ? 17508 : 24900);
-    writeAt<int16_t>(o, size_t(logAt), int16_t(logCount));
-    writeAt<uint16_t>(o, size_t(projectAt) + 52, uint16_t(projectLength));
-
-    auto h = std::make_unique<_jobsHistoryDB>();
-    fillPattern(h.get(), sizeof(_jobsHistoryDB), 1234);
-    if (layout == 61) {
-        auto rec = std::make_unique<_OLD61__jobsHistoryDB>();
-        std::memcpy(static_cast<void*>(rec.get()), o, size_t(size));
-        rec->toJobHistoryDBNew(*h);
-    } else if (layout == 62) {
-        auto rec = std::make_unique<_OLD62_jobsHistoryDB>();
-        std::memcpy(static_cast<void*>(rec.get()), o, size_t(size));
-        rec->toJobHistoryDBNew(*h);
-    } else {
-        auto rec = std::make_unique<_OLD627_jobsHistoryDB>();
-        std::memcpy(static_cast<void*>(rec.get()), o, size_t(size));
-        rec->toJobHistoryDBNew(*h);
+        _History_Error he;
+        fillPattern(&he, sizeof(he), 12);
+        const _Error e = he.toNew();
+        QVERIFY(sameBytes(&he, 0, &e, 0, 12));
     }
 
-    Coverage cov;
-    const uint16_t header[10] = {0x0403, 3, 0x0506, 7, 0x0606, 6, 0, 0, 0x0A04, 3};
-    for (int i = 0; i < 10; ++i)
-        QCOMPARE(readAt<uint16_t>(h.get(), size_t(2 * i)), header[i]);
-    cov.mark(0, 20);
-    for (const UpgradeField& f : kUpgradeFields) {
-        const int from = layout == 61 ? f.old61 : (layout == 62 ? f.old62 : f.old627);
-        int n = f.size;
-        if (layout == 61 && QByteArray(f.name) == "ImageChannels") n = 9 * 562;
-        if (layout == 61 && QByteArray(f.name) == "ClientStats") n = 400 * 8;
-        QVERIFY2(sameBytes(h.get(), f.to, o, from, n), f.name);
-        QVERIFY2(allZero(h.get(), f.to + n, f.size - n), f.name);
-        cov.mark(f.to, n);
+    // Bytes from a hostile file: copies keep every byte, accessors show clamped values, no overread.
+    void hostileRecordRoundTrips()
+    {
+        auto h = std::make_unique<_jobsHistoryDB>();
+        fillPattern(h.get(), sizeof(_jobsHistoryDB), 77);
+        writeAt<uint16_t>(h.get(), 22 + 502, 65535);    // SceneName Length
+        writeAt<uint16_t>(h.get(), 15648 + 52, 65535);  // UserName Length
+        writeAt<uint16_t>(h.get(), 15928 + 102, 65535); // CompanyProjectName Length
+        writeAt<int16_t>(h.get(), 22652, 30000);
+        writeAt<int8_t>(h.get(), 22050, 120);
+        writeAt<float>(h.get(), 34672, 1.5f); // TotalGhzHours present: the record isn't changed
+        std::vector<uint8_t> before(sizeof(_jobsHistoryDB));
+        std::memcpy(before.data(), h.get(), before.size());
+
+        auto copy = std::make_unique<_jobsHistoryDB>();
+        *copy = *h;
+        QCOMPARE(std::memcmp(copy.get(), before.data(), before.size()), 0);
+
+        auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
+        rt->fromJobSave(h.get(), nullptr, 0);
+        QCOMPARE(std::memcmp(static_cast<const void*>(rt.get()), before.data(), before.size()), 0);
+        QCOMPARE(rt->SceneName.toQString().size(), 250);
+        QCOMPARE(rt->logCountClamped(), 750);
+        QCOMPARE(rt->errorCountClamped(), 50);
+        QCOMPARE(rt->UserNameLower.len(), 25);
+        QCOMPARE(int(rt->UserNameLower.Length), 65535); // copied whole
+        QCOMPARE(int(rt->CompanyProjectLower.Length), 25);
+        QCOMPARE(int(rt->QueueID), -1);
+        QVERIFY(!rt->IDstr().isEmpty());
+        rt->fromJobSave(nullptr, nullptr, 0); // no crash, nothing changes
+        QCOMPARE(std::memcmp(static_cast<const void*>(rt.get()), before.data(), before.size()), 0);
+
+        // The same from a damaged finished job into a history record.
+        auto job = std::make_unique<_JobSave>();
+        fillPattern(job.get(), sizeof(_JobSave), 78);
+        writeAt<uint16_t>(job.get(), 260 + 502, 65535);
+        writeAt<uint16_t>(job.get(), 18896 + 102, 65535); // BasicsText100 Length
+        *h = *job;
+        QCOMPARE(int(h->SceneName.Length), 65535);
+        QCOMPARE(h->SceneName.toQString().size(), 250);
+        QCOMPARE(int(h->BasicsText100.Length), 50);
     }
-    // The project name: text from the 25-character string, the length at most 25.
-    const int textLength = qMin(projectLength, 25);
-    QCOMPARE(int(h->CompanyProjectName.Length), textLength);
-    QVERIFY(sameBytes(h.get(), 15928, o, projectAt, textLength * 2));
-    cov.mark(15928, textLength * 2);
-    cov.mark(15928 + 102, 2);
-    // The log: from 750 on the last 749 entries, else all 750 as they stand.
-    const int16_t newCount = readAt<int16_t>(h.get(), 22652);
-    cov.mark(22652, 2);
-    if (logCount >= 750) {
-        QCOMPARE(int(newCount), 749);
-        QVERIFY(sameBytes(h.get(), 22656, o, logAt + 4 + 16, 749 * 16));
-        cov.mark(22656, 749 * 16);
-    } else {
-        QCOMPARE(int(newCount), logCount);
-        QVERIFY(sameBytes(h.get(), 22656, o, logAt + 4, 750 * 16));
-        cov.mark(22656, 750 * 16);
+
+    // Filter keys: lower case, the project cut to 25 characters.
+    void runtimeKeys()
+    {
+        auto h = std::make_unique<_jobsHistoryDB>();
+        h->UserName = u"AnNa \u00C4rger"_s;
+        h->CompanyProjectName = u"The BIG Project Of Thirty Chars"_s;
+        h->TotalGhzHours = 1.0f;
+        auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
+        rt->fromJobSave(h.get(), nullptr, 0);
+        QCOMPARE(rt->UserNameLower.toQString(), u"anna \u00E4rger"_s);
+        QCOMPARE(rt->CompanyProjectLower.toQString(), u"the big project of thirty"_s);
+        QCOMPARE(int(rt->CompanyProjectLower.Data[25]), 0);
+        QCOMPARE(rt->CompanyProjectName.toQString(), u"The BIG Project Of Thirty Chars"_s);
     }
-    QVERIFY(h->logCountClamped() >= 0 && h->logCountClamped() <= 750);
-    // Not computed by an upgrade.
-    QCOMPARE(int(h->TotalFrames), 0);
-    QCOMPARE(int(h->BasicsText100.Length), 0);
-    QCOMPARE(cov.firstStray(h.get()), -1);
-}
 
-// The history forms of errors and log entries convert to the job forms and back unchanged.
-void tst_jobhistory::entryForms()
-{
-    _History_Log hl;
-    fillPattern(&hl, sizeof(hl), 11);
-    const _Log l = hl.toNew();
-    uint8_t lb[16];
-    std::memcpy(lb, &l, 16);
-    uint8_t want[16];
-    expectedHistoryLog(lb, want);
-    QVERIFY(sameBytes(&hl, 0, want, 0, 16));
-    _History_Log back;
-    back.fromNew(l);
-    QVERIFY(sameBytes(&hl, 0, &back, 0, 16));
+    // The GHz-hours estimate: which clients count, the average and the guards.
+    void ghzHours_data()
+    {
+        QTest::addColumn<float>("stored");
+        QTest::addColumn<qlonglong>("totalPS");
+        QTest::addColumn<int>("framesDone");
+        QTest::addColumn<int>("cores");
+        QTest::addColumn<float>("result");
+        QTest::addColumn<int>("saveVersion");
+        QTest::newRow("speed 2 per core") << 0.0f << 3600LL << 11 << 4 << 2.0f << 6;
+        QTest::newRow("too few frames") << 0.0f << 3600LL << 10 << 4 << 0.0f << 6;
+        QTest::newRow("no cores") << 0.0f << 3600LL << 50 << 0 << 0.0f << 6;
+        QTest::newRow("negative PS") << 0.0f << -5LL << 50 << 4 << 0.0f << 6;
+        QTest::newRow("stored kept") << 5.0f << 3600LL << 50 << 4 << 5.0f << 0;
+        QTest::newRow("negative stored recomputed") << -1.0f << 7200LL << 50 << 4 << 4.0f << 6;
+    }
+    void ghzHours()
+    {
+        QFETCH(float, stored);
+        QFETCH(qlonglong, totalPS);
+        QFETCH(int, framesDone);
+        QFETCH(int, cores);
+        QFETCH(float, result);
+        QFETCH(int, saveVersion);
+        auto h = std::make_unique<_jobsHistoryDB>();
+        h->TotalGhzHours = stored;
+        h->TotalPS = uint64_t(totalPS);
+        h->ClientStats[3].FramesDone = framesDone;
+        h->ClientStats[5].FramesDone = 0; // a client that didn't render is not counted
+        _ClientSpeed speeds[6] = {};
+        speeds[3] = {8.0f, cores};
+        speeds[5] = {100.0f, 1};
+        auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
+        rt->fromJobSave(h.get(), speeds, 6);
+        QCOMPARE(float(rt->TotalGhzHours), result);
+        QCOMPARE(int(rt->SaveStructVersion), saveVersion);
+        // Client counts beyond the record's 750 entries are not read.
+        rt->fromJobSave(h.get(), speeds, 6);
+    }
 
-    _History_Error he;
-    fillPattern(&he, sizeof(he), 12);
-    const _Error e = he.toNew();
-    QVERIFY(sameBytes(&he, 0, &e, 0, 12));
-}
-
-// Bytes from a hostile file: copies keep every byte, accessors show clamped values, no overread.
-void tst_jobhistory::hostileRecordRoundTrips()
-{
-    auto h = std::make_unique<_jobsHistoryDB>();
-    fillPattern(h.get(), sizeof(_jobsHistoryDB), 77);
-    writeAt<uint16_t>(h.get(), 22 + 502, 65535);    // SceneName Length
-    writeAt<uint16_t>(h.get(), 15648 + 52, 65535);  // UserName Length
-    writeAt<uint16_t>(h.get(), 15928 + 102, 65535); // CompanyProjectName Length
-    writeAt<int16_t>(h.get(), 22652, 30000);
-    writeAt<int8_t>(h.get(), 22050, 120);
-    writeAt<float>(h.get(), 34672, 1.5f); // TotalGhzHours present: the record isn't changed
-    std::vector<uint8_t> before(sizeof(_jobsHistoryDB));
-    std::memcpy(before.data(), h.get(), before.size());
-
-    auto copy = std::make_unique<_jobsHistoryDB>();
-    *copy = *h;
-    QCOMPARE(std::memcmp(copy.get(), before.data(), before.size()), 0);
-
-    auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
-    rt->fromJobSave(h.get(), nullptr, 0);
-    QCOMPARE(std::memcmp(static_cast<const void*>(rt.get()), before.data(), before.size()), 0);
-    QCOMPARE(rt->SceneName.toQString().size(), 250);
-    QCOMPARE(rt->logCountClamped(), 750);
-    QCOMPARE(rt->errorCountClamped(), 50);
-    QCOMPARE(rt->UserNameLower.len(), 25);
-    QCOMPARE(int(rt->UserNameLower.Length), 65535); // copied whole
-    QCOMPARE(int(rt->CompanyProjectLower.Length), 25);
-    QCOMPARE(int(rt->QueueID), -1);
-    QVERIFY(!rt->IDstr().isEmpty());
-    rt->fromJobSave(nullptr, nullptr, 0); // no crash, nothing changes
-    QCOMPARE(std::memcmp(static_cast<const void*>(rt.get()), before.data(), before.size()), 0);
-
-    // The same from a damaged finished job into a history record.
-    auto job = std::make_unique<_JobSave>();
-    fillPattern(job.get(), sizeof(_JobSave), 78);
-    writeAt<uint16_t>(job.get(), 260 + 502, 65535);
-    writeAt<uint16_t>(job.get(), 18896 + 102, 65535); // BasicsText100 Length
-    *h = *job;
-    QCOMPARE(int(h->SceneName.Length), 65535);
-    QCOMPARE(h->SceneName.toQString().size(), 250);
-    QCOMPARE(int(h->BasicsText100.Length), 50);
-}
-
-// Filter keys: lower case, the project cut to 25 characters.
-void tst_jobhistory::runtimeKeys()
-{
-    auto h = std::make_unique<_jobsHistoryDB>();
-    h->UserName = QStringLiteral("AnNa \u00C4rger");
-    h->CompanyProjectName = QStringLiteral("The BIG Project Of Thirty Chars");
-    h->TotalGhzHours = 1.0f;
-    auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
-    rt->fromJobSave(h.get(), nullptr, 0);
-    QCOMPARE(rt->UserNameLower.toQString(), QStringLiteral("anna \u00E4rger"));
-    QCOMPARE(rt->CompanyProjectLower.toQString(), QStringLiteral("the big project of thirty"));
-    QCOMPARE(int(rt->CompanyProjectLower.Data[25]), 0);
-    QCOMPARE(rt->CompanyProjectName.toQString(), QStringLiteral("The BIG Project Of Thirty Chars"));
-}
-
-// The GHz-hours estimate: which clients count, the average and the guards.
-void tst_jobhistory::ghzHours_data()
-{
-    QTest::addColumn<float>("stored");
-    QTest::addColumn<qlonglong>("totalPS");
-    QTest::addColumn<int>("framesDone");
-    QTest::addColumn<int>("cores");
-    QTest::addColumn<float>("result");
-    QTest::addColumn<int>("saveVersion");
-    QTest::newRow("speed 2 per core") << 0.0f << 3600LL << 11 << 4 << 2.0f << 6;
-    QTest::newRow("too few frames") << 0.0f << 3600LL << 10 << 4 << 0.0f << 6;
-    QTest::newRow("no cores") << 0.0f << 3600LL << 50 << 0 << 0.0f << 6;
-    QTest::newRow("negative PS") << 0.0f << -5LL << 50 << 4 << 0.0f << 6;
-    QTest::newRow("stored kept") << 5.0f << 3600LL << 50 << 4 << 5.0f << 0;
-    QTest::newRow("negative stored recomputed") << -1.0f << 7200LL << 50 << 4 << 4.0f << 6;
-}
-
-void tst_jobhistory::ghzHours()
-{
-    QFETCH(float, stored);
-    QFETCH(qlonglong, totalPS);
-    QFETCH(int, framesDone);
-    QFETCH(int, cores);
-    QFETCH(float, result);
-    QFETCH(int, saveVersion);
-    auto h = std::make_unique<_jobsHistoryDB>();
-    h->TotalGhzHours = stored;
-    h->TotalPS = uint64_t(totalPS);
-    h->ClientStats[3].FramesDone = framesDone;
-    h->ClientStats[5].FramesDone = 0; // a client that didn't render is not counted
-    _ClientSpeed speeds[6] = {};
-    speeds[3] = {8.0f, cores};
-    speeds[5] = {100.0f, 1};
-    auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
-    rt->fromJobSave(h.get(), speeds, 6);
-    QCOMPARE(float(rt->TotalGhzHours), result);
-    QCOMPARE(int(rt->SaveStructVersion), saveVersion);
-    // Client counts beyond the record's 750 entries are not read.
-    rt->fromJobSave(h.get(), speeds, 6);
-}
-
-// The estimate must read Speed and Cores of FM's client table by client index.
-void tst_jobhistory::ghzHoursFromClientTable()
-{
-    // A client list of its own, put in FM's place for the test (only the client table is needed).
-    auto own = std::make_unique<fmC::_ClientList>(FM);
-    fmC::_ClientList* const saved = FM.ClientList;
-    FM.ClientList = own.get();
-    fmC::_ClientList& list = *own;
-    list.clear();
-    for (int i = 0; i < 4; ++i)
-        QCOMPARE(list.addClient(), i);
-    list.Clients[1].Hardware.Speed = 6.0f;
-    list.Clients[1].Hardware.Cores = 2;
-    list.Clients[3].Hardware.Speed = 2.0f;
-    list.Clients[3].Hardware.Cores = 2;
-    auto h = std::make_unique<_jobsHistoryDB>();
-    h->TotalPS = 7200;
-    h->ClientStats[1].FramesDone = 20;
-    h->ClientStats[3].FramesDone = 20;
-    auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
-    rt->fromJobSave(h.get(), FM);
-    // Average of 3 and 1 GHz per core: 2; 7200 PS * 2 / 3600.
-    QCOMPARE(float(rt->TotalGhzHours), 4.0f);
-    FM.ClientList = saved;
-}
+    // The estimate must read Speed and Cores of FM's client table by client index.
+    void ghzHoursFromClientTable()
+    {
+        // A client list of its own, put in FM's place for the test (only the client table is needed).
+        auto own = std::make_unique<fmC::_ClientList>(FM);
+        fmC::_ClientList* const saved = FM.ClientList;
+        FM.ClientList = own.get();
+        fmC::_ClientList& list = *own;
+        list.clear();
+        for (int i = 0; i < 4; ++i)
+            QCOMPARE(list.addClient(), i);
+        list.Clients[1].Hardware.Speed = 6.0f;
+        list.Clients[1].Hardware.Cores = 2;
+        list.Clients[3].Hardware.Speed = 2.0f;
+        list.Clients[3].Hardware.Cores = 2;
+        auto h = std::make_unique<_jobsHistoryDB>();
+        h->TotalPS = 7200;
+        h->ClientStats[1].FramesDone = 20;
+        h->ClientStats[3].FramesDone = 20;
+        auto rt = std::make_unique<_jobsHistoryDB_Runtime>();
+        rt->fromJobSave(h.get(), FM);
+        // Average of 3 and 1 GHz per core: 2; 7200 PS * 2 / 3600.
+        QCOMPARE(float(rt->TotalGhzHours), 4.0f);
+        FM.ClientList = saved;
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_jobhistory)
 #include "tst_jobhistory.moc"

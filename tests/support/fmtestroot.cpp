@@ -4,11 +4,13 @@
 #include <QFile>
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 fmTestRoot::fmTestRoot(const QString& name, bool cfgGlobal)
 {
     Path = Dir.path() + QLatin1Char('/') + name + QLatin1Char('/');
     QDir().mkpath(Path);
-    if (cfgGlobal) makeFolder(QStringLiteral("sub/cfg_global"));
+    if (cfgGlobal) makeFolder(u"sub/cfg_global"_s);
 }
 
 QString fmTestRoot::makeFolder(const QString& rel) const
@@ -35,4 +37,10 @@ fmTestArgs::fmTestArgs(const QStringList& args) : argc(int(args.size()))
     for (QByteArray& t : Texts)
         Pointers.push_back(t.data());
     Pointers.push_back(nullptr);
+}
+
+QByteArray fmTestReadAll(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }

@@ -1,5 +1,6 @@
 #pragma once
-// Fixtures for start-up tests: a throw-away farm root and a command line built from texts.
+// Fixtures for start-up tests: a throw-away farm root, a command line built from texts, and the
+// whole of a file.
 
 #include <QByteArray>
 #include <QList>
@@ -42,3 +43,6 @@ private:
     QList<QByteArray> Texts;
     std::vector<char*> Pointers;
 };
+
+// The bytes of a file; empty when it cannot be read.
+QByteArray fmTestReadAll(const QString& path);

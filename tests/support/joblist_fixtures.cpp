@@ -8,6 +8,8 @@
 
 #include <cstring>
 
+using namespace Qt::StringLiterals;
+
 namespace jlfix {
 
 std::unique_ptr<fmJ::_jobsHistoryDB_Runtime> makeRenderJob()
@@ -45,27 +47,27 @@ std::unique_ptr<fmJ::_jobsHistoryDB> makeRecord(int n)
     r->HistoryStructID = 0x0A04;
     r->HistoryStructVersion = 3;
     r->PathOS = 2;
-    r->SceneName = QStringLiteral("/projects/show/scenes/shot%1_v%2.ma").arg(n % 37).arg(n % 5);
-    r->SceneDatabaseDir = QStringLiteral("/projects/show/");
+    r->SceneName = u"/projects/show/scenes/shot%1_v%2.ma"_s.arg(n % 37).arg(n % 5);
+    r->SceneDatabaseDir = u"/projects/show/"_s;
     r->Software = (n % 3 == 0) ? "Maya" : (n % 3 == 1 ? "Nuke" : "Houdini");
     r->Renderer = (n % 2) ? "Arnold" : "VRay";
     r->Version = int16_t(2020 + n % 4);
     r->VersionMinor = uint32_t(n % 1000);
-    r->Camera = QStringLiteral("cam%1").arg(n % 7);
-    r->Layer = QStringLiteral("layer%1").arg(n % 11);
-    r->Channel = QStringLiteral("beauty");
-    r->ImageDir = QStringLiteral("/render/out/shot%1/").arg(n % 37);
-    r->ImageFileName = QStringLiteral("img_%1.").arg(n);
+    r->Camera = u"cam%1"_s.arg(n % 7);
+    r->Layer = u"layer%1"_s.arg(n % 11);
+    r->Channel = u"beauty"_s;
+    r->ImageDir = u"/render/out/shot%1/"_s.arg(n % 37);
+    r->ImageFileName = u"img_%1."_s.arg(n);
     r->ImageExtension = ".exr";
     r->SeqStart = 1.0;
     r->SeqEnd = 100.0;
     r->SeqStep = 1.0;
     r->JobID = 1000ULL + uint64_t(n) * 7919ULL;
-    r->UserName = QStringLiteral("user%1").arg(n % 13);
-    r->CustomSeQName = QStringLiteral("sq%1").arg(n % 9);
-    r->CustomSHotName = QStringLiteral("sh%1").arg(n % 17);
+    r->UserName = u"user%1"_s.arg(n % 13);
+    r->CustomSeQName = u"sq%1"_s.arg(n % 9);
+    r->CustomSHotName = u"sh%1"_s.arg(n % 17);
     r->CustomVersionName = "v001";
-    r->CompanyProjectName = QStringLiteral("Project%1").arg(n % 4);
+    r->CompanyProjectName = u"Project%1"_s.arg(n % 4);
     r->DateSend.t = 1300000000 + int64_t(n) * 3600;
     r->DateFinished.t = 1300000000 + int64_t(n) * 3600 + 1800;
     r->ErrorCountHard = int8_t(n % 3);
@@ -110,6 +112,14 @@ QByteArray frameOf(const fmJ::_jobsHistoryDB& rec)
     return frame(bytesOf(rec), 0x0A04, 3, 37980);
 }
 
+QByteArray framesOf(int count, int firstJob)
+{
+    QByteArray bytes;
+    for (int n = 0; n < count; ++n)
+        bytes += frameOf(*makeRecord(firstJob + n));
+    return bytes;
+}
+
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
     QFile f(path);
@@ -134,7 +144,7 @@ LogCapture::LogCapture(int minLevel, int maxLevel) : MinLevel(minLevel), MaxLeve
 void LogCapture::onLog(int level, int flags, const QString& text, const QString&)
 {
     if (level < MinLevel || level > MaxLevel) return;
-    Lines.append(QStringLiteral("%1|%2|%3").arg(level).arg(flags).arg(text));
+    Lines.append(u"%1|%2|%3"_s.arg(level).arg(flags).arg(text));
 }
 
 QStringList LogCapture::matching(const QString& part) const

@@ -33,6 +33,8 @@ QByteArray frame(const QByteArray& payload, uint16_t id, uint16_t version, uint3
                  bool compressPayload = true);
 // A current frame of a record.
 QByteArray frameOf(const fmJ::_jobsHistoryDB& rec);
+// A database file of current frames of makeRecord(firstJob) .. makeRecord(firstJob + count - 1).
+QByteArray framesOf(int count, int firstJob = 0);
 
 // What a history report reads of a job, for records of every layout.
 struct ReportFields

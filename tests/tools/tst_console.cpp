@@ -1,6 +1,8 @@
 // fmHistorydbconsole: its arguments, outputs and exit codes, run as a process on a demo root made
 // here, and the demo root generator called directly.
 
+#include "fmtestroot.h"
+
 #include "app/fm.h"
 #include "browser/fmprojecttable.h"
 #include "jobs/fmjoblist.h"
@@ -20,6 +22,8 @@
 #include <zlib.h>
 
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -48,17 +52,11 @@ Run runConsole(const QStringList& args, const QString& workDir = QString())
     return r;
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 // Identifier and plain size of every frame of a database file.
 QList<QPair<int, int>> frameKinds(const QString& path)
 {
     QList<QPair<int, int>> kinds;
-    const QByteArray b = readAll(path);
+    const QByteArray b = fmTestReadAll(path);
     qsizetype pos = 0;
     while (pos + 64 <= b.size()) {
         const auto* h = reinterpret_cast<const uchar*>(b.constData() + pos);
@@ -85,8 +83,7 @@ QList<qsizetype> frameOffsets(const QByteArray& b)
 QStringList databaseFiles(const QString& root)
 {
     QStringList files;
-    QDirIterator it(root + QStringLiteral("/sub/history_db"),
-                    {QStringLiteral("*.db"), QStringLiteral("*.db61")}, QDir::Files,
+    QDirIterator it(root + u"/sub/history_db"_s, {u"*.db"_s, u"*.db61"_s}, QDir::Files,
                     QDirIterator::Subdirectories);
     while (it.hasNext())
         files.append(it.next());
@@ -108,543 +105,431 @@ private:
     QList<QPair<int, QString>> Lines; // log lines of levels 0..2 while collecting
 
 private slots:
-    void initTestCase();
-    void sameSeedSameFiles();
-    void otherSeedOtherJobs();
-    void everyProjectLoadsWithoutMessages();
-    void framesOfAllLayouts();
-    void logsAndErrorsOfEveryKind();
-    void splashIsValidPng();
-    void arguments_data();
-    void arguments();
-    void helpPages_data();
-    void helpPages();
-    void startupPassesWithoutWarnings();
-    void projectsText();
-    void projectsJson();
-    void exportAllMatchesWindowExport();
-    void exportOneProject();
-    void checkDatabases_data();
-    void checkDatabases();
-    void demoRootRefusesExistingRoot();
-    void deleteFromTwoProcesses();
-    void submitterRecordsArguments();
+    void initTestCase()
+    {
+        QVERIFY(Tmp.isValid());
+        QVERIFY2(QFileInfo(kConsole).isExecutable(), qPrintable(kConsole));
+        RootA = Tmp.filePath(u"rootA"_s);
+        RootB = Tmp.filePath(u"rootB"_s);
+        const Run r = runConsole(
+            {u"demo-root"_s, RootA, u"--projects"_s, u"3"_s, u"--jobs"_s, u"40"_s, u"--seed"_s, u"7"_s});
+        QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
+
+        connect(&FM, &__FM::signalLogUI, this, [this](int level, int, const QString& text, const QString&) {
+            if (level <= 2) Lines.append({level, text});
+        });
+        fmDemoRootOptions o;
+        o.Dir = RootB;
+        o.Projects = 3;
+        o.Jobs = 40;
+        o.Seed = 7;
+        QCOMPARE(fmCreateDemoRoot(FM, o, &ReportB), QString());
+        QCOMPARE(ReportB.Projects.size(), 3);
+        QCOMPARE(ReportB.Projects[0].Jobs, 40);
+    }
+
+    // Catches a generator that reads the clock or an unseeded generator: two runs differ.
+    void sameSeedSameFiles()
+    {
+        // clients.ini is left out: its writer goes through the machine-wide /tmp/clients.ini, which a
+        // test running beside this one may write at the same moment.
+        QStringList rel = {u"sub/cfg_global/clientgroups.ini"_s, u"sub/cfg_global/users7.dat"_s,
+                           u"sub/version.info"_s, u"sub/SplashScreen.png"_s};
+        for (const QString& f : databaseFiles(RootB))
+            rel.append(QDir(RootB).relativeFilePath(f));
+        QCOMPARE(databaseFiles(RootA).size(), databaseFiles(RootB).size());
+        for (const QString& r : rel) {
+            const QByteArray a = fmTestReadAll(RootA + QLatin1Char('/') + r);
+            QVERIFY2(!a.isEmpty(), qPrintable(r));
+            QVERIFY2(a == fmTestReadAll(RootB + QLatin1Char('/') + r), qPrintable(r));
+            if (r.contains(QLatin1String("history_db")))
+                QCOMPARE(QFileInfo(RootA + QLatin1Char('/') + r).lastModified(),
+                         QFileInfo(RootB + QLatin1Char('/') + r).lastModified());
+        }
+    }
+
+    // Catches frames that the loader rejects or logs about, and counts that don't add up.
+    void everyProjectLoadsWithoutMessages()
+    {
+        auto table = std::make_unique<fmProjectTable>(FM);
+        table->loadProjectList(RootB + u"/sub/history_db/"_s);
+        QCOMPARE(table->nrOfProjects, ReportB.Projects.size());
+        auto list = std::make_unique<fmJ::_JobList>(FM);
+        bool split = false;
+        for (int i = 0; i < table->nrOfProjects; ++i) {
+            const _projectInfo& p = table->projects[size_t(i)];
+            QCOMPARE(p.Name, ReportB.Projects[i].Name);
+            split = split || p.Files.size() > 1;
+            Lines.clear();
+            QString message;
+            QCOMPARE(table->loadProjectJobs(i, *list, message), fmProjectTable::LoadDone);
+            QVERIFY2(Lines.isEmpty(), qPrintable(Lines.isEmpty() ? QString() : Lines.first().second));
+            QCOMPARE(list->JobCount, ReportB.Projects[i].Jobs);
+            // Jobs make sense: sent before finished, inside the two years, with a user and a program.
+            for (int q = 0; q < list->JobCount; ++q) {
+                const fmJ::_jobsHistoryDB_Runtime* job = list->GetJobByQueueID(q);
+                QVERIFY(job);
+                QVERIFY(job->DateSend.t < job->DateFinished.t);
+                QVERIFY(job->DateSend.t >= 1730419200 && job->DateFinished.t < 1730419200 + 3 * 365 * 86400);
+                QVERIFY(!job->UserName.isEmpty() && !job->Software.isEmpty() && !job->SceneName.isEmpty());
+                QVERIFY(job->JobID >= 1000);
+                QVERIFY(job->TotalGhzHours > 0.0f);
+            }
+        }
+        QVERIFY2(split, "no project split over a __ subfolder");
+    }
+
+    // Catches a demo without the three old frame layouts among the current one.
+    void framesOfAllLayouts()
+    {
+        QSet<int> sizes;
+        for (const QString& f : databaseFiles(RootB))
+            for (const auto& k : frameKinds(f))
+                sizes.insert(k.second);
+        QCOMPARE(sizes, (QSet<int>{30188, 39516, 46908, 37980}));
+        int old = 0;
+        for (const fmDemoProjectReport& p : ReportB.Projects)
+            old += p.OldFrames;
+        QVERIFY(old > 0);
+    }
+
+    // Catches a splash image that a PNG reader would refuse: bad chunk CRCs or pixel data size.
+    void splashIsValidPng()
+    {
+        const QByteArray png = fmTestReadAll(RootB + u"/sub/SplashScreen.png"_s);
+        QVERIFY(png.startsWith(QByteArray("\x89PNG\r\n\x1a\n", 8)));
+        qsizetype pos = 8;
+        quint32 w = 0, h = 0;
+        QByteArray idat;
+        bool end = false;
+        while (pos + 12 <= png.size() && !end) {
+            const auto* p = reinterpret_cast<const uchar*>(png.constData() + pos);
+            const quint32 len = qFromBigEndian<quint32>(p);
+            QVERIFY(pos + 12 + qsizetype(len) <= png.size());
+            const QByteArray type = png.mid(pos + 4, 4);
+            const quint32 crc = qFromBigEndian<quint32>(p + 8 + len);
+            QCOMPARE(quint32(crc32(0, p + 4, uInt(len + 4))), crc);
+            if (type == "IHDR") {
+                w = qFromBigEndian<quint32>(p + 8);
+                h = qFromBigEndian<quint32>(p + 12);
+            }
+            if (type == "IDAT") idat += png.mid(pos + 8, len);
+            end = type == "IEND";
+            pos += 12 + qsizetype(len);
+        }
+        QVERIFY(end);
+        QCOMPARE(pos, png.size());
+        uLongf size = uLongf((w * 3 + 1) * h);
+        QByteArray raw(qsizetype(size), '\0');
+        QCOMPARE(uncompress(reinterpret_cast<Bytef*>(raw.data()), &size,
+                            reinterpret_cast<const Bytef*>(idat.constData()), uLong(idat.size())),
+                 Z_OK);
+        QCOMPARE(qsizetype(size), qsizetype((w * 3 + 1) * h));
+    }
+
+    void arguments_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text"); // expected in standard output or error
+        const QString root = u"<A>"_s;
+        QTest::newRow("help") << QStringList{u"--help"_s} << 0 << u"usage:"_s;
+        QTest::newRow("help after command")
+            << QStringList{u"export"_s, u"-h"_s} << 0 << u"export --all -o FILE"_s;
+        QTest::newRow("nothing") << QStringList{} << 2 << u"No command given"_s;
+        QTest::newRow("unknown command")
+            << QStringList{u"frobnicate"_s} << 2 << u"Unknown command 'frobnicate'"_s;
+        QTest::newRow("unknown option")
+            << QStringList{u"projects"_s, u"--frobnicate"_s} << 2 << u"Unknown option '--frobnicate'"_s;
+        QTest::newRow("export without output") << QStringList{u"export"_s, u"--all"_s} << 2 << u"-o FILE"_s;
+        QTest::newRow("export all and project")
+            << QStringList{u"export"_s, u"--all"_s, u"--project"_s, u"x"_s, u"-o"_s, u"x.csv"_s} << 2
+            << u"either --project NAME or --all"_s;
+        QTest::newRow("demo-root without folder")
+            << QStringList{u"demo-root"_s} << 2 << u"exactly one folder"_s;
+        QTest::newRow("demo-root jobs 0") << QStringList{u"demo-root"_s, u"x"_s, u"--jobs"_s, u"0"_s} << 2
+                                          << u"--jobs needs a number from 1 to 15000"_s;
+        QTest::newRow("demo-root in a _debug folder")
+            << QStringList{u"demo-root"_s, u"x_debug"_s} << 1 << u"can't be a farm root"_s;
+        QTest::newRow("no root") << QStringList{u"projects"_s} << 100 << u"Unable to get FM Root path"_s;
+        QTest::newRow("root not a farm") << QStringList{u"-fmRoot"_s, u"/nonexistent/farm"_s, u"projects"_s}
+                                         << 100 << u"Unable to get FM Root path"_s;
+        QTest::newRow("root between") << QStringList{u"projects"_s, u"-fmRoot"_s, root, u"--exact"_s} << 0
+                                      << u"     40   Aurora_Documentary"_s;
+        QTest::newRow("unknown project")
+            << QStringList{u"export"_s, u"--project"_s, u"Nope"_s, u"-o"_s, u"x.csv"_s, u"-fmRoot"_s, root}
+            << 2 << u"Unknown project 'Nope'"_s;
+        QTest::newRow("export unwritable")
+            << QStringList{u"-fmRoot"_s, root,    u"export"_s,
+                           u"--all"_s,   u"-o"_s, u"/nonexistent/dir/all.csv"_s}
+            << 1 << u"Unable to save all jobs"_s;
+        QTest::newRow("export to a full disk")
+            << QStringList{"-fmRoot", root, "export", "--all", "-o", "/dev/full"} << 1
+            << u"Unable to save all jobs"_s;
+        QTest::newRow("jobs without project") << QStringList{"jobs"} << 2 << u"needs --project"_s;
+        QTest::newRow("delete of no job")
+            << QStringList{"-fmRoot", root, "delete", "--project", "Copperline_Series", "12345"} << 2
+            << u"No job '12345'"_s;
+        QTest::newRow("delete with a filter")
+            << QStringList{"delete", "--project", "P", "--user", "u", "1"} << 2 << u"does not take --user"_s;
+    }
+    // Catches wrong exit codes and unclear messages for every kind of bad call, and a root option
+    // that is only found at one place of the command line.
+    void arguments()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, code);
+        QFETCH(QString, text);
+        args.replaceInStrings(u"<A>"_s, RootA);
+        // Run from a folder that is no root, so that only "-fmRoot" can give one.
+        const Run r = runConsole(args, Tmp.path());
+        QVERIFY2(r.Code == code, qPrintable(u"exit %1\n%2%3"_s.arg(r.Code).arg(r.Out, r.Err)));
+        QVERIFY2((r.Out + r.Err).contains(text), qPrintable(r.Out + r.Err));
+        QVERIFY(!QFileInfo::exists(Tmp.filePath(u"x"_s)));
+        QVERIFY(!QFileInfo::exists(Tmp.filePath(u"x_debug"_s)));
+    }
+
+    void helpPages_data()
+    {
+        QTest::addColumn<QString>("command");
+        const Run r = runConsole({u"help"_s, u"--commands"_s});
+        QCOMPARE(r.Code, 0);
+        for (const QString& name : r.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+            QTest::newRow(qPrintable(name)) << name;
+    }
+    // Catches a command missing from the overview or the completion lists, a page without one of its
+    // sections, and an option that the command takes but its page does not explain.
+    void helpPages()
+    {
+        QFETCH(QString, command);
+        const Run overview = runConsole({u"--help"_s});
+        QVERIFY2(overview.Out.contains(u"\n   "_s + command + QLatin1Char(' ')), qPrintable(overview.Out));
+        const Run page = runConsole({u"help"_s, command});
+        QCOMPARE(page.Code, 0);
+        for (const char* section :
+             {"NAME\n", "SYNOPSIS\n", "DESCRIPTION\n", "OPTIONS\n", "EXIT STATUS\n", "EXAMPLE\n"})
+            QVERIFY2(page.Out.contains(QLatin1String(section)), section);
+        const Run options = runConsole({u"help"_s, u"--options"_s, command});
+        QCOMPARE(options.Code, 0);
+        // Each option heads a line of its own: "    --name VALUE" or "    -o, --name VALUE".
+        for (const QString& option : options.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            const QRegularExpression head(u"^    (-\\w, )?%1( |$)"_s.arg(QRegularExpression::escape(option)),
+                                          QRegularExpression::MultilineOption);
+            QVERIFY2(head.match(page.Out).hasMatch(), qPrintable(option));
+        }
+    }
+
+    // Catches a demo root that the start-up warns about: configuration, clients, groups, users.
+    void startupPassesWithoutWarnings()
+    {
+        const Run r = runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"projects"_s});
+        QCOMPARE(r.Code, 0);
+        QVERIFY2(r.Out.contains(QLatin1String("init done")), qPrintable(r.Out));
+        QVERIFY2(r.Out.contains(QLatin1String("users7.dat   loaded")), qPrintable(r.Out));
+        QVERIFY2(r.Out.contains(QLatin1String("clientgroups.ini   loaded")), qPrintable(r.Out));
+        for (const QString& line : r.Out.split(QLatin1Char('\n')))
+            QVERIFY2(!line.contains(QLatin1String(" ERR ")) && !line.contains(QLatin1String(" WRN ")) &&
+                         !line.contains(QLatin1String("CRF")),
+                     qPrintable(line));
+    }
+
+    // Catches a project list that differs from the project combo's text of the same table.
+    void projectsText()
+    {
+        auto table = std::make_unique<fmProjectTable>(FM);
+        table->loadProjectList(RootA + u"/sub/history_db/"_s);
+        QStringList expected;
+        for (int i = 0; i < table->nrOfProjects; ++i)
+            expected.append(fmProjectTable::comboText(table->projects[size_t(i)]));
+        const Run r = runConsole({u"-fmRoot"_s, RootA, u"projects"_s});
+        QCOMPARE(r.Code, 0);
+        QCOMPARE(r.Out, expected.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+        QVERIFY(r.Out.contains(QLatin1Char('~')));
+    }
+
+    // Catches JSON that is not parseable, mixed with log lines, or off from the files on disk.
+    void projectsJson()
+    {
+        const Run r =
+            runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"projects"_s, u"--json"_s, u"--exact"_s});
+        QCOMPARE(r.Code, 0);
+        QJsonParseError error;
+        const QJsonDocument doc = QJsonDocument::fromJson(r.Out.toUtf8(), &error);
+        QVERIFY2(error.error == QJsonParseError::NoError, qPrintable(error.errorString()));
+        const QJsonArray a = doc.array();
+        QCOMPARE(a.size(), ReportB.Projects.size());
+        for (int i = 0; i < a.size(); ++i) {
+            const QJsonObject p = a[i].toObject();
+            QCOMPARE(p[u"name"_s].toString(), ReportB.Projects[i].Name);
+            QCOMPARE(p[u"jobs"_s].toInt(), ReportB.Projects[i].Jobs);
+            QVERIFY(p[u"exact"_s].toBool());
+            const QJsonArray files = p[u"files"_s].toArray();
+            QCOMPARE(files.size(), ReportB.Projects[i].Files.size());
+            for (const QJsonValue& f : files) {
+                const QFileInfo info(f[u"path"_s].toString());
+                QVERIFY(info.isFile());
+                QCOMPARE(qint64(f[u"size"_s].toDouble()), info.size());
+                QCOMPARE(QDateTime::fromString(f[u"time"_s].toString(), Qt::ISODate), info.lastModified());
+            }
+            QVERIFY(p[u"first"_s].toString() <= p[u"last"_s].toString());
+        }
+    }
+
+    // Catches an export whose bytes differ from the window's walk (header once, appends after).
+    void exportAllMatchesWindowExport()
+    {
+        const QString out = Tmp.filePath(u"all.csv"_s);
+        const Run r = runConsole({u"export"_s, u"--all"_s, u"-o"_s, out, u"-fmRoot"_s, RootA});
+        QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
+
+        // The same walk in this process, on the root made here with the same seed.
+        const QString mine = Tmp.filePath(u"mine.csv"_s);
+        auto table = std::make_unique<fmProjectTable>(FM);
+        table->loadProjectList(RootB + u"/sub/history_db/"_s);
+        auto list = std::make_unique<fmJ::_JobList>(FM);
+        for (int i = 0; i < table->nrOfProjects; ++i) {
+            QString message;
+            QCOMPARE(table->loadProjectJobs(i, *list, message), fmProjectTable::LoadDone);
+            QVERIFY(list->exportAsCSV(mine, nullptr, nullptr, true, i > 0));
+        }
+        const QByteArray bytes = fmTestReadAll(out);
+        QCOMPARE(bytes, fmTestReadAll(mine));
+        // "-o -": the same bytes on standard output, with the log lines kept off it.
+        const Run piped =
+            runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"export"_s, u"--all"_s, u"-o"_s, u"-"_s});
+        QCOMPARE(piped.Code, 0);
+        QVERIFY(piped.Out.toUtf8() == bytes);
+        QVERIFY(piped.Err.contains(QLatin1String("init done")));
+        const QList<QByteArray> lines = bytes.split('\n');
+        QCOMPARE(lines.size(),
+                 ReportB.totalJobs() + 2); // header, jobs, and the empty rest behind the last "\r\n"
+        QVERIFY(lines.first().startsWith("SceneName;"));
+        QCOMPARE(bytes.count("SceneName;SceneDatabaseDir;"), 1);
+        const int columns = int(lines.first().count(';'));
+        for (int i = 1; i < lines.size() - 1; ++i) {
+            QVERIFY(lines[i].endsWith(";\r"));
+            QCOMPARE(int(lines[i].count(';')), columns);
+        }
+    }
+
+    // Catches a project name matched with case or an export that takes other projects' jobs along.
+    void exportOneProject()
+    {
+        const QString out = Tmp.filePath(u"one.csv"_s);
+        const fmDemoProjectReport& p = ReportB.Projects[1];
+        const Run r =
+            runConsole({u"-fmRoot"_s, RootA, u"export"_s, u"--project"_s, p.Name.toUpper(), u"-o"_s, out});
+        QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
+        const QByteArray bytes = fmTestReadAll(out);
+        QCOMPARE(int(bytes.count("\r\n")), p.Jobs + 1);
+        QCOMPARE(int(bytes.count(";" + p.Name.section(QLatin1Char('_'), 0, 0).toUtf8() + ";")), p.Jobs);
+    }
+
+    void checkDatabases_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("intact") << QString() << 0 << u"0 frames failed"_s;
+        QTest::newRow("one frame's data") << u"data"_s << 1 << u"1 frame failed"_s;
+        QTest::newRow("empty") << u"empty"_s << 0 << u"0 jobs loaded, 0 frames failed"_s;
+        QTest::newRow("missing") << u"missing"_s << 1 << u"not found"_s;
+        QTest::newRow("unknown identifier") << u"id"_s << 1 << u"1 frame skipped"_s;
+    }
+    // Catches a check that misses a damaged frame, names no failure or exits 0 on one; every file
+    // of the demo root passes.
+    void checkDatabases()
+    {
+        QFETCH(QString, damage);
+        QFETCH(int, code);
+        QFETCH(QString, text);
+        const QStringList files = databaseFiles(RootA);
+        QVERIFY(files.size() >= 4);
+        QStringList args{u"-fmRoot"_s, RootA, u"check"_s};
+        if (damage.isEmpty()) {
+            args += files;
+        } else {
+            QByteArray b = fmTestReadAll(files.first());
+            const QList<qsizetype> frames = frameOffsets(b);
+            QVERIFY(frames.size() >= 3);
+            const qsizetype second = frames[1];
+            if (damage == QLatin1String("data")) {
+                for (int k = 0; k < 8; ++k)
+                    b[second + 64 + 40 + k] = char(b[second + 64 + 40 + k] ^ 0x5A);
+            } else if (damage == QLatin1String("id")) {
+                qToLittleEndian<quint16>(0x0B00, reinterpret_cast<uchar*>(b.data()) + second + 60);
+            } else if (damage == QLatin1String("empty")) {
+                b.clear();
+            }
+            const QString path = Tmp.filePath(u"damaged.db"_s);
+            QFile::remove(path);
+            if (damage != QLatin1String("missing")) {
+                QFile f(path);
+                QVERIFY(f.open(QIODevice::WriteOnly));
+                f.write(b);
+            }
+            args.append(path);
+        }
+        const Run r = runConsole(args);
+        QVERIFY2(r.Code == code, qPrintable(u"exit %1\n%2"_s.arg(r.Code).arg(r.Out + r.Err)));
+        QVERIFY2(r.Out.contains(text), qPrintable(r.Out));
+        if (damage.isEmpty()) {
+            QCOMPARE(int(r.Out.count(QLatin1String(" loaded, 0 frames failed"))), files.size());
+            QVERIFY(!r.Out.contains(QLatin1String("ERR")));
+            QVERIFY2(
+                r.Out.contains(u"checked %1 files: %2 jobs, 0 frames failed, 0 unreadable"_s.arg(files.size())
+                                   .arg(ReportB.totalJobs())),
+                qPrintable(r.Out));
+        }
+        if (damage == QLatin1String("data"))
+            QVERIFY2(r.Out.contains(QLatin1String("Error decompressing job #2")), qPrintable(r.Out));
+    }
+
+    // Catches a generator that writes over a farm that is already there.
+    void demoRootRefusesExistingRoot()
+    {
+        const QString users = RootA + u"/sub/cfg_global/users7.dat"_s;
+        const QByteArray before = fmTestReadAll(users);
+        const Run r = runConsole({u"demo-root"_s, RootA});
+        QCOMPARE(r.Code, 1);
+        QVERIFY(r.Err.contains(QLatin1String("already holds a farm root")));
+        QCOMPARE(fmTestReadAll(users), before);
+    }
+
+    // Catches saves that undo each other: two processes delete a different job of one project at
+    // the same moment; both deletions hold, and every other job stays, once, with its file.
+    void deleteFromTwoProcesses()
+    {
+        const QString root = Tmp.filePath(u"rootTwo"_s);
+        QCOMPARE(runConsole({"demo-root", root, "--projects", "1", "--jobs", "30"}).Code, 0);
+        const QString name = QFileInfo(databaseFiles(root).first()).completeBaseName();
+        const QStringList list = {"-fmRoot", root, "jobs", "--project", name};
+        QStringList before = runConsole(list).Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QVERIFY(before.size() >= 10);
+        QProcess a, b;
+        a.start(kConsole, {"-fmRoot", root, "delete", "--project", name, before[2].section('\t', 1, 1)});
+        b.start(kConsole, {"-fmRoot", root, "delete", "--project", name, before[7].section('\t', 1, 1)});
+        QVERIFY(a.waitForFinished(120000) && b.waitForFinished(120000));
+        QCOMPARE(a.exitCode() + b.exitCode(), 0);
+        before.removeAt(7);
+        before.removeAt(2);
+        QCOMPARE(runConsole(list).Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts), before);
+    }
+
+    // Catches a submitter script that loses or merges arguments with blanks.
+    void submitterRecordsArguments()
+    {
+        const QString script = RootA + u"/bin/lx/fmSubmitter"_s;
+        QVERIFY(QFileInfo(script).isExecutable());
+        QVERIFY(QFileInfo(RootA + u"/bin/lx/fmHistorydbconsole"_s).isExecutable());
+        QCOMPARE(QProcess::execute(script, {u"-scene"_s, u"/mnt/my scene.ma"_s, QString()}), 0);
+        const QStringList lines = QString::fromUtf8(fmTestReadAll(RootA + u"/sub/log/submitter_calls.txt"_s))
+                                      .split(QLatin1Char('\n'));
+        QVERIFY(lines.size() >= 5);
+        QVERIFY(lines[0].startsWith(QLatin1String("---- ")));
+        QCOMPARE(lines.mid(1, 4), (QStringList{u"-scene"_s, u"/mnt/my scene.ma"_s, QString(), QString()}));
+    }
 };
-
-void tst_console::initTestCase()
-{
-    QVERIFY(Tmp.isValid());
-    QVERIFY2(QFileInfo(kConsole).isExecutable(), qPrintable(kConsole));
-    RootA = Tmp.filePath(QStringLiteral("rootA"));
-    RootB = Tmp.filePath(QStringLiteral("rootB"));
-    const Run r = runConsole({QStringLiteral("demo-root"), RootA, QStringLiteral("--projects"),
-                              QStringLiteral("3"), QStringLiteral("--jobs"), QStringLiteral("40"),
-                              QStringLiteral("--seed"), QStringLiteral("7")});
-    QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
-
-    connect(&FM, &__FM::signalLogUI, this, [this](int level, int, const QString& text, const QString&) {
-        if (level <= 2) Lines.append({level, text});
-    });
-    fmDemoRootOptions o;
-    o.Dir = RootB;
-    o.Projects = 3;
-    o.Jobs = 40;
-    o.Seed = 7;
-    QCOMPARE(fmCreateDemoRoot(FM, o, &ReportB), QString());
-    QCOMPARE(ReportB.Projects.size(), 3);
-    QCOMPARE(ReportB.Projects[0].Jobs, 40);
-}
-
-// Catches a generator that reads the clock or an unseeded generator: two runs differ.
-void tst_console::sameSeedSameFiles()
-{
-    // clients.ini is left out: its writer goes through the machine-wide /tmp/clients.ini, which a
-    // test running beside this one may write at the same moment.
-    QStringList rel = {QStringLiteral("sub/cfg_global/clientgroups.ini"),
-                       QStringLiteral("sub/cfg_global/users7.dat"), QStringLiteral("sub/version.info"),
-                       QStringLiteral("sub/SplashScreen.png")};
-    for (const QString& f : databaseFiles(RootB))
-        rel.append(QDir(RootB).relativeFilePath(f));
-    QCOMPARE(databaseFiles(RootA).size(), databaseFiles(RootB).size());
-    for (const QString& r : rel) {
-        const QByteArray a = readAll(RootA + QLatin1Char('/') + r);
-        QVERIFY2(!a.isEmpty(), qPrintable(r));
-        QVERIFY2(a == readAll(RootB + QLatin1Char('/') + r), qPrintable(r));
-        if (r.contains(QLatin1String("history_db")))
-            QCOMPARE(QFileInfo(RootA + QLatin1Char('/') + r).lastModified(),
-                     QFileInfo(RootB + QLatin1Char('/') + r).lastModified());
-    }
-}
-
-// Catches a seed that is ignored.
-void tst_console::otherSeedOtherJobs()
-{
-    QTemporaryDir dir;
-    fmDemoRootOptions o;
-    o.Dir = dir.path();
-    o.Projects = 1;
-    o.Jobs = 5;
-    o.Seed = 8;
-    fmDemoRootReport rep;
-    QCOMPARE(fmCreateDemoRoot(FM, o, &rep), QString());
-    QCOMPARE(rep.totalJobs(), 5);
-    const QString mine = rep.Projects[0].Files[0];
-    const QString seven = RootB + QStringLiteral("/sub/history_db/") + QFileInfo(mine).fileName();
-    QVERIFY(readAll(mine) != readAll(seven));
-}
-
-// Catches frames that the loader rejects or logs about, and counts that don't add up.
-void tst_console::everyProjectLoadsWithoutMessages()
-{
-    auto table = std::make_unique<fmProjectTable>(FM);
-    table->loadProjectList(RootB + QStringLiteral("/sub/history_db/"));
-    QCOMPARE(table->nrOfProjects, ReportB.Projects.size());
-    auto list = std::make_unique<fmJ::_JobList>(FM);
-    bool split = false;
-    for (int i = 0; i < table->nrOfProjects; ++i) {
-        const _projectInfo& p = table->projects[size_t(i)];
-        QCOMPARE(p.Name, ReportB.Projects[i].Name);
-        split = split || p.Files.size() > 1;
-        Lines.clear();
-        QString message;
-        QCOMPARE(table->loadProjectJobs(i, *list, message), fmProjectTable::LoadDone);
-        QVERIFY2(Lines.isEmpty(), qPrintable(Lines.isEmpty() ? QString() : Lines.first().second));
-        QCOMPARE(list->JobCount, ReportB.Projects[i].Jobs);
-        // Jobs make sense: sent before finished, inside the two years, with a user and a program.
-        for (int q = 0; q < list->JobCount; ++q) {
-            const fmJ::_jobsHistoryDB_Runtime* job = list->GetJobByQueueID(q);
-            QVERIFY(job);
-            QVERIFY(job->DateSend.t < job->DateFinished.t);
-            QVERIFY(job->DateSend.t >= 1730419200 && job->DateFinished.t < 1730419200 + 3 * 365 * 86400);
-            QVERIFY(!job->UserName.isEmpty() && !job->Software.isEmpty() && !job->SceneName.isEmpty());
-            QVERIFY(job->JobID >= 1000);
-            QVERIFY(job->TotalGhzHours > 0.0f);
-        }
-    }
-    QVERIFY2(split, "no project split over a __ subfolder");
-}
-
-// Catches a demo without the three old frame layouts among the current one.
-void tst_console::framesOfAllLayouts()
-{
-    QSet<int> sizes;
-    for (const QString& f : databaseFiles(RootB))
-        for (const auto& k : frameKinds(f))
-            sizes.insert(k.second);
-    QCOMPARE(sizes, (QSet<int>{30188, 39516, 46908, 37980}));
-    int old = 0;
-    for (const fmDemoProjectReport& p : ReportB.Projects)
-        old += p.OldFrames;
-    QVERIFY(old > 0);
-}
-
-// Catches log messages or error codes that the demo never shows.
-void tst_console::logsAndErrorsOfEveryKind()
-{
-    QSet<int> messages, errors;
-    auto list = std::make_unique<fmJ::_JobList>(FM);
-    for (const QString& f : databaseFiles(RootB)) {
-        list->deleteAll();
-        QVERIFY(list->LoadFileJobs(f));
-        for (int q = 0; q < list->JobCount; ++q) {
-            const fmJ::_jobsHistoryDB_Runtime* job = list->GetJobByQueueID(q);
-            for (int l = 0; l < job->logCountClamped(); ++l)
-                messages.insert(job->Log[l].Message);
-            for (int e = 0; e < job->errorCountClamped(); ++e)
-                errors.insert(job->Errors[e].Code);
-        }
-    }
-    for (int m = 1; m < 64; ++m) {
-        const fmJ::_LogMessage msg = fmJ::_LogMessage(m);
-        if (fmJ::Log2StrID(msg).toQString().startsWith(QLatin1String("Unknown command"))) continue;
-        QVERIFY2(messages.contains(m), qPrintable(QStringLiteral("log message %1 missing").arg(m)));
-    }
-    for (int c : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 22, 23})
-        QVERIFY2(errors.contains(c), qPrintable(QStringLiteral("error %1 missing").arg(c)));
-}
-
-// Catches a splash image that a PNG reader would refuse: bad chunk CRCs or pixel data size.
-void tst_console::splashIsValidPng()
-{
-    const QByteArray png = readAll(RootB + QStringLiteral("/sub/SplashScreen.png"));
-    QVERIFY(png.startsWith(QByteArray("\x89PNG\r\n\x1a\n", 8)));
-    qsizetype pos = 8;
-    quint32 w = 0, h = 0;
-    QByteArray idat;
-    bool end = false;
-    while (pos + 12 <= png.size() && !end) {
-        const auto* p = reinterpret_cast<const uchar*>(png.constData() + pos);
-        const quint32 len = qFromBigEndian<quint32>(p);
-        QVERIFY(pos + 12 + qsizetype(len) <= png.size());
-        const QByteArray type = png.mid(pos + 4, 4);
-        const quint32 crc = qFromBigEndian<quint32>(p + 8 + len);
-        QCOMPARE(quint32(crc32(0, p + 4, uInt(len + 4))), crc);
-        if (type == "IHDR") {
-            w = qFromBigEndian<quint32>(p + 8);
-            h = qFromBigEndian<quint32>(p + 12);
-        }
-        if (type == "IDAT") idat += png.mid(pos + 8, len);
-        end = type == "IEND";
-        pos += 12 + qsizetype(len);
-    }
-    QVERIFY(end);
-    QCOMPARE(pos, png.size());
-    uLongf size = uLongf((w * 3 + 1) * h);
-    QByteArray raw(qsizetype(size), '\0');
-    QCOMPARE(uncompress(reinterpret_cast<Bytef*>(raw.data()), &size,
-                        reinterpret_cast<const Bytef*>(idat.constData()), uLong(idat.size())),
-             Z_OK);
-    QCOMPARE(qsizetype(size), qsizetype((w * 3 + 1) * h));
-}
-
-void tst_console::arguments_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("text"); // expected in standard output or error
-    const QString root = QStringLiteral("<A>");
-    QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("usage:");
-    QTest::newRow("help after command") << QStringList{QStringLiteral("export"), QStringLiteral("-h")} << 0
-                                        << QStringLiteral("export --all -o FILE");
-    QTest::newRow("help of no command") << QStringList{QStringLiteral("help"), QStringLiteral("nope")} << 2
-                                        << QStringLiteral("Unknown command 'nope'");
-    QTest::newRow("nothing") << QStringList{} << 2 << QStringLiteral("No command given");
-    QTest::newRow("unknown command") << QStringList{QStringLiteral("frobnicate")} << 2
-                                     << QStringLiteral("Unknown command 'frobnicate'");
-    QTest::newRow("unknown option") << QStringList{QStringLiteral("projects"), QStringLiteral("--frobnicate")}
-                                    << 2 << QStringLiteral("Unknown option '--frobnicate'");
-    QTest::newRow("export without output")
-        << QStringList{QStringLiteral("export"), QStringLiteral("--all")} << 2 << QStringLiteral("-o FILE");
-    QTest::newRow("export all and project")
-        << QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--project"),
-                       QStringLiteral("x"),      QStringLiteral("-o"),    QStringLiteral("x.csv")}
-        << 2 << QStringLiteral("either --project NAME or --all");
-    QTest::newRow("demo-root without folder")
-        << QStringList{QStringLiteral("demo-root")} << 2 << QStringLiteral("exactly one folder");
-    QTest::newRow("demo-root jobs 0") << QStringList{QStringLiteral("demo-root"), QStringLiteral("x"),
-                                                     QStringLiteral("--jobs"), QStringLiteral("0")}
-                                      << 2 << QStringLiteral("--jobs needs a number from 1 to 15000");
-    QTest::newRow("demo-root in a _debug folder")
-        << QStringList{QStringLiteral("demo-root"), QStringLiteral("x_debug")} << 1
-        << QStringLiteral("can't be a farm root");
-    QTest::newRow("no root") << QStringList{QStringLiteral("projects")} << 100
-                             << QStringLiteral("Unable to get FM Root path");
-    QTest::newRow("root not a farm") << QStringList{QStringLiteral("-fmRoot"),
-                                                    QStringLiteral("/nonexistent/farm"),
-                                                    QStringLiteral("projects")}
-                                     << 100 << QStringLiteral("Unable to get FM Root path");
-    QTest::newRow("root first") << QStringList{QStringLiteral("-fmRoot"), root, QStringLiteral("projects")}
-                                << 0 << QStringLiteral("Aurora_Documentary");
-    QTest::newRow("root between") << QStringList{QStringLiteral("projects"), QStringLiteral("-fmRoot"), root,
-                                                 QStringLiteral("--exact")}
-                                  << 0 << QStringLiteral("     40   Aurora_Documentary");
-    QTest::newRow("unknown project") << QStringList{QStringLiteral("export"),
-                                                    QStringLiteral("--project"),
-                                                    QStringLiteral("Nope"),
-                                                    QStringLiteral("-o"),
-                                                    QStringLiteral("x.csv"),
-                                                    QStringLiteral("-fmRoot"),
-                                                    root}
-                                     << 2 << QStringLiteral("Unknown project 'Nope'");
-    QTest::newRow("export unwritable")
-        << QStringList{QStringLiteral("-fmRoot"), root,
-                       QStringLiteral("export"),  QStringLiteral("--all"),
-                       QStringLiteral("-o"),      QStringLiteral("/nonexistent/dir/all.csv")}
-        << 1 << QStringLiteral("Unable to save all jobs");
-    QTest::newRow("export to a full disk")
-        << QStringList{"-fmRoot", root, "export", "--all", "-o", "/dev/full"} << 1
-        << QStringLiteral("Unable to save all jobs");
-    QTest::newRow("jobs without project") << QStringList{"jobs"} << 2 << QStringLiteral("needs --project");
-    QTest::newRow("delete of no job")
-        << QStringList{"-fmRoot", root, "delete", "--project", "Copperline_Series", "12345"} << 2
-        << QStringLiteral("No job '12345'");
-    QTest::newRow("delete with a filter") << QStringList{"delete", "--project", "P", "--user", "u", "1"} << 2
-                                          << QStringLiteral("does not take --user");
-}
-
-// Catches wrong exit codes and unclear messages for every kind of bad call, and a root option
-// that is only found at one place of the command line.
-void tst_console::arguments()
-{
-    QFETCH(QStringList, args);
-    QFETCH(int, code);
-    QFETCH(QString, text);
-    args.replaceInStrings(QStringLiteral("<A>"), RootA);
-    // Run from a folder that is no root, so that only "-fmRoot" can give one.
-    const Run r = runConsole(args, Tmp.path());
-    QVERIFY2(r.Code == code, qPrintable(QStringLiteral("exit %1\n%2%3").arg(r.Code).arg(r.Out, r.Err)));
-    QVERIFY2((r.Out + r.Err).contains(text), qPrintable(r.Out + r.Err));
-    QVERIFY(!QFileInfo::exists(Tmp.filePath(QStringLiteral("x"))));
-    QVERIFY(!QFileInfo::exists(Tmp.filePath(QStringLiteral("x_debug"))));
-}
-
-void tst_console::helpPages_data()
-{
-    QTest::addColumn<QString>("command");
-    const Run r = runConsole({QStringLiteral("help"), QStringLiteral("--commands")});
-    QCOMPARE(r.Code, 0);
-    for (const QString& name : r.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-        QTest::newRow(qPrintable(name)) << name;
-}
-
-// Catches a command missing from the overview or the completion lists, a page without one of its
-// sections, and an option that the command takes but its page does not explain.
-void tst_console::helpPages()
-{
-    QFETCH(QString, command);
-    const Run overview = runConsole({QStringLiteral("--help")});
-    QVERIFY2(overview.Out.contains(QStringLiteral("\n   ") + command + QLatin1Char(' ')),
-             qPrintable(overview.Out));
-    const Run page = runConsole({QStringLiteral("help"), command});
-    QCOMPARE(page.Code, 0);
-    for (const char* section :
-         {"NAME\n", "SYNOPSIS\n", "DESCRIPTION\n", "OPTIONS\n", "EXIT STATUS\n", "EXAMPLE\n"})
-        QVERIFY2(page.Out.contains(QLatin1String(section)), section);
-    const Run options = runConsole({QStringLiteral("help"), QStringLiteral("--options"), command});
-    QCOMPARE(options.Code, 0);
-    // Each option heads a line of its own: "    --name VALUE" or "    -o, --name VALUE".
-    for (const QString& option : options.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        const QRegularExpression head(
-            QStringLiteral("^    (-\\w, )?%1( |$)").arg(QRegularExpression::escape(option)),
-            QRegularExpression::MultilineOption);
-        QVERIFY2(head.match(page.Out).hasMatch(), qPrintable(option));
-    }
-}
-
-// Catches a demo root that the start-up warns about: configuration, clients, groups, users.
-void tst_console::startupPassesWithoutWarnings()
-{
-    const Run r = runConsole(
-        {QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("projects")});
-    QCOMPARE(r.Code, 0);
-    QVERIFY2(r.Out.contains(QLatin1String("init done")), qPrintable(r.Out));
-    QVERIFY2(r.Out.contains(QLatin1String("users7.dat   loaded")), qPrintable(r.Out));
-    QVERIFY2(r.Out.contains(QLatin1String("clientgroups.ini   loaded")), qPrintable(r.Out));
-    for (const QString& line : r.Out.split(QLatin1Char('\n')))
-        QVERIFY2(!line.contains(QLatin1String(" ERR ")) && !line.contains(QLatin1String(" WRN ")) &&
-                     !line.contains(QLatin1String("CRF")),
-                 qPrintable(line));
-}
-
-// Catches a project list that differs from the project combo's text of the same table.
-void tst_console::projectsText()
-{
-    auto table = std::make_unique<fmProjectTable>(FM);
-    table->loadProjectList(RootA + QStringLiteral("/sub/history_db/"));
-    QStringList expected;
-    for (int i = 0; i < table->nrOfProjects; ++i)
-        expected.append(fmProjectTable::comboText(table->projects[size_t(i)]));
-    const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("projects")});
-    QCOMPARE(r.Code, 0);
-    QCOMPARE(r.Out, expected.join(QLatin1Char('\n')) + QLatin1Char('\n'));
-    QVERIFY(r.Out.contains(QLatin1Char('~')));
-}
-
-// Catches JSON that is not parseable, mixed with log lines, or off from the files on disk.
-void tst_console::projectsJson()
-{
-    const Run r =
-        runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("projects"),
-                    QStringLiteral("--json"), QStringLiteral("--exact")});
-    QCOMPARE(r.Code, 0);
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(r.Out.toUtf8(), &error);
-    QVERIFY2(error.error == QJsonParseError::NoError, qPrintable(error.errorString()));
-    const QJsonArray a = doc.array();
-    QCOMPARE(a.size(), ReportB.Projects.size());
-    for (int i = 0; i < a.size(); ++i) {
-        const QJsonObject p = a[i].toObject();
-        QCOMPARE(p[QStringLiteral("name")].toString(), ReportB.Projects[i].Name);
-        QCOMPARE(p[QStringLiteral("jobs")].toInt(), ReportB.Projects[i].Jobs);
-        QVERIFY(p[QStringLiteral("exact")].toBool());
-        const QJsonArray files = p[QStringLiteral("files")].toArray();
-        QCOMPARE(files.size(), ReportB.Projects[i].Files.size());
-        for (const QJsonValue& f : files) {
-            const QFileInfo info(f[QStringLiteral("path")].toString());
-            QVERIFY(info.isFile());
-            QCOMPARE(qint64(f[QStringLiteral("size")].toDouble()), info.size());
-            QCOMPARE(QDateTime::fromString(f[QStringLiteral("time")].toString(), Qt::ISODate),
-                     info.lastModified());
-        }
-        QVERIFY(p[QStringLiteral("first")].toString() <= p[QStringLiteral("last")].toString());
-    }
-}
-
-// Catches an export whose bytes differ from the window's walk (header once, appends after).
-void tst_console::exportAllMatchesWindowExport()
-{
-    const QString out = Tmp.filePath(QStringLiteral("all.csv"));
-    const Run r = runConsole({QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("-o"), out,
-                              QStringLiteral("-fmRoot"), RootA});
-    QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
-
-    // The same walk in this process, on the root made here with the same seed.
-    const QString mine = Tmp.filePath(QStringLiteral("mine.csv"));
-    auto table = std::make_unique<fmProjectTable>(FM);
-    table->loadProjectList(RootB + QStringLiteral("/sub/history_db/"));
-    auto list = std::make_unique<fmJ::_JobList>(FM);
-    for (int i = 0; i < table->nrOfProjects; ++i) {
-        QString message;
-        QCOMPARE(table->loadProjectJobs(i, *list, message), fmProjectTable::LoadDone);
-        QVERIFY(list->exportAsCSV(mine, nullptr, nullptr, true, i > 0));
-    }
-    const QByteArray bytes = readAll(out);
-    QCOMPARE(bytes, readAll(mine));
-    // "-o -": the same bytes on standard output, with the log lines kept off it.
-    const Run piped =
-        runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("--verbose"), QStringLiteral("export"),
-                    QStringLiteral("--all"), QStringLiteral("-o"), QStringLiteral("-")});
-    QCOMPARE(piped.Code, 0);
-    QVERIFY(piped.Out.toUtf8() == bytes);
-    QVERIFY(piped.Err.contains(QLatin1String("init done")));
-    const QList<QByteArray> lines = bytes.split('\n');
-    QCOMPARE(lines.size(),
-             ReportB.totalJobs() + 2); // header, jobs, and the empty rest behind the last "\r\n"
-    QVERIFY(lines.first().startsWith("SceneName;"));
-    QCOMPARE(bytes.count("SceneName;SceneDatabaseDir;"), 1);
-    const int columns = int(lines.first().count(';'));
-    for (int i = 1; i < lines.size() - 1; ++i) {
-        QVERIFY(lines[i].endsWith(";\r"));
-        QCOMPARE(int(lines[i].count(';')), columns);
-    }
-}
-
-// Catches a project name matched with case or an export that takes other projects' jobs along.
-void tst_console::exportOneProject()
-{
-    const QString out = Tmp.filePath(QStringLiteral("one.csv"));
-    const fmDemoProjectReport& p = ReportB.Projects[1];
-    const Run r = runConsole({QStringLiteral("-fmRoot"), RootA, QStringLiteral("export"),
-                              QStringLiteral("--project"), p.Name.toUpper(), QStringLiteral("-o"), out});
-    QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
-    const QByteArray bytes = readAll(out);
-    QCOMPARE(int(bytes.count("\r\n")), p.Jobs + 1);
-    QCOMPARE(int(bytes.count(";" + p.Name.section(QLatin1Char('_'), 0, 0).toUtf8() + ";")), p.Jobs);
-}
-
-void tst_console::checkDatabases_data()
-{
-    QTest::addColumn<QString>("damage");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("intact") << QString() << 0 << QStringLiteral("0 frames failed");
-    QTest::newRow("one frame's data") << QStringLiteral("data") << 1 << QStringLiteral("1 frame failed");
-    QTest::newRow("one frame's size")
-        << QStringLiteral("size") << 1 << QStringLiteral("Data size does not match");
-    QTest::newRow("cut inside a frame") << QStringLiteral("cut") << 1 << QStringLiteral("could not be read");
-    QTest::newRow("bad magic") << QStringLiteral("magic") << 1 << QStringLiteral("jobs.db format error");
-    QTest::newRow("63 bytes") << QStringLiteral("short") << 1 << QStringLiteral("Wrong file size");
-    QTest::newRow("empty") << QStringLiteral("empty") << 0
-                           << QStringLiteral("0 jobs loaded, 0 frames failed");
-    QTest::newRow("missing") << QStringLiteral("missing") << 1 << QStringLiteral("not found");
-    QTest::newRow("unknown identifier") << QStringLiteral("id") << 1 << QStringLiteral("1 frame skipped");
-}
-
-// Catches a check that misses a damaged frame, names no failure or exits 0 on one; every file
-// of the demo root passes.
-void tst_console::checkDatabases()
-{
-    QFETCH(QString, damage);
-    QFETCH(int, code);
-    QFETCH(QString, text);
-    const QStringList files = databaseFiles(RootA);
-    QVERIFY(files.size() >= 4);
-    QStringList args{QStringLiteral("-fmRoot"), RootA, QStringLiteral("check")};
-    if (damage.isEmpty()) {
-        args += files;
-    } else {
-        QByteArray b = readAll(files.first());
-        const QList<qsizetype> frames = frameOffsets(b);
-        QVERIFY(frames.size() >= 3);
-        const qsizetype second = frames[1];
-        if (damage == QLatin1String("data")) {
-            for (int k = 0; k < 8; ++k)
-                b[second + 64 + 40 + k] = char(b[second + 64 + 40 + k] ^ 0x5A);
-        } else if (damage == QLatin1String("size")) {
-            qToLittleEndian<quint32>(12345, reinterpret_cast<uchar*>(b.data()) + second + 56);
-        } else if (damage == QLatin1String("cut")) {
-            b.truncate(frames.last() + 30); // inside the last frame's header
-        } else if (damage == QLatin1String("id")) {
-            qToLittleEndian<quint16>(0x0B00, reinterpret_cast<uchar*>(b.data()) + second + 60);
-        } else if (damage == QLatin1String("magic")) {
-            b[second + 8] = 'X';
-        } else if (damage == QLatin1String("short")) {
-            b.truncate(63);
-        } else if (damage == QLatin1String("empty")) {
-            b.clear();
-        }
-        const QString path = Tmp.filePath(QStringLiteral("damaged.db"));
-        QFile::remove(path);
-        if (damage != QLatin1String("missing")) {
-            QFile f(path);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(b);
-        }
-        args.append(path);
-    }
-    const Run r = runConsole(args);
-    QVERIFY2(r.Code == code, qPrintable(QStringLiteral("exit %1\n%2").arg(r.Code).arg(r.Out + r.Err)));
-    QVERIFY2(r.Out.contains(text), qPrintable(r.Out));
-    if (damage.isEmpty()) {
-        QCOMPARE(int(r.Out.count(QLatin1String(" loaded, 0 frames failed"))), files.size());
-        QVERIFY(!r.Out.contains(QLatin1String("ERR")));
-        QVERIFY2(r.Out.contains(QStringLiteral("checked %1 files: %2 jobs, 0 frames failed, 0 unreadable")
-                                    .arg(files.size())
-                                    .arg(ReportB.totalJobs())),
-                 qPrintable(r.Out));
-    }
-    if (damage == QLatin1String("data"))
-        QVERIFY2(r.Out.contains(QLatin1String("Error decompressing job #2")), qPrintable(r.Out));
-}
-
-// Catches saves that undo each other: two processes delete a different job of one project at
-// the same moment; both deletions hold, and every other job stays, once, with its file.
-void tst_console::deleteFromTwoProcesses()
-{
-    const QString root = Tmp.filePath(QStringLiteral("rootTwo"));
-    QCOMPARE(runConsole({"demo-root", root, "--projects", "1", "--jobs", "30"}).Code, 0);
-    const QString name = QFileInfo(databaseFiles(root).first()).completeBaseName();
-    const QStringList list = {"-fmRoot", root, "jobs", "--project", name};
-    QStringList before = runConsole(list).Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QVERIFY(before.size() >= 10);
-    QProcess a, b;
-    a.start(kConsole, {"-fmRoot", root, "delete", "--project", name, before[2].section('\t', 1, 1)});
-    b.start(kConsole, {"-fmRoot", root, "delete", "--project", name, before[7].section('\t', 1, 1)});
-    QVERIFY(a.waitForFinished(120000) && b.waitForFinished(120000));
-    QCOMPARE(a.exitCode() + b.exitCode(), 0);
-    before.removeAt(7);
-    before.removeAt(2);
-    QCOMPARE(runConsole(list).Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts), before);
-}
-
-// Catches a generator that writes over a farm that is already there.
-void tst_console::demoRootRefusesExistingRoot()
-{
-    const QString users = RootA + QStringLiteral("/sub/cfg_global/users7.dat");
-    const QByteArray before = readAll(users);
-    const Run r = runConsole({QStringLiteral("demo-root"), RootA});
-    QCOMPARE(r.Code, 1);
-    QVERIFY(r.Err.contains(QLatin1String("already holds a farm root")));
-    QCOMPARE(readAll(users), before);
-}
-
-// Catches a submitter script that loses or merges arguments with blanks.
-void tst_console::submitterRecordsArguments()
-{
-    const QString script = RootA + QStringLiteral("/bin/lx/fmSubmitter");
-    QVERIFY(QFileInfo(script).isExecutable());
-    QVERIFY(QFileInfo(RootA + QStringLiteral("/bin/lx/fmHistorydbconsole")).isExecutable());
-    QCOMPARE(
-        QProcess::execute(script, {QStringLiteral("-scene"), QStringLiteral("/mnt/my scene.ma"), QString()}),
-        0);
-    const QStringList lines =
-        QString::fromUtf8(readAll(RootA + QStringLiteral("/sub/log/submitter_calls.txt")))
-            .split(QLatin1Char('\n'));
-    QVERIFY(lines.size() >= 5);
-    QVERIFY(lines[0].startsWith(QLatin1String("---- ")));
-    QCOMPARE(lines.mid(1, 4), (QStringList{QStringLiteral("-scene"), QStringLiteral("/mnt/my scene.ma"),
-                                           QString(), QString()}));
-}
 
 QTEST_GUILESS_MAIN(tst_console)
 #include "tst_console.moc"

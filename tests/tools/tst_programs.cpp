@@ -1,5 +1,8 @@
 // The built programs run as processes: the window program's start-up in a demo root made by the
-// console program, as its log file tells it. (The console's exit codes are in tst_console.)
+// console program, as its log file tells it, and its end outside a root. (The console's exit codes
+// are in tst_console.)
+
+#include "fmtestroot.h"
 
 #include "foundation/fmprocess.h"
 
@@ -9,18 +12,10 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
+using namespace Qt::StringLiterals;
 
-const QString kWindow = QStringLiteral(FM_WINDOW_EXE);
-const QString kConsole = QStringLiteral(FM_CONSOLE_EXE);
-
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-} // namespace
+static const QString kWindow = QStringLiteral(FM_WINDOW_EXE);
+static const QString kConsole = QStringLiteral(FM_CONSOLE_EXE);
 
 class tst_programs : public QObject
 {
@@ -32,13 +27,27 @@ private slots:
     void initTestCase()
     {
         QVERIFY(Tmp.isValid());
-        Root = Tmp.filePath(QStringLiteral("root"));
+        Root = Tmp.filePath(u"root"_s);
         QProcess p;
-        p.start(kConsole, {QStringLiteral("demo-root"), Root, QStringLiteral("--projects"),
-                           QStringLiteral("2"), QStringLiteral("--jobs"), QStringLiteral("12"),
-                           QStringLiteral("--seed"), QStringLiteral("3")});
+        p.start(kConsole,
+                {u"demo-root"_s, Root, u"--projects"_s, u"2"_s, u"--jobs"_s, u"12"_s, u"--seed"_s, u"3"_s});
         QVERIFY(p.waitForFinished(120000));
         QCOMPARE(p.exitCode(), 0);
+    }
+
+    // Catches a start outside a farm root that does not end with 100, or that waits on a warning
+    // box nobody can answer (without a screen the line is printed instead).
+    void windowOutsideRoot()
+    {
+        if (ourProcessAlreadyExists("fmHistorydb", false, false, nullptr))
+            QSKIP("another fmHistorydb runs on this machine");
+        QProcess p;
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.setWorkingDirectory(Tmp.path());
+        p.start(kWindow, {u"-fmRoot"_s, Tmp.filePath(u"none"_s)});
+        QVERIFY(p.waitForFinished(20000));
+        QCOMPARE(p.exitCode(), 100);
+        QVERIFY(p.readAll().contains("Unable to get FM Root path"));
     }
 
     // Catches a start-up that loads the farm's tables in another order than the log states, or
@@ -51,12 +60,11 @@ private slots:
             QSKIP("another fmHistorydb runs on this machine");
         QProcess p;
         p.setProcessChannelMode(QProcess::MergedChannels);
-        p.start(kWindow, {QStringLiteral("-fmRoot"), Root, QStringLiteral("-debug"), QStringLiteral("-OMN"),
-                          QStringLiteral("Box1")});
+        p.start(kWindow, {u"-fmRoot"_s, Root, u"-debug"_s, u"-OMN"_s, u"Box1"_s});
         QVERIFY(p.waitForStarted());
-        const QString log = Root + QStringLiteral("/sub/log/fmHistorydb_Box1.txt");
-        QTRY_VERIFY_WITH_TIMEOUT(readAll(log).contains("init done") || p.state() == QProcess::NotRunning,
-                                 30000);
+        const QString log = Root + u"/sub/log/fmHistorydb_Box1.txt"_s;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            fmTestReadAll(log).contains("init done") || p.state() == QProcess::NotRunning, 30000);
         const bool running = p.state() == QProcess::Running;
         p.terminate();
         if (!p.waitForFinished(10000)) {
@@ -64,7 +72,7 @@ private slots:
             p.waitForFinished();
         }
         QVERIFY2(running, p.readAll().constData());
-        const QByteArray text = readAll(log);
+        const QByteArray text = fmTestReadAll(log);
         qsizetype at = 0;
         const QByteArray root = QFileInfo(Root).canonicalFilePath().toUtf8() + '/';
         for (const QByteArray& step :

@@ -13,6 +13,8 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Runs `act` on the next modal dialog as soon as it is shown (inside its own event loop).
@@ -41,189 +43,134 @@ class tst_fmmessagebox : public QObject
 {
     Q_OBJECT
 private slots:
-    void answers_data();
-    void answers();
-    void countDownIsFirstAnswer();
-    void shortcuts_data();
-    void shortcuts();
-    void copyText();
-    void refusedOffThread();
-    void fourButtons();
-    void logLineRaisesWarning();
-    void stringListDialog();
-};
+    // The first answer accepts, the second rejects; the flag tells a given answer from none.
+    void answers_data()
+    {
+        QTest::addColumn<QString>("press"); // "1", "2", "cancel", "close"
+        QTest::addColumn<bool>("withFlag");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<bool>("flag");
+        QTest::newRow("yes") << "1" << true << true << false;
+        QTest::newRow("no") << "2" << true << false << false;
+        QTest::newRow("cancel") << "cancel" << true << false << true;
+        QTest::newRow("window closed") << "close" << true << false << true;
+        QTest::newRow("no without flag") << "2" << false << false << false;
+    }
+    void answers()
+    {
+        QFETCH(QString, press);
+        QFETCH(bool, withFlag);
+        QFETCH(bool, result);
+        QFETCH(bool, flag);
+        bool cancelled = false;
+        bool sawCancelButton = false;
+        onNextDialog([&](QDialog* d) {
+            fmMessageBox* box = asBox(d);
+            QVERIFY(box);
+            sawCancelButton = box->ButtonCancel != nullptr;
+            if (withFlag) QVERIFY(cancelled); // "no answer" until one is given
+            if (press == "1")
+                box->Button1->click();
+            else if (press == "2")
+                box->Button2->click();
+            else if (press == "cancel")
+                box->ButtonCancel->click();
+            else
+                box->reject();
+        });
+        const bool r = fmMessageBox::Question(nullptr, u"Save?"_s, u"Yes"_s, 0, u"No"_s,
+                                              withFlag ? &cancelled : nullptr);
+        QCOMPARE(r, result);
+        QCOMPARE(sawCancelButton, withFlag);
+        if (withFlag) QCOMPARE(cancelled, flag);
+    }
 
-// The first answer accepts, the second rejects; the flag tells a given answer from none.
-void tst_fmmessagebox::answers_data()
-{
-    QTest::addColumn<QString>("press"); // "1", "2", "cancel", "close"
-    QTest::addColumn<bool>("withFlag");
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<bool>("flag");
-    QTest::newRow("yes") << "1" << true << true << false;
-    QTest::newRow("no") << "2" << true << false << false;
-    QTest::newRow("cancel") << "cancel" << true << false << true;
-    QTest::newRow("window closed") << "close" << true << false << true;
-    QTest::newRow("no without flag") << "2" << false << false << false;
-}
+    // A warning with 2 seconds shows "Ok  (2)" and counts as answered when the time runs out.
+    void countDownIsFirstAnswer()
+    {
+        QString shown;
+        onNextDialog([&](QDialog* d) { shown = asBox(d)->Button1->text(); });
+        bool cancelled = false;
+        QVERIFY(fmMessageBox::Warning(nullptr, u"Wait"_s, u"Ok"_s, 2, u"Stop"_s, &cancelled));
+        QCOMPARE(shown, u"Ok  (2)"_s);
+        QVERIFY(cancelled); // no answer was given
+    }
 
-void tst_fmmessagebox::answers()
-{
-    QFETCH(QString, press);
-    QFETCH(bool, withFlag);
-    QFETCH(bool, result);
-    QFETCH(bool, flag);
-    bool cancelled = false;
-    bool sawCancelButton = false;
-    onNextDialog([&](QDialog* d) {
-        fmMessageBox* box = asBox(d);
-        QVERIFY(box);
-        sawCancelButton = box->ButtonCancel != nullptr;
-        if (withFlag) QVERIFY(cancelled); // "no answer" until one is given
-        if (press == "1")
+    // Letter shortcuts: first letter, or the one behind "&"; equal letters give none.
+    void shortcuts_data()
+    {
+        QTest::addColumn<QString>("b1");
+        QTest::addColumn<QString>("b2");
+        QTest::addColumn<QString>("key1");
+        QTest::addColumn<QString>("key2");
+        QTest::newRow("yes no") << u"Yes"_s << u"No"_s << u"y"_s << u"n"_s;
+        QTest::newRow("ampersand") << u"&Retry"_s << u"Abort"_s << u"r"_s << u"a"_s;
+        QTest::newRow("same letter") << u"Save"_s << u"skip"_s << u""_s << u""_s;
+    }
+    void shortcuts()
+    {
+        QFETCH(QString, b1);
+        QFETCH(QString, b2);
+        QFETCH(QString, key1);
+        QFETCH(QString, key2);
+        fmMessageBox box(nullptr, QMessageBox::Question, u"?"_s, b1, 0, b2, nullptr, false, true, false);
+        QCOMPARE(box.Shortcut1 ? box.Shortcut1->shortcut().toString() : QString(), key1.toUpper());
+        QCOMPARE(box.Shortcut2 ? box.Shortcut2->shortcut().toString() : QString(), key2.toUpper());
+        if (box.Shortcut2) {
+            box.Shortcut2->trigger();
+            QCOMPARE(box.result(), int(QDialog::Rejected));
+        }
+        if (box.Shortcut1) {
+            box.Shortcut1->trigger();
+            QCOMPARE(box.result(), int(QDialog::Accepted));
+        }
+    }
+
+    // Ctrl+C copies the text with its trailing line break.
+    void copyText()
+    {
+        fmMessageBox box(nullptr, QMessageBox::Warning, u"Disk full"_s, u"Ok"_s, 0, QString(), nullptr, false,
+                         true, false);
+        QApplication::clipboard()->clear();
+        box.CopyAction->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), u"Disk full\n"_s);
+    }
+
+    // Off the application's thread nothing is shown and the answer is false.
+    void refusedOffThread()
+    {
+        bool result = true;
+        QThread* thread =
+            QThread::create([&result] { result = fmMessageBox::Warning(nullptr, u"x"_s, u"Ok"_s, 45); });
+        thread->start();
+        QVERIFY(thread->wait(60000));
+        delete thread;
+        QVERIFY(!result);
+    }
+
+    // A warning line of a window program raises the box with "Ok" and 90 seconds.
+    void logLineRaisesWarning()
+    {
+        fmInstallLogMessageBox();
+        __FMSDK sdk(false, fm_AppType_HistoryDB, u"fmHistorydb"_s, false);
+        sdk.App.MessageBoxAllowed = true;
+        QString button;
+        QString text;
+        bool hasIcon = false;
+        onNextDialog([&](QDialog* d) {
+            fmMessageBox* box = asBox(d);
+            button = box->Button1->text();
+            text = box->TextLabel->text();
+            hasIcon = box->IconLabel != nullptr;
             box->Button1->click();
-        else if (press == "2")
-            box->Button2->click();
-        else if (press == "cancel")
-            box->ButtonCancel->click();
-        else
-            box->reject();
-    });
-    const bool r = fmMessageBox::Question(nullptr, QStringLiteral("Save?"), QStringLiteral("Yes"), 0,
-                                          QStringLiteral("No"), withFlag ? &cancelled : nullptr);
-    QCOMPARE(r, result);
-    QCOMPARE(sawCancelButton, withFlag);
-    if (withFlag) QCOMPARE(cancelled, flag);
-}
-
-// A warning with 2 seconds shows "Ok  (2)" and counts as answered when the time runs out.
-void tst_fmmessagebox::countDownIsFirstAnswer()
-{
-    QString shown;
-    onNextDialog([&](QDialog* d) { shown = asBox(d)->Button1->text(); });
-    bool cancelled = false;
-    QVERIFY(fmMessageBox::Warning(nullptr, QStringLiteral("Wait"), QStringLiteral("Ok"), 2,
-                                  QStringLiteral("Stop"), &cancelled));
-    QCOMPARE(shown, QStringLiteral("Ok  (2)"));
-    QVERIFY(cancelled); // no answer was given
-}
-
-// Letter shortcuts: first letter, or the one behind "&"; equal letters give none.
-void tst_fmmessagebox::shortcuts_data()
-{
-    QTest::addColumn<QString>("b1");
-    QTest::addColumn<QString>("b2");
-    QTest::addColumn<QString>("key1");
-    QTest::addColumn<QString>("key2");
-    QTest::newRow("yes no") << "Yes"
-                            << "No"
-                            << "y"
-                            << "n";
-    QTest::newRow("ampersand") << "&Retry"
-                               << "Abort"
-                               << "r"
-                               << "a";
-    QTest::newRow("same letter") << "Save"
-                                 << "skip"
-                                 << ""
-                                 << "";
-}
-
-void tst_fmmessagebox::shortcuts()
-{
-    QFETCH(QString, b1);
-    QFETCH(QString, b2);
-    QFETCH(QString, key1);
-    QFETCH(QString, key2);
-    fmMessageBox box(nullptr, QMessageBox::Question, QStringLiteral("?"), b1, 0, b2, nullptr, false, true,
-                     false);
-    QCOMPARE(box.Shortcut1 ? box.Shortcut1->shortcut().toString() : QString(), key1.toUpper());
-    QCOMPARE(box.Shortcut2 ? box.Shortcut2->shortcut().toString() : QString(), key2.toUpper());
-    if (box.Shortcut2) {
-        box.Shortcut2->trigger();
-        QCOMPARE(box.result(), int(QDialog::Rejected));
+        });
+        sdk.WriteLog(2, 4, u"Disk nearly full; clean up"_s, u"W"_s);
+        __FMSDK::MessageBoxHook = nullptr;
+        QCOMPARE(button, u"Ok  (90)"_s);
+        QVERIFY2(text.endsWith(u"|  WRN Disk nearly full\nclean up\n"_s), qPrintable(text));
+        QVERIFY(hasIcon);
     }
-    if (box.Shortcut1) {
-        box.Shortcut1->trigger();
-        QCOMPARE(box.result(), int(QDialog::Accepted));
-    }
-}
-
-// Ctrl+C copies the text with its trailing line break.
-void tst_fmmessagebox::copyText()
-{
-    fmMessageBox box(nullptr, QMessageBox::Warning, QStringLiteral("Disk full"), QStringLiteral("Ok"), 0,
-                     QString(), nullptr, false, true, false);
-    QApplication::clipboard()->clear();
-    box.CopyAction->trigger();
-    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("Disk full\n"));
-}
-
-// Off the application's thread nothing is shown and the answer is false.
-void tst_fmmessagebox::refusedOffThread()
-{
-    bool result = true;
-    QThread* thread = QThread::create([&result] {
-        result = fmMessageBox::Warning(nullptr, QStringLiteral("x"), QStringLiteral("Ok"), 45);
-    });
-    thread->start();
-    QVERIFY(thread->wait(60000));
-    delete thread;
-    QVERIFY(!result);
-}
-
-// The four-button box returns the number of the button pressed.
-void tst_fmmessagebox::fourButtons()
-{
-    bool fourthMissing = false;
-    onNextDialog([&](QDialog* d) {
-        auto* box = qobject_cast<fmMessageBox4Buttons*>(d);
-        QVERIFY(box);
-        fourthMissing = box->Button[3] == nullptr;
-        box->Button[2]->click();
-    });
-    QCOMPARE(fmMessageBox4Buttons::Question(nullptr, QStringLiteral("Which?"), QStringLiteral("One"),
-                                            QStringLiteral("Two"), QStringLiteral("Three"), QString()),
-             3);
-    QVERIFY(fourthMissing);
-}
-
-// A warning line of a window program raises the box with "Ok" and 90 seconds.
-void tst_fmmessagebox::logLineRaisesWarning()
-{
-    fmInstallLogMessageBox();
-    __FMSDK sdk(false, fm_AppType_HistoryDB, QStringLiteral("fmHistorydb"), false);
-    sdk.App.MessageBoxAllowed = true;
-    QString button;
-    QString text;
-    bool hasIcon = false;
-    onNextDialog([&](QDialog* d) {
-        fmMessageBox* box = asBox(d);
-        button = box->Button1->text();
-        text = box->TextLabel->text();
-        hasIcon = box->IconLabel != nullptr;
-        box->Button1->click();
-    });
-    sdk.WriteLog(2, 4, QStringLiteral("Disk nearly full; clean up"), QStringLiteral("W"));
-    __FMSDK::MessageBoxHook = nullptr;
-    QCOMPARE(button, QStringLiteral("Ok  (90)"));
-    QVERIFY2(text.endsWith(QStringLiteral("|  WRN Disk nearly full\nclean up\n")), qPrintable(text));
-    QVERIFY(hasIcon);
-}
-
-// The list dialog sorts when asked and focuses "Select".
-void tst_fmmessagebox::stringListDialog()
-{
-    QStringList list{QStringLiteral("pear"), QStringLiteral("apple"), QStringLiteral("fig")};
-    fmStringListDialog dialog(list, QStringLiteral("Pick one"), true, nullptr);
-    QCOMPARE(list, (QStringList{"apple", "fig", "pear"}));
-    QCOMPARE(dialog.Combo->count(), 3);
-    QVERIFY(dialog.ButtonSelect->isDefault());
-    dialog.Combo->setCurrentIndex(2);
-    QCOMPARE(dialog.selectedText(), QStringLiteral("pear"));
-    dialog.ButtonAbort->click();
-    QCOMPARE(dialog.result(), int(QDialog::Rejected));
-}
+};
 
 QTEST_MAIN(tst_fmmessagebox)
 #include "tst_fmmessagebox.moc"

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QPalette paletteOf(const QString& theme)
@@ -19,145 +21,6 @@ QPalette paletteOf(const QString& theme)
     if (theme == QLatin1String("eastern")) return fmStyle::standardPaletteEastern();
     return fmStyle::standardPaletteLight();
 }
-
-} // namespace
-
-class tst_fmstyle : public QObject
-{
-    Q_OBJECT
-private slots:
-    void themePrecedence_data();
-    void themePrecedence();
-    void fontSizes_data();
-    void fontSizes();
-    void brushes_data();
-    void brushes();
-    void widgetFonts();
-    void installFromChoices();
-    void contrast_data();
-    void contrast();
-};
-
-// Catches a wrong theme order, DarkUI() missing girly, and the application palette left unset.
-void tst_fmstyle::themePrecedence_data()
-{
-    QTest::addColumn<bool>("dark");
-    QTest::addColumn<bool>("easter");
-    QTest::addColumn<bool>("girly");
-    QTest::addColumn<QRgb>("window");
-    QTest::addColumn<bool>("darkUI");
-    QTest::newRow("all: dark wins") << true << true << true << 0xFF666666u << true;
-    QTest::newRow("eastern over girly") << false << true << true << 0xFFA2FFA2u << true;
-    QTest::newRow("girly") << false << false << true << 0xFFA73F61u << true;
-    QTest::newRow("eastern alone") << false << true << false << 0xFFA2FFA2u << false;
-    QTest::newRow("light") << false << false << false << 0xFFD6D6D6u << false;
-}
-
-void tst_fmstyle::themePrecedence()
-{
-    QFETCH(bool, dark);
-    QFETCH(bool, easter);
-    QFETCH(bool, girly);
-    QFETCH(QRgb, window);
-    QFETCH(bool, darkUI);
-    fmStyle style(dark, easter, girly);
-    QCOMPARE(style.standardPalette().color(QPalette::Active, QPalette::Window).rgba(), window);
-    QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), window);
-    QCOMPARE(fmStyle::DarkUI(), darkUI);
-}
-
-// Catches font sizes below 4 getting through.
-void tst_fmstyle::fontSizes_data()
-{
-    QTest::addColumn<int>("given");
-    QTest::addColumn<int>("kept");
-    QTest::newRow("2 gives 4") << 2 << 4;
-    QTest::newRow("negative") << -7 << 4;
-    QTest::newRow("11") << 11 << 11;
-}
-
-void tst_fmstyle::fontSizes()
-{
-    QFETCH(int, given);
-    QFETCH(int, kept);
-    fmStyle::setFontSizeSmall(given);
-    fmStyle::setFontSizeDefault(given);
-    QCOMPARE(fmStyle::fontSizeSmall(), kept);
-    QCOMPARE(fmStyle::fontSizeDefault(), kept);
-}
-
-// Catches a brush helper that leaves a colour, texture or gradient unchanged or goes the wrong way.
-void tst_fmstyle::brushes_data()
-{
-    QTest::addColumn<int>("kind"); // 0 solid, 1 texture, 2 gradient
-    QTest::newRow("solid") << 0;
-    QTest::newRow("texture") << 1;
-    QTest::newRow("gradient") << 2;
-}
-
-void tst_fmstyle::brushes()
-{
-    QFETCH(int, kind);
-    const QColor grey(128, 128, 128);
-    QBrush brush(grey);
-    if (kind == 1) {
-        QPixmap texture(4, 4);
-        texture.fill(grey);
-        brush = QBrush(texture);
-    } else if (kind == 2) {
-        QLinearGradient gradient(0, 0, 10, 0);
-        gradient.setColorAt(0, grey);
-        gradient.setColorAt(1, grey);
-        brush = QBrush(gradient);
-    }
-    const auto colorOf = [kind](const QBrush& b) {
-        if (kind == 1) return b.texture().toImage().pixelColor(2, 2);
-        if (kind == 2) return b.gradient()->stops().first().second;
-        return b.color();
-    };
-    const QBrush dark = fmBrushDark(brush, 150);
-    const QBrush light = fmBrushLight(brush, 150);
-    QCOMPARE(dark.style(), brush.style());
-    QCOMPARE(colorOf(dark).rgba(), grey.darker(150).rgba());
-    QCOMPARE(colorOf(light).rgba(), grey.lighter(150).rgba());
-}
-
-// Catches a widget font keeping bold, italic, underline or strike-out.
-void tst_fmstyle::widgetFonts()
-{
-    QLabel label;
-    QFont font = label.font();
-    font.setBold(true);
-    font.setItalic(true);
-    font.setUnderline(true);
-    font.setStrikeOut(true);
-    label.setFont(font);
-    fmStyle::setFontSizeSmall(6);
-    fmStyle::setFontSizeDefault(9);
-    fmStyle::setFMFontSmaller(&label);
-    QCOMPARE(label.font().pointSize(), 6);
-    QCOMPARE(label.font().weight(), QFont::Normal);
-    QVERIFY(!label.font().italic() && !label.font().underline() && !label.font().strikeOut());
-    fmStyle::setFMFontDefault(&label);
-    QCOMPARE(label.font().pointSize(), 9);
-    fmStyle::setFMFontDefault(nullptr); // no widget: nothing happens
-}
-
-// Catches the start-up choices not reaching the installed style.
-void tst_fmstyle::installFromChoices()
-{
-    fmStyleChoices choices;
-    choices.Girly = true;
-    choices.FontSmallSet = true;
-    choices.FontSizeSmall = 3;
-    fmInstallStyle(choices);
-    QVERIFY(qobject_cast<fmStyle*>(QApplication::style()));
-    QVERIFY(fmStyle::IsGirlyUI && !fmStyle::IsDarkUI);
-    QCOMPARE(fmStyle::fontSizeSmall(), 4);
-    QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), 0xFFA73F61u);
-}
-
-namespace {
 
 // Relative luminance and contrast ratio as the accessibility guidelines define them.
 double luminance(QRgb c)
@@ -177,64 +40,131 @@ double contrastOf(QRgb a, QRgb b)
 
 } // namespace
 
-// Catches a theme whose text or difference colour is unreadable on its background (red on the
-// dark grey, all text red on the eastern green, girly's inactive text in its background colour):
-// a label is rendered in each palette and its most distinct text pixel must reach 4.5:1.
-void tst_fmstyle::contrast_data()
+class tst_fmstyle : public QObject
 {
-    QTest::addColumn<QString>("theme");
-    QTest::addColumn<int>("group");
-    QTest::addColumn<QString>("text"); // "window", "base", "button" or "difference"
-    for (const char* theme : {"light", "dark", "girly", "eastern"})
-        for (const int group : {int(QPalette::Active), int(QPalette::Inactive)})
-            for (const char* text : {"window", "base", "button", "difference"})
-                QTest::addRow("%s %s %s", theme, group == QPalette::Active ? "active" : "inactive", text)
-                    << QString::fromLatin1(theme) << group << QString::fromLatin1(text);
-}
+    Q_OBJECT
+private slots:
+    // Catches a wrong theme order, DarkUI() missing girly, and the application palette left unset.
+    void themePrecedence_data()
+    {
+        QTest::addColumn<bool>("dark");
+        QTest::addColumn<bool>("easter");
+        QTest::addColumn<bool>("girly");
+        QTest::addColumn<QRgb>("window");
+        QTest::addColumn<bool>("darkUI");
+        QTest::newRow("all: dark wins") << true << true << true << 0xFF666666u << true;
+        QTest::newRow("eastern over girly") << false << true << true << 0xFFA2FFA2u << true;
+        QTest::newRow("girly") << false << false << true << 0xFFA73F61u << true;
+        QTest::newRow("eastern alone") << false << true << false << 0xFFA2FFA2u << false;
+        QTest::newRow("light") << false << false << false << 0xFFD6D6D6u << false;
+    }
+    void themePrecedence()
+    {
+        QFETCH(bool, dark);
+        QFETCH(bool, easter);
+        QFETCH(bool, girly);
+        QFETCH(QRgb, window);
+        QFETCH(bool, darkUI);
+        fmStyle style(dark, easter, girly);
+        QCOMPARE(style.standardPalette().color(QPalette::Active, QPalette::Window).rgba(), window);
+        QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), window);
+        QCOMPARE(fmStyle::DarkUI(), darkUI);
+    }
 
-void tst_fmstyle::contrast()
-{
-    QFETCH(QString, theme);
-    QFETCH(int, group);
-    QFETCH(QString, text);
-    const bool dark = fmStyle::IsDarkUI, easter = fmStyle::IsEasterUI, girly = fmStyle::IsGirlyUI;
-    fmStyle::IsDarkUI = theme == QLatin1String("dark");
-    fmStyle::IsEasterUI = theme == QLatin1String("eastern");
-    fmStyle::IsGirlyUI = theme == QLatin1String("girly");
-    const QColor difference = fmStyle::DifferenceColor();
-    fmStyle::IsDarkUI = dark;
-    fmStyle::IsEasterUI = easter;
-    fmStyle::IsGirlyUI = girly;
+    // Catches a widget font keeping bold, italic, underline or strike-out.
+    void widgetFonts()
+    {
+        QLabel label;
+        QFont font = label.font();
+        font.setBold(true);
+        font.setItalic(true);
+        font.setUnderline(true);
+        font.setStrikeOut(true);
+        label.setFont(font);
+        fmStyle::setFontSizeSmall(6);
+        fmStyle::setFontSizeDefault(9);
+        fmStyle::setFMFontSmaller(&label);
+        QCOMPARE(label.font().pointSize(), 6);
+        QCOMPARE(label.font().weight(), QFont::Normal);
+        QVERIFY(!label.font().italic() && !label.font().underline() && !label.font().strikeOut());
+        fmStyle::setFMFontDefault(&label);
+        QCOMPARE(label.font().pointSize(), 9);
+        fmStyle::setFMFontDefault(nullptr); // no widget: nothing happens
+    }
 
-    const auto g = QPalette::ColorGroup(group);
-    QPalette palette = paletteOf(theme);
-    QPalette::ColorRole back = QPalette::Window, fore = QPalette::WindowText;
-    if (text == QLatin1String("base")) back = QPalette::Base, fore = QPalette::Text;
-    if (text == QLatin1String("button")) back = QPalette::Button, fore = QPalette::ButtonText;
-    QColor color = palette.color(g, fore);
-    if (text == QLatin1String("difference")) color = difference;
-    // The label draws in the active group; the group under test is put there.
-    palette.setColor(QPalette::Active, QPalette::Window, palette.color(g, back));
-    palette.setColor(QPalette::Active, QPalette::WindowText, color);
-    QLabel label(QStringLiteral("<b>0123 ~ Value</b>"));
-    label.setPalette(palette);
-    label.setAutoFillBackground(true);
-    QFont font = label.font();
-    font.setPointSize(14);
-    label.setFont(font);
-    label.resize(label.sizeHint());
-    QImage image(label.size(), QImage::Format_ARGB32);
-    label.render(&image);
-    const QRgb background = image.pixel(0, 0);
-    QCOMPARE(background, palette.color(g, back).rgba());
-    double best = 1.0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            best = std::max(best, contrastOf(image.pixel(x, y), background));
-    QVERIFY2(best >= 4.5, qPrintable(QStringLiteral("%1 on %2: %3")
-                                         .arg(color.name(), palette.color(g, back).name())
-                                         .arg(best, 0, 'f', 2)));
-}
+    // Catches the start-up choices not reaching the installed style.
+    void installFromChoices()
+    {
+        fmStyleChoices choices;
+        choices.Girly = true;
+        choices.FontSmallSet = true;
+        choices.FontSizeSmall = 3;
+        fmInstallStyle(choices);
+        QVERIFY(qobject_cast<fmStyle*>(QApplication::style()));
+        QVERIFY(fmStyle::IsGirlyUI && !fmStyle::IsDarkUI);
+        QCOMPARE(fmStyle::fontSizeSmall(), 4);
+        QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), 0xFFA73F61u);
+    }
+
+    // Catches a theme whose text or difference colour is unreadable on its background (red on the
+    // dark grey, all text red on the eastern green, girly's inactive text in its background colour):
+    // a label is rendered in each palette and its most distinct text pixel must reach 4.5:1.
+    void contrast_data()
+    {
+        QTest::addColumn<QString>("theme");
+        QTest::addColumn<int>("group");
+        QTest::addColumn<QString>("text"); // "window", "base", "button" or "difference"
+        for (const char* theme : {"light", "dark", "girly", "eastern"})
+            for (const int group : {int(QPalette::Active), int(QPalette::Inactive)})
+                for (const char* text : {"window", "base", "button", "difference"})
+                    QTest::addRow("%s %s %s", theme, group == QPalette::Active ? "active" : "inactive", text)
+                        << QString::fromLatin1(theme) << group << QString::fromLatin1(text);
+    }
+    void contrast()
+    {
+        QFETCH(QString, theme);
+        QFETCH(int, group);
+        QFETCH(QString, text);
+        const bool dark = fmStyle::IsDarkUI, easter = fmStyle::IsEasterUI, girly = fmStyle::IsGirlyUI;
+        fmStyle::IsDarkUI = theme == QLatin1String("dark");
+        fmStyle::IsEasterUI = theme == QLatin1String("eastern");
+        fmStyle::IsGirlyUI = theme == QLatin1String("girly");
+        const QColor difference = fmStyle::DifferenceColor();
+        fmStyle::IsDarkUI = dark;
+        fmStyle::IsEasterUI = easter;
+        fmStyle::IsGirlyUI = girly;
+
+        const auto g = QPalette::ColorGroup(group);
+        QPalette palette = paletteOf(theme);
+        QPalette::ColorRole back = QPalette::Window, fore = QPalette::WindowText;
+        if (text == QLatin1String("base")) back = QPalette::Base, fore = QPalette::Text;
+        if (text == QLatin1String("button")) back = QPalette::Button, fore = QPalette::ButtonText;
+        QColor color = palette.color(g, fore);
+        if (text == QLatin1String("difference")) color = difference;
+        // The label draws in the active group; the group under test is put there.
+        palette.setColor(QPalette::Active, QPalette::Window, palette.color(g, back));
+        palette.setColor(QPalette::Active, QPalette::WindowText, color);
+        QLabel label(u"<b>0123 ~ Value</b>"_s);
+        label.setPalette(palette);
+        label.setAutoFillBackground(true);
+        QFont font = label.font();
+        font.setPointSize(14);
+        label.setFont(font);
+        label.resize(label.sizeHint());
+        QImage image(label.size(), QImage::Format_ARGB32);
+        label.render(&image);
+        const QRgb background = image.pixel(0, 0);
+        QCOMPARE(background, palette.color(g, back).rgba());
+        double best = 1.0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                best = std::max(best, contrastOf(image.pixel(x, y), background));
+        QVERIFY2(
+            best >= 4.5,
+            qPrintable(
+                u"%1 on %2: %3"_s.arg(color.name(), palette.color(g, back).name()).arg(best, 0, 'f', 2)));
+    }
+};
 
 QTEST_MAIN(tst_fmstyle)
 #include "tst_fmstyle.moc"

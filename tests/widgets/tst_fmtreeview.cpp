@@ -7,6 +7,8 @@
 #include <QStandardItemModel>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kColumns = 5;
@@ -22,7 +24,7 @@ struct Table
     {
         for (int r = 0; r < model.rowCount(); ++r)
             for (int c = 0; c < kColumns; ++c)
-                model.setItem(r, c, new QStandardItem(QStringLiteral("r%1").arg(r)));
+                model.setItem(r, c, new QStandardItem(u"r%1"_s.arg(r)));
         view.Tree->setModel(&model);
         view.Footer->setModel(&totals);
         view.resize(300, 200);
@@ -184,33 +186,6 @@ private slots:
         const QRect last = tree->visualRect(t.model.index(rows - 1, 0)).intersected(img.rect());
         QVERIFY(inked(last) > 0);
         QCOMPARE(inked(QRect(0, last.bottom() + 2, img.width(), img.height() - last.bottom() - 2)), 0);
-    }
-
-    // The hand cursor shows over the chosen columns only and switches back to the arrow.
-    void handCursor_data()
-    {
-        QTest::addColumn<int>("column");
-        QTest::addColumn<int>("shape");
-        QTest::newRow("hand column") << 1 << int(Qt::PointingHandCursor);
-        QTest::newRow("plain column") << 0 << int(Qt::ArrowCursor);
-    }
-    void handCursor()
-    {
-        QFETCH(int, column);
-        QFETCH(int, shape);
-        Table t;
-        t.view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&t.view));
-        fmTreeViewWidget* tree = t.view.Tree;
-        tree->addHandCursorColumn(1);
-        QVERIFY(tree->hasMouseTracking());
-        auto moveTo = [&](int c) {
-            QTest::mouseMove(tree->viewport(), tree->visualRect(t.model.index(2, c)).center());
-        };
-        moveTo(1 - column); // start on the other kind of column
-        moveTo(column);
-        QCOMPARE(int(tree->cursor().shape()), shape);
-        QCOMPARE(tree->HandCursorShown, column == 1);
     }
 };
 

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr QRgb kCanvas = 0xFF808080; // what the image holds before the delegate paints
@@ -65,292 +67,270 @@ class tst_fmtreeviewdelegate : public QObject
 {
     Q_OBJECT
 private slots:
-    void percentLengths_data();
-    void percentLengths();
-    void stripLayouts_data();
-    void stripLayouts();
-    void twoPercents_data();
-    void twoPercents();
-    void mixedColumns_data();
-    void mixedColumns();
-    void emptyAndInvalidGraphs_data();
-    void emptyAndInvalidGraphs();
-    void cellLines_data();
-    void cellLines();
-    void selectedKeepsModelColours();
-    void foregroundPerCell();
-    void shading_data();
-    void shading();
-    void sizeHintFollowsSmallFont();
-};
-
-// Catches off-by-one lengths: a partial bar that looks full, or a small value that vanishes.
-void tst_fmtreeviewdelegate::percentLengths_data()
-{
-    QTest::addColumn<int>("height");
-    QTest::addColumn<int>("percent");
-    QTest::addColumn<int>("lines");
-    QTest::newRow("1% shows 2 lines") << 15 << 1 << 2;
-    QTest::newRow("0% shows none") << 15 << 0 << 0;
-    QTest::newRow("99% is H-3") << 15 << 99 << 12;
-    QTest::newRow("100% is H-1") << 15 << 100 << 14;
-    QTest::newRow("over 100% as 100%") << 15 << 250 << 14;
-    QTest::newRow("3-pixel cell, 1%") << 3 << 1 << 0;
-}
-
-void tst_fmtreeviewdelegate::percentLengths()
-{
-    QFETCH(int, height);
-    QFETCH(int, percent);
-    QFETCH(int, lines);
-    const QImage image =
-        paintCell(20, height, {{fmtvRole::BGbars, bars(1, {quint64(percent), 0xFFFF0000, 0xFF0000FF}, 1)}});
-    for (int x = 1; x < 14; ++x) {
-        QCOMPARE(runFromTop(image, x, 0xFFFF0000), lines);
-        QCOMPARE(image.pixel(x, height - 1), 0xFF0000FFu);
+    // Catches off-by-one lengths: a partial bar that looks full, or a small value that vanishes.
+    void percentLengths_data()
+    {
+        QTest::addColumn<int>("height");
+        QTest::addColumn<int>("percent");
+        QTest::addColumn<int>("lines");
+        QTest::newRow("1% shows 2 lines") << 15 << 1 << 2;
+        QTest::newRow("0% shows none") << 15 << 0 << 0;
+        QTest::newRow("99% is H-3") << 15 << 99 << 12;
+        QTest::newRow("100% is H-1") << 15 << 100 << 14;
+        QTest::newRow("over 100% as 100%") << 15 << 250 << 14;
+        QTest::newRow("3-pixel cell, 1%") << 3 << 1 << 0;
     }
-    QCOMPARE(image.pixel(14, 0), kCanvas); // columns stop at x + 13
-}
-
-// Catches a wrong choice among the strip layouts or items spilling beyond Count.
-void tst_fmtreeviewdelegate::stripLayouts_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QList<int>>("probe"); // triples x, y, item (-1: untouched)
-    QTest::newRow("3 lines an item") << 5 << QList<int>{5, 0, 0, 5, 2, 0, 5, 3, 1, 5, 14, 4, 5, 15, -1};
-    QTest::newRow("2 lines an item") << 7 << QList<int>{5, 1, 0, 5, 2, 1, 5, 13, 6, 5, 14, -1};
-    QTest::newRow("1 line an item") << 15 << QList<int>{5, 0, 0, 5, 14, 14, 5, 15, -1};
-    QTest::newRow("two a line") << 29 << QList<int>{7, 0, 0, 8, 0, 1, 19, 0, 1, 7, 14, 28, 8, 14, -1};
-    QTest::newRow("three a line") << 40
-                                  << QList<int>{1, 0, -1, 2, 0, 0, 6, 0, 1, 13, 0, 2, 14, 0, -1, 2, 13, 39};
-    QTest::newRow("four a line") << 55 << QList<int>{1, 0,  -1, 2,  0, 0,  5,  0,  1,  13, 0,
-                                                     3, 14, 0,  -1, 2, 13, 52, 11, 13, -1};
-    QTest::newRow("seven a line") << 100 << QList<int>{1,  0, 0,  13, 0, 6,  14, 0, 6,  15, 0,
-                                                       -1, 1, 14, 98, 3, 14, 99, 5, 14, -1};
-    QTest::newRow("more than 7h is cut at h lines") << 200 << QList<int>{14, 14, 104, 1, 15, -1};
-}
-
-void tst_fmtreeviewdelegate::stripLayouts()
-{
-    QFETCH(int, count);
-    QFETCH(QList<int>, probe);
-    QList<unsigned long long> values;
-    for (int i = 0; i < count; ++i)
-        values << (0xFF000000u | itemColor(i));
-    const QImage image = paintCell(20, 16, {{fmtvRole::BGbars, bars(0, values, count)}});
-    for (int k = 0; k + 2 < probe.size(); k += 3) {
-        const QRgb expected = probe[k + 2] < 0 ? kCanvas : itemColor(probe[k + 2]);
-        QVERIFY2(image.pixel(probe[k], probe[k + 1]) == expected,
-                 qPrintable(QStringLiteral("x %1 y %2").arg(probe[k]).arg(probe[k + 1])));
+    void percentLengths()
+    {
+        QFETCH(int, height);
+        QFETCH(int, percent);
+        QFETCH(int, lines);
+        const QImage image = paintCell(
+            20, height, {{fmtvRole::BGbars, bars(1, {quint64(percent), 0xFFFF0000, 0xFF0000FF}, 1)}});
+        for (int x = 1; x < 14; ++x) {
+            QCOMPARE(runFromTop(image, x, 0xFFFF0000), lines);
+            QCOMPARE(image.pixel(x, height - 1), 0xFF0000FFu);
+        }
+        QCOMPARE(image.pixel(14, 0), kCanvas); // columns stop at x + 13
     }
-}
 
-// Catches a wrong correction when the two percents together fill the cell.
-void tst_fmtreeviewdelegate::twoPercents_data()
-{
-    QTest::addColumn<int>("first");
-    QTest::addColumn<int>("second");
-    QTest::addColumn<int>("a");
-    QTest::addColumn<int>("b");
-    QTest::newRow("1% becomes 2") << 1 << 0 << 2 << 0;
-    QTest::newRow("a of 1 becomes 2") << 10 << 0 << 2 << 0;
-    QTest::newRow("complete") << 60 << 40 << 9 << 5;
-    QTest::newRow("nearly complete") << 50 << 45 << 6 << 6;
-    QTest::newRow("negative a moves into b") << 0 << 99 << 0 << 12;
-}
+    // Catches a wrong choice among the strip layouts or items spilling beyond Count.
+    void stripLayouts_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QList<int>>("probe"); // triples x, y, item (-1: untouched)
+        QTest::newRow("3 lines an item") << 5 << QList<int>{5, 0, 0, 5, 2, 0, 5, 3, 1, 5, 14, 4, 5, 15, -1};
+        QTest::newRow("2 lines an item") << 7 << QList<int>{5, 1, 0, 5, 2, 1, 5, 13, 6, 5, 14, -1};
+        QTest::newRow("1 line an item") << 15 << QList<int>{5, 0, 0, 5, 14, 14, 5, 15, -1};
+        QTest::newRow("two a line") << 29 << QList<int>{7, 0, 0, 8, 0, 1, 19, 0, 1, 7, 14, 28, 8, 14, -1};
+        QTest::newRow("three a line")
+            << 40 << QList<int>{1, 0, -1, 2, 0, 0, 6, 0, 1, 13, 0, 2, 14, 0, -1, 2, 13, 39};
+        QTest::newRow("four a line") << 55 << QList<int>{1, 0,  -1, 2,  0, 0,  5,  0,  1,  13, 0,
+                                                         3, 14, 0,  -1, 2, 13, 52, 11, 13, -1};
+        QTest::newRow("seven a line")
+            << 100 << QList<int>{1, 0, 0, 13, 0, 6, 14, 0, 6, 15, 0, -1, 1, 14, 98, 3, 14, 99, 5, 14, -1};
+        QTest::newRow("more than 7h is cut at h lines") << 200 << QList<int>{14, 14, 104, 1, 15, -1};
+    }
+    void stripLayouts()
+    {
+        QFETCH(int, count);
+        QFETCH(QList<int>, probe);
+        QList<unsigned long long> values;
+        for (int i = 0; i < count; ++i)
+            values << (0xFF000000u | itemColor(i));
+        const QImage image = paintCell(20, 16, {{fmtvRole::BGbars, bars(0, values, count)}});
+        for (int k = 0; k + 2 < probe.size(); k += 3) {
+            const QRgb expected = probe[k + 2] < 0 ? kCanvas : itemColor(probe[k + 2]);
+            QVERIFY2(image.pixel(probe[k], probe[k + 1]) == expected,
+                     qPrintable(u"x %1 y %2"_s.arg(probe[k]).arg(probe[k + 1])));
+        }
+    }
 
-void tst_fmtreeviewdelegate::twoPercents()
-{
-    QFETCH(int, first);
-    QFETCH(int, second);
-    QFETCH(int, a);
-    QFETCH(int, b);
-    const QImage image =
-        paintCell(20, 15,
-                  {{fmtvRole::BGbars,
-                    bars(3, {quint64(first), quint64(second), 0xFFFF0000, 0xFF00FF00, 0xFF0000FF}, 5)}});
-    for (int x : {1, 13}) {
+    // Catches a wrong correction when the two percents together fill the cell.
+    void twoPercents_data()
+    {
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("second");
+        QTest::addColumn<int>("a");
+        QTest::addColumn<int>("b");
+        QTest::newRow("1% becomes 2") << 1 << 0 << 2 << 0;
+        QTest::newRow("a of 1 becomes 2") << 10 << 0 << 2 << 0;
+        QTest::newRow("complete") << 60 << 40 << 9 << 5;
+        QTest::newRow("nearly complete") << 50 << 45 << 6 << 6;
+        QTest::newRow("negative a moves into b") << 0 << 99 << 0 << 12;
+    }
+    void twoPercents()
+    {
+        QFETCH(int, first);
+        QFETCH(int, second);
+        QFETCH(int, a);
+        QFETCH(int, b);
+        const QImage image =
+            paintCell(20, 15,
+                      {{fmtvRole::BGbars,
+                        bars(3, {quint64(first), quint64(second), 0xFFFF0000, 0xFF00FF00, 0xFF0000FF}, 5)}});
+        for (int x : {1, 13}) {
+            for (int y = 0; y < 15; ++y) {
+                const QRgb expected = y < a ? 0xFFFF0000 : y < a + b ? 0xFF00FF00 : 0xFF0000FF;
+                QCOMPARE(image.pixel(x, y), expected);
+            }
+        }
+    }
+
+    // Catches a blended colour other than the red-only mix, and wrong segment order.
+    void mixedColumns_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("x");
+        QTest::addColumn<QRgb>("mix");
+        QTest::addColumn<QList<int>>("bounds"); // first colour ends, mix ends
+        QTest::newRow("two a column") << 15 << 1 << qRgb(210, 0, 0) << QList<int>{2, 11};
+        QTest::newRow("two, the last item pairs with itself")
+            << 15 << 13 << qRgb(210, 0, 0) << QList<int>{2, 2};
+        QTest::newRow("three a column") << 29 << 1 << qRgb(207, 0, 0) << QList<int>{2, 11};
+    }
+    void mixedColumns()
+    {
+        QFETCH(int, count);
+        QFETCH(int, x);
+        QFETCH(QRgb, mix);
+        QFETCH(QList<int>, bounds);
+        QList<unsigned long long> values;
+        for (int i = 0; i < count; ++i)
+            values << (i % 2 ? 80 : 20) << 0xFFC80000 << 0xFF0000FF;
+        const QImage image = paintCell(20, 15, {{fmtvRole::BGbars, bars(1, values, count)}});
         for (int y = 0; y < 15; ++y) {
-            const QRgb expected = y < a ? 0xFFFF0000 : y < a + b ? 0xFF00FF00 : 0xFF0000FF;
+            const QRgb expected = y < bounds[0] ? 0xFFC80000 : y < bounds[1] ? mix : 0xFF0000FF;
             QCOMPARE(image.pixel(x, y), expected);
         }
     }
-}
 
-// Catches a blended colour other than the red-only mix, and wrong segment order.
-void tst_fmtreeviewdelegate::mixedColumns_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("x");
-    QTest::addColumn<QRgb>("mix");
-    QTest::addColumn<QList<int>>("bounds"); // first colour ends, mix ends
-    QTest::newRow("two a column") << 15 << 1 << qRgb(210, 0, 0) << QList<int>{2, 11};
-    QTest::newRow("two, the last item pairs with itself") << 15 << 13 << qRgb(210, 0, 0) << QList<int>{2, 2};
-    QTest::newRow("three a column") << 29 << 1 << qRgb(207, 0, 0) << QList<int>{2, 11};
-}
-
-void tst_fmtreeviewdelegate::mixedColumns()
-{
-    QFETCH(int, count);
-    QFETCH(int, x);
-    QFETCH(QRgb, mix);
-    QFETCH(QList<int>, bounds);
-    QList<unsigned long long> values;
-    for (int i = 0; i < count; ++i)
-        values << (i % 2 ? 80 : 20) << 0xFFC80000 << 0xFF0000FF;
-    const QImage image = paintCell(20, 15, {{fmtvRole::BGbars, bars(1, values, count)}});
-    for (int y = 0; y < 15; ++y) {
-        const QRgb expected = y < bounds[0] ? 0xFFC80000 : y < bounds[1] ? mix : 0xFF0000FF;
-        QCOMPARE(image.pixel(x, y), expected);
+    // Catches graphs painted from no items, in too small cells or in unknown modes, and a role 8
+    // fill under a graph.
+    void emptyAndInvalidGraphs_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("height");
+        QTest::newRow("mode 0, no items") << 0 << 0 << 15;
+        QTest::newRow("unknown mode") << 7 << 3 << 15;
+        QTest::newRow("negative count") << 1 << -4 << 15;
+        QTest::newRow("2-pixel cell") << 1 << 1 << 2;
     }
-}
-
-// Catches graphs painted from no items, in too small cells or in unknown modes, and a role 8
-// fill under a graph.
-void tst_fmtreeviewdelegate::emptyAndInvalidGraphs_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("height");
-    QTest::newRow("mode 0, no items") << 0 << 0 << 15;
-    QTest::newRow("unknown mode") << 7 << 3 << 15;
-    QTest::newRow("negative count") << 1 << -4 << 15;
-    QTest::newRow("2-pixel cell") << 1 << 1 << 2;
-}
-
-void tst_fmtreeviewdelegate::emptyAndInvalidGraphs()
-{
-    QFETCH(int, mode);
-    QFETCH(int, count);
-    QFETCH(int, height);
-    const QImage image = paintCell(20, height,
-                                   {{fmtvRole::BGbars, bars(mode, {50, 0xFFFF0000, 0xFF00FF00}, count)},
-                                    {Qt::BackgroundRole, QBrush(Qt::yellow)}});
-    for (int y = 0; y < height; ++y) {
-        QCOMPARE(image.pixel(0, y), kLeftLine);
-        for (int x = 1; x < 20; ++x)
-            QCOMPARE(image.pixel(x, y), kCanvas);
-    }
-}
-
-// Catches a missing default left line, a line drawn despite alpha 0, and a misplaced top line.
-void tst_fmtreeviewdelegate::cellLines_data()
-{
-    QTest::addColumn<Roles>("roles");
-    QTest::addColumn<QRgb>("left");
-    QTest::addColumn<QRgb>("top");
-    QTest::newRow("no answers") << Roles{} << kLeftLine << kCanvas;
-    QTest::newRow("left red") << Roles{{fmtvRole::TopLineColor, QColor(Qt::red)}} << 0xFFFF0000u << kCanvas;
-    QTest::newRow("left suppressed") << Roles{{fmtvRole::TopLineColor, QColor(0, 0, 0, 0)}} << kCanvas
-                                     << kCanvas;
-    QTest::newRow("top green") << Roles{{fmtvRole::BottomLineColor, QColor(Qt::green)}} << kLeftLine
-                               << 0xFF00FF00u;
-    QTest::newRow("top alpha 0") << Roles{{fmtvRole::BottomLineColor, QColor(0, 255, 0, 0)}} << kLeftLine
-                                 << kCanvas;
-    QTest::newRow("background fill") << Roles{{Qt::BackgroundRole, QBrush(Qt::yellow)}} << kLeftLine
-                                     << 0xFFFFFF00u;
-}
-
-void tst_fmtreeviewdelegate::cellLines()
-{
-    QFETCH(Roles, roles);
-    QFETCH(QRgb, left);
-    QFETCH(QRgb, top);
-    const QImage image = paintCell(20, 15, roles);
-    QCOMPARE(image.pixel(0, 7), left);
-    QCOMPARE(image.pixel(10, 0), top);
-}
-
-// Catches the style's highlight painting a selected row instead of the model's colours.
-void tst_fmtreeviewdelegate::selectedKeepsModelColours()
-{
-    const QImage image = paintCell(80, 20,
-                                   {{Qt::DisplayRole, QStringLiteral("WWWWWW")},
-                                    {Qt::BackgroundRole, QBrush(Qt::black)},
-                                    {Qt::ForegroundRole, QBrush(Qt::white)}},
-                                   QStyle::State_Enabled | QStyle::State_Selected);
-    int white = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 1; x < image.width(); ++x) {
-            const QColor c = image.pixelColor(x, y);
-            QVERIFY2(c.red() == c.green() && c.green() == c.blue(), "highlight colour leaked into the cell");
-            white += c.red() > 200;
+    void emptyAndInvalidGraphs()
+    {
+        QFETCH(int, mode);
+        QFETCH(int, count);
+        QFETCH(int, height);
+        const QImage image = paintCell(20, height,
+                                       {{fmtvRole::BGbars, bars(mode, {50, 0xFFFF0000, 0xFF00FF00}, count)},
+                                        {Qt::BackgroundRole, QBrush(Qt::yellow)}});
+        for (int y = 0; y < height; ++y) {
+            QCOMPARE(image.pixel(0, y), kLeftLine);
+            for (int x = 1; x < 20; ++x)
+                QCOMPARE(image.pixel(x, y), kCanvas);
         }
     }
-    QVERIFY(white > 10);
-}
 
-// Catches one cell's text colour carried over to the next cell painted by the same delegate.
-void tst_fmtreeviewdelegate::foregroundPerCell()
-{
-    QStandardItemModel model(3, 1);
-    const QColor colors[3] = {Qt::red, Qt::blue, Qt::red};
-    for (int r = 0; r < 3; ++r) {
-        model.setData(model.index(r, 0), QStringLiteral("WWWWWW"));
-        model.setData(model.index(r, 0), QBrush(colors[r]), Qt::ForegroundRole);
+    // Catches a missing default left line, a line drawn despite alpha 0, and a misplaced top line.
+    void cellLines_data()
+    {
+        QTest::addColumn<Roles>("roles");
+        QTest::addColumn<QRgb>("left");
+        QTest::addColumn<QRgb>("top");
+        QTest::newRow("no answers") << Roles{} << kLeftLine << kCanvas;
+        QTest::newRow("left red") << Roles{{fmtvRole::TopLineColor, QColor(Qt::red)}} << 0xFFFF0000u
+                                  << kCanvas;
+        QTest::newRow("left suppressed")
+            << Roles{{fmtvRole::TopLineColor, QColor(0, 0, 0, 0)}} << kCanvas << kCanvas;
+        QTest::newRow("top green") << Roles{{fmtvRole::BottomLineColor, QColor(Qt::green)}} << kLeftLine
+                                   << 0xFF00FF00u;
+        QTest::newRow("top alpha 0") << Roles{{fmtvRole::BottomLineColor, QColor(0, 255, 0, 0)}} << kLeftLine
+                                     << kCanvas;
+        QTest::newRow("background fill")
+            << Roles{{Qt::BackgroundRole, QBrush(Qt::yellow)}} << kLeftLine << 0xFFFFFF00u;
     }
-    fmTreeViewItemDelegate delegate;
-    QImage image(80, 60, QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    QStyleOptionViewItem option;
-    option.state = QStyle::State_Enabled | QStyle::State_Active;
-    for (int r = 0; r < 3; ++r) {
-        option.rect = QRect(0, r * 20, 80, 20);
-        delegate.paint(&painter, option, model.index(r, 0));
+    void cellLines()
+    {
+        QFETCH(Roles, roles);
+        QFETCH(QRgb, left);
+        QFETCH(QRgb, top);
+        const QImage image = paintCell(20, 15, roles);
+        QCOMPARE(image.pixel(0, 7), left);
+        QCOMPARE(image.pixel(10, 0), top);
     }
-    for (int r = 0; r < 3; ++r) {
-        int inColor = 0;
-        int other = 0;
-        for (int y = r * 20; y < r * 20 + 20; ++y) {
-            for (int x = 1; x < 80; ++x) {
+
+    // Catches the style's highlight painting a selected row instead of the model's colours.
+    void selectedKeepsModelColours()
+    {
+        const QImage image = paintCell(80, 20,
+                                       {{Qt::DisplayRole, u"WWWWWW"_s},
+                                        {Qt::BackgroundRole, QBrush(Qt::black)},
+                                        {Qt::ForegroundRole, QBrush(Qt::white)}},
+                                       QStyle::State_Enabled | QStyle::State_Selected);
+        int white = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 1; x < image.width(); ++x) {
                 const QColor c = image.pixelColor(x, y);
-                if (c == Qt::white) continue;
-                const bool redish = c.red() > c.blue();
-                (redish == (colors[r] == Qt::red) ? inColor : other) += 1;
+                QVERIFY2(c.red() == c.green() && c.green() == c.blue(),
+                         "highlight colour leaked into the cell");
+                white += c.red() > 200;
             }
         }
-        QVERIFY(inColor > 10);
-        QCOMPARE(other, 0);
+        QVERIFY(white > 10);
     }
-}
 
-// Catches shading drawn without its flag, with the wrong strength, or not over the cell.
-void tst_fmtreeviewdelegate::shading_data()
-{
-    QTest::addColumn<uint>("flags");
-    QTest::addColumn<int>("rightGrey"); // grey level of the right edge over white
-    QTest::newRow("none") << 0u << 255;
-    QTest::newRow("end node") << 1u << 242;
-    QTest::newRow("group node") << 5u << 223;
-    QTest::newRow("group bit without draw bit") << 4u << 255;
-}
+    // Catches one cell's text colour carried over to the next cell painted by the same delegate.
+    void foregroundPerCell()
+    {
+        QStandardItemModel model(3, 1);
+        const QColor colors[3] = {Qt::red, Qt::blue, Qt::red};
+        for (int r = 0; r < 3; ++r) {
+            model.setData(model.index(r, 0), u"WWWWWW"_s);
+            model.setData(model.index(r, 0), QBrush(colors[r]), Qt::ForegroundRole);
+        }
+        fmTreeViewItemDelegate delegate;
+        QImage image(80, 60, QImage::Format_ARGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        QStyleOptionViewItem option;
+        option.state = QStyle::State_Enabled | QStyle::State_Active;
+        for (int r = 0; r < 3; ++r) {
+            option.rect = QRect(0, r * 20, 80, 20);
+            delegate.paint(&painter, option, model.index(r, 0));
+        }
+        for (int r = 0; r < 3; ++r) {
+            int inColor = 0;
+            int other = 0;
+            for (int y = r * 20; y < r * 20 + 20; ++y) {
+                for (int x = 1; x < 80; ++x) {
+                    const QColor c = image.pixelColor(x, y);
+                    if (c == Qt::white) continue;
+                    const bool redish = c.red() > c.blue();
+                    (redish == (colors[r] == Qt::red) ? inColor : other) += 1;
+                }
+            }
+            QVERIFY(inColor > 10);
+            QCOMPARE(other, 0);
+        }
+    }
 
-void tst_fmtreeviewdelegate::shading()
-{
-    QFETCH(uint, flags);
-    QFETCH(int, rightGrey);
-    const QImage image = paintCell(20, 15,
-                                   {{fmtvRole::Shading, QVariant::fromValue(fmtvShading{flags})},
-                                    {Qt::BackgroundRole, QBrush(Qt::white)}});
-    QVERIFY(qAbs(qRed(image.pixel(19, 5)) - rightGrey) <= 1);
-    QCOMPARE(image.pixel(1, 5), 0xFFFFFFFFu); // white over white
-    QVERIFY(qRed(image.pixel(0, 5)) <= 0xEE);
-}
+    // Catches shading drawn without its flag, with the wrong strength, or not over the cell.
+    void shading_data()
+    {
+        QTest::addColumn<uint>("flags");
+        QTest::addColumn<int>("rightGrey"); // grey level of the right edge over white
+        QTest::newRow("none") << 0u << 255;
+        QTest::newRow("end node") << 1u << 242;
+        QTest::newRow("group node") << 5u << 223;
+        QTest::newRow("group bit without draw bit") << 4u << 255;
+    }
+    void shading()
+    {
+        QFETCH(uint, flags);
+        QFETCH(int, rightGrey);
+        const QImage image = paintCell(20, 15,
+                                       {{fmtvRole::Shading, QVariant::fromValue(fmtvShading{flags})},
+                                        {Qt::BackgroundRole, QBrush(Qt::white)}});
+        QVERIFY(qAbs(qRed(image.pixel(19, 5)) - rightGrey) <= 1);
+        QCOMPARE(image.pixel(1, 5), 0xFFFFFFFFu); // white over white
+        QVERIFY(qRed(image.pixel(0, 5)) <= 0xEE);
+    }
 
-// Catches a size hint that depends on cell content or ignores the small font size.
-void tst_fmtreeviewdelegate::sizeHintFollowsSmallFont()
-{
-    fmTreeViewItemDelegate delegate;
-    QStandardItemModel model(1, 1);
-    model.setData(model.index(0, 0), QStringLiteral("a very long text that would need a wide cell"));
-    const int saved = fmStyle::fontSizeSmall();
-    fmStyle::setFontSizeSmall(10);
-    QCOMPARE(delegate.sizeHint(QStyleOptionViewItem(), model.index(0, 0)), QSize(18, 19));
-    fmStyle::setFontSizeSmall(2);
-    QCOMPARE(delegate.sizeHint(QStyleOptionViewItem(), QModelIndex()), QSize(12, 13));
-    fmStyle::setFontSizeSmall(saved);
-}
+    // Catches a size hint that depends on cell content or ignores the small font size.
+    void sizeHintFollowsSmallFont()
+    {
+        fmTreeViewItemDelegate delegate;
+        QStandardItemModel model(1, 1);
+        model.setData(model.index(0, 0), u"a very long text that would need a wide cell"_s);
+        const int saved = fmStyle::fontSizeSmall();
+        fmStyle::setFontSizeSmall(10);
+        QCOMPARE(delegate.sizeHint(QStyleOptionViewItem(), model.index(0, 0)), QSize(18, 19));
+        fmStyle::setFontSizeSmall(2);
+        QCOMPARE(delegate.sizeHint(QStyleOptionViewItem(), QModelIndex()), QSize(12, 13));
+        fmStyle::setFontSizeSmall(saved);
+    }
+};
 
 QTEST_MAIN(tst_fmtreeviewdelegate)
 #include "tst_fmtreeviewdelegate.moc"
