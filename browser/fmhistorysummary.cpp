@@ -95,9 +95,7 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
         return out;
     }
     fmFrames::Reader reader;
-    // Runtime record whose fromJobSave does the GHz-hours recompute of a load (38 KB, once a file).
-    std::unique_ptr<fmJ::_jobsHistoryDB_Runtime> runtime(new (std::nothrow) fmJ::_jobsHistoryDB_Runtime);
-    if (!reader.isValid() || !runtime) {
+    if (!reader.isValid()) {
         out.Error = QStringLiteral("no memory left");
         return out;
     }
@@ -132,7 +130,6 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
         }
         fmJobSummary s;
         if (o == fmFrames::Outcome::Job) {
-            runtime->fromJobSave(rec, speedData, speedCount);
             s.JobID = rec->JobID;
             s.IdText = fmJ::ID2strFull(rec->JobID);
             s.User = texts.get(rec->UserName.toQString());
@@ -142,7 +139,7 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
             s.ExecutionTime = rec->ExecutionTime;
             s.Frames = rec->TotalFrames > 0 ? rec->TotalFrames : sequenceFrames(*rec);
             s.TotalPS = rec->TotalPS;
-            s.GhzHours = runtime->TotalGhzHours;
+            s.GhzHours = fmJ::fmJobGhzHours(*rec, speedData, speedCount);
             s.Errors = std::clamp<qint32>(rec->ErrorCount, 0, 49);
         }
         out.Jobs.push_back(std::move(s));
