@@ -41,16 +41,6 @@ void listFolder(const QString& folder, QList<fmHistoryFile>& out, QHash<QString,
     }
 }
 
-// Frames of a sequence, as a new history record counts them.
-qint32 sequenceFrames(const fmJ::_jobsHistoryDB& r)
-{
-    const double n = (r.SeqEnd - r.SeqStart) / r.SeqStep + 1.0;
-    if (!(n > 0.0)) return 0;
-    double frames = n >= 2.0e9 ? 2.0e9 : double(qint64(n));
-    if (r.ImageChannelCount >= 1) frames *= r.ImageChannelCount;
-    return qint32(std::min(frames, 2.0e9));
-}
-
 // Repeated texts of one file share one string.
 class Interner
 {
@@ -134,13 +124,17 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
             s.IdText = fmJ::ID2strFull(rec->JobID);
             s.User = texts.get(rec->UserName.toQString());
             s.Software = texts.get(rec->Software.toQString());
+            s.Renderer = texts.get(rec->Renderer.toQString());
+            s.Scene = texts.get(rec->SceneName.toQString());
+            s.Camera = texts.get(rec->Camera.toQString());
+            s.Layer = texts.get(rec->Layer.toQString());
             s.DateSend = rec->DateSend.t;
             s.DateFinished = rec->DateFinished.t;
             s.ExecutionTime = rec->ExecutionTime;
-            s.Frames = rec->TotalFrames > 0 ? rec->TotalFrames : sequenceFrames(*rec);
+            s.Frames = fmJ::fmJobFrames(*rec);
             s.TotalPS = rec->TotalPS;
             s.GhzHours = fmJ::fmJobGhzHours(*rec, speedData, speedCount);
-            s.Errors = std::clamp<qint32>(rec->ErrorCount, 0, 49);
+            s.Errors = rec->errorCountClamped();
         }
         out.Jobs.push_back(std::move(s));
     }

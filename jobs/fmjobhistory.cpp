@@ -1,6 +1,8 @@
 #include "jobs/fmjobhistory.h"
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 
 // Byte offsets of fields in the derived job layers: well defined here (one non-virtual
 // inheritance chain, packed), but not standard-layout in the language's terms.
@@ -406,6 +408,17 @@ float fmJobGhzHours(const _jobsHistoryDB& record, const _ClientSpeed* speeds, in
     if (counted == 0) return 0.0f;
     const float average = sum / float(counted);
     return float(int64_t(ps)) * average / 60.0f / 60.0f;
+}
+
+int32_t fmJobFrames(const _jobsHistoryDB& record)
+{
+    if (record.TotalFrames > 0) return record.TotalFrames;
+    const double start = record.SeqStart, end = record.SeqEnd, step = record.SeqStep;
+    if (!std::isfinite(start) || !std::isfinite(end) || !(step > 0) || end < start) return 0;
+    double n = std::floor((end - start) / step + 1.0);
+    if (record.ImageChannelCount >= 1) n *= record.ImageChannelCount;
+    return n >= double(std::numeric_limits<int32_t>::max()) ? std::numeric_limits<int32_t>::max()
+                                                            : int32_t(n);
 }
 
 void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, __FMSDK& fm)
