@@ -1,14 +1,9 @@
 #pragma once
-// One frame of a job database at a time: header, inflate, upgrade of the old layouts and the
-// plausibility checks, with the outcome the job list's loader gives the same bytes. The loader
-// inflates whole runs into its own list; this reads frames for summaries, one record at a time,
-// without a list.
-//
-// Frame header, 64 bytes, little-endian:
-//   0  44  magic (fmJ::_JobList::FrameMagic), then NUL
-//  52 u32  compressed size       56 u32  uncompressed size
-//  60 u16  structure identifier  62 u16  structure version
+// One frame of a job database at a time, for summaries: one record at a time, without a list. The
+// steps (header check, size limits, inflate, upgrade of the old layouts, plausibility checks) are
+// the job list loader's own, from jobs/fmjobframe.h, so a frame gives the outcome a load gives.
 
+#include "jobs/fmjobframe.h"
 #include "jobs/fmjobhistory.h"
 
 #include <QIODevice>
@@ -21,12 +16,7 @@ namespace fmFrames {
 
 constexpr int HeaderSize = 64;
 
-struct Header
-{
-    uint32_t Compressed = 0; // bytes behind the header
-    uint32_t Stored = 0;     // uncompressed size the header claims
-    uint16_t ID = 0;
-};
+using Header = fmJ::frame::Header;
 
 // How reading a file's next frame ended.
 enum class Next {
@@ -42,7 +32,7 @@ enum class Outcome {
     Job,     // a record, upgraded to the current layout and plausible
     Empty,   // the loader keeps it as an empty job (a Software length above 500)
     Skipped, // an identifier of no job layout: passed over without a word
-    Failed,  // wrong size, no inflate, implausible or an identifier below 1000: counted
+    Failed,  // wrong size, no inflate, implausible, an identifier below 1000, no memory: counted
 };
 
 // Reusable buffers of one reading thread (about 200 KB). Not shareable between threads.
@@ -50,7 +40,7 @@ class Reader
 {
 public:
     Reader();
-    bool isValid() const { return Compressed && Target && Upgraded; }
+    bool isValid() const { return Compressed && Target; }
     // Reads the next frame of `file`; the body stays in this reader until the next call.
     Next next(QIODevice& file, Header& header);
     // Inflates the frame last read. With Job, `record` points into this reader until next().
@@ -59,10 +49,9 @@ public:
     qint64 frameBytes() const { return HeaderSize + BodyLen; }
 
 private:
-    std::unique_ptr<unsigned char[]> Compressed; // compressBound(ReadLimit)
+    std::unique_ptr<unsigned char[]> Compressed; // bodyCapacity()
     std::unique_ptr<unsigned char[]> Target;     // ReadLimit, the inflated record
-    std::unique_ptr<fmJ::_jobsHistoryDB> Upgraded;
-    unsigned long CompressedCap = 0;
+    fmJ::frame::Upgrader Upgrades;
     qint64 BodyLen = 0;
 };
 

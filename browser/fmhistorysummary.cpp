@@ -41,16 +41,6 @@ void listFolder(const QString& folder, QList<fmHistoryFile>& out, QHash<QString,
     }
 }
 
-// Frames of a sequence, as a new history record counts them.
-qint32 sequenceFrames(const fmJ::_jobsHistoryDB& r)
-{
-    const double n = (r.SeqEnd - r.SeqStart) / r.SeqStep + 1.0;
-    if (!(n > 0.0)) return 0;
-    double frames = n >= 2.0e9 ? 2.0e9 : double(qint64(n));
-    if (r.ImageChannelCount >= 1) frames *= r.ImageChannelCount;
-    return qint32(std::min(frames, 2.0e9));
-}
-
 // Repeated texts of one file share one string.
 class Interner
 {
@@ -95,9 +85,7 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
         return out;
     }
     fmFrames::Reader reader;
-    // Runtime record whose fromJobSave does the GHz-hours recompute of a load (38 KB, once a file).
-    std::unique_ptr<fmJ::_jobsHistoryDB_Runtime> runtime(new (std::nothrow) fmJ::_jobsHistoryDB_Runtime);
-    if (!reader.isValid() || !runtime) {
+    if (!reader.isValid()) {
         out.Error = QStringLiteral("no memory left");
         return out;
     }
@@ -132,18 +120,21 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
         }
         fmJobSummary s;
         if (o == fmFrames::Outcome::Job) {
-            runtime->fromJobSave(rec, speedData, speedCount);
             s.JobID = rec->JobID;
             s.IdText = fmJ::ID2strFull(rec->JobID);
             s.User = texts.get(rec->UserName.toQString());
             s.Software = texts.get(rec->Software.toQString());
+            s.Renderer = texts.get(rec->Renderer.toQString());
+            s.Scene = texts.get(rec->SceneName.toQString());
+            s.Camera = texts.get(rec->Camera.toQString());
+            s.Layer = texts.get(rec->Layer.toQString());
             s.DateSend = rec->DateSend.t;
             s.DateFinished = rec->DateFinished.t;
             s.ExecutionTime = rec->ExecutionTime;
-            s.Frames = rec->TotalFrames > 0 ? rec->TotalFrames : sequenceFrames(*rec);
+            s.Frames = fmJ::fmJobFrames(*rec);
             s.TotalPS = rec->TotalPS;
-            s.GhzHours = runtime->TotalGhzHours;
-            s.Errors = std::clamp<qint32>(rec->ErrorCount, 0, 49);
+            s.GhzHours = fmJ::fmJobGhzHours(*rec, speedData, speedCount);
+            s.Errors = rec->errorCountClamped();
         }
         out.Jobs.push_back(std::move(s));
     }

@@ -28,20 +28,25 @@ struct fmHistoryFile
     qint64 MTime = 0; // modification time, seconds since the epoch
 };
 
-// What a report needs of one job. Texts are short and implicitly shared where they repeat.
+// What a report or a row of the SQL store needs of one job. Texts are implicitly shared where they
+// repeat. A frame the loader keeps as an empty job gives a summary of zeros and empty texts.
 struct fmJobSummary
 {
     quint64 JobID = 0;
     QString IdText; // ID2strFull of JobID, the form the job info page shows
     QString User;
     QString Software;
+    QString Renderer;
+    QString Scene; // the scene file's path as submitted
+    QString Camera;
+    QString Layer;
     qint64 DateSend = 0;       // seconds since the epoch
     qint64 DateFinished = 0;   // seconds since the epoch
     quint64 ExecutionTime = 0; // seconds
-    qint32 Frames = 0;         // TotalFrames; for a record without it, the frames of its sequence
+    qint32 Frames = 0;         // fmJobFrames: TotalFrames, or for a record without it its sequence's
     quint64 TotalPS = 0;
-    float GhzHours = 0.0f; // after the recompute that loading a job applies
-    qint32 Errors = 0;     // ErrorCount, 0..49
+    float GhzHours = 0.0f; // fmJobGhzHours: after the recompute that loading a job applies
+    qint32 Errors = 0;     // ErrorCount, 0..50
     qint32 File = -1;      // index of the job's file in the summary's file list
 };
 

@@ -1,9 +1,10 @@
 // One cache file a database file: "<sha1 of the path>.sum" in the cache folder.
-//   0  16  magic "fmHistorySum 02\n"
+//   0  16  magic "fmHistorySum 03\n"
 //  16   4  u32 zlib crc32 of the payload
 //  20   4  u32 payload size
 //  24      payload, little-endian: text path; i64 size; i64 mtime; u32 speeds crc; i32 failed
-//          frames; text error; u32 job count; u32 text count; the texts (users and programs);
+//          frames; text error; u32 job count; u32 text count; the texts (users, programs, renderers,
+//          scenes, cameras, layers);
 //          then one CachedJob a job. A text is u32 length in UTF-16 units, then the units.
 // A cache file that doesn't match in every point is a miss, never an error.
 
@@ -25,10 +26,10 @@
 
 namespace {
 
-constexpr char Magic[17] = "fmHistorySum 02\n";
+constexpr char Magic[17] = "fmHistorySum 03\n";
 constexpr int HeaderSize = 24;
 #pragma pack(push, 1)
-// One job in a cache file; User and Software index the file's texts.
+// One job in a cache file; User to Layer index the file's texts.
 struct CachedJob
 {
     quint64 JobID;
@@ -41,10 +42,14 @@ struct CachedJob
     qint32 Errors;
     quint32 User;
     quint32 Software;
+    quint32 Renderer;
+    quint32 Scene;
+    quint32 Camera;
+    quint32 Layer;
 };
 #pragma pack(pop)
-static_assert(sizeof(CachedJob) == 60);
-static_assert(offsetof(CachedJob, GhzHours) == 40 && offsetof(CachedJob, Software) == 56);
+static_assert(sizeof(CachedJob) == 76);
+static_assert(offsetof(CachedJob, GhzHours) == 40 && offsetof(CachedJob, Layer) == 72);
 
 // Reads the payload front to back; every length is checked against what is left.
 class Cursor
@@ -176,11 +181,18 @@ bool fmHistorySummaryCache::load(const fmHistoryFile& file, const fmClientSpeeds
     r.Jobs.resize(count);
     for (fmJobSummary& j : r.Jobs) {
         const CachedJob c = in.get<CachedJob>();
-        if (!in.ok() || c.User >= quint32(texts.size()) || c.Software >= quint32(texts.size())) return false;
+        const quint32 n = quint32(texts.size());
+        if (!in.ok() || c.User >= n || c.Software >= n || c.Renderer >= n || c.Scene >= n || c.Camera >= n ||
+            c.Layer >= n)
+            return false;
         j.JobID = c.JobID;
         j.IdText = fmJ::ID2strFull(c.JobID);
         j.User = texts[c.User];
         j.Software = texts[c.Software];
+        j.Renderer = texts[c.Renderer];
+        j.Scene = texts[c.Scene];
+        j.Camera = texts[c.Camera];
+        j.Layer = texts[c.Layer];
         j.DateSend = c.DateSend;
         j.DateFinished = c.DateFinished;
         j.ExecutionTime = c.ExecutionTime;
@@ -208,8 +220,20 @@ bool fmHistorySummaryCache::store(const fmHistoryFileSummary& summary, const fmC
     std::vector<CachedJob> jobs(summary.Jobs.size());
     for (size_t i = 0; i < jobs.size(); ++i) {
         const fmJobSummary& j = summary.Jobs[i];
-        jobs[i] = CachedJob{j.JobID,    j.DateSend, j.DateFinished, j.ExecutionTime,   j.TotalPS,
-                            j.GhzHours, j.Frames,   j.Errors,       textIndex(j.User), textIndex(j.Software)};
+        jobs[i] = CachedJob{j.JobID,
+                            j.DateSend,
+                            j.DateFinished,
+                            j.ExecutionTime,
+                            j.TotalPS,
+                            j.GhzHours,
+                            j.Frames,
+                            j.Errors,
+                            textIndex(j.User),
+                            textIndex(j.Software),
+                            textIndex(j.Renderer),
+                            textIndex(j.Scene),
+                            textIndex(j.Camera),
+                            textIndex(j.Layer)};
     }
     QByteArray payload;
     putText(payload, summary.File.Path);

@@ -7,7 +7,9 @@
 //  56 u32  uncompressed size of the record
 //  60 u16  structure identifier (JobHistory*_StructID)
 //  62 u16  structure version
-// Integers little-endian. Shared by the loader and the writer of _JobList; not for other callers.
+// Integers little-endian. The per-frame steps below (header check, size limits, inflate, upgrade
+// of the old layouts, plausibility checks) are the one implementation of them: the job list's
+// loader and writer and the history's summary reader all use these.
 
 #include "jobs/fmjobhistory.h"
 #include "jobs/fmjoblist.h"
@@ -16,6 +18,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace fmJ::frame {
 
@@ -73,6 +76,62 @@ inline uint32_t expectedSize(uint16_t id, uint32_t storedSize)
     if (id == JobHistoryOld62_StructID) return storedSize == Size627 ? Size627 : Size62;
     return SizeNow;
 }
+
+// What a frame header gives.
+struct Header
+{
+    uint32_t Compressed = 0; // bytes behind the header
+    uint32_t Stored = 0;     // uncompressed size the header claims
+    uint16_t ID = 0;         // structure identifier
+};
+
+// Bytes a frame's compressed body may need at most (zlib's bound of ReadLimit); a body of this size
+// or more is refused.
+uint32_t bodyCapacity();
+
+enum class HeaderCheck { Ok, FormatError, TooLarge };
+// Reads the 64 header bytes into `out`. FormatError: no magic (the rest of the file can't be found);
+// TooLarge: a compressed size of bodyCapacity() or more (the fields are read all the same).
+HeaderCheck readHeader(const unsigned char* bytes, Header& out);
+
+// Inflates a body of `bodyLen` bytes (only what was really read: a frame cut short fails) into
+// `target` of ReadLimit bytes. A current record may inflate to up to ReadLimit bytes (then fails
+// on its size), an old layout to its own size. Returns zlib's code; `outLen` gets the bytes made.
+int inflateBody(const Header& h, const unsigned char* body, int64_t bodyLen, unsigned char* target,
+                uint32_t& outLen);
+
+// Upgrades inflated records of the old layouts to the current one. Holds the scratch records of
+// one thread, made when first needed.
+class Upgrader
+{
+public:
+    Upgrader();
+    ~Upgrader();
+    // The record in the current layout: `target` itself for a current record, else a record of
+    // this upgrader valid until the next call; null when memory ran out.
+    const _jobsHistoryDB* upgrade(uint16_t id, uint32_t expected, const unsigned char* target);
+
+private:
+    std::unique_ptr<_jobsHistoryDB> Upgraded;
+    std::unique_ptr<_OLD61__jobsHistoryDB> Old61;
+    std::unique_ptr<_OLD62_jobsHistoryDB> Old62;
+    std::unique_ptr<_OLD627_jobsHistoryDB> Old627;
+};
+
+// What an inflated frame gives, in the order the steps find it.
+enum class Decode {
+    Ok,
+    InflateError, // zlib failed (its code beside)
+    SizeMismatch, // inflated to another size than the layout's
+    NoMemory,     // no memory for an upgrade
+    DataError,    // implausible sequence or image name
+    JobIDError,   // an identifier below JobID_None_Below in a record of submitter layout 7 or later
+};
+
+// The steps after the inflate: inflate result, size, upgrade, plausibility. `record` gets the
+// upgraded record with Ok (and with DataError and JobIDError), null otherwise.
+Decode decodeInflated(const Header& h, int zCode, uint32_t outLen, const unsigned char* target,
+                      Upgrader& upgrader, const _jobsHistoryDB*& record);
 
 // The frame of one current record: header and compressed bytes, ready to be written. Empty when
 // zlib fails (*zError gets its code) or memory runs out (*zError Z_MEM_ERROR).

@@ -1,6 +1,8 @@
 #include "jobs/fmjobhistory.h"
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 
 // Byte offsets of fields in the derived job layers: well defined here (one non-virtual
 // inheritance chain, packed), but not standard-layout in the language's terms.
@@ -385,27 +387,38 @@ void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, const _Cl
 
     if (TotalGhzHours > 0.0f) return;
     SaveStructVersion = JobSave_StructVersion;
-    const uint64_t ps = TotalPS;
-    if (int64_t(ps) <= 0 || !speeds) {
-        TotalGhzHours = 0.0f;
-        return;
-    }
+    TotalGhzHours = fmJobGhzHours(*stored, speeds, clientCount);
+}
+
+float fmJobGhzHours(const _jobsHistoryDB& record, const _ClientSpeed* speeds, int clientCount)
+{
+    if (record.TotalGhzHours > 0.0f) return record.TotalGhzHours;
+    const uint64_t ps = record.TotalPS;
+    if (int64_t(ps) <= 0 || !speeds) return 0.0f;
     if (clientCount > JobClients_Max) clientCount = JobClients_Max;
     float sum = 0.0f;
     int counted = 0;
     for (int k = 0; k < clientCount; ++k) {
         const _ClientSpeed c = speeds[k];
-        if (ClientStats[k].FramesDone >= 11 && c.Cores != 0 && c.Speed > 0.0f) {
+        if (record.ClientStats[k].FramesDone >= 11 && c.Cores != 0 && c.Speed > 0.0f) {
             sum += c.Speed / float(c.Cores);
             ++counted;
         }
     }
-    if (counted == 0) {
-        TotalGhzHours = 0.0f;
-        return;
-    }
+    if (counted == 0) return 0.0f;
     const float average = sum / float(counted);
-    TotalGhzHours = float(int64_t(ps)) * average / 60.0f / 60.0f;
+    return float(int64_t(ps)) * average / 60.0f / 60.0f;
+}
+
+int32_t fmJobFrames(const _jobsHistoryDB& record)
+{
+    if (record.TotalFrames > 0) return record.TotalFrames;
+    const double start = record.SeqStart, end = record.SeqEnd, step = record.SeqStep;
+    if (!std::isfinite(start) || !std::isfinite(end) || !(step > 0) || end < start) return 0;
+    double n = std::floor((end - start) / step + 1.0);
+    if (record.ImageChannelCount >= 1) n *= record.ImageChannelCount;
+    return n >= double(std::numeric_limits<int32_t>::max()) ? std::numeric_limits<int32_t>::max()
+                                                            : int32_t(n);
 }
 
 void _jobsHistoryDB_Runtime::fromJobSave(const _jobsHistoryDB* stored, __FMSDK& fm)

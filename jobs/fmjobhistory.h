@@ -500,6 +500,16 @@ struct _jobsHistoryDB_Runtime : public _jobsHistoryDB
 char16_t fmFilterLower(char16_t unit);
 QString fmFilterLower(const QString& text);
 
+// GHz hours of a stored record as a load shows them: the record's own when above 0, else estimated
+// from its processor seconds and the average speed per core of the clients (`speeds[k]` belongs to
+// client index k) that rendered 11 frames or more of it; 0 when none did.
+float fmJobGhzHours(const _jobsHistoryDB& record, const _ClientSpeed* speeds, int clientCount);
+
+// Frames to render: TotalFrames where the record has it; records of the old layouts carry 0 there,
+// so the sequence tells (start to end by step, each output counted). 0 for a sequence that isn't
+// finite or runs backwards; at most INT32_MAX.
+int32_t fmJobFrames(const _jobsHistoryDB& record);
+
 // Speeds of the clients of FM's client table by client index, at most `max` of them; returns the
 // number written. Wired to fmC::_ClientList (FM.ClientList): `Speed` and `Cores` of each client.
 int fmJobClientSpeeds(const __FMSDK& fm, _ClientSpeed* out, int max);

@@ -1,6 +1,7 @@
 // Loading a job database file. The load runs in five steps, each its own function: read a run of
 // frames in file order, inflate the run on the thread pool (zlib is most of a load's time),
-// upgrade old layouts, check each record, add it to the list. The jobs, their order, the failures
+// upgrade old layouts, check each record, add it to the list. The per-frame steps themselves are
+// those of jobs/fmjobframe.h, shared with the history's summary reader. The jobs, their order, the failures
 // and the messages are those of reading and inflating one frame after the other.
 // The file comes from other machines: every size in it is checked before use.
 
@@ -18,7 +19,6 @@
 
 #include <zlib.h>
 
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -43,15 +43,14 @@ constexpr int ReadAhead = 32;
 
 struct PendingFrame
 {
-    uint16_t ID = 0;
-    uint32_t StoredSize = 0; // uncompressed size the header gives
-    uint32_t Expected = 0;   // size of the record layout the identifier names
-    qint64 Body = 0;         // compressed bytes really read
-    bool Inflate = false;    // a frame that is to be inflated
+    Header H;
+    uint32_t Expected = 0; // size of the record layout the identifier names
+    qint64 Body = 0;       // compressed bytes really read
+    bool Inflate = false;  // a frame that is to be inflated
     unsigned char* Compressed = nullptr;
     unsigned char* Target = nullptr; // ReadLimit bytes
     int Z = Z_OK;
-    uLongf OutLen = 0;
+    uint32_t OutLen = 0;
 };
 
 // Why a run of frames ended before it was full.
@@ -70,7 +69,6 @@ private:
     FrameEnd readRun(int& count);
     bool readFrame(PendingFrame& f, FrameEnd& end);
     void inflateRun(int count);
-    const _jobsHistoryDB* upgrade(const PendingFrame& f);
     QString check(const PendingFrame& f, const _jobsHistoryDB*& rec);
     bool add(const PendingFrame& f);
     bool finishRun(FrameEnd end);
@@ -81,18 +79,14 @@ private:
     const QString Path;
     QFile File;
     QString ReadError;
-    const uLong BufferSize = compressBound(_JobList::ReadLimit);
     // The compressed bytes of a frame and, behind them (at a 16-byte boundary), its inflated record.
-    const size_t TargetOffset = (size_t(BufferSize) + 15) & ~size_t(15);
+    const size_t TargetOffset = (size_t(bodyCapacity()) + 15) & ~size_t(15);
     // One slot per frame of a run, made when a run first needs it: a file of a few frames takes
     // a few slots, not a whole run's.
     std::unique_ptr<unsigned char[]> Slots[ReadAhead];
     PendingFrame Frames[ReadAhead];
     unsigned char Header[_JobList::FrameHeaderSize] = {}; // a short read keeps the former bytes
-    std::unique_ptr<_jobsHistoryDB> Upgraded;
-    std::unique_ptr<_OLD61__jobsHistoryDB> Old61;
-    std::unique_ptr<_OLD62_jobsHistoryDB> Old62;
-    std::unique_ptr<_OLD627_jobsHistoryDB> Old627;
+    Upgrader Upgrades;
     int SourceIndex = 0;
     _JobList::LoadObserver* const Observer; // not owned; may be null
 };
@@ -117,25 +111,19 @@ bool FrameLoader::readFrame(PendingFrame& f, FrameEnd& end)
         ReadError = File.errorString();
         return false;
     }
-    if (!magicMatches(Header)) {
-        end = FrameEnd::FormatError;
+    const HeaderCheck h = readHeader(Header, f.H);
+    if (h != HeaderCheck::Ok) {
+        end = h == HeaderCheck::FormatError ? FrameEnd::FormatError : FrameEnd::BufferTooSmall;
         return false;
     }
-    const uint32_t compressedSize = getU32(Header + HdrCompressed);
-    f.StoredSize = getU32(Header + HdrUncompressed);
-    f.ID = getU16(Header + HdrID);
-    if (compressedSize >= BufferSize) {
-        end = FrameEnd::BufferTooSmall;
-        return false;
-    }
-    f.Body = File.read(reinterpret_cast<char*>(f.Compressed), qint64(compressedSize));
+    f.Body = File.read(reinterpret_cast<char*>(f.Compressed), qint64(f.H.Compressed));
     if (f.Body < 1) {
         end = FrameEnd::ReadError;
         ReadError = File.errorString();
         return false;
     }
-    f.Expected = expectedSize(f.ID, f.StoredSize);
-    f.Inflate = knownID(f.ID) && f.StoredSize == f.Expected;
+    f.Expected = expectedSize(f.H.ID, f.H.Stored);
+    f.Inflate = knownID(f.H.ID) && f.H.Stored == f.Expected;
     return true;
 }
 
@@ -158,80 +146,40 @@ FrameEnd FrameLoader::readRun(int& count)
     return end;
 }
 
-// Step 2: inflate a run on the pool. Only the bytes really read are handed to zlib: a frame cut
-// short fails to inflate.
+// Step 2: inflate a run on the pool.
 void FrameLoader::inflateRun(int count)
 {
     runOnPool(count, [this](int i) {
         PendingFrame& f = Frames[i];
-        if (!f.Inflate) return;
-        f.OutLen = f.ID == JobHistory_StructID ? uLongf(_JobList::ReadLimit) : uLongf(f.Expected);
-        f.Z = uncompress(f.Target, &f.OutLen, f.Compressed, uLong(f.Body));
+        if (f.Inflate) f.Z = inflateBody(f.H, f.Compressed, f.Body, f.Target, f.OutLen);
     });
 }
 
-template <class Old>
-bool upgradeFrom(const unsigned char* bytes, std::unique_ptr<Old>& scratch, _jobsHistoryDB& to)
-{
-    if (!scratch) scratch.reset(new (std::nothrow) Old);
-    if (!scratch) return false;
-    std::memcpy(static_cast<void*>(scratch.get()), bytes, sizeof(Old));
-    scratch->toJobHistoryDBNew(to);
-    return true;
-}
-
-// Step 3: the record in the current layout, or null when memory ran out.
-const _jobsHistoryDB* FrameLoader::upgrade(const PendingFrame& f)
-{
-    if (f.ID == JobHistory_StructID) return reinterpret_cast<const _jobsHistoryDB*>(f.Target);
-    if (!Upgraded) Upgraded.reset(new (std::nothrow) _jobsHistoryDB);
-    if (!Upgraded) return nullptr;
-    bool ok = false;
-    if (f.ID == JobHistoryOld61_StructID)
-        ok = upgradeFrom(f.Target, Old61, *Upgraded);
-    else if (f.Expected == Size627)
-        ok = upgradeFrom(f.Target, Old627, *Upgraded);
-    else
-        ok = upgradeFrom(f.Target, Old62, *Upgraded);
-    return ok ? Upgraded.get() : nullptr;
-}
-
-// Step 4: why an inflated frame cannot be taken, or an empty text. `rec` gets the upgraded record
-// (null when memory ran out: then the text is empty too).
+// Steps 3 and 4: upgrade and check. Why an inflated frame cannot be taken, or an empty text. `rec`
+// gets the upgraded record (null when memory ran out: then the text is empty too).
 QString FrameLoader::check(const PendingFrame& f, const _jobsHistoryDB*& rec)
 {
-    rec = nullptr;
-    const int n = List.JobCount;
-    if (f.Z != Z_OK) {
-        int code = f.Z;
-        return QStringLiteral("{ALL} Error decompressing job #%1; ").arg(n) + fmConvertZLibError(code);
-    }
-    if (f.OutLen != f.Expected)
-        return QStringLiteral("{ALL} Error decompressing job #%1; Uncompressed data size does not match!")
-            .arg(n);
-    rec = upgrade(f);
-    if (!rec) return QString();
-    const bool plausible = rec->SeqStep < 10000.0 && rec->SeqStep > 0.0 && !std::isnan(rec->SeqStart) &&
-                           !std::isnan(rec->SeqEnd) && !std::isnan(rec->SeqFileOffset) &&
-                           rec->ImageFileName.Data[0] < 256;
-    if (!plausible) return QStringLiteral("{ALL} Error decompressing job #%1; Data error!").arg(n);
-    // Records of an older submitter layout may carry small identifiers.
-    if (rec->JobID <= 999 && rec->SubmitterStructVersion >= 7)
-        return QStringLiteral("{ALL} Error decompressing job #%1; Data error job ID!").arg(n);
-    return QString();
+    const Decode d = decodeInflated(f.H, f.Z, f.OutLen, f.Target, Upgrades, rec);
+    if (d == Decode::Ok || d == Decode::NoMemory) return QString();
+    const QString job = QStringLiteral("{ALL} Error decompressing job #%1; ").arg(List.JobCount);
+    int code = f.Z;
+    if (d == Decode::InflateError) return job + fmConvertZLibError(code);
+    if (d == Decode::SizeMismatch) return job + QStringLiteral("Uncompressed data size does not match!");
+    return job +
+           (d == Decode::DataError ? QStringLiteral("Data error!") : QStringLiteral("Data error job ID!"));
 }
 
 // Step 5: one frame of the run into the list. False only when the list cannot take a job.
 bool FrameLoader::add(const PendingFrame& f)
 {
-    if (!knownID(f.ID)) {
+    if (!knownID(f.H.ID)) {
         ++List.LastLoad.Skipped;
         return true;
     }
-    if (f.StoredSize != f.Expected) {
+    if (f.H.Stored != f.Expected) {
         failure(QStringLiteral("{ALL} Error reading job #%1; Data size does not match. file:%2 intern:%3")
                     .arg(List.JobCount)
-                    .arg(f.StoredSize)
+                    .arg(f.H.Stored)
                     .arg(f.Expected));
         return true;
     }
@@ -240,6 +188,7 @@ bool FrameLoader::add(const PendingFrame& f)
     const _jobsHistoryDB* rec = nullptr;
     const QString why = check(f, rec);
     if (!why.isEmpty()) {
+        rec = nullptr;
         failure(why);
         List.DeleteJob(job);
         return true;

@@ -28,19 +28,6 @@ int64_t clampU64(uint64_t v)
                                                              : int64_t(v);
 }
 
-// Frames to render: TotalFrames where the record has it; records of the old layouts carry 0
-// there, so the sequence tells (start to end by step, each output counted).
-int32_t framesOf(const fmJ::_jobsHistoryDB& job)
-{
-    if (job.TotalFrames > 0) return job.TotalFrames;
-    const double start = job.SeqStart, end = job.SeqEnd, step = job.SeqStep;
-    if (!std::isfinite(start) || !std::isfinite(end) || !(step > 0) || end < start) return 0;
-    double n = std::floor((end - start) / step + 1.0);
-    if (job.ImageChannelCount >= 1) n *= job.ImageChannelCount;
-    return n >= double(std::numeric_limits<int32_t>::max()) ? std::numeric_limits<int32_t>::max()
-                                                            : int32_t(n);
-}
-
 } // namespace
 
 fmSqlJobListSource::fmSqlJobListSource(__FM& app) : App(app), List(std::make_unique<fmJ::_JobList>(app)) {}
@@ -61,7 +48,7 @@ fmSqlJob fmSqlJobListSource::rowOf(const fmJ::_jobsHistoryDB_Runtime& job)
     r.DateSend = clampTime(job.DateSend.t);
     r.DateFinished = clampTime(job.DateFinished.t);
     r.ExecutionSeconds = clampU64(job.ExecutionTime);
-    r.Frames = framesOf(job);
+    r.Frames = fmJ::fmJobFrames(job);
     r.TotalPS = clampU64(job.TotalPS);
     const float ghz = job.TotalGhzHours;
     r.GhzHours = std::isfinite(ghz) && ghz > 0 ? double(ghz) : 0.0;

@@ -1,7 +1,8 @@
 #pragma once
 // Rows for the SQL store read with the job list loader, one database file at a time: frames of
 // every layout are upgraded, and records without GHz hours get them recomputed from the farm's
-// client table, exactly as the window shows them.
+// client table, exactly as the window shows them. The store reads with fmSqlSummarySource; this
+// one is the reference its rows are checked against.
 
 #include "sql/fmsqlsource.h"
 

@@ -1,8 +1,7 @@
 #pragma once
 // What the SQL store needs of one finished job, and the interface that reads those rows from one
-// project database file. The store does not care how a file is read: the job list loader serves
-// today (fmSqlJobListSource); a summary reader that skips the parts of a record the store never
-// uses can take its place behind the same interface.
+// project database file. The store does not care how a file is read: the summary reader serves
+// (fmSqlSummarySource), the job list loader (fmSqlJobListSource) gives the same rows.
 
 #include <QList>
 #include <QString>

@@ -4,9 +4,12 @@
 #include "fmtestpgserver.h"
 #include "joblist_fixtures.h"
 
+#include "browser/fmhistoryreport.h"
 #include "sql/fmsqldatabase.h"
 #include "sql/fmsqljoblistsource.h"
+#include "sql/fmsqlsummarysource.h"
 #include "sql/fmsqlsync.h"
+#include "tools/console/demoroot.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -59,6 +62,27 @@ QStringList results(QSqlDatabase db, const QString& sql)
     return lines;
 }
 
+// Every column of a row, as text.
+QString rowText(const fmSqlJob& j)
+{
+    return QStringList{QString::number(j.JobID),
+                       j.IdText,
+                       j.UserName,
+                       j.Software,
+                       j.Renderer,
+                       j.Scene,
+                       j.Camera,
+                       j.Layer,
+                       QString::number(j.DateSend),
+                       QString::number(j.DateFinished),
+                       QString::number(j.ExecutionSeconds),
+                       QString::number(j.Frames),
+                       QString::number(j.TotalPS),
+                       QString::number(j.GhzHours, 'g', 17),
+                       QString::number(j.Errors)}
+        .join(QLatin1Char('|'));
+}
+
 } // namespace
 
 class tst_FmSqlSync : public QObject
@@ -93,7 +117,7 @@ class tst_FmSqlSync : public QObject
 
     fmSqlSyncReport sync(fmSqlDatabase& db, const fmSqlSyncOptions& options = fmSqlSyncOptions())
     {
-        fmSqlJobListSource source(FM);
+        fmSqlSummarySource source(fmReportSettingsOf(FM).Speeds);
         return fmSqlSync(db, source, fmSqlListFiles(FM, history()), options);
     }
 
@@ -242,6 +266,40 @@ private slots:
         const QString all = QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError());
         QVERIFY2(all.contains(output), qPrintable(all));
         QCOMPARE(p.exitCode(), code);
+    }
+
+    // The rows come from the summary reader; the loader's rows for the same files are the
+    // reference: equal in every column, on a demo root with frames of all four layouts.
+    void summaryRowsAreLoaderRows()
+    {
+        QTemporaryDir dir;
+        fmDemoRootOptions o;
+        o.Dir = dir.filePath(QStringLiteral("root"));
+        o.Projects = 3;
+        o.Jobs = 400;
+        fmDemoRootReport demo;
+        QCOMPARE(fmCreateDemoRoot(FM, o, &demo), QString());
+        int oldFrames = 0;
+        for (const fmDemoProjectReport& p : demo.Projects)
+            oldFrames += p.OldFrames;
+        QVERIFY(oldFrames > 50);
+        fmSqlJobListSource loader(FM);
+        fmSqlSummarySource summary(fmReportSettingsOf(FM).Speeds);
+        int rows = 0;
+        for (const fmSqlFile& f : fmSqlListFiles(FM, o.Dir + QStringLiteral("/sub/history_db/"))) {
+            QList<fmSqlJob> a, b;
+            QString whyA, whyB;
+            QVERIFY2(loader.readFile(f.Path, a, whyA) && summary.readFile(f.Path, b, whyB),
+                     qPrintable(whyA + whyB));
+            QStringList ta, tb;
+            for (const fmSqlJob& j : a)
+                ta.append(rowText(j));
+            for (const fmSqlJob& j : b)
+                tb.append(rowText(j));
+            QCOMPARE(tb, ta);
+            rows += int(a.size());
+        }
+        QCOMPARE(rows, demo.totalJobs());
     }
 
     // The README's example queries run unchanged on both databases and give the same results.

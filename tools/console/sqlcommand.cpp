@@ -1,8 +1,9 @@
 // "sql": writes the history into an SQLite file or a PostgreSQL database, and keeps it up to date.
 
 #include "app/fm.h"
+#include "browser/fmhistoryreport.h"
 #include "sql/fmsqldatabase.h"
-#include "sql/fmsqljoblistsource.h"
+#include "sql/fmsqlsummarysource.h"
 #include "sql/fmsqlsync.h"
 #include "tools/console/consolecommand.h"
 #include "tools/console/consoleio.h"
@@ -65,7 +66,7 @@ int run(const fmConsoleArgs& args)
     options.Projects = args.values("--project");
     const float* cost = FM.cfgGetF("cfgCost");
     options.CostPerGhzHour = cost ? double(*cost) : 0.0;
-    fmSqlJobListSource source(FM);
+    fmSqlSummarySource source(fmReportSettingsOf(FM).Speeds);
     const fmSqlSyncReport r =
         fmSqlSync(db, source, fmSqlListFiles(FM, FM.HistoryDbPath.toQString()), options);
     printReport(r);
