@@ -505,13 +505,16 @@ void fmuiTreeViewJobsModel::addSortedJobs()
     BuildIndex.clear();
     BuildKeys.clear();
     fmuiTreeViewJobsNode* scratch = nullptr;
+    // One read lock for the whole pass instead of one per job; nothing below takes it again.
+    QReadLocker lock(&JobList.LockJobs);
     const int sorted = std::clamp(JobList.SortedCount, 0, JobList.Capacity);
+    _jobsHistoryDB_Runtime* const* order = JobList.Sorted.get();
     for (int i = 0; i < sorted; ++i) {
         // Each job is a record of its own 38 KB: reading its name and identifier is a cache
         // and TLB miss, most of a rebuild's time. Those of the jobs a few places ahead are
         // asked for now, so that their misses overlap.
         if (i + PrefetchAhead < sorted)
-            if (const _jobsHistoryDB_Runtime* ahead = JobList.GetJobBySortedID(i + PrefetchAhead)) {
+            if (const _jobsHistoryDB_Runtime* ahead = order[i + PrefetchAhead]) {
                 __builtin_prefetch(&ahead->JobID);
                 auto fetch = [](const auto& name) {
                     __builtin_prefetch(&name.Data[0]);
@@ -522,7 +525,7 @@ void fmuiTreeViewJobsModel::addSortedJobs()
                 else
                     fetch(ahead->CompanyProjectName);
             }
-        if (_jobsHistoryDB_Runtime* job = JobList.GetJobBySortedID(i))
+        if (_jobsHistoryDB_Runtime* job = order[i])
             AddJobtoNode(jobsRoot(), 0, job, &scratch, i, rebuildKeyOf(job));
     }
     BuildIndex.clear();
