@@ -296,21 +296,33 @@ bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, 
     if (!nd || !job) return true;
     const unsigned long long jobID = job->JobID;
 
-    // 1. An existing first-level group of the same key.
+    // 1. An existing first-level group of the same key: the first child in row order that is one.
     if (level == 0 && GroupFirstLevel) {
-        const auto& byName = indexOf(node).FirstLevelByName;
-        auto it = byName.constFind(key);
-        if (it != byName.constEnd()) {
-            for (fmuiTreeViewJobsNode* child : *it) {
-                if (child->NodeType != N::FirstLevel || !child->data() || child->data()->Name != key)
-                    continue;
-                if (child->Children.isEmpty()) {
-                    // Written into the parent, not the child found; of no effect for the root.
-                    nd->JobID = jobID;
-                    nd->Job = job;
-                }
-                return AddJobtoNode(child, 1, job, outGroupNode, sortedID, key);
+        auto isGroup = [&](const fmuiTreeViewJobsNode* c) {
+            return c->Parent == node && c->NodeType == N::FirstLevel && c->data() && c->data()->Name == key;
+        };
+        // Groups only come behind the others during a rebuild, and none changes its type or name:
+        // the group found for a key stays the first, and is remembered by the key's text.
+        fmuiTreeViewJobsNode* child = BuildGroups.value(key.constData());
+        if (!child || !isGroup(child)) {
+            child = nullptr;
+            const auto& byName = indexOf(node).FirstLevelByName;
+            auto it = byName.constFind(key);
+            if (it != byName.constEnd())
+                for (fmuiTreeViewJobsNode* c : *it)
+                    if (isGroup(c)) {
+                        child = c;
+                        BuildGroups.insert(key.constData(), c);
+                        break;
+                    }
+        }
+        if (child) {
+            if (child->Children.isEmpty()) {
+                // Written into the parent, not the child found; of no effect for the root.
+                nd->JobID = jobID;
+                nd->Job = job;
             }
+            return AddJobtoNode(child, 1, job, outGroupNode, sortedID, key);
         }
     }
 
@@ -504,6 +516,7 @@ void fmuiTreeViewJobsModel::addSortedJobs()
 {
     BuildIndex.clear();
     BuildKeys.clear();
+    BuildGroups.clear();
     fmuiTreeViewJobsNode* scratch = nullptr;
     // One read lock for the whole pass instead of one per job; nothing below takes it again.
     QReadLocker lock(&JobList.LockJobs);
@@ -530,6 +543,7 @@ void fmuiTreeViewJobsModel::addSortedJobs()
     }
     BuildIndex.clear();
     BuildKeys.clear();
+    BuildGroups.clear();
 }
 
 void fmuiTreeViewJobsModel::CreateJobTree(bool reset)

@@ -125,6 +125,8 @@ private:
     // the records, which stay where they are during a rebuild): one text per user, not per job.
     QHash<QStringView, QString> BuildKeys;
     const QString& rebuildKeyOf(const fmJ::_jobsHistoryDB_Runtime* job);
+    // The first-level group found in one rebuild for a key, by the key text's data.
+    QHash<const QChar*, fmuiTreeViewJobsNode*> BuildGroups;
     // Every job of the sorted list into the tree, in sorted order (the rebuild's main step).
     void addSortedJobs();
 
