@@ -279,12 +279,12 @@ void fmuiTreeViewJobsModel::appendChild(fmuiTreeViewJobsNode* node, fmuiTreeView
 const QString& fmuiTreeViewJobsModel::rebuildKeyOf(const _jobsHistoryDB_Runtime* job)
 {
     auto view = [](const auto& name) {
-        return QStringView(reinterpret_cast<const char16_t*>(name.Data), name.len());
+        return std::u16string_view(reinterpret_cast<const char16_t*>(name.Data), size_t(name.len()));
     };
-    const QStringView raw = GroupByUser ? view(job->UserName) : view(job->CompanyProjectName);
-    auto it = BuildKeys.constFind(raw);
-    if (it == BuildKeys.constEnd()) it = BuildKeys.insert(raw, keyOf(job));
-    return *it;
+    const std::u16string_view raw = GroupByUser ? view(job->UserName) : view(job->CompanyProjectName);
+    auto it = BuildKeys.find(raw);
+    if (it == BuildKeys.end()) it = BuildKeys.emplace(raw, keyOf(job)).first;
+    return it->second;
 }
 
 bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, _jobsHistoryDB_Runtime* job,

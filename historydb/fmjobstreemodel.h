@@ -9,6 +9,7 @@
 #include <QList>
 #include <QString>
 
+#include <string_view>
 #include <unordered_map>
 
 class __FM;
@@ -123,7 +124,7 @@ private:
     std::unordered_map<fmuiTreeViewJobsNode*, ChildIndex> BuildIndex;
     // keyOf of the jobs met in one rebuild, by the raw name it is made of (the views point into
     // the records, which stay where they are during a rebuild): one text per user, not per job.
-    QHash<QStringView, QString> BuildKeys;
+    std::unordered_map<std::u16string_view, QString> BuildKeys;
     const QString& rebuildKeyOf(const fmJ::_jobsHistoryDB_Runtime* job);
     // The first-level group found in one rebuild for a key, by the key text's data.
     QHash<const QChar*, fmuiTreeViewJobsNode*> BuildGroups;
