@@ -13,6 +13,7 @@
 #include <QDialog>
 #include <QDockWidget>
 #include <QGuiApplication>
+#include <QHash>
 #include <QHeaderView>
 #include <QPushButton>
 #include <QSaveFile>
@@ -208,6 +209,7 @@ void fitColumns(fmTreeView* view, QAbstractItemModel* model, std::initializer_li
     std::vector<int> longest(size_t(columns), 0); // characters of the widest text
     const QFontMetrics plain(tree->font());
     const int indent = tree->indentation();
+    QHash<QString, int> plainWidths; // by the text with each digit made "0"
     std::function<void(const QModelIndex&, int)> visit = [&](const QModelIndex& parent, int depth) {
         const int rows = model->rowCount(parent);
         for (int row = 0; row < rows; ++row) {
@@ -220,10 +222,23 @@ void fitColumns(fmTreeView* view, QAbstractItemModel* model, std::initializer_li
                 // wider by more than a character, so only texts near the longest are measured.
                 if (column != 0 && text.size() + 1 < longest[size_t(column)]) continue;
                 const QVariant fontRole = cell.data(Qt::FontRole);
-                const int w = fontRole.isValid()
-                                  ? QFontMetrics(qvariant_cast<QFont>(fontRole).resolve(tree->font()))
-                                        .horizontalAdvance(text)
-                                  : plain.horizontalAdvance(text);
+                int w = 0;
+                if (fontRole.isValid()) {
+                    w = QFontMetrics(qvariant_cast<QFont>(fontRole).resolve(tree->font()))
+                            .horizontalAdvance(text);
+                } else if (column == 0) {
+                    w = plain.horizontalAdvance(text);
+                } else {
+                    // By the same rule, texts that differ only in their digits are of one width:
+                    // each pattern is measured once (a project's dates are one or two patterns).
+                    QString shape = text;
+                    for (QChar& c : shape)
+                        if (c.unicode() >= u'0' && c.unicode() <= u'9') c = QLatin1Char('0');
+                    auto known = plainWidths.constFind(shape);
+                    if (known == plainWidths.constEnd())
+                        known = plainWidths.insert(shape, plain.horizontalAdvance(shape));
+                    w = *known;
+                }
                 const int need = w + margin + (column == 0 ? indent * (depth + 1) : 0);
                 widest[size_t(column)] = std::max(widest[size_t(column)], need);
                 longest[size_t(column)] = std::max(longest[size_t(column)], int(text.size()));
