@@ -21,6 +21,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <string_view>
+#include <unordered_set>
 
 void fmHistorydb::loadProject(int index, bool revert)
 {
@@ -161,14 +163,19 @@ void fmHistorydb::addComboNames()
         ComboAppTexts = {fmStringFilterAll};
         ui.Show_ComboApp->addItem(fmStringFilterAll);
     }
+    // A name is made into a text once, at its first job: names repeat over thousands of jobs. The
+    // views point into the records, which stay where they are meanwhile.
+    auto raw = [](const fmString<25>& s) {
+        return std::u16string_view(reinterpret_cast<const char16_t*>(s.Data), size_t(s.len()));
+    };
+    std::unordered_set<std::u16string_view> seenUsers, seenApps;
     QSet<QString> users;
     for (int q = 0; q < jobs.JobCount; ++q) {
         const fmJ::_jobsHistoryDB_Runtime* job = jobs.GetJobByQueueID(q);
         if (!job) continue;
-        const fmString<25> userName = job->UserName;
-        const fmString<25> software = job->Software;
-        users.insert(userName.toQString());
-        const QString softwareText = software.toQString();
+        if (seenUsers.insert(raw(job->UserName)).second) users.insert(job->UserName.toQString());
+        if (!seenApps.insert(raw(job->Software)).second) continue;
+        const QString softwareText = job->Software.toQString();
         if (!ComboAppTexts.contains(softwareText)) {
             ComboAppTexts.insert(softwareText);
             ui.Show_ComboApp->addItem(softwareText);
