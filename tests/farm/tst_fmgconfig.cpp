@@ -272,22 +272,6 @@ private slots:
         QCOMPARE(s.value(u"OSConversion/Path60"_s).toString(), written);
     }
 
-    // A file without the switches must leave their defaults (0 to 4 on, 0 and 1 for mail); present
-    // switches must land in their own array.
-    void logSwitchesMissingKeepDefaults()
-    {
-        Farm f;
-        f.writeIni("[Interaction]\nLogLevel11=true\nLogLevelUI03=false\n[Email]\nLogLevel20=true\n");
-        QVERIFY(f.load());
-        const _fmgConfig& c = *f.fm->cfg;
-        for (int i = 0; i < 25; ++i) {
-            QCOMPARE(c.LogLevel[i], i <= 4 || i == 10);
-            QCOMPARE(c.LogLevelUI[i], i <= 4 && i != 2);
-        }
-        for (int i = 0; i < 20; ++i)
-            QCOMPARE(c.EmailLogLevel[i], i < 2 || i == 19);
-    }
-
     void hostileFiles_data()
     {
         QTest::addColumn<QByteArray>("bytes");
