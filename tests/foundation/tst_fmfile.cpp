@@ -1,12 +1,12 @@
 // Path and file name splitters, folder listings, and reading files from the shared root: kinds of
 // files that must be refused without blocking, and names that are no UTF-8.
 #include "foundation/fmfile.h"
+#include "foundation/fmfileread.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "foundation/fmfileread.h"
 #include <sys/stat.h>
 #include <unistd.h>
 

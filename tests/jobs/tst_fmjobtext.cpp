@@ -1,13 +1,14 @@
 // Status, error and log texts of a job, the writers of its error and log entries, and the names
 // derived from its paths: scene display names, path mapping, job-file folders, preview frames.
 #include "app/fm.h"
-#include "jobs/fmjob.h"
-#include "jobs/fmjobtext.h"
-
 #include "farm/fmgconfig.h"
+#include "jobs/fmjob.h"
 #include "jobs/fmjobhistory.h"
 #include "jobs/fmjobnaming.h"
+#include "jobs/fmjobtext.h"
+
 #include <QTest>
+
 #include <memory>
 
 using namespace Qt::StringLiterals;
