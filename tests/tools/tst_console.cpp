@@ -19,8 +19,6 @@
 #include <QtEndian>
 #include <QtTest>
 
-#include <zlib.h>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -173,40 +171,6 @@ private slots:
         for (const fmDemoProjectReport& p : ReportB.Projects)
             old += p.OldFrames;
         QVERIFY(old > 0);
-    }
-
-    // Catches a splash image that a PNG reader would refuse: bad chunk CRCs or pixel data size.
-    void splashIsValidPng()
-    {
-        const QByteArray png = fmTestReadAll(RootB + u"/sub/SplashScreen.png"_s);
-        QVERIFY(png.startsWith(QByteArray("\x89PNG\r\n\x1a\n", 8)));
-        qsizetype pos = 8;
-        quint32 w = 0, h = 0;
-        QByteArray idat;
-        bool end = false;
-        while (pos + 12 <= png.size() && !end) {
-            const auto* p = reinterpret_cast<const uchar*>(png.constData() + pos);
-            const quint32 len = qFromBigEndian<quint32>(p);
-            QVERIFY(pos + 12 + qsizetype(len) <= png.size());
-            const QByteArray type = png.mid(pos + 4, 4);
-            const quint32 crc = qFromBigEndian<quint32>(p + 8 + len);
-            QCOMPARE(quint32(crc32(0, p + 4, uInt(len + 4))), crc);
-            if (type == "IHDR") {
-                w = qFromBigEndian<quint32>(p + 8);
-                h = qFromBigEndian<quint32>(p + 12);
-            }
-            if (type == "IDAT") idat += png.mid(pos + 8, len);
-            end = type == "IEND";
-            pos += 12 + qsizetype(len);
-        }
-        QVERIFY(end);
-        QCOMPARE(pos, png.size());
-        uLongf size = uLongf((w * 3 + 1) * h);
-        QByteArray raw(qsizetype(size), '\0');
-        QCOMPARE(uncompress(reinterpret_cast<Bytef*>(raw.data()), &size,
-                            reinterpret_cast<const Bytef*>(idat.constData()), uLong(idat.size())),
-                 Z_OK);
-        QCOMPARE(qsizetype(size), qsizetype((w * 3 + 1) * h));
     }
 
     void arguments_data()
