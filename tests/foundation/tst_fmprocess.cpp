@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,40 +19,7 @@ class tst_fmprocess : public QObject
 {
     Q_OBJECT
 
-    QList<long long> Started; // children to stop and collect at the end of each test
-
-    long long startSleeper(const QString& exe)
-    {
-        const long long pid = fmStartProcess(fmString<250>(exe), QStringList{"300"}, fmString<250>());
-        if (pid > 0) Started.append(pid);
-        return pid;
-    }
-    static int waitExit(long long pid)
-    {
-        int status = 0;
-        while (::waitpid(pid_t(pid), &status, 0) < 0 && errno == EINTR) {
-        }
-        return status;
-    }
-    // A copy of sleep under a chosen name, so that the kernel lists it under that name.
-    static QString sleeperCopy(const QTemporaryDir& dir, const QString& name)
-    {
-        const QString target = dir.filePath(name);
-        if (!QFile::exists(target)) {
-            QFile::copy("/bin/sleep", target);
-            QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        }
-        return target;
-    }
-
 private slots:
-    void cleanup()
-    {
-        for (long long pid : Started)
-            ::kill(pid_t(pid), SIGKILL); // not our children: nothing to collect
-        Started.clear();
-    }
-
     // Catches arguments that get split, joined or interpreted by a shell on their way to the child.
     void argumentsArriveWhole()
     {
@@ -106,29 +72,6 @@ private slots:
         QVERIFY(fmStartProcess(fmString<250>("/bin/sh"), QStringList{"-c", "echo out; echo err >&2"},
                                fmString<250>(log)) > 0);
         QTRY_VERIFY_WITH_TIMEOUT(f.seek(0) && f.readAll().endsWith("out\nerr\n"), 60000);
-    }
-
-    // Catches a search that counts the caller as a second instance, or misses one, or compares case.
-    void secondInstance()
-    {
-        // A name of our own, unique on this machine, so that parallel test runs cannot interfere.
-        const QByteArray self = "fmT" + QByteArray::number(qint64(::getpid()) % 1000000);
-        QVERIFY(::prctl(PR_SET_NAME, self.constData(), 0, 0, 0) == 0);
-        const fmString8_UnevenSize<25> name(self.constData());
-        const fmString8_UnevenSize<25> lower(self.toLower().constData());
-        long long pid = 0;
-        QVERIFY(!ourProcessAlreadyExists(name, false, false, &pid));
-        QCOMPARE(pid, (long long)::getpid()); // found once: ourselves
-        QVERIFY(!ourProcessAlreadyExists(fmString8_UnevenSize<25>(""), false, false, nullptr));
-
-        QTemporaryDir tmp;
-        const long long other = startSleeper(sleeperCopy(tmp, QString::fromLatin1(self)));
-        QVERIFY(other > 0);
-        // The child's name changes at exec: look until it shows (no time limit on the outcome).
-        while (!ourProcessAlreadyExists(lower, false, false, &pid))
-            fmSleep(10);
-        QCOMPARE(pid, other); // the other process, not ourselves
-        QVERIFY(ourProcessAlreadyExists(name, true, true, nullptr));
     }
 
     // Catches a started program that stays our child, a zombie when it ends until someone reaps it.

@@ -126,7 +126,6 @@ private slots:
         QTest::newRow("user 181 min") << 7 << 1 << 0 << 8 << 181 << 0 << "bob (3.0h)";
         QTest::newRow("user 28801 min") << 7 << 1 << 0 << 8 << 28801 << 0 << "bob (20d+)";
         QTest::newRow("cpu 9 cores") << 4 << 3 << 253 << 9 << 0 << 0 << "8.9/ 9";
-        QTest::newRow("cpu 16 cores") << 4 << 3 << 128 << 16 << 0 << 0 << "8/16";
         QTest::newRow("cpu no value") << 4 << 3 << 254 << 16 << 0 << 0 << "16";
         QTest::newRow("avail at status 0") << 5 << 0 << 0 << 8 << 0 << 0 << "";
         QTest::newRow("avail rendering") << 5 << 3 << 0 << 8 << 0 << 0 << "3.0";
@@ -166,7 +165,6 @@ private slots:
         QTest::addColumn<QList<qulonglong>>("values"); // empty: no bars
         QTest::newRow("cpu at status 0") << 4 << 0 << 255 << 0 << 0 << 8192 << QList<qulonglong>();
         QTest::newRow("cpu full") << 4 << 3 << 253 << 0 << 0 << 8192 << QList<qulonglong>{99, 0};
-        QTest::newRow("cpu half") << 4 << 3 << 128 << 0 << 0 << 8192 << QList<qulonglong>{50, 0};
         QTest::newRow("memory quarters") << 5 << 3 << 0 << 2048 << 4096 << 8192 << QList<qulonglong>{25, 25};
         QTest::newRow("memory damaged") << 5 << 3 << 0 << 90000 << -5 << 0 << QList<qulonglong>{100, 0};
     }

@@ -1,7 +1,12 @@
+// Job records: the clear rules of their layers, frame counts and indexes, the job identifier's
+// texts, and the custom value block.
 #include "fmrecordbytes.h"
+
+#include "foundation/fmjobid.h"
 #include "jobs/fmjob.h"
 
 #include <QTest>
+
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -10,6 +15,33 @@ using namespace Qt::StringLiterals;
 
 using namespace fmJ;
 using namespace jobtest;
+
+namespace {
+unsigned long long makeID(uint8_t counter, uint8_t partA, uint8_t partB, uint32_t stamp, uint8_t top = 0)
+{
+    IDDecomp d;
+    d.Counter = counter;
+    d.PartA = partA;
+    d.PartB = partB;
+    d.Stamp = stamp;
+    d.Reserved = top;
+    return d.toID();
+}
+
+constexpr int kBasicsBlock = 19540;  // CustomCount in _JobBasics
+constexpr int kSettingsBlock = 5184; // CustomCount in _SettingsOnly
+
+// Raw view of a block for checks against the byte format.
+struct Raw
+{
+    uint8_t* rec;
+    int at;
+    int32_t count() const { return readAt<int32_t>(rec, size_t(at)); }
+    int32_t valueEnd() const { return readAt<int32_t>(rec, size_t(at) + 4); }
+    int32_t indexEnd() const { return readAt<int32_t>(rec, size_t(at) + 8); }
+    uint8_t* data() const { return rec + at + 12; }
+};
+} // namespace
 
 class tst_jobrecords : public QObject
 {
@@ -132,6 +164,222 @@ private slots:
         job->FramesPerPass = -5;
         job->F2fn(12, &pass);
         QCOMPARE(int(pass), 0);
+    }
+
+    // Byte order of the identifier: a swapped or aligned Stamp would decompose wrongly.
+    void decomposition()
+    {
+        IDDecomp d;
+        d.fromID(0x8877665544332211ull);
+        QCOMPARE(d.Counter, uint8_t(0x11));
+        QCOMPARE(d.PartA, uint8_t(0x22));
+        QCOMPARE(d.PartB, uint8_t(0x33));
+        QCOMPARE(uint32_t(d.Stamp), 0x77665544u);
+        QCOMPARE(d.toID(), 0x8877665544332211ull);
+    }
+
+    // The short and full texts users quote: alphabet, counter letters, the doubled fine sign.
+    void texts_data()
+    {
+        QTest::addColumn<unsigned long long>("id");
+        QTest::addColumn<QString>("shortText");
+        QTest::addColumn<QString>("fullText");
+        // Stamp 123456789: coarse 12345 -> "KT9"; fine 6789 / 36 = 188 -> 188 mod 36 = 8 -> "J".
+        QTest::newRow("counter 0") << makeID(0, 1, 2, 123456789) << u"{KT9}"_s << u"KT9_JJCB"_s;
+        QTest::newRow("counter 1") << makeID(1, 1, 2, 123456789) << u"{KT9a}"_s << u"KT9a_JJCB"_s;
+        QTest::newRow("counter 24") << makeID(24, 1, 2, 123456789) << u"{KT9z}"_s << u"KT9z_JJCB"_s;
+        QTest::newRow("counter 25") << makeID(25, 1, 2, 123456789) << u"{KT9ba}"_s << u"KT9ba_JJCB"_s;
+        QTest::newRow("counter 255") << makeID(255, 35, 36, 123456789) << u"{KT9lq}"_s << u"KT9lq_JJA-"_s;
+        QTest::newRow("stamp 0") << makeID(0, 0, 0, 0) << u"{AAA}"_s << u"AAA_AAAA"_s;
+        QTest::newRow("reserved byte ignored")
+            << makeID(3, 0, 0, 9999, 0xFF) << u"{AAAc}"_s << u"AAAc_11AA"_s;
+    }
+    void texts()
+    {
+        QFETCH(unsigned long long, id);
+        QFETCH(QString, shortText);
+        QFETCH(QString, fullText);
+        QCOMPARE(ID2str(id), shortText);
+        QCOMPARE(ID2strFull(id), fullText);
+        _JobBasics job;
+        job.JobID = id;
+        QCOMPARE(job.IDstr(), shortText);
+        QCOMPARE(job.ID2strFull(), fullText);
+    }
+
+    // The 32-bit short form: packing order and agreement of the three ways to compute it.
+    void shortForm_data()
+    {
+        QTest::addColumn<unsigned long long>("id");
+        QTest::addColumn<unsigned int>("int32");
+        QTest::newRow("small") << makeID(5, 9, 9, 123456789) << ((12345u << 8) | 5u);
+        QTest::newRow("coarse above 16 bits") << makeID(7, 0, 0, 4294967295u) << ((429496u << 8) | 7u);
+        QTest::newRow("zero") << makeID(0, 0, 0, 0) << 0u;
+    }
+    void shortForm()
+    {
+        QFETCH(unsigned long long, id);
+        QFETCH(unsigned int, int32);
+        IDShort s;
+        s.fromID(id);
+        QCOMPARE(s.int32(), int32);
+        QCOMPARE(ID2ShortID(id), int32);
+        _JobSubmitter job;
+        job.JobID = id;
+        QCOMPARE(job.ID2ShortID(), int32);
+        QCOMPARE(s.str(), ID2str(id));
+    }
+
+    // The bytes of the block: index entries with big-endian position and length, then values.
+    void byteFormat()
+    {
+        auto job = std::make_unique<_JobBasics>();
+        job->customSet_All({u"ab"_s, u"W"_s}, {u"xyz"_s, QString(QChar(0x263A))});
+        Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
+        QCOMPARE(r.count(), 2);
+        // "c" 0x00 0x0F 0x00 0x03 "ab" NUL | "u" 0x00 0x12 0x00 0x01 "W" NUL | "xyz" | 0x26 0x3A
+        const uint8_t want[] = {'c', 0, 15,  0, 3,   'a', 'b', 0,    'u',  0, 18,
+                                0,   1, 'W', 0, 'x', 'y', 'z', 0x26, 0x3A, 0};
+        QCOMPARE(r.indexEnd(), 15);
+        QCOMPARE(r.valueEnd(), 20);
+        QCOMPARE(std::memcmp(r.data(), want, sizeof(want)), 0);
+    }
+
+    // Modes and case-insensitive names; a wide value comes back cut to its low bytes.
+    void readBack_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("lookup");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("latin1") << u"h\u00E9llo"_s << u"userinfo"_s << u"h\u00E9llo"_s;
+        QTest::newRow("upper case name") << u"v"_s << u"USERINFO"_s << u"v"_s;
+        QTest::newRow("wide") << u"a\u263Ab"_s << u"UserInfo"_s << u"a:b"_s;
+        QTest::newRow("empty value") << QString() << u"UserInfo"_s << QString();
+    }
+    void readBack()
+    {
+        QFETCH(QString, value);
+        QFETCH(QString, lookup);
+        QFETCH(QString, expected);
+        auto job = std::make_unique<_JobBasics>();
+        job->customSet_Str(u"UserInfo"_s, value);
+        const QString got = job->custom_Str(lookup);
+        QCOMPARE(got, expected);
+        QCOMPARE(got.isNull(), value.isEmpty());
+    }
+
+    // Access by position, and out-of-range ids that must change nothing.
+    void byID()
+    {
+        auto job = std::make_unique<_JobBasics>();
+        job->customSet_All({u"a"_s, u"b"_s, u"c"_s}, {u"1"_s, u"2"_s, u"3"_s});
+        QCOMPARE(job->custom_StrByID(2), u"3"_s);
+        QCOMPARE(job->custom_NameByID(0), u"a"_s);
+        QVERIFY(job->custom_StrByID(3).isNull());
+        QVERIFY(job->custom_StrByID(-1).isNull());
+        std::vector<uint8_t> before(JobCustomData_Size);
+        std::memcpy(before.data(), job->CustomData, before.size());
+        job->customSet_StrByID(3, u"x"_s);
+        job->customSet_StrByID(-1, u"x"_s);
+        QCOMPARE(std::memcmp(before.data(), job->CustomData, before.size()), 0);
+        job->customSet_StrByID(1, u"two"_s);
+        QCOMPARE(job->custom_StrByID(1), u"two"_s);
+        job->customSet_StrByID(0, QString());
+        QCOMPARE(job->custom_maxIDs(), 2);
+        QCOMPARE(job->custom_NameByID(0), u"b"_s);
+    }
+
+    // The 5000-byte limit: the entry that passes it and all later ones are dropped, nothing is
+    // written past the block (wide values count once in the rule but take two bytes).
+    void limit_data()
+    {
+        QTest::addColumn<int>("firstLength");
+        QTest::addColumn<bool>("wide");
+        QTest::addColumn<int>("kept");
+        // Sizes: name 1 + value + 5 each; stop when running size (before the 5) + 15 reaches 5001.
+        QTest::newRow("all fit") << 4000 << false << 3;
+        QTest::newRow("second passes") << 4960 << false << 1;
+        QTest::newRow("first passes") << 4990 << false << 0;
+        QTest::newRow("wide takes twice the bytes") << 2600 << true << 0;
+        QTest::newRow("wide fits") << 2400 << true << 3;
+    }
+    void limit()
+    {
+        QFETCH(int, firstLength);
+        QFETCH(bool, wide);
+        QFETCH(int, kept);
+        auto job = std::make_unique<_JobBasics>();
+        const QString big(firstLength, wide ? QChar(0x0101) : QLatin1Char('x'));
+        job->customSet_All({u"a"_s, u"b"_s, u"c"_s}, {big, QString(20, QLatin1Char('y')), u"z"_s});
+        QCOMPARE(job->custom_maxIDs(), kept);
+        Raw r{reinterpret_cast<uint8_t*>(job.get()), kBasicsBlock};
+        QVERIFY(r.valueEnd() <= JobCustomData_Size);
+        if (kept > 0) QCOMPARE(job->custom_Str(u"a"_s).size(), firstLength);
+        if (kept == 3) QCOMPARE(job->custom_Str(u"c"_s), u"z"_s);
+    }
+
+    // A block from a damaged or hostile file: reads stay inside the 5000 bytes and the bytes are kept.
+    void hostileBlock_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("indexEnd");
+        QTest::addColumn<int>("position");
+        QTest::addColumn<int>("length");
+        QTest::addColumn<char>("mode");
+        QTest::addColumn<int>("valueLength");
+        QTest::newRow("length past the end") << 1 << 12 << 4990 << 65535 << 'c' << 10;
+        QTest::newRow("wide past the end") << 1 << 12 << 4999 << 65535 << 'u' << 0;
+        QTest::newRow("position outside") << 1 << 12 << 65535 << 10 << 'c' << 0;
+        QTest::newRow("huge counts") << 2000000000 << 2000000000 << 0 << 3 << 'c' << 3;
+        QTest::newRow("negative counts") << -5 << -5 << 0 << 3 << 'c' << -1;
+        QTest::newRow("bad mode") << 1 << 12 << 0 << 3 << 'x' << -1;
+    }
+    void hostileBlock()
+    {
+        QFETCH(int, count);
+        QFETCH(int, indexEnd);
+        QFETCH(int, position);
+        QFETCH(int, length);
+        QFETCH(char, mode);
+        QFETCH(int, valueLength);
+        auto job = std::make_unique<_JobBasics>();
+        uint8_t* rec = reinterpret_cast<uint8_t*>(job.get());
+        fillPattern(rec + kBasicsBlock + 12, JobCustomData_Size, 9);
+        writeAt<int32_t>(rec, kBasicsBlock, count);
+        writeAt<int32_t>(rec, kBasicsBlock + 4, 123456);
+        writeAt<int32_t>(rec, kBasicsBlock + 8, indexEnd);
+        uint8_t* d = rec + kBasicsBlock + 12;
+        const uint8_t entry[] = {uint8_t(mode),
+                                 uint8_t(position >> 8),
+                                 uint8_t(position),
+                                 uint8_t(length >> 8),
+                                 uint8_t(length),
+                                 'k',
+                                 'e',
+                                 'y',
+                                 0};
+        std::memcpy(d, entry, sizeof(entry));
+        if (QByteArray(QTest::currentDataTag()) == "huge counts")
+            d[9] = 'c'; // the walk goes on into the pattern, which must end it without an overread
+        std::vector<uint8_t> before(sizeof(_JobBasics));
+        std::memcpy(before.data(), rec, before.size());
+
+        const QString v = job->custom_Str(u"KEY"_s);
+        QCOMPARE(int(v.isNull() ? -1 : v.size()), valueLength);
+        QVERIFY(job->custom_maxIDs() >= 0 && job->custom_maxIDs() <= JobCustomData_Size);
+        for (int id = -1; id < 5; ++id) {
+            job->custom_StrByID(id);
+            job->custom_NameByID(id);
+        }
+        QCOMPARE(job->custom_sub(4999, 1000, CUSTOMData_Unicode), QString());
+        QCOMPARE(job->custom_sub(4998, 1000, CUSTOMData_Char).size(), 2);
+        QCOMPARE(job->custom_sub(-7, 10, CUSTOMData_Char), QString());
+        QCOMPARE(std::memcmp(before.data(), rec, before.size()), 0); // reading repairs nothing
+
+        // Writing rebuilds the block from what could be read, within its bounds.
+        job->customSet_Str(u"UserInfo"_s, u"ok"_s);
+        QCOMPARE(job->custom_Str(u"userinfo"_s), u"ok"_s);
+        QVERIFY(readAt<int32_t>(rec, kBasicsBlock + 4) <= JobCustomData_Size);
     }
 };
 

@@ -1,6 +1,6 @@
 #pragma once
-// Fixtures for start-up tests: a throw-away farm root, a command line built from texts, and the
-// whole of a file.
+// Fixtures for start-up tests: a throw-away farm root, a command line built from texts, the
+// whole of a file, and a program run to its end.
 
 #include <QByteArray>
 #include <QList>
@@ -46,3 +46,12 @@ private:
 
 // The bytes of a file; empty when it cannot be read.
 QByteArray fmTestReadAll(const QString& path);
+
+// A program run to its end (two minutes at most): exit code (-1: did not end, -2: crashed) and
+// its outputs.
+struct fmTestRun
+{
+    int Code = -1;
+    QString Out, Err;
+};
+fmTestRun fmTestRunProgram(const QString& exe, const QStringList& args, const QString& workDir = QString());

@@ -19,8 +19,6 @@
 #include <QtEndian>
 #include <QtTest>
 
-#include <zlib.h>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -29,27 +27,9 @@ namespace {
 
 const QString kConsole = QStringLiteral(FM_CONSOLE_EXE);
 
-struct Run
+fmTestRun runConsole(const QStringList& args, const QString& workDir = QString())
 {
-    int Code = -1;
-    QString Out, Err;
-};
-
-Run runConsole(const QStringList& args, const QString& workDir = QString())
-{
-    QProcess p;
-    if (!workDir.isEmpty()) p.setWorkingDirectory(workDir);
-    p.start(kConsole, args);
-    Run r;
-    if (!p.waitForFinished(120000)) {
-        p.kill();
-        p.waitForFinished();
-        return r;
-    }
-    r.Code = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -2;
-    r.Out = QString::fromUtf8(p.readAllStandardOutput());
-    r.Err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+    return fmTestRunProgram(kConsole, args, workDir);
 }
 
 // Identifier and plain size of every frame of a database file.
@@ -111,7 +91,7 @@ private slots:
         QVERIFY2(QFileInfo(kConsole).isExecutable(), qPrintable(kConsole));
         RootA = Tmp.filePath(u"rootA"_s);
         RootB = Tmp.filePath(u"rootB"_s);
-        const Run r = runConsole(
+        const fmTestRun r = runConsole(
             {u"demo-root"_s, RootA, u"--projects"_s, u"3"_s, u"--jobs"_s, u"40"_s, u"--seed"_s, u"7"_s});
         QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
 
@@ -193,40 +173,6 @@ private slots:
         QVERIFY(old > 0);
     }
 
-    // Catches a splash image that a PNG reader would refuse: bad chunk CRCs or pixel data size.
-    void splashIsValidPng()
-    {
-        const QByteArray png = fmTestReadAll(RootB + u"/sub/SplashScreen.png"_s);
-        QVERIFY(png.startsWith(QByteArray("\x89PNG\r\n\x1a\n", 8)));
-        qsizetype pos = 8;
-        quint32 w = 0, h = 0;
-        QByteArray idat;
-        bool end = false;
-        while (pos + 12 <= png.size() && !end) {
-            const auto* p = reinterpret_cast<const uchar*>(png.constData() + pos);
-            const quint32 len = qFromBigEndian<quint32>(p);
-            QVERIFY(pos + 12 + qsizetype(len) <= png.size());
-            const QByteArray type = png.mid(pos + 4, 4);
-            const quint32 crc = qFromBigEndian<quint32>(p + 8 + len);
-            QCOMPARE(quint32(crc32(0, p + 4, uInt(len + 4))), crc);
-            if (type == "IHDR") {
-                w = qFromBigEndian<quint32>(p + 8);
-                h = qFromBigEndian<quint32>(p + 12);
-            }
-            if (type == "IDAT") idat += png.mid(pos + 8, len);
-            end = type == "IEND";
-            pos += 12 + qsizetype(len);
-        }
-        QVERIFY(end);
-        QCOMPARE(pos, png.size());
-        uLongf size = uLongf((w * 3 + 1) * h);
-        QByteArray raw(qsizetype(size), '\0');
-        QCOMPARE(uncompress(reinterpret_cast<Bytef*>(raw.data()), &size,
-                            reinterpret_cast<const Bytef*>(idat.constData()), uLong(idat.size())),
-                 Z_OK);
-        QCOMPARE(qsizetype(size), qsizetype((w * 3 + 1) * h));
-    }
-
     void arguments_data()
     {
         QTest::addColumn<QStringList>("args");
@@ -282,7 +228,7 @@ private slots:
         QFETCH(QString, text);
         args.replaceInStrings(u"<A>"_s, RootA);
         // Run from a folder that is no root, so that only "-fmRoot" can give one.
-        const Run r = runConsole(args, Tmp.path());
+        const fmTestRun r = runConsole(args, Tmp.path());
         QVERIFY2(r.Code == code, qPrintable(u"exit %1\n%2%3"_s.arg(r.Code).arg(r.Out, r.Err)));
         QVERIFY2((r.Out + r.Err).contains(text), qPrintable(r.Out + r.Err));
         QVERIFY(!QFileInfo::exists(Tmp.filePath(u"x"_s)));
@@ -292,7 +238,7 @@ private slots:
     void helpPages_data()
     {
         QTest::addColumn<QString>("command");
-        const Run r = runConsole({u"help"_s, u"--commands"_s});
+        const fmTestRun r = runConsole({u"help"_s, u"--commands"_s});
         QCOMPARE(r.Code, 0);
         for (const QString& name : r.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
             QTest::newRow(qPrintable(name)) << name;
@@ -302,14 +248,14 @@ private slots:
     void helpPages()
     {
         QFETCH(QString, command);
-        const Run overview = runConsole({u"--help"_s});
+        const fmTestRun overview = runConsole({u"--help"_s});
         QVERIFY2(overview.Out.contains(u"\n   "_s + command + QLatin1Char(' ')), qPrintable(overview.Out));
-        const Run page = runConsole({u"help"_s, command});
+        const fmTestRun page = runConsole({u"help"_s, command});
         QCOMPARE(page.Code, 0);
         for (const char* section :
              {"NAME\n", "SYNOPSIS\n", "DESCRIPTION\n", "OPTIONS\n", "EXIT STATUS\n", "EXAMPLE\n"})
             QVERIFY2(page.Out.contains(QLatin1String(section)), section);
-        const Run options = runConsole({u"help"_s, u"--options"_s, command});
+        const fmTestRun options = runConsole({u"help"_s, u"--options"_s, command});
         QCOMPARE(options.Code, 0);
         // Each option heads a line of its own: "    --name VALUE" or "    -o, --name VALUE".
         for (const QString& option : options.Out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
@@ -322,7 +268,7 @@ private slots:
     // Catches a demo root that the start-up warns about: configuration, clients, groups, users.
     void startupPassesWithoutWarnings()
     {
-        const Run r = runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"projects"_s});
+        const fmTestRun r = runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"projects"_s});
         QCOMPARE(r.Code, 0);
         QVERIFY2(r.Out.contains(QLatin1String("init done")), qPrintable(r.Out));
         QVERIFY2(r.Out.contains(QLatin1String("users7.dat   loaded")), qPrintable(r.Out));
@@ -341,7 +287,7 @@ private slots:
         QStringList expected;
         for (int i = 0; i < table->nrOfProjects; ++i)
             expected.append(fmProjectTable::comboText(table->projects[size_t(i)]));
-        const Run r = runConsole({u"-fmRoot"_s, RootA, u"projects"_s});
+        const fmTestRun r = runConsole({u"-fmRoot"_s, RootA, u"projects"_s});
         QCOMPARE(r.Code, 0);
         QCOMPARE(r.Out, expected.join(QLatin1Char('\n')) + QLatin1Char('\n'));
         QVERIFY(r.Out.contains(QLatin1Char('~')));
@@ -350,7 +296,7 @@ private slots:
     // Catches JSON that is not parseable, mixed with log lines, or off from the files on disk.
     void projectsJson()
     {
-        const Run r =
+        const fmTestRun r =
             runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"projects"_s, u"--json"_s, u"--exact"_s});
         QCOMPARE(r.Code, 0);
         QJsonParseError error;
@@ -379,7 +325,7 @@ private slots:
     void exportAllMatchesWindowExport()
     {
         const QString out = Tmp.filePath(u"all.csv"_s);
-        const Run r = runConsole({u"export"_s, u"--all"_s, u"-o"_s, out, u"-fmRoot"_s, RootA});
+        const fmTestRun r = runConsole({u"export"_s, u"--all"_s, u"-o"_s, out, u"-fmRoot"_s, RootA});
         QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
 
         // The same walk in this process, on the root made here with the same seed.
@@ -395,7 +341,7 @@ private slots:
         const QByteArray bytes = fmTestReadAll(out);
         QCOMPARE(bytes, fmTestReadAll(mine));
         // "-o -": the same bytes on standard output, with the log lines kept off it.
-        const Run piped =
+        const fmTestRun piped =
             runConsole({u"-fmRoot"_s, RootA, u"--verbose"_s, u"export"_s, u"--all"_s, u"-o"_s, u"-"_s});
         QCOMPARE(piped.Code, 0);
         QVERIFY(piped.Out.toUtf8() == bytes);
@@ -417,7 +363,7 @@ private slots:
     {
         const QString out = Tmp.filePath(u"one.csv"_s);
         const fmDemoProjectReport& p = ReportB.Projects[1];
-        const Run r =
+        const fmTestRun r =
             runConsole({u"-fmRoot"_s, RootA, u"export"_s, u"--project"_s, p.Name.toUpper(), u"-o"_s, out});
         QVERIFY2(r.Code == 0, qPrintable(r.Out + r.Err));
         const QByteArray bytes = fmTestReadAll(out);
@@ -470,7 +416,7 @@ private slots:
             }
             args.append(path);
         }
-        const Run r = runConsole(args);
+        const fmTestRun r = runConsole(args);
         QVERIFY2(r.Code == code, qPrintable(u"exit %1\n%2"_s.arg(r.Code).arg(r.Out + r.Err)));
         QVERIFY2(r.Out.contains(text), qPrintable(r.Out));
         if (damage.isEmpty()) {
@@ -490,7 +436,7 @@ private slots:
     {
         const QString users = RootA + u"/sub/cfg_global/users7.dat"_s;
         const QByteArray before = fmTestReadAll(users);
-        const Run r = runConsole({u"demo-root"_s, RootA});
+        const fmTestRun r = runConsole({u"demo-root"_s, RootA});
         QCOMPARE(r.Code, 1);
         QVERIFY(r.Err.contains(QLatin1String("already holds a farm root")));
         QCOMPARE(fmTestReadAll(users), before);

@@ -28,11 +28,7 @@ private slots:
     {
         QVERIFY(Tmp.isValid());
         Root = Tmp.filePath(u"root"_s);
-        QProcess p;
-        p.start(kConsole,
-                {u"demo-root"_s, Root, u"--projects"_s, u"2"_s, u"--jobs"_s, u"12"_s, u"--seed"_s, u"3"_s});
-        QVERIFY(p.waitForFinished(120000));
-        QCOMPARE(p.exitCode(), 0);
+        QCOMPARE(fmTestRunProgram(kConsole, {"demo-root", Root, "--projects", "2", "--jobs", "12"}).Code, 0);
     }
 
     // Catches a start outside a farm root that does not end with 100, or that waits on a warning

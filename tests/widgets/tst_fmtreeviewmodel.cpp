@@ -108,23 +108,6 @@ class tst_fmtreeviewmodel : public QObject
 private slots:
     void init() { gDestroyed = 0; }
 
-    // An empty tree must answer 0 rows and still clear the root's own flags.
-    void emptyTree()
-    {
-        fmTreeView* view = nullptr;
-        TModel m(view);
-        fmtest::checkModel(&m);
-        m.Root->ForceSelected = m.Root->ForceDeselected = m.Root->ExplicitSelected = m.Root->IsExpanded =
-            true;
-        QCOMPARE(m.rowCount(), 0);
-        m.ClearSelectionAll(false, QString());
-        m.ClearExplicitSelectionAll();
-        m.clearExpanded();
-        QVERIFY(!m.Root->ForceSelected && !m.Root->ForceDeselected);
-        QVERIFY(!m.Root->ExplicitSelected && !m.Root->IsExpanded);
-        QVERIFY(!m.index(0, 0).isValid());
-    }
-
     // Row lookups must agree with the node lists after rows are removed or reordered (stale hints),
     // and a first-level node's parent must be invalid rather than the root's index.
     void indexAndParent_data()
