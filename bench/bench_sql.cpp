@@ -7,7 +7,8 @@
 
 #include "app/fm.h"
 #include "sql/fmsqldatabase.h"
-#include "sql/fmsqljoblistsource.h"
+#include "browser/fmhistoryreport.h"
+#include "sql/fmsqlsummarysource.h"
 #include "sql/fmsqlsync.h"
 #include "tools/console/demoroot.h"
 
@@ -26,11 +27,11 @@ namespace {
 constexpr int DemoJobs = 10000;
 constexpr int Copies = 20; // the demo project and 19 copies: 200,000 jobs
 
-// The job list source, timed.
+// The summary source the console uses, timed.
 class TimedSource : public fmSqlJobSource
 {
 public:
-    explicit TimedSource(__FM& app) : Inner(app) {}
+    explicit TimedSource(__FM& app) : Inner(fmReportSettingsOf(app).Speeds) {}
     bool readFile(const QString& path, QList<fmSqlJob>& jobs, QString& error) override
     {
         QElapsedTimer t;
@@ -45,7 +46,7 @@ public:
     std::clock_t Cpu = 0; // processor time of all threads
 
 private:
-    fmSqlJobListSource Inner;
+    fmSqlSummarySource Inner;
 };
 
 // Copies every database file of the history under the project name base + "_<k>".
