@@ -100,6 +100,9 @@ HeaderCheck readHeader(const unsigned char* bytes, Header& out);
 int inflateBody(const Header& h, const unsigned char* body, int64_t bodyLen, unsigned char* target,
                 uint32_t& outLen);
 
+// Adler-32 of `len` bytes (zlib's adler32 from its start value), vectorised where the processor can.
+uint32_t adler32Of(const unsigned char* data, size_t len);
+
 // Upgrades inflated records of the old layouts to the current one. Holds the scratch records of
 // one thread, made when first needed.
 class Upgrader

@@ -61,7 +61,33 @@ fmSqlDatabase::~fmSqlDatabase()
 QString fmSqlDatabase::timeText(int64_t secondsSinceEpoch)
 {
     const int64_t t = std::clamp<int64_t>(secondsSinceEpoch, 0, fmSqlMaxTime);
-    return QDateTime::fromSecsSinceEpoch(t, Qt::UTC).toString(QStringLiteral("yyyy-MM-ddTHH:mm:ssZ"));
+    // Two of these a row: the civil date from the day number (Howard Hinnant's days_from_civil
+    // inverse, proleptic Gregorian, exact for these years) instead of QDateTime's formatter.
+    const int64_t days = t / 86400, secs = t % 86400;
+    const int64_t z = days + 719468, era = z / 146097, doe = z - era * 146097;
+    const int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100), mp = (5 * doy + 2) / 153;
+    const int64_t day = doy - (153 * mp + 2) / 5 + 1, month = mp < 10 ? mp + 3 : mp - 9;
+    const int64_t year = yoe + era * 400 + (month <= 2);
+    char16_t out[20];
+    auto two = [&out](int at, int64_t v) {
+        out[at] = char16_t(u'0' + v / 10);
+        out[at + 1] = char16_t(u'0' + v % 10);
+    };
+    two(0, year / 100);
+    two(2, year % 100);
+    out[4] = u'-';
+    two(5, month);
+    out[7] = u'-';
+    two(8, day);
+    out[10] = u'T';
+    two(11, secs / 3600);
+    out[13] = u':';
+    two(14, secs / 60 % 60);
+    out[16] = u':';
+    two(17, secs % 60);
+    out[19] = u'Z';
+    return QString(reinterpret_cast<const QChar*>(out), 20);
 }
 
 QString fmSqlDatabase::conninfoProblem(const QString& conninfo)

@@ -38,6 +38,8 @@ public:
     // when the file could not be read whole (unreadable, damaged frames); `error` then says why
     // and `jobs` must not be written anywhere.
     virtual bool readFile(const QString& path, QList<fmSqlJob>& jobs, QString& error) = 0;
+    // True when readFile may run for several files at the same time, on any threads.
+    virtual bool concurrentReads() const { return false; }
 };
 
 // Latest time either database keeps as text and timestamp alike: 9999-12-31T23:59:59Z.

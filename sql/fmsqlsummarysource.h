@@ -13,6 +13,7 @@ public:
     explicit fmSqlSummarySource(const fmClientSpeeds& speeds);
 
     bool readFile(const QString& path, QList<fmSqlJob>& jobs, QString& error) override;
+    bool concurrentReads() const override { return true; } // each read has its own buffers
 
     // The row of one summary.
     static fmSqlJob rowOf(const fmJobSummary& job);

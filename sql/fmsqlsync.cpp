@@ -12,11 +12,15 @@
 #include <QSet>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QThread>
+#include <QThreadPool>
 #include <QVariant>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -199,6 +203,54 @@ private:
     QSqlQuery DeleteRows, InsertJobs, UpsertFile, DeleteFile;
 };
 
+// A file to read and write, with its size and time as seen before the read.
+struct FileRead
+{
+    const fmSqlFile* File = nullptr;
+    qint64 Size = 0, Mtime = 0;
+    bool Ok = false;
+    QList<fmSqlJob> Jobs;
+    QString Why;
+};
+
+// Reads the files in their order. With a source that can read files at the same time, up to
+// `ahead` reads run on a pool while the caller writes the file before them (reading, inflating
+// above all, is most of a file's time); otherwise each file is read when taken, on this thread.
+class ReadAhead
+{
+public:
+    ReadAhead(fmSqlJobSource& source, std::vector<FileRead>& files)
+        : Source(source), Files(files), Started(files.size()),
+          Ahead(source.concurrentReads() ? std::max(1, QThread::idealThreadCount()) : 0)
+    {
+        Pool.setMaxThreadCount(std::max(1, Ahead));
+    }
+    ~ReadAhead() { Pool.waitForDone(); }
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    FileRead& take(size_t i)
+    {
+        for (size_t k = i; k < Files.size() && k <= i + size_t(Ahead); ++k)
+            if (Ahead > 0 && !Started[k].isValid())
+                Started[k] = QtConcurrent::run(&Pool, [this, k] { read(Files[k]); });
+        if (Started[i].isValid())
+            Started[i].waitForFinished();
+        else
+            read(Files[i]);
+        return Files[i];
+    }
+
+private:
+    void read(FileRead& f) { f.Ok = Source.readFile(f.File->Path, f.Jobs, f.Why); }
+
+    fmSqlJobSource& Source;
+    std::vector<FileRead>& Files;
+    std::vector<QFuture<void>> Started;
+    const int Ahead;
+    QThreadPool Pool;
+};
+
 void countRows(fmSqlSyncReport& r, long long before, long long now)
 {
     r.Replaced += std::min(before, now);
@@ -255,42 +307,58 @@ fmSqlSyncReport fmSqlSync(fmSqlDatabase& db, fmSqlJobSource& source, const QList
         if (deleted > 0) shrunk.insert(GetFileNameBase(path).toLower());
     }
 
-    QList<fmSqlJob> jobs;
     QSet<QString> failed, skipped;
-    auto sync = [&](const fmSqlFile& f, bool force) {
+    // The files to read, in order; an unchanged one is skipped unless forced.
+    auto toRead = [&](const fmSqlFile& f, bool force, std::vector<FileRead>& out) {
         const QFileInfo info(f.Path);
         const qint64 size = info.size(), mtime = info.lastModified().toMSecsSinceEpoch();
         const auto it = stored.constFind(f.RelPath);
         if (!force && it != stored.cend() && it->Size == size && it->Mtime == mtime) {
             ++r.FilesSkipped;
             skipped.insert(f.RelPath);
-            return true;
+            return;
         }
-        QString why;
-        if (!source.readFile(f.Path, jobs, why)) {
-            r.Failed.append(f.RelPath + QStringLiteral(": ") + why);
-            failed.insert(f.RelPath);
-            return true;
+        FileRead read;
+        read.File = &f;
+        read.Size = size;
+        read.Mtime = mtime;
+        out.push_back(std::move(read));
+    };
+    auto sync = [&](std::vector<FileRead>& reads) {
+        ReadAhead ahead(source, reads);
+        for (size_t i = 0; i < reads.size(); ++i) {
+            FileRead& read = ahead.take(i);
+            const fmSqlFile& f = *read.File;
+            if (!read.Ok) {
+                r.Failed.append(f.RelPath + QStringLiteral(": ") + read.Why);
+                failed.insert(f.RelPath);
+                continue;
+            }
+            long long deleted = 0, inserted = 0;
+            if (!w.writeFile(f, read.Size, read.Mtime, read.Jobs, deleted, inserted)) return false;
+            QList<fmSqlJob>().swap(read.Jobs);
+            countRows(r, deleted, inserted);
+            ++r.FilesRead;
+            if (deleted > 0) shrunk.insert(f.Project.toLower());
         }
-        long long deleted = 0, inserted = 0;
-        if (!w.writeFile(f, size, mtime, jobs, deleted, inserted)) return false;
-        countRows(r, deleted, inserted);
-        ++r.FilesRead;
-        if (deleted > 0) shrunk.insert(f.Project.toLower());
         return true;
     };
+    std::vector<FileRead> reads;
     for (const fmSqlFile& f : files)
-        if (present.value(f.RelPath) == &f && !sync(f, false)) return r;
+        if (present.value(f.RelPath) == &f) toRead(f, false, reads);
+    if (!sync(reads)) return r;
 
     if (shrunk.isEmpty()) return r;
     QSet<QString> incomplete;
     if (!w.incompleteFiles(incomplete)) return r;
+    std::vector<FileRead> again;
     for (const fmSqlFile& f : files) {
         if (present.value(f.RelPath) != &f || failed.contains(f.RelPath) || !incomplete.contains(f.RelPath) ||
             !shrunk.contains(f.Project.toLower()))
             continue;
         if (skipped.remove(f.RelPath)) --r.FilesSkipped; // read after all
-        if (!sync(f, true)) return r;
+        toRead(f, true, again);
     }
+    sync(again);
     return r;
 }

@@ -4,12 +4,16 @@
 #include "joblist_fixtures.h"
 
 #include "browser/fmhistoryreport.h"
+#include "jobs/fmjobframe.h"
 
 #include <QDir>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <zlib.h>
+
 #include <ctime>
+#include <vector>
 
 using jlfix::ReportFields;
 
@@ -165,6 +169,69 @@ private slots:
         bytes[bytes.size() - 3] = char(bytes[bytes.size() - 3] ^ 0x40);
         QVERIFY(jlfix::writeFile(entry, bytes));
         QVERIFY(!cache.load(beta, Speeds, back));
+    }
+
+    void inflateAsUncompress_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("id");
+        auto z = [](const QByteArray& raw) {
+            QByteArray out(int(compressBound(uLong(raw.size()))), '\0');
+            uLongf n = uLongf(out.size());
+            compress(reinterpret_cast<Bytef*>(out.data()), &n, reinterpret_cast<const Bytef*>(raw.data()),
+                     uLong(raw.size()));
+            return out.left(qsizetype(n));
+        };
+        const QByteArray now = z(jlfix::bytesOf(*jlfix::makeRecord(3)));
+        QByteArray oldRaw(39516, 'a');
+        for (int i = 0; i < oldRaw.size(); i += 7)
+            oldRaw[i] = char(i * 13);
+        const QByteArray old = z(oldRaw), tooLong = z(oldRaw + "more");
+        // A header of method cmf and flags flg (with its check bits) in front of the data.
+        auto header = [](QByteArray b, int cmf, int flg) {
+            b[0] = char(cmf);
+            b[1] = char(flg + (31 - (cmf * 256 + flg) % 31) % 31);
+            return b;
+        };
+        auto flip = [](QByteArray b, qsizetype at) {
+            b[at] = char(b[at] ^ 0x10);
+            return b;
+        };
+        QTest::newRow("current") << now << 0x0A04;
+        QTest::newRow("old, output exactly full") << old << 0x0A03;
+        QTest::newRow("old, output overflows") << tooLong << 0x0A03;
+        QTest::newRow("old, trailer cut, output full") << old.left(old.size() - 2) << 0x0A03;
+        QTest::newRow("trailer cut") << now.left(now.size() - 1) << 0x0A04;
+        QTest::newRow("data cut") << now.left(now.size() / 2) << 0x0A04;
+        QTest::newRow("header only") << now.left(2) << 0x0A04;
+        QTest::newRow("one byte") << now.left(1) << 0x0A04;
+        QTest::newRow("bad check bits") << flip(now, 1) << 0x0A04;
+        QTest::newRow("method 7") << header(now, 0x77, 0) << 0x0A04;
+        QTest::newRow("window 64 KB") << header(now, 0x88, 0) << 0x0A04;
+        QTest::newRow("window 1 KB") << header(now, 0x28, 0) << 0x0A04;
+        QTest::newRow("dictionary") << header(now, 0x78, 0x20) << 0x0A04;
+        QTest::newRow("dictionary cut") << header(now, 0x78, 0x20).left(4) << 0x0A04;
+        QTest::newRow("data damaged") << flip(now, now.size() / 2) << 0x0A04;
+        QTest::newRow("checksum damaged") << flip(now, now.size() - 2) << 0x0A04;
+        QTest::newRow("garbage behind") << now + "garbage" << 0x0A04;
+    }
+    // The frame steps' own inflate (raw, with the zlib header and Adler-32 checked apart) gives
+    // uncompress()'s code and length for every input: the loader's messages name that code.
+    void inflateAsUncompress()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(int, id);
+        fmJ::frame::Header h;
+        h.ID = uint16_t(id);
+        h.Stored = id == 0x0A04 ? 37980 : 39516;
+        std::vector<unsigned char> mine(fmJ::_JobList::ReadLimit), zlib(fmJ::_JobList::ReadLimit);
+        const auto* in = reinterpret_cast<const unsigned char*>(body.constData());
+        uint32_t n = 0;
+        const int code = fmJ::frame::inflateBody(h, in, body.size(), mine.data(), n);
+        uLongf len = id == 0x0A04 ? uLongf(fmJ::_JobList::ReadLimit) : uLongf(h.Stored);
+        QCOMPARE(code, uncompress(zlib.data(), &len, in, uLong(body.size())));
+        QCOMPARE(n, uint32_t(len));
+        QVERIFY(std::equal(mine.begin(), mine.begin() + n, zlib.begin()));
     }
 };
 

@@ -302,6 +302,18 @@ private slots:
         QCOMPARE(rows, demo.totalJobs());
     }
 
+    // The time text against QDateTime's, over the whole range both databases keep.
+    void timeText()
+    {
+        for (int64_t t = -5; t <= fmSqlMaxTime + 5; t += t < 4000000000LL ? 3196247 : 91837451) {
+            const int64_t c = std::clamp<int64_t>(t, 0, fmSqlMaxTime);
+            QCOMPARE(
+                fmSqlDatabase::timeText(t),
+                QDateTime::fromSecsSinceEpoch(c, Qt::UTC).toString(QStringLiteral("yyyy-MM-ddTHH:mm:ssZ")));
+        }
+        QCOMPARE(fmSqlDatabase::timeText(fmSqlMaxTime + 1), QStringLiteral("9999-12-31T23:59:59Z"));
+    }
+
     // The README's example queries run unchanged on both databases and give the same results.
     void readmeQueries()
     {
