@@ -482,6 +482,97 @@ QVariant fmuiTreeViewClientsModel::groupAssignmentBars(int group) const
     return QVariant::fromValue(bars);
 }
 
+QVariant fmuiTreeViewClientsModel::endText(int client, int thread, int col) const
+{
+    const fmC::_Client& c = App.ClientList->Clients[client];
+    const fmC::_ClientStatusThread& t = threadOf(c, thread);
+    if (thread > 0 && (col == 0 || col >= 6)) return QVariant();
+    const int cores = c.Hardware.Cores;
+    switch (col) {
+    case 0:
+        return c.Status.Name.toQString();
+    case 2: {
+        const long long s = jobTotals(client, false).Seconds;
+        if (s < 1) return QVariant();
+        return fmSec2hms(int(std::min<long long>(s, INT_MAX)));
+    }
+    case 4: {
+        if (!validCpu(t.CPUUsage)) return QString::number(cores);
+        const double used = double(cores) * t.CPUUsage / 255.0;
+        if (cores > 9) return QStringLiteral("%1/%2").arg(qRound(used)).arg(cores);
+        return QStringLiteral("%1/ %2").arg(used, 3, 'f', 1).arg(cores);
+    }
+    case 5:
+        if (t.Status == 0) return QVariant();
+        return gb(c.Status.AvailableMemory, 1);
+    case 6:
+        return c.Hardware.OSasString();
+    case 7: {
+        const QString user = c.Status.UserName.toQString();
+        if (user.isEmpty()) return QVariant();
+        const int minutes = c.Status.UserTime;
+        if (minutes < 181) return user;
+        if (minutes < 1441) return QStringLiteral("%1 (%2h)").arg(user).arg(minutes / 60.0, 0, 'f', 1);
+        if (minutes < 28801) return QStringLiteral("%1 (%2d)").arg(user).arg(minutes / 1440.0, 0, 'f', 1);
+        return QStringLiteral("%1 (20d+)").arg(user);
+    }
+    case 8:
+        return QStringLiteral("v%1").arg(c.Status.Version.toQString());
+    case 9:
+        return c.Status.Temperature < 1 ? QVariant() : QVariant(degrees(c.Status.Temperature));
+    case 10:
+        return gb(c.Hardware.Memory, 0);
+    case 11:
+        return QString::number(cores);
+    case 12:
+        return QStringLiteral("%1 / %2").arg(c.Hardware.MHz).arg(double(c.Hardware.Speed), 0, 'f', 1);
+    case 13:
+        return c.CustomInfo.toQString();
+    default:
+        return QVariant();
+    }
+}
+
+QVariant fmuiTreeViewClientsModel::endBars(int client, int thread, int col) const
+{
+    const fmC::_Client& c = App.ClientList->Clients[client];
+    const fmC::_ClientStatusThread& t = threadOf(c, thread);
+    fmtvBGbars bars;
+    const QString name = c.Status.Name.toQString();
+    if (col == 1) {
+        if (thread != 0 || !JobList || JobList->JobCount <= 0) return QVariant();
+        const JobTotals totals = jobTotals(client, Simple);
+        if (totals.Jobs == 0) return QVariant();
+        bars.Mode = 1;
+        bars.Name = QStringLiteral("Clients col 1 EndNode ") + name;
+        addTriple(bars, honestPercent(totals.Worked, totals.Jobs), Green, Orange);
+        return QVariant::fromValue(bars);
+    }
+    if ((col != 4 && col != 5) || t.Status == 0 || Simple) return QVariant();
+    if (col == 4) {
+        // The machine's load is taken as the sum of the valid CPU values of its threads in
+        // use; what lies above this thread's share belongs to the other threads.
+        int machine = 0;
+        for (int i = 0; i < c.Status.threadsInUse(); ++i) {
+            const int v = c.Status.Thread[i].CPUUsage;
+            if (validCpu(v)) machine += v;
+        }
+        const int own = validCpu(t.CPUUsage) ? cpuPercent(t.CPUUsage) : 0;
+        const int all = cpuPercent(std::min(machine, 255));
+        bars.Name = QStringLiteral("Clients col 4 EndNode ") + name;
+        setMode3(bars, own, std::max(0, all - own), 0xFF00CC00, 0xFF88BB00, 0xFFCCCCCC);
+    } else {
+        const long long memory = std::max(1, c.Hardware.Memory);
+        const long long threadMem = std::max(0, t.ThreadMemory);
+        const long long avail = std::max(0, c.Status.AvailableMemory);
+        bars.Name = QStringLiteral("Clients col 5 EndNode ") + name;
+        setMode3(bars, int(std::min<long long>(threadMem * 100 / memory, 100)),
+                 int(std::clamp<long long>(100 - (threadMem + avail) * 100 / memory, 0, 100)), 0xFFDD4400,
+                 0xFFEE6644, 0xFFCCCCCC);
+    }
+    return QVariant::fromValue(bars);
+}
+
 QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int client, int thread, int col,
                                            int role) const
 {
@@ -491,53 +582,8 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
     const QRgb status = statusColor(t.Status, c.Selected != 0);
 
     switch (role) {
-    case Qt::DisplayRole: {
-        if (thread > 0 && (col == 0 || col >= 6)) return QVariant();
-        const int cores = c.Hardware.Cores;
-        switch (col) {
-        case 0:
-            return c.Status.Name.toQString();
-        case 2: {
-            const long long s = jobTotals(client, false).Seconds;
-            if (s < 1) return QVariant();
-            return fmSec2hms(int(std::min<long long>(s, INT_MAX)));
-        }
-        case 4: {
-            if (!validCpu(t.CPUUsage)) return QString::number(cores);
-            const double used = double(cores) * t.CPUUsage / 255.0;
-            if (cores > 9) return QStringLiteral("%1/%2").arg(qRound(used)).arg(cores);
-            return QStringLiteral("%1/ %2").arg(used, 3, 'f', 1).arg(cores);
-        }
-        case 5:
-            if (t.Status == 0) return QVariant();
-            return gb(c.Status.AvailableMemory, 1);
-        case 6:
-            return c.Hardware.OSasString();
-        case 7: {
-            const QString user = c.Status.UserName.toQString();
-            if (user.isEmpty()) return QVariant();
-            const int minutes = c.Status.UserTime;
-            if (minutes < 181) return user;
-            if (minutes < 1441) return QStringLiteral("%1 (%2h)").arg(user).arg(minutes / 60.0, 0, 'f', 1);
-            if (minutes < 28801) return QStringLiteral("%1 (%2d)").arg(user).arg(minutes / 1440.0, 0, 'f', 1);
-            return QStringLiteral("%1 (20d+)").arg(user);
-        }
-        case 8:
-            return QStringLiteral("v%1").arg(c.Status.Version.toQString());
-        case 9:
-            return c.Status.Temperature < 1 ? QVariant() : QVariant(degrees(c.Status.Temperature));
-        case 10:
-            return gb(c.Hardware.Memory, 0);
-        case 11:
-            return QString::number(cores);
-        case 12:
-            return QStringLiteral("%1 / %2").arg(c.Hardware.MHz).arg(double(c.Hardware.Speed), 0, 'f', 1);
-        case 13:
-            return c.CustomInfo.toQString();
-        default:
-            return QVariant();
-        }
-    }
+    case Qt::DisplayRole:
+        return endText(client, thread, col);
     case Qt::BackgroundRole:
         if (col == 1 || col == 4 || col == 5) return QVariant();
         if (!selected) return brush(0xFFFAFAFA);
@@ -547,42 +593,8 @@ QVariant fmuiTreeViewClientsModel::endData(const fmuiTreeViewNode* node, int cli
         if (selected) return brush(col == 4 || col == 5 ? 0xFF000000 : 0xFFFFFFFF);
         if (Simple || col == 4 || col == 5) return brush(0xFF000000);
         return brush(status);
-    case fmtvRole::BGbars: {
-        fmtvBGbars bars;
-        const QString name = c.Status.Name.toQString();
-        if (col == 1) {
-            if (thread != 0 || !JobList || JobList->JobCount <= 0) return QVariant();
-            const JobTotals totals = jobTotals(client, Simple);
-            if (totals.Jobs == 0) return QVariant();
-            bars.Mode = 1;
-            bars.Name = QStringLiteral("Clients col 1 EndNode ") + name;
-            addTriple(bars, honestPercent(totals.Worked, totals.Jobs), Green, Orange);
-            return QVariant::fromValue(bars);
-        }
-        if ((col != 4 && col != 5) || t.Status == 0 || Simple) return QVariant();
-        if (col == 4) {
-            // The machine's load is taken as the sum of the valid CPU values of its threads in
-            // use; what lies above this thread's share belongs to the other threads.
-            int machine = 0;
-            for (int i = 0; i < c.Status.threadsInUse(); ++i) {
-                const int v = c.Status.Thread[i].CPUUsage;
-                if (validCpu(v)) machine += v;
-            }
-            const int own = validCpu(t.CPUUsage) ? cpuPercent(t.CPUUsage) : 0;
-            const int all = cpuPercent(std::min(machine, 255));
-            bars.Name = QStringLiteral("Clients col 4 EndNode ") + name;
-            setMode3(bars, own, std::max(0, all - own), 0xFF00CC00, 0xFF88BB00, 0xFFCCCCCC);
-        } else {
-            const long long memory = std::max(1, c.Hardware.Memory);
-            const long long threadMem = std::max(0, t.ThreadMemory);
-            const long long avail = std::max(0, c.Status.AvailableMemory);
-            bars.Name = QStringLiteral("Clients col 5 EndNode ") + name;
-            setMode3(bars, int(std::min<long long>(threadMem * 100 / memory, 100)),
-                     int(std::clamp<long long>(100 - (threadMem + avail) * 100 / memory, 0, 100)), 0xFFDD4400,
-                     0xFFEE6644, 0xFFCCCCCC);
-        }
-        return QVariant::fromValue(bars);
-    }
+    case fmtvRole::BGbars:
+        return endBars(client, thread, col);
     default:
         return QVariant();
     }

@@ -100,6 +100,9 @@ private:
     mutable std::unique_ptr<JobTotalsCache> TotalsCache[2];
     QVariant groupData(const fmuiTreeViewNode* node, int group, int col, int role) const;
     QVariant groupAssignmentBars(int group) const;
+    // A client's row (thread 0) or thread row: its text, and its bar graphs.
+    QVariant endText(int client, int thread, int col) const;
+    QVariant endBars(int client, int thread, int col) const;
     QVariant endData(const fmuiTreeViewNode* node, int client, int thread, int col, int role) const;
 };
 

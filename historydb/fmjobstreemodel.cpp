@@ -287,6 +287,69 @@ const QString& fmuiTreeViewJobsModel::rebuildKeyOf(const _jobsHistoryDB_Runtime*
     return it->second;
 }
 
+fmuiTreeViewJobsNode* fmuiTreeViewJobsModel::firstLevelGroup(fmuiTreeViewJobsNode* node, const QString& key)
+{
+    auto isGroup = [&](const fmuiTreeViewJobsNode* c) {
+        return c->Parent == node && c->NodeType == fmuiTreeViewNode::FirstLevel && c->data() &&
+               c->data()->Name == key;
+    };
+    // Groups only come behind the others during a rebuild, and none changes its type or name:
+    // the group found for a key stays the first, and is remembered by the key's text.
+    fmuiTreeViewJobsNode* child = BuildGroups.value(key.constData());
+    if (child && isGroup(child)) return child;
+    const auto& byName = indexOf(node).FirstLevelByName;
+    auto it = byName.constFind(key);
+    if (it == byName.constEnd()) return nullptr;
+    for (fmuiTreeViewJobsNode* c : *it)
+        if (isGroup(c)) {
+            BuildGroups.insert(key.constData(), c);
+            return c;
+        }
+    return nullptr;
+}
+
+fmuiTreeViewJobsNode* fmuiTreeViewJobsModel::submissionGroup(fmuiTreeViewJobsNode* node, int level,
+                                                             unsigned long long jobID, int sortedID)
+{
+    using N = fmuiTreeViewNode;
+    const auto& byGroup = indexOf(node).ByJobGroup;
+    auto it = byGroup.constFind(jobID >> 8);
+    if (it == byGroup.constEnd()) return nullptr;
+    for (fmuiTreeViewJobsNode* c : *it) {
+        fmuiTreeViewJobsNodeData* cd = c->data();
+        if (!cd || (cd->JobID >> 8) != (jobID >> 8)) continue;
+        if (!(within(sortedID, cd) || !cd->Job || !GroupAdjacentOnly)) continue;
+        if (c->NodeType == N::SecondLevel) return c;
+        if (c->NodeType != N::EndNode) continue;
+        if (cd->JobID == jobID) return c;
+        // A lone job of this submission becomes a group: its end node moves one level down.
+        auto* end = new fmuiTreeViewJobsNode(N::EndNode, cd->Name, cd->JobID, cd->Job, c, level + 2,
+                                             cd->FirstSortedID, cd->LastSortedID, JobList.IsCopy);
+        appendChild(c, end);
+        c->NodeType = N::SecondLevel;
+        return c;
+    }
+    return nullptr;
+}
+
+bool fmuiTreeViewJobsModel::reuseEndNode(fmuiTreeViewJobsNode* node, _jobsHistoryDB_Runtime* job,
+                                         int sortedID, const QString& key)
+{
+    const auto& byGroup = indexOf(node).ByJobGroup;
+    auto it = byGroup.constFind(job->JobID >> 8);
+    if (it == byGroup.constEnd()) return false;
+    for (fmuiTreeViewJobsNode* c : *it) {
+        fmuiTreeViewJobsNodeData* cd = c->data();
+        if (c->NodeType != fmuiTreeViewNode::EndNode || !cd || cd->JobID != job->JobID) continue;
+        cd->Name = key;
+        cd->FirstSortedID = sortedID;
+        cd->LastSortedID = sortedID;
+        cd->Job = job;
+        return true;
+    }
+    return false;
+}
+
 bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, _jobsHistoryDB_Runtime* job,
                                          fmuiTreeViewJobsNode** outGroupNode, int sortedID,
                                          const QString& key)
@@ -298,25 +361,7 @@ bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, 
 
     // 1. An existing first-level group of the same key: the first child in row order that is one.
     if (level == 0 && GroupFirstLevel) {
-        auto isGroup = [&](const fmuiTreeViewJobsNode* c) {
-            return c->Parent == node && c->NodeType == N::FirstLevel && c->data() && c->data()->Name == key;
-        };
-        // Groups only come behind the others during a rebuild, and none changes its type or name:
-        // the group found for a key stays the first, and is remembered by the key's text.
-        fmuiTreeViewJobsNode* child = BuildGroups.value(key.constData());
-        if (!child || !isGroup(child)) {
-            child = nullptr;
-            const auto& byName = indexOf(node).FirstLevelByName;
-            auto it = byName.constFind(key);
-            if (it != byName.constEnd())
-                for (fmuiTreeViewJobsNode* c : *it)
-                    if (isGroup(c)) {
-                        child = c;
-                        BuildGroups.insert(key.constData(), c);
-                        break;
-                    }
-        }
-        if (child) {
+        if (fmuiTreeViewJobsNode* child = firstLevelGroup(node, key)) {
             if (child->Children.isEmpty()) {
                 // Written into the parent, not the child found; of no effect for the root.
                 nd->JobID = jobID;
@@ -327,26 +372,9 @@ bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, 
     }
 
     // 2. A second-level group of the same submission.
-    if (GroupSubmissions && ((level == 0 && !GroupFirstLevel) || (level == 1 && GroupFirstLevel))) {
-        const auto& byGroup = indexOf(node).ByJobGroup;
-        auto it = byGroup.constFind(jobID >> 8);
-        if (it != byGroup.constEnd()) {
-            for (fmuiTreeViewJobsNode* c : *it) {
-                fmuiTreeViewJobsNodeData* cd = c->data();
-                if (!cd || (cd->JobID >> 8) != (jobID >> 8)) continue;
-                if (!(within(sortedID, cd) || !cd->Job || !GroupAdjacentOnly)) continue;
-                if (c->NodeType == N::SecondLevel)
-                    return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID, key);
-                if (c->NodeType != N::EndNode) continue;
-                if (cd->JobID == jobID) return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID, key);
-                auto* end = new fmuiTreeViewJobsNode(N::EndNode, cd->Name, cd->JobID, cd->Job, c, level + 2,
-                                                     cd->FirstSortedID, cd->LastSortedID, JobList.IsCopy);
-                appendChild(c, end);
-                c->NodeType = N::SecondLevel;
-                return AddJobtoNode(c, level + 1, job, outGroupNode, sortedID, key);
-            }
-        }
-    }
+    if (GroupSubmissions && ((level == 0 && !GroupFirstLevel) || (level == 1 && GroupFirstLevel)))
+        if (fmuiTreeViewJobsNode* group = submissionGroup(node, level, jobID, sortedID))
+            return AddJobtoNode(group, level + 1, job, outGroupNode, sortedID, key);
 
     // 3. A new first-level group.
     if (level == 0 && GroupFirstLevel) {
@@ -389,28 +417,11 @@ bool fmuiTreeViewJobsModel::AddJobtoNode(fmuiTreeViewJobsNode* node, int level, 
             nd->LastSortedID = sortedID;
     }
 
-    // 7. The job's own end node from the last rebuild.
-    const auto& byGroup = indexOf(node).ByJobGroup;
-    auto it = byGroup.constFind(jobID >> 8);
-    if (it != byGroup.constEnd()) {
-        for (fmuiTreeViewJobsNode* c : *it) {
-            fmuiTreeViewJobsNodeData* cd = c->data();
-            if (c->NodeType != N::EndNode || !cd || cd->JobID != jobID) continue;
-            cd->Name = key;
-            cd->FirstSortedID = sortedID;
-            cd->LastSortedID = sortedID;
-            cd->Job = job;
-            c->NodeType = N::EndNode;
-            if (outGroupNode) *outGroupNode = node;
-            return true;
-        }
-    }
-
-    // 8. A new end node.
-    auto* end = new fmuiTreeViewJobsNode(N::EndNode, key, jobID, job, node, level + 1, sortedID, sortedID,
-                                         JobList.IsCopy);
+    // 7. The job's own end node from the last rebuild, else 8. a new one.
     if (outGroupNode) *outGroupNode = node;
-    appendChild(node, end);
+    if (reuseEndNode(node, job, sortedID, key)) return true;
+    appendChild(node, new fmuiTreeViewJobsNode(N::EndNode, key, jobID, job, node, level + 1, sortedID,
+                                               sortedID, JobList.IsCopy));
     return true;
 }
 

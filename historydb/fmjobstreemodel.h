@@ -77,6 +77,14 @@ public:
     void ClearCompleteTree();
     void ClearSelectionAll(bool all, QString reason) override;
 
+    // The steps of AddJobtoNode: the existing first-level group of `key` under `node`; the
+    // submission group under `node` that takes job `jobID` (a lone end node of its submission
+    // turned into one); the job's end node of the last rebuild, refreshed.
+    fmuiTreeViewJobsNode* firstLevelGroup(fmuiTreeViewJobsNode* node, const QString& key);
+    fmuiTreeViewJobsNode* submissionGroup(fmuiTreeViewJobsNode* node, int level, unsigned long long jobID,
+                                          int sortedID);
+    bool reuseEndNode(fmuiTreeViewJobsNode* node, fmJ::_jobsHistoryDB_Runtime* job, int sortedID,
+                      const QString& key);
     // Places one job below `node` (see the rebuild), `key` being keyOf(job); always true.
     bool AddJobtoNode(fmuiTreeViewJobsNode* node, int level, fmJ::_jobsHistoryDB_Runtime* job,
                       fmuiTreeViewJobsNode** outGroupNode, int sortedID, const QString& key);

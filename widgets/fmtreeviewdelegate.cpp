@@ -189,7 +189,13 @@ void paintPercentColumns(QPainter* p, const Cell& c, const fmtvBGbars& bars)
             int lengths[3] = {0, 0, 0};
             for (int k = 0; k < n; ++k)
                 lengths[k] = percentLength(percentOf(items[k]), c.H);
-            std::sort(lengths, lengths + n);
+            // Sorted by hand: std::sort over a bounded 2 or 3 trips gcc 12's array-bounds
+            // warning at -O3.
+            if (lengths[1] < lengths[0]) std::swap(lengths[0], lengths[1]);
+            if (n == 3) {
+                if (lengths[2] < lengths[1]) std::swap(lengths[1], lengths[2]);
+                if (lengths[1] < lengths[0]) std::swap(lengths[0], lengths[1]);
+            }
             const QRgb mix = mixedRed(bars, items, n).rgba();
             column.add(lengths[0], firstOf(i));
             for (int k = 1; k < n; ++k)
