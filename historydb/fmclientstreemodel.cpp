@@ -665,8 +665,7 @@ void fmuiTreeViewClientsModel::ClearSelectionAll(bool all, QString reason)
         c.Selected = 0;
 }
 
-// ---------------------------------------------------------------------------------------------
-// Footer
+// The footer.
 
 fmuiTreeViewClientsModelFooter::fmuiTreeViewClientsModelFooter(__FM& app, fmTreeView*& view, QObject* parent)
     : QAbstractItemModel(parent), App(app), View(view)
@@ -753,8 +752,6 @@ void fmuiTreeViewClientsModelFooter::pleaseUpdate()
 {
     emit headerDataChanged(Qt::Horizontal, 0, fmuiTreeViewClientsModel::ColumnCount - 1);
 }
-
-// ---------------------------------------------------------------------------------------------
 
 void initClientTree(fmTreeView*& view, fmuiTreeViewClientsModel*& model, __FM& app, fmJ::_JobList* jobs,
                     QObject* parent, bool compact, bool single, const bool& flag, const bool& showTime)
