@@ -108,26 +108,6 @@ private slots:
         QCOMPARE(ReportB.Projects[0].Jobs, 40);
     }
 
-    // Catches a generator that reads the clock or an unseeded generator: two runs differ.
-    void sameSeedSameFiles()
-    {
-        // clients.ini is left out: its writer goes through the machine-wide /tmp/clients.ini, which a
-        // test running beside this one may write at the same moment.
-        QStringList rel = {u"sub/cfg_global/clientgroups.ini"_s, u"sub/cfg_global/users7.dat"_s,
-                           u"sub/version.info"_s, u"sub/SplashScreen.png"_s};
-        for (const QString& f : databaseFiles(RootB))
-            rel.append(QDir(RootB).relativeFilePath(f));
-        QCOMPARE(databaseFiles(RootA).size(), databaseFiles(RootB).size());
-        for (const QString& r : rel) {
-            const QByteArray a = fmTestReadAll(RootA + QLatin1Char('/') + r);
-            QVERIFY2(!a.isEmpty(), qPrintable(r));
-            QVERIFY2(a == fmTestReadAll(RootB + QLatin1Char('/') + r), qPrintable(r));
-            if (r.contains(QLatin1String("history_db")))
-                QCOMPARE(QFileInfo(RootA + QLatin1Char('/') + r).lastModified(),
-                         QFileInfo(RootB + QLatin1Char('/') + r).lastModified());
-        }
-    }
-
     // Catches frames that the loader rejects or logs about, and counts that don't add up.
     void everyProjectLoadsWithoutMessages()
     {
