@@ -101,6 +101,7 @@ public:
 
     // Widens the jobs tree's columns of numbers and dates, and the first column, to their widest
     // text in the loaded project, measured with the view's fonts; never narrower than before.
+    // The rows on top at once, the rest of a large project between events.
     void fitJobColumns();
     // The same for the clients tree's columns of numbers (run after each rebuild of that tree:
     // its group sums follow the selection).
@@ -235,6 +236,8 @@ private:
     int TimerId = 0;
     class QProgressBar* LoadingBar = nullptr; // in the status bar while a project loads
     bool FitColumnsOnce = false;              // fit the job columns at the next job table update
+    class fmColumnFit* JobFit = nullptr;      // children of their views
+    class fmColumnFit* ClientFit = nullptr;
     // The form's own layout, taken before any saved layout is applied: the last fallback of
     // "Reset Layout".
     QByteArray DefaultState, DefaultJobHeader, DefaultClientHeader, DefaultLogHeader;

@@ -6,6 +6,7 @@
 #include "app/fm.h"
 #include "foundation/fmfileread.h"
 #include "historydb/fmclientstreemodel.h"
+#include "historydb/fmcolumnfit.h"
 #include "historydb/fmjobstreemodel.h"
 #include "widgets/fmtreeview.h"
 
@@ -13,21 +14,16 @@
 #include <QDialog>
 #include <QDockWidget>
 #include <QGuiApplication>
-#include <QHash>
 #include <QHeaderView>
 #include <QPushButton>
 #include <QSaveFile>
 #include <QScreen>
 #include <QSettings>
-#include <QStyle>
 #include <QTextBrowser>
 #include <QUrl>
 #include <QVBoxLayout>
 
-#include <algorithm>
 #include <array>
-#include <functional>
-#include <vector>
 
 namespace {
 
@@ -195,77 +191,26 @@ void fmHistorydb::on_actionReset_Layout_triggered()
     ui.treeClients->syncFooter();
 }
 
-namespace {
-
-// Widens the given columns of `view` to their widest text in `model` (down to the third level),
-// measured with the view's fonts; never narrower than before. The first column, when listed, also
-// counts its indentation.
-void fitColumns(fmTreeView* view, QAbstractItemModel* model, std::initializer_list<int> fitted)
-{
-    fmTreeViewWidget* tree = view->Tree;
-    const int columns = model->columnCount(QModelIndex());
-    const int margin = 2 * (tree->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, tree) + 1) + 2;
-    std::vector<int> widest(size_t(columns), 0);
-    std::vector<int> longest(size_t(columns), 0); // characters of the widest text
-    const QFontMetrics plain(tree->font());
-    const int indent = tree->indentation();
-    QHash<QString, int> plainWidths; // by the text with each digit made "0"
-    std::function<void(const QModelIndex&, int)> visit = [&](const QModelIndex& parent, int depth) {
-        const int rows = model->rowCount(parent);
-        for (int row = 0; row < rows; ++row) {
-            const QModelIndex first = model->index(row, 0, parent);
-            for (int column : fitted) {
-                if (column >= columns) continue;
-                const QModelIndex cell = column == 0 ? first : first.siblingAtColumn(column);
-                const QString text = cell.data(Qt::DisplayRole).toString();
-                // Digits are of one width in the fonts in use: a shorter number or date can't be
-                // wider by more than a character, so only texts near the longest are measured.
-                if (column != 0 && text.size() + 1 < longest[size_t(column)]) continue;
-                const QVariant fontRole = cell.data(Qt::FontRole);
-                int w = 0;
-                if (fontRole.isValid()) {
-                    w = QFontMetrics(qvariant_cast<QFont>(fontRole).resolve(tree->font()))
-                            .horizontalAdvance(text);
-                } else if (column == 0) {
-                    w = plain.horizontalAdvance(text);
-                } else {
-                    // By the same rule, texts that differ only in their digits are of one width:
-                    // each pattern is measured once (a project's dates are one or two patterns).
-                    QString shape = text;
-                    for (QChar& c : shape)
-                        if (c.unicode() >= u'0' && c.unicode() <= u'9') c = QLatin1Char('0');
-                    auto known = plainWidths.constFind(shape);
-                    if (known == plainWidths.constEnd())
-                        known = plainWidths.insert(shape, plain.horizontalAdvance(shape));
-                    w = *known;
-                }
-                const int need = w + margin + (column == 0 ? indent * (depth + 1) : 0);
-                widest[size_t(column)] = std::max(widest[size_t(column)], need);
-                longest[size_t(column)] = std::max(longest[size_t(column)], int(text.size()));
-            }
-            if (depth < 2) visit(first, depth + 1);
-        }
-    };
-    visit(QModelIndex(), 0);
-    for (int column : fitted)
-        if (column < columns && widest[size_t(column)] > view->columnWidth(column))
-            view->setColumnWidth(column, widest[size_t(column)]);
-}
-
-} // namespace
-
 void fmHistorydb::fitJobColumns()
 {
     // Numbers and dates are never cut; nor is the first column, whose group rows end in the
     // user's name and job count. Texts elsewhere may be cut and have their full text as tooltip.
-    if (jobsModel) fitColumns(ui.treeJobs, jobsModel, {0, 11, 13, 15, 16, 18, 20, 21, 24, 25, 26, 27});
+    if (jobsModel) {
+        if (!JobFit)
+            JobFit = new fmColumnFit(ui.treeJobs, jobsModel, {0, 11, 13, 15, 16, 18, 20, 21, 24, 25, 26, 27},
+                                     [this] { return rebuildRunning(); });
+        JobFit->start();
+    }
     fitClientColumns();
 }
 
 void fmHistorydb::fitClientColumns()
 {
     // Render time, frames, CPU usage, available memory, temperature, memory, cores, PS/GHz.
-    if (clientsModel) fitColumns(ui.treeClients, clientsModel, {2, 3, 4, 5, 9, 10, 11, 12});
+    if (!clientsModel) return;
+    if (!ClientFit) ClientFit = new fmColumnFit(ui.treeClients, clientsModel, {2, 3, 4, 5, 9, 10, 11, 12});
+    ClientFit->start();
+    ClientFit->finish(); // a farm's clients are few
 }
 
 void fmHistorydb::on_actionHelp_triggered()
