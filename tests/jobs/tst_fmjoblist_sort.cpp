@@ -231,7 +231,6 @@ private slots:
             QCOMPARE(v[i], i);
     }
 
-    // Catches SetSortID not telling whether anything changed.
     // Catches the case rules of the filters and the invert flag.
     void filter_data()
     {
@@ -294,15 +293,6 @@ private slots:
             r->SoftwareAlias = j.alias;
             r->ImageDir = j.dir;
             r->SceneName = j.scene;
-            r->SceneDatabaseDir = "";
-            r->ImageFileName = "img";
-            r->Renderer = "";
-            r->Camera = "";
-            r->Layer = "";
-            r->CustomSeQName = "";
-            r->CustomSHotName = "";
-            r->CustomVersionName = "";
-            r->ImageExtension = "";
             l.GetNewJob()->fromJobSave(r.get(), FM);
         }
         l.SetSortID(0, Qt::AscendingOrder);
