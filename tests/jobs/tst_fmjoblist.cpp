@@ -24,6 +24,9 @@ using jlfix::frame;
 using jlfix::frameOf;
 using jlfix::makeRecord;
 
+using Damage = void (*)(_jobsHistoryDB&);
+Q_DECLARE_METATYPE(Damage)
+
 namespace {
 
 // Old layouts with the fields that identify a job set; everything else zero.
@@ -252,56 +255,39 @@ private slots:
     // Catches plausibility bounds that are off by one or test the wrong field.
     void plausibility_data()
     {
-        QTest::addColumn<int>("field");
-        QTest::addColumn<double>("value");
+        QTest::addColumn<Damage>("damage");
         QTest::addColumn<bool>("kept");
         QTest::addColumn<QString>("message");
         const QString data = u"1|0|{ALL} Error decompressing job #1; Data error!"_s;
         const QString id = u"1|0|{ALL} Error decompressing job #1; Data error job ID!"_s;
-        const double nan = std::numeric_limits<double>::quiet_NaN();
-        QTest::newRow("step 10000") << 0 << 10000.0 << false << data;
-        QTest::newRow("step 0") << 0 << 0.0 << false << data;
-        QTest::newRow("step NaN") << 0 << nan << false << data;
-        QTest::newRow("start NaN") << 1 << nan << false << data;
-        QTest::newRow("end NaN") << 2 << nan << false << data;
-        QTest::newRow("offset NaN") << 3 << nan << false << data;
-        QTest::newRow("name 255") << 4 << 255.0 << true << QString();
-        QTest::newRow("name 256") << 4 << 256.0 << false << data;
-        QTest::newRow("id 999") << 5 << 999.0 << false << id;
-        QTest::newRow("id 1000") << 5 << 1000.0 << true << QString();
-        QTest::newRow("id 999 old submitter") << 6 << 999.0 << true << QString();
+        QTest::newRow("step 10000") << Damage([](_jobsHistoryDB& r) { r.SeqStep = 10000; }) << false << data;
+        QTest::newRow("step 0") << Damage([](_jobsHistoryDB& r) { r.SeqStep = 0; }) << false << data;
+        QTest::newRow("step NaN") << Damage([](_jobsHistoryDB& r) { r.SeqStep = std::nan(""); }) << false
+                                  << data;
+        QTest::newRow("start NaN") << Damage([](_jobsHistoryDB& r) { r.SeqStart = std::nan(""); }) << false
+                                   << data;
+        QTest::newRow("end NaN") << Damage([](_jobsHistoryDB& r) { r.SeqEnd = std::nan(""); }) << false
+                                 << data;
+        QTest::newRow("offset NaN") << Damage([](_jobsHistoryDB& r) { r.SeqFileOffset = std::nan(""); })
+                                    << false << data;
+        QTest::newRow("name 255") << Damage([](_jobsHistoryDB& r) { r.ImageFileName.Data[0] = 255; }) << true
+                                  << QString();
+        QTest::newRow("name 256") << Damage([](_jobsHistoryDB& r) { r.ImageFileName.Data[0] = 256; }) << false
+                                  << data;
+        QTest::newRow("id 999") << Damage([](_jobsHistoryDB& r) { r.JobID = 999; }) << false << id;
+        QTest::newRow("id 1000") << Damage([](_jobsHistoryDB& r) { r.JobID = 1000; }) << true << QString();
+        QTest::newRow("id 999 old submitter") << Damage([](_jobsHistoryDB& r) {
+            r.JobID = 999;
+            r.SubmitterStructVersion = 6;
+        }) << true << QString();
     }
     void plausibility()
     {
-        QFETCH(int, field);
-        QFETCH(double, value);
+        QFETCH(Damage, damage);
         QFETCH(bool, kept);
         QFETCH(QString, message);
         auto r = makeRecord(3);
-        switch (field) {
-        case 0:
-            r->SeqStep = value;
-            break;
-        case 1:
-            r->SeqStart = value;
-            break;
-        case 2:
-            r->SeqEnd = value;
-            break;
-        case 3:
-            r->SeqFileOffset = value;
-            break;
-        case 4:
-            r->ImageFileName.Data[0] = uint16_t(value);
-            break;
-        case 5:
-            r->JobID = uint64_t(value);
-            break;
-        case 6:
-            r->JobID = uint64_t(value);
-            r->SubmitterStructVersion = 6;
-            break;
-        }
+        damage(*r);
         const QString p = path(u"plaus.db"_s);
         QVERIFY(jlfix::writeFile(p, frameOf(*r)));
         auto l = newList();
