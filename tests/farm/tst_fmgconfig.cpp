@@ -109,11 +109,12 @@ private slots:
         QCOMPARE(*b.cfgGetI("ConfigVersionMinor"), short(0));
     }
 
-    void clampOnRead_data()
+    void valuesOnRead_data()
     {
         QTest::addColumn<QByteArray>("ini");
         QTest::addColumn<QString>("name");
-        QTest::addColumn<double>("expected");
+        QTest::addColumn<double>("expected"); // NaN: the value before, and a message
+        const double kept = std::nan("");
         QTest::newRow("below min") << QByteArray("[Jobs]\njDeleteIfNumber=5\n") << "jDeleteIfNumber" << 100.0;
         QTest::newRow("above max") << QByteArray("[Jobs]\njDeleteIfNumber=99999\n") << "jDeleteIfNumber"
                                    << 10000.0;
@@ -126,48 +127,35 @@ private slots:
         QTest::newRow("float times 100") << QByteArray("[Misc]\ncfgCost=5\n") << "cfgCost" << 0.05;
         QTest::newRow("float above") << QByteArray("[Misc]\ncfgCost=70000\n") << "cfgCost" << 6.55;
         QTest::newRow("float below") << QByteArray("[Misc]\ncfgCost=-3\n") << "cfgCost" << 0.0;
+        QTest::newRow("not a number")
+            << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n") << "jPreviewPriorityIncrease" << kept;
+        QTest::newRow("float not a number") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost" << kept;
     }
-    // A value beyond its bounds that is taken over as it stands.
-    void clampOnRead()
+    // A value beyond its bounds that is taken over as it stands; a bad number that resets a value, is
+    // not reported by its parameter's name, or stops the reading of the others.
+    void valuesOnRead()
     {
         QFETCH(QByteArray, ini);
         QFETCH(QString, name);
         QFETCH(double, expected);
         Farm f;
-        f.writeIni(ini);
-        QVERIFY(f.load());
-        const _fmgCfg_param& p = f.p(name.toLatin1().constData());
-        if (p.Type == fmgCfg_Float)
-            QCOMPARE(p.ValueF, float(expected));
-        else
-            QCOMPARE(int(p.ValueI), int(expected));
-    }
-
-    void badNumberKeepsValue_data()
-    {
-        QTest::addColumn<QByteArray>("ini");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("abc") << QByteArray("[Jobs]\njPreviewPriorityIncrease=abc\n")
-                             << "jPreviewPriorityIncrease";
-        QTest::newRow("float") << QByteArray("[Misc]\ncfgCost=cheap\n") << "cfgCost";
-    }
-    // A bad number that resets a value, or is not reported by its parameter's name.
-    void badNumberKeepsValue()
-    {
-        QFETCH(QByteArray, ini);
-        QFETCH(QString, name);
-        Farm f;
         _fmgCfg_param& p = f.p(name.toLatin1().constData());
         p.setI(p.Max - 1);
         p.setF(1.5f);
         const _fmgCfg_param before = p;
-        f.writeIni(ini + "[Jobs]\njDeleteIfNumber=2000\n");
+        f.writeIni(ini + "[Clients]\ncAverageClients=true\n");
         QVERIFY(f.load());
-        QCOMPARE(p.ValueI, before.ValueI);
-        QCOMPARE(p.ValueF, before.ValueF);
-        QVERIFY(f.fm->has(1, u"globalconfig.ini: parameter %1 is not a valid number!"_s.arg(name),
-                          u"FM,LoadFileCfg"_s));
-        QCOMPARE(f.p("jDeleteIfNumber").ValueI, short(2000)); // the others are still read
+        QCOMPARE(*f.fm->cfgGetB("cAverageClients"), true); // the others are still read
+        if (std::isnan(expected)) {
+            QCOMPARE(p.ValueI, before.ValueI);
+            QCOMPARE(p.ValueF, before.ValueF);
+            QVERIFY(f.fm->has(1, u"globalconfig.ini: parameter %1 is not a valid number!"_s.arg(name),
+                              u"FM,LoadFileCfg"_s));
+        } else if (p.Type == fmgCfg_Float) {
+            QCOMPARE(p.ValueF, float(expected));
+        } else {
+            QCOMPARE(int(p.ValueI), int(expected));
+        }
     }
 
     void uncMaps_data()
