@@ -79,51 +79,42 @@ private slots:
         QCOMPARE(int(users().UserCount), 0);
     }
 
-    void oneChangedByte_data()
+    void refusedFile_data()
     {
-        QTest::addColumn<int>("offset");
-        QTest::newRow("head") << 2;
-        QTest::newRow("last data byte") << 211589;
-        QTest::newRow("crc") << 211592;
+        QTest::addColumn<int>("offset"); // the byte changed; -1: none
+        QTest::addColumn<int>("size");   // -1: as saved; -2: a FIFO
+        QTest::addColumn<QString>("message");
+        const QString corrupted = u" data is corrupted!"_s, size = u" has wrong file size!"_s;
+        QTest::newRow("head changed") << 2 << -1 << corrupted;
+        QTest::newRow("last data byte changed") << 211589 << -1 << corrupted;
+        QTest::newRow("crc changed") << 211592 << -1 << corrupted;
+        QTest::newRow("one short") << -1 << 211593 << size;
+        QTest::newRow("one long") << -1 << 211595 << size;
+        QTest::newRow("FIFO") << -1 << -2 << u"' !; Is a FIFO, not a regular file"_s;
     }
-    // Catches a reader that trusts a damaged file: the table must stay the empty open one.
-    void oneChangedByte()
+    // Catches a reader that trusts a damaged file (the table must become the empty open one), accepts
+    // one of another size or blocks on a FIFO.
+    void refusedFile()
     {
         QFETCH(int, offset);
-        fillTable();
-        QByteArray bytes = users().saveToBytes();
-        bytes[offset] = char(bytes[offset] ^ 0x20);
-        QVERIFY(fmTestWriteAll(path7(), bytes));
-        users().LastFileTime.t = 0;
-        QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), path7() + u" data is corrupted!"_s);
-        QCOMPARE(int(users().UserCount), 0);
-        QVERIFY(!users().ValidData);
-        QCOMPARE(int(users().OpenAccess), 1);
-    }
-
-    void wrongSize_data()
-    {
-        QTest::addColumn<int>("size"); // -1: a FIFO
-        QTest::addColumn<QString>("message");
-        QTest::newRow("one short") << 211593 << " has wrong file size!";
-        QTest::newRow("one long") << 211595 << " has wrong file size!";
-        QTest::newRow("FIFO") << -1 << "' !; Is a FIFO, not a regular file";
-    }
-    // Catches a reader that accepts a file of another size, or blocks on a FIFO.
-    void wrongSize()
-    {
         QFETCH(int, size);
         QFETCH(QString, message);
+        fillTable();
+        QByteArray bytes = users().saveToBytes();
+        if (offset >= 0) bytes[offset] = char(bytes[offset] ^ 0x20);
+        if (size >= 0) bytes.resize(size);
+        if (offset < 0) users().clear(); // a refusal before the CRC leaves the table as it was
         QFile::remove(path7());
-        if (size >= 0)
-            QVERIFY(fmTestWriteAll(path7(), QByteArray(size, '\0')));
-        else
+        if (size == -2)
             QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
+        else
+            QVERIFY(fmTestWriteAll(path7(), bytes));
         users().LastFileTime.t = 0;
         QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), (size < 0 ? "Unable to open '" : "") + path7() + message);
+        QCOMPARE(tapped.last(), (size == -2 ? "Unable to open '" : "") + path7() + message);
+        QCOMPARE(int(users().UserCount), 0);
         QVERIFY(!users().ValidData);
+        if (offset >= 0) QCOMPARE(int(users().OpenAccess), 1);
         QFile::remove(path7());
     }
 
