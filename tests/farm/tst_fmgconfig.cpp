@@ -158,81 +158,80 @@ private slots:
         }
     }
 
-    void uncMaps_data()
+    void mappedPaths_data()
     {
+        QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("letter");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<QString>("read"); // a drive: letter (or "-"), path, enabled; a conversion: 3 paths
         QTest::addColumn<QString>("written");
-        QTest::newRow("lower letter")
-            << "z@//srv/share@" << int('Z') << "//srv/share" << true << "Z@//srv/share@";
-        QTest::newRow("no closing") << "k@/mnt/k" << int('K') << "/mnt/k" << true << "K@/mnt/k@";
-        QTest::newRow("longer head") << "share@/x@junk" << int('S') << "/x" << true << "S@/x@";
-        QTest::newRow("no path") << "m@@" << int('M') << "" << false << "";
-        QTest::newRow("no at") << "m" << int('M') << "" << false << "";
-        QTest::newRow("wide letter") << QString(QChar(0x4E2D)) + "@/p@" << 0 << "/p" << true << "@/p@";
+        const QString unc = u"UNC/Map03"_s, os = u"OSConversion/Path60"_s;
+        QTest::newRow("lower letter") << unc << "z@//srv/share@"
+                                      << "Z|//srv/share|1"
+                                      << "Z@//srv/share@";
+        QTest::newRow("no closing") << unc << "k@/mnt/k"
+                                    << "K|/mnt/k|1"
+                                    << "K@/mnt/k@";
+        QTest::newRow("longer head") << unc << "share@/x@junk"
+                                     << "S|/x|1"
+                                     << "S@/x@";
+        QTest::newRow("no path") << unc << "m@@"
+                                 << "M||0"
+                                 << "";
+        QTest::newRow("no at") << unc << "m"
+                               << "M||0"
+                               << "";
+        QTest::newRow("wide letter") << unc << QString(QChar(0x4E2D)) + "@/p@"
+                                     << "-|/p|1"
+                                     << "@/p@";
         QTest::newRow("latin1 letter")
-            << QString(QChar(0xE9)) + "@/p@" << 0xC9 << "/p" << true << QString(QChar(0xC9)) + "@/p@";
+            << unc << QString(QChar(0xE9)) + "@/p@" << u"\u00C9|/p|1"_s << u"\u00C9@/p@"_s;
+        QTest::newRow("three") << os << "P:\\a?/mnt/a?/Volumes/a"
+                               << "P:\\a|/mnt/a|/Volumes/a"
+                               << "P:\\a?/mnt/a?/Volumes/a";
+        QTest::newRow("two") << os << "P:\\a?\?/Volumes/a"
+                             << "P:\\a||/Volumes/a"
+                             << "P:\\a?\?/Volumes/a";
+        QTest::newRow("one only") << os << "?/mnt/a?"
+                                  << "|/mnt/a|"
+                                  << "";
+        QTest::newRow("short") << os << "P:\\a?/mnt/a"
+                               << "P:\\a|/mnt/a|"
+                               << "P:\\a?/mnt/a?";
+        QTest::newRow("extra parts") << os << "a?b?c?d"
+                                     << "a|b|c"
+                                     << "a?b?c";
     }
-    // A drive mapping that changes its form on the way through the file.
-    void uncMaps()
+    // A drive mapping that changes its form on the way through the file, and a path conversion row
+    // whose paths move or that is written with a single path.
+    void mappedPaths()
     {
+        QFETCH(QString, key);
         QFETCH(QString, text);
-        QFETCH(int, letter);
-        QFETCH(QString, path);
-        QFETCH(bool, enabled);
+        QFETCH(QString, read);
         QFETCH(QString, written);
         Farm f;
         {
             QSettings s(f.iniPath(), QSettings::IniFormat);
-            s.setValue(u"UNC/Map03"_s, text);
+            s.setValue(key, text);
             s.setValue(u"UNC/Map19"_s, u"b@/b@"_s);
         }
         QVERIFY(f.load());
         const _fmgUNCMap& m = f.fm->cfg->UNCMaps[2];
-        QCOMPARE(int(m.Letter), letter);
-        QCOMPARE(m.Path.toQString(), path);
-        QCOMPARE(m.Enabled, enabled);
+        const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
+        QVERIFY(row.Path[0].isEmpty());
+        if (key == QLatin1String("UNC/Map03"))
+            QCOMPARE(u"%1|%2|%3"_s.arg(m.Letter ? QString(QChar(m.Letter)) : u"-"_s, m.Path.toQString())
+                         .arg(int(m.Enabled)),
+                     read);
+        else
+            QCOMPARE(QStringList({row.Path[1].toQString(), row.Path[2].toQString(), row.Path[3].toQString()})
+                         .join(QLatin1Char('|')),
+                     read);
         QCOMPARE(f.fm->cfg->UNCMaps[18].Letter, uint8_t('B'));
         QVERIFY(f.fm->SaveFileCfg());
         QSettings s(f.iniPath(), QSettings::IniFormat);
-        QCOMPARE(s.value(u"UNC/Map03"_s).toString(), written);
+        QCOMPARE(s.value(key).toString(), written);
         QCOMPARE(s.value(u"UNC/Map01"_s).toString(), QString());
-    }
-
-    void osConversion_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("paths");
-        QTest::addColumn<QString>("written");
-        QTest::newRow("three") << "P:\\a?/mnt/a?/Volumes/a" << QStringList{"P:\\a", "/mnt/a", "/Volumes/a"}
-                               << "P:\\a?/mnt/a?/Volumes/a";
-        QTest::newRow("two") << "P:\\a?\?/Volumes/a" << QStringList{"P:\\a", "", "/Volumes/a"}
-                             << "P:\\a?\?/Volumes/a";
-        QTest::newRow("one only") << "?/mnt/a?" << QStringList{"", "/mnt/a", ""} << "";
-        QTest::newRow("short") << "P:\\a?/mnt/a" << QStringList{"P:\\a", "/mnt/a", ""} << "P:\\a?/mnt/a?";
-        QTest::newRow("extra parts") << "a?b?c?d" << QStringList{"a", "b", "c"} << "a?b?c";
-    }
-    // A path conversion row whose paths move or that is written with a single path.
-    void osConversion()
-    {
-        QFETCH(QString, text);
-        QFETCH(QStringList, paths);
-        QFETCH(QString, written);
-        Farm f;
-        {
-            QSettings s(f.iniPath(), QSettings::IniFormat);
-            s.setValue(u"OSConversion/Path60"_s, text);
-        }
-        QVERIFY(f.load());
-        const _fmgOSConversion& row = f.fm->cfg->OSConversion[59];
-        QVERIFY(row.Path[0].isEmpty());
-        for (int os = 1; os <= 3; ++os)
-            QCOMPARE(row.Path[os].toQString(), paths.at(os - 1));
-        QVERIFY(f.fm->SaveFileCfg());
-        QSettings s(f.iniPath(), QSettings::IniFormat);
-        QCOMPARE(s.value(u"OSConversion/Path60"_s).toString(), written);
     }
 
     void hostileFiles_data()
