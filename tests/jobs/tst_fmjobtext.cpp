@@ -1,7 +1,6 @@
-// Status, error and log texts of a job, the writers of its error and log entries, and the names
-// derived from its paths: scene display names, path mapping, job-file folders, preview frames.
+// Status, error and log texts of a job, the writers of its error and log entries, and the scene
+// name as the job tree shows it.
 #include "app/fm.h"
-#include "farm/fmgconfig.h"
 #include "jobs/fmjob.h"
 #include "jobs/fmjobhistory.h"
 #include "jobs/fmjobnaming.h"
@@ -177,60 +176,9 @@ private slots:
     {
         QFETCH(QString, scene);
         QFETCH(QString, shown);
-        auto job = newJob();
-        job->SceneName = scene;
-        QCOMPARE(job->GetSceneDisplayName(), shown);
         auto hist = std::make_unique<_jobsHistoryDB_Runtime>();
         hist->SceneName = scene;
         QCOMPARE(hist->GetSceneDisplayName(), shown);
-    }
-
-    // Catches paths not mapped through the path table, and custom values left out.
-    void pathConversion()
-    {
-        _fmgOSConversion& row = FM.cfg->OSConversion[0];
-        row.Path[_fmOS_Windows] = "X:/";
-        row.Path[_fmOS_Linux] = "/mnt/x/";
-        row.Path[_fmOS_Mac] = "/Volumes/x/";
-        auto job = newJob();
-        job->PathOS = _fmOS_Windows;
-        job->SceneName = "x:/proj/a.ma"; // the prefix test ignores case
-        job->ImageDir = "X:/proj/out/";
-        job->ImageChannels[1].FileName = "X:/proj/aov/specular";
-        job->customSet_Str(u"cache"_s, u"X:/proj/cache"_s);
-        job->ConvertPathsToOS(FM, _fmOS_Linux, false);
-        QCOMPARE(int(job->PathOS), int(_fmOS_Linux));
-        QCOMPARE(job->SceneName.toQString(), u"/mnt/x/proj/a.ma"_s);
-        QCOMPARE(job->ImageDir.toQString(), u"/mnt/x/proj/out/"_s);
-        QCOMPARE(job->ImageChannels[1].FileName.toQString(), u"/mnt/x/proj/aov/specular"_s);
-        QCOMPARE(job->custom_Str(u"cache"_s), u"/mnt/x/proj/cache"_s);
-
-        row = _fmgOSConversion();
-    }
-
-    // Catches relative job-file folders not placed below the root and preview names misnumbered.
-    void jobFilesAndPreviews()
-    {
-        FM.RootPath = "/farm/";
-        auto job = newJob();
-        job->JobFilesFolder = "abc";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"/farm/jobfiles/abc/"_s);
-        job->JobFilesFolder = "/abs/files";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"/abs/files/"_s);
-        job->JobFilesFolder = "X:\\files\\";
-        QCOMPARE(job->jobFilesFolderName_Resolved(FM), u"X:\\files\\/"_s);
-
-        job->JobFilesFolder = "/jf/";
-        job->SeqStart = 1;
-        job->SeqEnd = 100;
-        job->SeqStep = 1;
-        job->NumberPreview = 5;
-        job->fmClearSend();
-        job->PreviewFirstFrame = 10;
-        job->PreviewFrameStep = 20;
-        QCOMPARE(job->previewID2FrameNr(0), 0);
-        QCOMPARE(job->previewID2FrameNr(4), 99);
-        QCOMPARE(job->previewID2FrameNr(2), 30);
     }
 };
 
