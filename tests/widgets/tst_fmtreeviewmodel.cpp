@@ -309,8 +309,6 @@ private slots:
         QVERIFY(m.at({1, 0})->IsExpanded);
         view->Tree->collapse(m.index(m.at({0})));
         QVERIFY(!m.at({0})->IsExpanded);
-        m.clearExpanded();
-        QVERIFY(!m.at({0, 1})->IsExpanded && !m.at({1, 0})->IsExpanded);
         view->Tree->setModel(nullptr);
         delete view;
     }
