@@ -28,28 +28,6 @@ struct RootSearch
     }
 };
 
-namespace {
-
-struct Table
-{
-    _fmgOSConversion rows[61];
-    Table()
-    {
-        auto set = [this](int r, const char* win, const char* lx, const char* mac) {
-            rows[r].Path[1] = win;
-            rows[r].Path[2] = lx;
-            rows[r].Path[3] = mac;
-        };
-        set(0, "\\\\srv\\proj", "/mnt/proj", "/Volumes/proj");
-        set(1, "X:\\", "/x/", "/Volumes/x/");
-        set(2, "/x/", "/y/", "");
-        set(3, "", "/only/lx", "/only/mac");
-        set(60, "/", "/", "/sixty-first/"); // beyond the table's 60 rows: never read
-    }
-};
-
-} // namespace
-
 class tst_fmpaths : public QObject
 {
     Q_OBJECT
@@ -201,53 +179,6 @@ private slots:
         QVERIFY(none.run({u"x"_s, u"-fmRoot"_s, root.path()}, QString()));
         QVERIFY(none.sdk.StatusPath.isEmpty());
         QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + u"website/"_s);
-    }
-
-    // Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
-    // empty column is passed over; the suffix rule and separators follow the target.
-    void convertSingle_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to");
-        QTest::addColumn<bool>("force");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("prefix case-insensitive")
-            << "\\\\SRV\\PROJ\\a.ma" << 1 << 2 << false << "/mnt/proj/a.ma";
-        QTest::newRow("chained rows") << "X:\\f\\b.ma" << 1 << 2 << false << "/y/f/b.ma";
-        QTest::newRow("lx to win") << "/mnt/proj/a_lx.ma" << 2 << 1 << false << "\\\\srv\\proj\\a_lx.ma";
-        QTest::newRow("no row fits") << "/home/u/a.ma" << 2 << 1 << false << "\\home\\u\\a.ma";
-        QTest::newRow("same os, no force")
-            << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false << "//srv/proj/scene_lx.ma";
-        QTest::newRow("suffixes whatever the target")
-            << "/mnt/proj/s_win.ma" << 2 << 1 << false << "\\\\srv\\proj\\s_lx.ma";
-        QTest::newRow("empty target column skipped") << "/only/lx/a" << 2 << 1 << false << "\\only\\lx\\a";
-        QTest::newRow("row with both columns") << "/only/lx/a" << 2 << 3 << false << "/only/mac/a";
-        QTest::newRow("force on same os") << "\\\\srv\\proj\\a" << 1 << 1 << true << "\\\\srv\\proj\\a";
-        QTest::newRow("bad os number") << "\\a\\b" << 7 << 2 << false << "/a/b";
-    }
-    void convertSingle()
-    {
-        QFETCH(QString, path);
-        QFETCH(int, from);
-        QFETCH(int, to);
-        QFETCH(bool, force);
-        QFETCH(QString, expected);
-        static const Table table;
-        ConvertPathsToOS_Single(path, _fmOS(from), _fmOS(to), table.rows, 60, force);
-        QCOMPARE(path, expected);
-    }
-
-    // A row count beyond 60 from a damaged table must not read past the table's rows.
-    void convertClampsRows()
-    {
-        static const Table table;
-        QString path = u"/a"_s;
-        ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, table.rows, 61, false);
-        QCOMPARE(path, u"/a"_s);
-        path = u"/a"_s;
-        ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
-        QCOMPARE(path, u"/a"_s);
     }
 };
 
