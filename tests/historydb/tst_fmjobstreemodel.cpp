@@ -91,44 +91,26 @@ class tst_fmjobstreemodel : public QObject
     Q_OBJECT
 
 private slots:
-    // Catches wrong keys (case), a first-level group that collapses, a second-level group that does
-    // not, and wrong indentation of the identifier.
+    // Catches wrong keys (case), a first-level group that collapses or loses the order, and wrong
+    // indentation of the identifier (grouped as the window groups: first level on, no submissions).
     void grouping_data()
     {
         QTest::addColumn<QList<JobEntry>>("jobs");
-        QTest::addColumn<bool>("firstLevel");
-        QTest::addColumn<bool>("submissions");
         QTest::addColumn<QStringList>("tree");
-
         QTest::newRow("case folded") << QList<JobEntry>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}}
-                                     << true << false
                                      << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001),
                                                     "     " + id(1002)};
         QTest::newRow("one job stays a group")
-            << QList<JobEntry>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
+            << QList<JobEntry>{{1000, "Bob"}} << QStringList{"    bob", "     " + id(1000)};
         QTest::newRow("two users in order")
-            << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
+            << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}}
             << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy", "     " + id(1001)};
-        QTest::newRow("no first level") << QList<JobEntry>{{1000, "a"}, {1001, "b"}} << false << false
-                                        << QStringList{"    " + id(1000), "    " + id(1001)};
-        // 0x1101 and 0x1102 are one submission; 0x2201 alone becomes a job row.
-        QTest::newRow("submissions") << QList<JobEntry>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
-                                     << true
-                                     << QStringList{" 3 u", "   2 " + id(0x1100), "    " + id(0x1101),
-                                                    "    " + id(0x1102), "     " + id(0x2201)};
-        QTest::newRow("submissions, not adjacent")
-            << QList<JobEntry>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
-            << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301), "     " + id(0x1102)};
     }
     void grouping()
     {
         QFETCH(QList<JobEntry>, jobs);
-        QFETCH(bool, firstLevel);
-        QFETCH(bool, submissions);
         QFETCH(QStringList, tree);
         Tree t(jobs);
-        t.m.GroupFirstLevel = firstLevel;
-        t.m.GroupSubmissions = submissions;
         t.m.CreateJobTree(true);
         QCOMPARE(fmtest::modelLines(t.m), tree);
         // A second rebuild over the same list meets every node again.
