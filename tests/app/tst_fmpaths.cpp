@@ -165,21 +165,6 @@ private slots:
             QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + u"sub/cfg_global/"_s);
         }
     }
-
-    // "-loadstatus" sets the status folder (trailing quote dropped, "/" added) and moves the website.
-    void loadStatus()
-    {
-        fmTestRoot root;
-        RootSearch s;
-        QVERIFY(s.run({u"x"_s, u"-fmRoot"_s, root.path(), u"-LOADSTATUS"_s, u"/srv/status\""_s}, QString()));
-        QCOMPARE(s.sdk.StatusPath.toQString(), u"/srv/status/"_s);
-        QCOMPARE(s.sdk.WebsitePath.toQString(), u"/srv/status/website/"_s);
-
-        RootSearch none;
-        QVERIFY(none.run({u"x"_s, u"-fmRoot"_s, root.path()}, QString()));
-        QVERIFY(none.sdk.StatusPath.isEmpty());
-        QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + u"website/"_s);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_fmpaths)
