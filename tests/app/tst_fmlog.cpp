@@ -20,18 +20,16 @@ struct Shown
 {
     int count = 0;
     bool critical = false;
-    bool courier = false;
     QString text;
     QString button;
     int seconds = 0;
 };
 Shown g_shown;
 
-bool recordBox(bool critical, const QString& text, const QString& button, int seconds, bool courier)
+bool recordBox(bool critical, const QString& text, const QString& button, int seconds, bool)
 {
     ++g_shown.count;
     g_shown.critical = critical;
-    g_shown.courier = courier;
     g_shown.text = text;
     g_shown.button = button;
     g_shown.seconds = seconds;
@@ -99,17 +97,15 @@ private slots:
         QTest::addColumn<bool>("service");
         QTest::addColumn<int>("boxes");
         QTest::addColumn<bool>("critical");
-        QTest::addColumn<bool>("courier");
-        QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false << false;
-        QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true << false;
-        QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false << false;
-        QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false << false;
-        QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false << false;
-        QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false << false;
-        QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false << false;
-        QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false << false;
-        QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false << false;
-        QTest::newRow("fixed font") << 2 << 128 << false << true << false << 1 << false << true;
+        QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false;
+        QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true;
+        QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false;
+        QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false;
+        QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false;
+        QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false;
+        QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false;
+        QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false;
+        QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false;
     }
     void boxes()
     {
@@ -120,7 +116,6 @@ private slots:
         QFETCH(bool, service);
         QFETCH(int, boxes);
         QFETCH(bool, critical);
-        QFETCH(bool, courier);
         __FMSDK sdk(console, fm_AppType_HistoryDB, u"fmTest"_s, false);
         sdk.cfg->LogLevel[10] = true;
         sdk.App.MessageBoxAllowed = allowed;
@@ -132,7 +127,6 @@ private slots:
         QCOMPARE(g_shown.count, boxes);
         if (boxes) {
             QCOMPARE(g_shown.critical, critical);
-            QCOMPARE(g_shown.courier, courier);
             QCOMPARE(g_shown.button, u"Ok"_s);
             QCOMPARE(g_shown.seconds, 90);
         }
