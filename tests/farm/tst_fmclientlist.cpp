@@ -17,7 +17,6 @@ private slots:
     {
         QTest::addColumn<int>("status");
         QTest::addColumn<int>("sortID");
-        QTest::newRow("code 4") << 4 << 2;
         QTest::newRow("code 14, the last of the table") << 14 << 1;
         QTest::newRow("code 15") << 15 << 3;
         QTest::newRow("code -1") << -1 << 3;
