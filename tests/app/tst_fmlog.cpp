@@ -20,18 +20,16 @@ struct Shown
 {
     int count = 0;
     bool critical = false;
-    bool courier = false;
     QString text;
     QString button;
     int seconds = 0;
 };
 Shown g_shown;
 
-bool recordBox(bool critical, const QString& text, const QString& button, int seconds, bool courier)
+bool recordBox(bool critical, const QString& text, const QString& button, int seconds, bool)
 {
     ++g_shown.count;
     g_shown.critical = critical;
-    g_shown.courier = courier;
     g_shown.text = text;
     g_shown.button = button;
     g_shown.seconds = seconds;
@@ -53,7 +51,6 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("out");
         const QString stack = u" fmTest 7.0.10 64bit []"_s;
-        QTest::newRow("info") << 3 << 16 << false << u"hello"_s << u"      hello"_s;
         QTest::newRow("warning") << 2 << 16 << false << u"careful"_s << u"  WRN careful"_s;
         QTest::newRow("warning with place")
             << 2 << 16 << true << u"careful"_s << u"  WRN careful;;   (W,here)"_s;
@@ -100,17 +97,15 @@ private slots:
         QTest::addColumn<bool>("service");
         QTest::addColumn<int>("boxes");
         QTest::addColumn<bool>("critical");
-        QTest::addColumn<bool>("courier");
-        QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false << false;
-        QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true << false;
-        QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false << false;
-        QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false << false;
-        QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false << false;
-        QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false << false;
-        QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false << false;
-        QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false << false;
-        QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false << false;
-        QTest::newRow("fixed font") << 2 << 128 << false << true << false << 1 << false << true;
+        QTest::newRow("warning") << 2 << 0 << false << true << false << 1 << false;
+        QTest::newRow("critical") << 0 << 0 << false << true << false << 1 << true;
+        QTest::newRow("information") << 3 << 0 << false << true << false << 1 << false;
+        QTest::newRow("information, flag 8") << 3 << 8 << false << true << false << 0 << false;
+        QTest::newRow("file only") << 1 << 32 << false << true << false << 0 << false;
+        QTest::newRow("debug level") << 10 << 0 << false << true << false << 0 << false;
+        QTest::newRow("before start-up") << 1 << 0 << false << false << false << 0 << false;
+        QTest::newRow("service mode") << 1 << 0 << false << true << true << 0 << false;
+        QTest::newRow("console program") << 1 << 0 << true << true << false << 0 << false;
     }
     void boxes()
     {
@@ -121,7 +116,6 @@ private slots:
         QFETCH(bool, service);
         QFETCH(int, boxes);
         QFETCH(bool, critical);
-        QFETCH(bool, courier);
         __FMSDK sdk(console, fm_AppType_HistoryDB, u"fmTest"_s, false);
         sdk.cfg->LogLevel[10] = true;
         sdk.App.MessageBoxAllowed = allowed;
@@ -133,7 +127,6 @@ private slots:
         QCOMPARE(g_shown.count, boxes);
         if (boxes) {
             QCOMPARE(g_shown.critical, critical);
-            QCOMPARE(g_shown.courier, courier);
             QCOMPARE(g_shown.button, u"Ok"_s);
             QCOMPARE(g_shown.seconds, 90);
         }
@@ -166,8 +159,6 @@ private slots:
         QTest::addColumn<bool>("on");
         QTest::newRow("critical") << 0 << "broken" << true;
         QTest::newRow("access violation") << 2 << "Access violation at 0x0" << true;
-        QTest::newRow("page fault") << 3 << "PAGE_FAULT in module" << true;
-        QTest::newRow("bad alloc") << 2 << "std::bad_alloc:bad allocation" << true;
         QTest::newRow("case matters") << 2 << "access violation" << false;
         QTest::newRow("plain warning") << 2 << "careful" << false;
     }
@@ -235,10 +226,7 @@ private slots:
         QByteArray old;
         for (int i = 0; i < oldSize; ++i)
             old.append(char('a' + i % 26));
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(old);
-        f.close();
+        QVERIFY(fmTestWriteAll(path, old));
         fmLogfile log(1000, 0);
         log.FileName = path;
         log.addLog(u"NEW"_s);

@@ -28,28 +28,6 @@ struct RootSearch
     }
 };
 
-namespace {
-
-struct Table
-{
-    _fmgOSConversion rows[61];
-    Table()
-    {
-        auto set = [this](int r, const char* win, const char* lx, const char* mac) {
-            rows[r].Path[1] = win;
-            rows[r].Path[2] = lx;
-            rows[r].Path[3] = mac;
-        };
-        set(0, "\\\\srv\\proj", "/mnt/proj", "/Volumes/proj");
-        set(1, "X:\\", "/x/", "/Volumes/x/");
-        set(2, "/x/", "/y/", "");
-        set(3, "", "/only/lx", "/only/mac");
-        set(60, "/", "/", "/sixty-first/"); // beyond the table's 60 rows: never read
-    }
-};
-
-} // namespace
-
 class tst_fmpaths : public QObject
 {
     Q_OBJECT
@@ -116,14 +94,12 @@ private slots:
         QTest::addColumn<QStringList>("args"); // "%R" = the root without slash, "%X" = a folder that is none
         QTest::addColumn<bool>("found");
         QTest::addColumn<bool>("localCopy");
-        QTest::newRow("plain") << QStringList{"x", "-fmRoot", "%R"} << true << true;
         QTest::newRow("case and suffix") << QStringList{"x", "-FMROOTdir", "%R"} << true << true;
         QTest::newRow("with slash") << QStringList{"x", "-fmRoot", "%R/"} << true << true;
         QTest::newRow("last wins") << QStringList{"x", "-fmRoot", "%R", "-fmRoot", "%X"} << false << false;
         QTest::newRow("last wins, valid")
             << QStringList{"x", "-fmRoot", "%X", "-fmRoot", "%R"} << true << true;
         QTest::newRow("value missing") << QStringList{"x", "-debug", "-fmRoot"} << false << false;
-        QTest::newRow("not a root") << QStringList{"x", "-fmRoot", "%X"} << false << false;
     }
     void fmRootOption()
     {
@@ -161,12 +137,10 @@ private slots:
     {
         QTest::addColumn<QByteArray>("line"); // "%T" = the target root without slash
         QTest::addColumn<bool>("found");
-        QTest::newRow("root") << QByteArray("Root=%T\n") << true;
         QTest::newRow("root, case and blanks") << QByteArray("  rOOT = %T/  \nsecond line ignored") << true;
         QTest::newRow("exe root only") << QByteArray("ExeRoot=%T") << false;
         QTest::newRow("target is no root") << QByteArray("Root=/nonexistent/place") << false;
         QTest::newRow("no key") << QByteArray("%T") << false;
-        QTest::newRow("empty") << QByteArray("") << false;
         QTest::newRow("a FIFO, not blocking the start") << QByteArray("<fifo>") << false;
     }
     void relink()
@@ -190,69 +164,6 @@ private slots:
             QCOMPARE(s.sdk.BinPath.toQString(), first.path() + u"bin/lx/"_s);
             QCOMPARE(s.sdk.CfgGlobalPath.toQString(), target.path() + u"sub/cfg_global/"_s);
         }
-    }
-
-    // "-loadstatus" sets the status folder (trailing quote dropped, "/" added) and moves the website.
-    void loadStatus()
-    {
-        fmTestRoot root;
-        RootSearch s;
-        QVERIFY(s.run({u"x"_s, u"-fmRoot"_s, root.path(), u"-LOADSTATUS"_s, u"/srv/status\""_s}, QString()));
-        QCOMPARE(s.sdk.StatusPath.toQString(), u"/srv/status/"_s);
-        QCOMPARE(s.sdk.WebsitePath.toQString(), u"/srv/status/website/"_s);
-
-        RootSearch none;
-        QVERIFY(none.run({u"x"_s, u"-fmRoot"_s, root.path()}, QString()));
-        QVERIFY(none.sdk.StatusPath.isEmpty());
-        QCOMPARE(none.sdk.WebsitePath.toQString(), root.path() + u"website/"_s);
-    }
-
-    // Path mapping: rows apply in order and chain; prefixes match case-insensitively; a row with an
-    // empty column is passed over; the suffix rule and separators follow the target.
-    void convertSingle_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to");
-        QTest::addColumn<bool>("force");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("win to lx") << "\\\\srv\\proj\\shot\\a.ma" << 1 << 2 << false << "/mnt/proj/shot/a.ma";
-        QTest::newRow("prefix case-insensitive")
-            << "\\\\SRV\\PROJ\\a.ma" << 1 << 2 << false << "/mnt/proj/a.ma";
-        QTest::newRow("chained rows") << "X:\\f\\b.ma" << 1 << 2 << false << "/y/f/b.ma";
-        QTest::newRow("lx to win") << "/mnt/proj/a_lx.ma" << 2 << 1 << false << "\\\\srv\\proj\\a_lx.ma";
-        QTest::newRow("no row fits") << "/home/u/a.ma" << 2 << 1 << false << "\\home\\u\\a.ma";
-        QTest::newRow("same os, no force")
-            << "\\\\srv\\proj\\scene_mac.ma" << 2 << 2 << false << "//srv/proj/scene_lx.ma";
-        QTest::newRow("suffixes whatever the target")
-            << "/mnt/proj/s_win.ma" << 2 << 1 << false << "\\\\srv\\proj\\s_lx.ma";
-        QTest::newRow("empty target column skipped") << "/only/lx/a" << 2 << 1 << false << "\\only\\lx\\a";
-        QTest::newRow("row with both columns") << "/only/lx/a" << 2 << 3 << false << "/only/mac/a";
-        QTest::newRow("force on same os") << "\\\\srv\\proj\\a" << 1 << 1 << true << "\\\\srv\\proj\\a";
-        QTest::newRow("bad os number") << "\\a\\b" << 7 << 2 << false << "/a/b";
-    }
-    void convertSingle()
-    {
-        QFETCH(QString, path);
-        QFETCH(int, from);
-        QFETCH(int, to);
-        QFETCH(bool, force);
-        QFETCH(QString, expected);
-        static const Table table;
-        ConvertPathsToOS_Single(path, _fmOS(from), _fmOS(to), table.rows, 60, force);
-        QCOMPARE(path, expected);
-    }
-
-    // A row count beyond 60 from a damaged table must not read past the table's rows.
-    void convertClampsRows()
-    {
-        static const Table table;
-        QString path = u"/a"_s;
-        ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, table.rows, 61, false);
-        QCOMPARE(path, u"/a"_s);
-        path = u"/a"_s;
-        ConvertPathsToOS_Single(path, _fmOS_Linux, _fmOS_Mac, nullptr, 5, false);
-        QCOMPARE(path, u"/a"_s);
     }
 };
 

@@ -21,16 +21,29 @@ QStringList withRoot(const fmTestRoot& root, const QStringList& more)
     return QStringList{u"/x/fmHistorydb"_s, u"-fmRoot"_s, root.path()} + more;
 }
 
+// A program object with its command line, which lives as long as the object and is taken back
+// from it before it goes.
+struct Program : __FM
+{
+    fmTestArgs Args;
+    Program(const QStringList& args, fm_AppType type = fm_AppType_HistoryDB, bool console = true)
+        : __FM(console, type, type == fm_AppType_Test ? u"fmTest"_s : u"fmHistorydb"_s, console), Args(args)
+    {
+    }
+    ~Program() override
+    {
+        ArgC = 0;
+        ArgV = nullptr;
+    }
+    bool setup() { return SetupCfg(Args.argc, Args.argv(), false, nullptr); }
+};
+
 // A globalconfig.ini with the table's defaults, written the way the farm's server writes it.
 bool writeGlobalConfig(const fmTestRoot& root)
 {
-    __FM writer(true, fm_AppType_Test, u"writer"_s, true);
-    fmTestArgs args(withRoot(root, {}));
-    if (!writer.pathsGetRootFromFolder(args.argc, args.argv(), QString())) return false;
-    const bool ok = writer.SaveFileCfg();
-    writer.ArgC = 0;
-    writer.ArgV = nullptr;
-    return ok;
+    Program writer(withRoot(root, {}), fm_AppType_Test);
+    return writer.pathsGetRootFromFolder(writer.Args.argc, writer.Args.argv(), QString()) &&
+           writer.SaveFileCfg();
 }
 
 QStringList g_boxes;
@@ -85,9 +98,8 @@ private slots:
         QFETCH(bool, noLogFile);
         QFETCH(int, flushInterval);
         fmTestRoot root;
-        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
-        fmTestArgs a(withRoot(root, args));
-        QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
+        Program fm(withRoot(root, args));
+        QVERIFY(fm.SetupCfgSDK(fm.Args.argc, fm.Args.argv()));
         for (int l : levelsOn)
             QVERIFY2(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l], qPrintable(QString::number(l)));
         for (int l : levelsOff)
@@ -97,8 +109,6 @@ private slots:
         QCOMPARE(fm.Log->FlushInterval, flushInterval);
         QVERIFY(fm.Configured);
         QVERIFY(fm.App.MessageBoxAllowed);
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
     }
 
     // The log names: log folder + program name + "_" + machine + ".txt"; "-OMName"/"-OMN" override.
@@ -115,15 +125,12 @@ private slots:
         QFETCH(QStringList, args);
         QFETCH(QString, machine);
         fmTestRoot root;
-        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
-        fmTestArgs a(withRoot(root, args));
-        QVERIFY(fm.SetupCfgSDK(a.argc, a.argv()));
+        Program fm(withRoot(root, args));
+        QVERIFY(fm.SetupCfgSDK(fm.Args.argc, fm.Args.argv()));
         if (machine.isEmpty()) machine = fm.getHostName().left(75);
         QCOMPARE(fm.App.MachineName.toQString(), machine);
         QCOMPARE(fm.Log->FileName.toQString(), root.path() + "sub/log/fmHistorydb_" + machine + ".txt");
         QCOMPARE(fm.LogError->FileName.toQString(), root.path() + "sub/log/_ERROR.txt");
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
     }
 
     // "6." in the root's version text reads "7." after start-up, in the title and the version.
@@ -131,13 +138,10 @@ private slots:
     {
         fmTestRoot root;
         QVERIFY(root.writeFile(u"sub/version.info"_s, " 6.0.10\n2026-11-01\n"));
-        __FM fm(true, fm_AppType_Test, u"fmTest"_s, true);
-        fmTestArgs a(withRoot(root, {}));
-        QVERIFY(fm.SetupCfg(a.argc, a.argv(), false, nullptr));
+        Program fm(withRoot(root, {}), fm_AppType_Test);
+        QVERIFY(fm.setup());
         QCOMPARE(fm.VersionText.toQString(), u" 7.0.10"_s);
         QCOMPARE(fm.AppTitle(false), u"fmTest L     7.0.10    fmVer 7.0.10"_s);
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
     }
 
     // The release date is the version file's second line as it stands, with its two failure texts.
@@ -145,7 +149,6 @@ private slots:
     {
         QTest::addColumn<QByteArray>("file"); // "-" = no file, "|" = a FIFO
         QTest::addColumn<QString>("text");
-        QTest::newRow("two lines") << QByteArray(" 7.0.10\n2026-11-01\n") << "2026-11-01";
         QTest::newRow("blanks kept") << QByteArray(" 7.0.10\r\n  Nov 2026 \r\nmore\n") << "  Nov 2026 ";
         QTest::newRow("one line") << QByteArray(" 7.0.10\n") << "Unable to read version info file";
         QTest::newRow("missing") << QByteArray("-") << "Version info file is missing";
@@ -167,14 +170,11 @@ private slots:
     // Started outside any root: the warning box names the program, and start-up fails.
     void noRootWarns()
     {
-        __FM fm(false, fm_AppType_HistoryDB, u"fmHistorydb"_s, false);
+        Program fm({u"/nowhere/at/all/fmHistorydb"_s}, fm_AppType_HistoryDB, false);
         g_boxes.clear();
         __FMSDK::MessageBoxHook = recordBox;
-        fmTestArgs a({u"/nowhere/at/all/fmHistorydb"_s});
-        const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
+        const bool ok = fm.setup();
         __FMSDK::MessageBoxHook = nullptr;
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
         QVERIFY(!ok);
         QCOMPARE(g_boxes.size(), 1);
         QVERIFY2(
@@ -190,11 +190,8 @@ private slots:
         fmTestRoot root;
         root.makeFolder(u"sub/log"_s);
         {
-            __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
-            fmTestArgs a(withRoot(root, {u"-debug"_s, u"-OMN"_s, u"Box1"_s}));
-            QVERIFY(!fm.SetupCfg(a.argc, a.argv(), false, nullptr)); // no globalconfig.ini
-            fm.ArgC = 0;
-            fm.ArgV = nullptr;
+            Program fm(withRoot(root, {u"-debug"_s, u"-OMN"_s, u"Box1"_s}));
+            QVERIFY(!fm.setup()); // no globalconfig.ini
         }
         const QByteArray text = fmTestReadAll(root.path() + u"sub/log/fmHistorydb_Box1.txt"_s);
         QVERIFY(!text.isEmpty());
@@ -221,12 +218,9 @@ private slots:
         fmTestRoot root;
         QVERIFY(writeGlobalConfig(root));
         {
-            __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
-            fmTestArgs a(withRoot(root, {u"-debugMain"_s}));
-            fm.SetupCfg(a.argc, a.argv(), false, nullptr); // ends at the client tables
+            Program fm(withRoot(root, {u"-debugMain"_s}));
+            fm.setup(); // ends at the client tables
             QVERIFY(fm.NoLogFile);
-            fm.ArgC = 0;
-            fm.ArgV = nullptr;
         }
         QVERIFY(QDir(root.path() + u"sub/log"_s).exists());
         const QStringList files = QDir(root.path() + u"sub/log"_s).entryList(QDir::Files);
@@ -246,14 +240,11 @@ private slots:
             ini.setValue(u"Interaction/LogLevel04"_s, false); // level 3
             ini.setValue(u"Interaction/LogLevel11"_s, false); // level 10, which -debugMain sets
         }
-        __FM fm(true, fm_AppType_HistoryDB, u"fmHistorydb"_s, true);
-        fmTestArgs a(withRoot(root, {u"-debugMain"_s}));
-        fm.SetupCfg(a.argc, a.argv(), false, nullptr); // reads the file, ends at the client tables
+        Program fm(withRoot(root, {u"-debugMain"_s}));
+        fm.setup(); // reads the file, ends at the client tables
         for (int l : {0, 1, 2, 4, 10})
             QVERIFY(fm.cfg->LogLevel[l] && fm.cfg->LogLevelUI[l]);
         QVERIFY(!fm.cfg->LogLevel[3]);
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
     }
 
     // The style choices from the configuration and the theme options reach the window side.
@@ -287,14 +278,11 @@ private slots:
         QFETCH(int, small);
         fmTestRoot root;
         QVERIFY(writeGlobalConfig(root));
-        __FM fm(true, fm_AppType_Test, u"fmTest"_s, true);
+        Program fm(withRoot(root, args), fm_AppType_Test);
         g_styleCalls = 0;
         __FM::InstallStyleHook = recordStyle;
-        fmTestArgs a(withRoot(root, args));
-        const bool ok = fm.SetupCfg(a.argc, a.argv(), false, nullptr);
+        const bool ok = fm.setup();
         __FM::InstallStyleHook = nullptr;
-        fm.ArgC = 0;
-        fm.ArgV = nullptr;
         QVERIFY(ok);
         QCOMPARE(g_styleCalls, 1);
         QCOMPARE(g_style.Dark, dark);

@@ -1,6 +1,7 @@
 // The job info page's texts: which values turn red for a selection, the output split, the image;
 // the rows of the "Job Log" and "Errors" pages of one job; the re-submit arguments.
 
+#include "fmtestroot.h"
 #include "joblist_fixtures.h"
 
 #include "app/fm.h"
@@ -8,7 +9,6 @@
 #include "browser/fmjoblogpage.h"
 #include "browser/fmresubmit.h"
 #include "foundation/fmjobid.h"
-#include "foundation/fmprocess.h"
 #include "jobs/fmjobhistory.h"
 #include "jobs/fmjobtext.h"
 
@@ -186,39 +186,22 @@ private slots:
         QCOMPARE(noDir.texts().Output1a + noDir.texts().Output1b, QString());
     }
 
-    // Catches a path built from the wrong folder or ID form, and a stale image kept for a multiple
-    // selection.
-    void image_data()
-    {
-        QTest::addColumn<int>("count");
-        QTest::addColumn<bool>("fileThere");
-        QTest::addColumn<int>("what");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("nothing selected") << 0 << true << int(fmJobInfoImage::KeepImage) << "";
-        QTest::newRow("two jobs") << 2 << true << int(fmJobInfoImage::ShowText) << "(multiple jobs selected)";
-        QTest::newRow("one job, no image") << 1 << false << int(fmJobInfoImage::ShowText) << "N/A";
-        QTest::newRow("one job with image") << 1 << true << int(fmJobInfoImage::ShowPixmap) << "";
-    }
+    // Catches a path built from the wrong folder or ID form. (The texts for no image and for several
+    // jobs: the window's pages test.)
     void image()
     {
-        QFETCH(int, count);
-        QFETCH(bool, fileThere);
-        QFETCH(int, what);
-        QFETCH(QString, text);
         QTemporaryDir dir;
         const QString history = dir.path() + "/";
         Jobs jobs;
-        for (int i = 0; i < std::max(count, 1); ++i)
-            jobs.add().JobID = 0x0123456789ULL + unsigned(i);
-        const QString path = history + "Shot/" + fmJ::ID2strFull(jobs.Ptrs[0]->JobID) + ".jpg";
-        QVERIFY(QDir().mkpath(history + "Shot"));
-        QFile f(path);
-        if (fileThere) QVERIFY(f.open(QIODevice::WriteOnly));
-        f.close();
-        const fmJobInfoImage img = fmJobInfoImageFor(jobs.Ptrs.data(), count, history, "Shot");
-        QCOMPARE(int(img.What), what);
-        QCOMPARE(img.Text, text);
-        QCOMPARE(img.Path, what == fmJobInfoImage::ShowPixmap ? path : QString());
+        jobs.add().JobID = 0x0123456789ULL;
+        const QString path = history + "Shot/" + fmJ::ID2strFull(0x0123456789ULL) + ".jpg";
+        QVERIFY(QDir().mkpath(history + "Shot") && fmTestWriteAll(path, QByteArray()));
+        const fmJobInfoImage img = fmJobInfoImageFor(jobs.Ptrs.data(), 1, history, "Shot");
+        QCOMPARE(int(img.What), int(fmJobInfoImage::ShowPixmap));
+        QCOMPARE(img.Path, path);
+        // Nothing selected: the image shown before stays.
+        QCOMPARE(int(fmJobInfoImageFor(jobs.Ptrs.data(), 0, history, "Shot").What),
+                 int(fmJobInfoImage::KeepImage));
     }
 
     // Catches reads beyond a record's strings when their lengths are damaged, and a crash on no
@@ -289,8 +272,6 @@ private slots:
         QTest::addColumn<int>("errorCount");
         QTest::addColumn<int>("logRows");
         QTest::addColumn<int>("errorRows");
-        QTest::newRow("none") << 0 << 0 << 0 << 0;
-        QTest::newRow("in range") << 3 << 2 << 3 << 2;
         QTest::newRow("full") << 750 << 50 << 750 << 50;
         QTest::newRow("beyond arrays") << 30000 << 120 << 750 << 50;
         QTest::newRow("negative") << -5 << -3 << 0 << 0;
@@ -391,22 +372,6 @@ private slots:
         QVERIFY(!args.contains("/other.mb"));
         QVERIFY(fmResubmitSelectionArguments(sel, 0).isEmpty());
         QVERIFY(fmResubmitSelectionArguments(nullptr, 1).isEmpty());
-    }
-
-    // Catches a process starter that drops or mangles the NUL-character entry: the child must see an
-    // empty argument at its place, and the arguments behind it unchanged.
-    void nulArgumentReachesChildEmpty()
-    {
-        QTemporaryDir dir;
-        QVERIFY(dir.isValid());
-        const QString log = dir.path() + "/out.txt";
-        const QStringList args = {"-c", "printf '[%s]' \"$@\"", "sh", "a", QString(QChar(0)), "b"};
-        QVERIFY(fmStartProcess(fmString<250>("/bin/sh"), args, fmString<250>(log)) > 0);
-        auto content = [&log] {
-            QFile f(log);
-            return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-        };
-        QTRY_COMPARE_WITH_TIMEOUT(content(), QByteArray("[a][][b]"), 60000);
     }
 };
 

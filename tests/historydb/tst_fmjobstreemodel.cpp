@@ -67,6 +67,21 @@ QString id(unsigned long long v)
     return fmJ::ID2str(v);
 }
 
+// A list of those jobs and its model in no view, checked by the model tester; a GHz hour costs 2 EUR.
+struct Tree
+{
+    std::unique_ptr<_JobList> list;
+    fmTreeView* noView = nullptr;
+    fmuiTreeViewJobsModel m;
+    explicit Tree(const QList<JobEntry>& jobs) : list(makeList(jobs)), m(noView, *list, FM, nullptr, false)
+    {
+        fmtest::checkModel(&m);
+        m.Cost = 2.0f;
+        m.CostDisplay = u"EUR"_s;
+    }
+    _jobsHistoryDB_Runtime* job(unsigned long long id) const { return list->GetJobByJobID(id); }
+};
+
 } // namespace
 
 Q_DECLARE_METATYPE(JobEntry)
@@ -74,54 +89,33 @@ Q_DECLARE_METATYPE(JobEntry)
 class tst_fmjobstreemodel : public QObject
 {
     Q_OBJECT
-    fmTreeView* NoView = nullptr; // the models of the non-GUI tests show in no view
 
 private slots:
-    // Catches wrong keys (case), a first-level group that collapses, a second-level group that does
-    // not, and wrong indentation of the identifier.
+    // Catches wrong keys (case), a first-level group that collapses or loses the order, and wrong
+    // indentation of the identifier (grouped as the window groups: first level on, no submissions).
     void grouping_data()
     {
         QTest::addColumn<QList<JobEntry>>("jobs");
-        QTest::addColumn<bool>("firstLevel");
-        QTest::addColumn<bool>("submissions");
         QTest::addColumn<QStringList>("tree");
-
         QTest::newRow("case folded") << QList<JobEntry>{{1000, "Anna"}, {1001, "ANNA"}, {1002, "anna"}}
-                                     << true << false
                                      << QStringList{" 3 anna", "     " + id(1000), "     " + id(1001),
                                                     "     " + id(1002)};
         QTest::newRow("one job stays a group")
-            << QList<JobEntry>{{1000, "Bob"}} << true << false << QStringList{"    bob", "     " + id(1000)};
+            << QList<JobEntry>{{1000, "Bob"}} << QStringList{"    bob", "     " + id(1000)};
         QTest::newRow("two users in order")
-            << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}} << true << false
+            << QList<JobEntry>{{1000, "zed"}, {1001, "amy"}, {1002, "zed"}}
             << QStringList{" 2 zed", "     " + id(1000), "     " + id(1002), "    amy", "     " + id(1001)};
-        QTest::newRow("no first level") << QList<JobEntry>{{1000, "a"}, {1001, "b"}} << false << false
-                                        << QStringList{"    " + id(1000), "    " + id(1001)};
-        // 0x1101 and 0x1102 are one submission; 0x2201 alone becomes a job row.
-        QTest::newRow("submissions") << QList<JobEntry>{{0x1101, "u"}, {0x1102, "u"}, {0x2201, "u"}} << true
-                                     << true
-                                     << QStringList{" 3 u", "   2 " + id(0x1100), "    " + id(0x1101),
-                                                    "    " + id(0x1102), "     " + id(0x2201)};
-        QTest::newRow("submissions, not adjacent")
-            << QList<JobEntry>{{0x1101, "u"}, {0x3301, "u"}, {0x1102, "u"}} << true << true
-            << QStringList{" 3 u", "     " + id(0x1101), "     " + id(0x3301), "     " + id(0x1102)};
     }
     void grouping()
     {
         QFETCH(QList<JobEntry>, jobs);
-        QFETCH(bool, firstLevel);
-        QFETCH(bool, submissions);
         QFETCH(QStringList, tree);
-        auto list = makeList(jobs);
-        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-        fmtest::checkModel(&m);
-        m.GroupFirstLevel = firstLevel;
-        m.GroupSubmissions = submissions;
-        m.CreateJobTree(true);
-        QCOMPARE(fmtest::modelLines(m), tree);
+        Tree t(jobs);
+        t.m.CreateJobTree(true);
+        QCOMPARE(fmtest::modelLines(t.m), tree);
         // A second rebuild over the same list meets every node again.
-        m.CreateJobTree(false);
-        QCOMPARE(fmtest::modelLines(m), tree);
+        t.m.CreateJobTree(false);
+        QCOMPARE(fmtest::modelLines(t.m), tree);
     }
 
     // Catches a rebuild that keeps a node of a removed job, or drops IsExpanded of the others.
@@ -134,9 +128,9 @@ private slots:
     void rebuildDropsRemovedJobKeepsExpanded()
     {
         QFETCH(bool, reset);
-        auto list = makeList({{1000, "a"}, {1001, "a"}, {1002, "b"}, {1003, "b"}, {1004, "c"}});
-        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-        fmtest::checkModel(&m);
+        Tree tree({{1000, "a"}, {1001, "a"}, {1002, "b"}, {1003, "b"}, {1004, "c"}});
+        _JobList* list = tree.list.get();
+        fmuiTreeViewJobsModel& m = tree.m;
         m.CreateJobTree(true);
         QPersistentModelIndex keep = m.index(0, 0, m.index(2, 0)); // job 1004 under "c"
         for (fmuiTreeViewNode* t : m.Root->Children)
@@ -158,50 +152,11 @@ private slots:
         QCOMPARE(m.rowCount(), 0);
     }
 
-    // Catches wrong fields, formats and fallbacks in the texts of a job row.
-    void jobRowTexts_data()
+    // Catches wrong fields, formats and fallbacks in a job row's texts, and group cells that miss a
+    // differing job, sum the wrong jobs or ignore the collapsed state. Two jobs of "ann".
+    void rowTexts_data()
     {
-        QTest::addColumn<int>("column");
-        QTest::addColumn<JobSetup>("setup");
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("3 without version") << 3 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-            j->CustomSeQName = "010";
-            j->CustomSHotName = "020";
-            j->CustomVersionName = "";
-        }) << "010-020";
-        QTest::newRow("11 step 5") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-            j->SeqStart = 1001;
-            j->SeqEnd = 1100;
-            j->SeqStep = 5;
-        }) << "1001 - 1100,  5";
-        QTest::newRow("13 falls back to frame time") << 13 << JobSetup([](_jobsHistoryDB_Runtime* j) {
-            j->ExecutionTime = 0;
-            j->AverageFrameTime = 75;
-        }) << fmSec2ms(75);
-        QTest::newRow("26 rounds half up")
-            << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << "3";
-        QTest::newRow("27 cost") << 27 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
-                                 << "5.00 EUR";
-    }
-    void jobRowTexts()
-    {
-        QFETCH(int, column);
-        QFETCH(JobSetup, setup);
-        QFETCH(QString, text);
-        auto list = makeList({{1007, "ann"}});
-        setup(list->GetJobByJobID(1007));
-        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-        fmtest::checkModel(&m);
-        m.Cost = 2.0f;
-        m.CostDisplay = u"EUR"_s;
-        m.CreateJobTree(true);
-        QCOMPARE(m.index(0, column, m.index(0, 0)).data().toString(), text);
-    }
-
-    // Catches group cells that miss a differing job, sum the wrong jobs or ignore the collapsed state.
-    void groupRowTexts_data()
-    {
+        QTest::addColumn<int>("row"); // -1: the group row; 0: the first job's row
         QTest::addColumn<int>("column");
         QTest::addColumn<JobSetup>("first");
         QTest::addColumn<JobSetup>("second");
@@ -209,21 +164,43 @@ private slots:
         QTest::addColumn<QString>("text");
 
         const JobSetup none = [](_jobsHistoryDB_Runtime*) {};
-        QTest::newRow("0 count and name") << 0 << none << none << false << " 2 ann";
+        QTest::newRow("job 3 without version") << 0 << 3 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->CustomSeQName = "010";
+            j->CustomSHotName = "020";
+            j->CustomVersionName = "";
+        }) << none << false << "010-020";
+        QTest::newRow("job 11 step 5") << 0 << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+            j->SeqStart = 1001;
+            j->SeqEnd = 1100;
+            j->SeqStep = 5;
+        }) << none << false << "1001 - 1100,  5";
+        QTest::newRow("job 13 falls back to frame time")
+            << 0 << 13 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+                   j->ExecutionTime = 0;
+                   j->AverageFrameTime = 75;
+               })
+            << none << false << fmSec2ms(75);
+        QTest::newRow("job 26 rounds half up")
+            << 0 << 26 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; }) << none
+            << false << "3";
+        QTest::newRow("job 27 cost") << 0 << 27
+                                     << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 2.5f; })
+                                     << none << false << "5.00 EUR";
         QTest::newRow("10 cameras differ")
-            << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
+            << -1 << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
             << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; }) << false << " ~  ~  ~  ~";
-        QTest::newRow("10 expanded") << 10 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
+        QTest::newRow("10 expanded") << -1 << 10
+                                     << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camA"; })
                                      << JobSetup([](_jobsHistoryDB_Runtime* j) { j->Camera = "camB"; })
                                      << true << "";
-        QTest::newRow("9 layer without channel") << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+        QTest::newRow("9 layer without channel") << -1 << 9 << JobSetup([](_jobsHistoryDB_Runtime* j) {
             j->Layer = "bg";
             j->Channel = "x";
         }) << JobSetup([](_jobsHistoryDB_Runtime* j) {
             j->Layer = "bg";
             j->Channel = "y";
         }) << false << "bg";
-        QTest::newRow("11 frame range") << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+        QTest::newRow("11 frame range") << -1 << 11 << JobSetup([](_jobsHistoryDB_Runtime* j) {
             j->SeqStart = 10.7;
             j->SeqEnd = 20;
         }) << JobSetup([](_jobsHistoryDB_Runtime* j) {
@@ -231,34 +208,33 @@ private slots:
             j->SeqEnd = 200.9;
         }) << false << "  10 -  200      ";
         QTest::newRow("15 mean of non-zero")
-            << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
+            << -1 << 15 << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 0; })
             << JobSetup([](_jobsHistoryDB_Runtime* j) { j->AverageFrameTime = 90; }) << false << fmSec2ms(90);
-        QTest::newRow("25 negative counts 0") << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) {
+        QTest::newRow("25 negative counts 0") << -1 << 25 << JobSetup([](_jobsHistoryDB_Runtime* j) {
             j->TotalPS = ~uint64_t(0) - 4; // reads as -5
         }) << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalPS = 2500; })
                                               << false << "2 500";
-        QTest::newRow("27 sum cost") << 27
+        QTest::newRow("27 sum cost") << -1 << 27
                                      << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = 1.25f; })
                                      << JobSetup([](_jobsHistoryDB_Runtime* j) { j->TotalGhzHours = -3; })
                                      << false << "2.50 EUR";
     }
-    void groupRowTexts()
+    void rowTexts()
     {
+        QFETCH(int, row);
         QFETCH(int, column);
         QFETCH(JobSetup, first);
         QFETCH(JobSetup, second);
         QFETCH(bool, expanded);
         QFETCH(QString, text);
-        auto list = makeList({{1000, "ann"}, {1001, "ann"}});
-        first(list->GetJobByJobID(1000));
-        second(list->GetJobByJobID(1001));
-        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-        fmtest::checkModel(&m);
-        m.Cost = 2.0f;
-        m.CostDisplay = u"EUR"_s;
-        m.CreateJobTree(true);
-        m.Root->Children[0]->IsExpanded = expanded;
-        QCOMPARE(m.index(0, column).data().toString(), text);
+        Tree t({{1000, "ann"}, {1001, "ann"}});
+        first(t.job(1000));
+        second(t.job(1001));
+        t.m.CreateJobTree(true);
+        t.m.Root->Children[0]->IsExpanded = expanded;
+        const QModelIndex group = t.m.index(0, 0);
+        QCOMPARE((row < 0 ? group.siblingAtColumn(column) : t.m.index(row, column, group)).data().toString(),
+                 text);
     }
 
     // Catches selection shown with the wrong colours, or a partial group not drawn with the pattern.
@@ -283,14 +259,12 @@ private slots:
         QFETCH(uint, background);
         QFETCH(int, pattern);
         QFETCH(uint, text);
-        auto list = makeList({{1000, "ann"}, {1001, "ann"}});
-        list->GetJobByJobID(1000)->Color_ID = 3;
-        list->GetJobByJobID(1000)->Selected = (selectedJobs & 1) ? 1 : 0;
-        list->GetJobByJobID(1001)->Selected = (selectedJobs & 2) ? 1 : 0;
-        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-        fmtest::checkModel(&m);
-        m.CreateJobTree(true);
-        const QModelIndex i = row < 0 ? m.index(0, column) : m.index(row, column, m.index(0, 0));
+        Tree t({{1000, "ann"}, {1001, "ann"}});
+        t.job(1000)->Color_ID = 3;
+        t.job(1000)->Selected = (selectedJobs & 1) ? 1 : 0;
+        t.job(1001)->Selected = (selectedJobs & 2) ? 1 : 0;
+        t.m.CreateJobTree(true);
+        const QModelIndex i = row < 0 ? t.m.index(0, column) : t.m.index(row, column, t.m.index(0, 0));
         const QVariant bg = i.data(Qt::BackgroundRole);
         const QBrush brush = bg.canConvert<QBrush>() ? bg.value<QBrush>() : QBrush(bg.value<QColor>());
         QCOMPARE(brush.color().rgba(), background);
@@ -299,28 +273,11 @@ private slots:
     }
 
     // Catches totals over the wrong jobs (unselected, or outside the sorted list) and wrong formats.
-    void footer_data()
-    {
-        QTest::addColumn<int>("jobs");
-        QTest::addColumn<int>("column");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << 0 << 8 << " 0 / 0 jobs selected";
-        QTest::newRow("count") << 3 << 8 << " 2 / 3 jobs selected";
-        QTest::newRow("frame time") << 3 << 15 << fmSec2ms(60);
-        QTest::newRow("ps") << 3 << 25 << " 3.500 ";
-        QTest::newRow("cost") << 3 << 27 << "6.00 EUR";
-    }
     void footer()
     {
-        QFETCH(int, jobs);
-        QFETCH(int, column);
-        QFETCH(QString, text);
-        QList<JobEntry> entries;
-        for (int k = 0; k < jobs; ++k)
-            entries.append({1000ull + k, "u"});
-        auto list = makeList(entries);
+        auto list = makeList({{1000, "u"}, {1001, "u"}, {1002, "u"}});
         // Jobs 0 and 2 selected; job 1 (not selected) carries values that must not count.
-        for (int k = 0; k < jobs; ++k) {
+        for (int k = 0; k < 3; ++k) {
             _jobsHistoryDB_Runtime* j = list->GetJobByJobID(1000 + k);
             j->Selected = k != 1;
             j->TotalFrames = 150;
@@ -328,19 +285,26 @@ private slots:
             j->TotalPS = 1750;
             j->TotalGhzHours = 1.5f;
         }
-        fmuiTreeViewJobsModelFooter f(*list, FM, NoView, nullptr);
+        fmTreeView* noView = nullptr;
+        fmuiTreeViewJobsModelFooter f(*list, FM, noView, nullptr);
         f.Cost = 2.0f;
         f.CostDisplay = u"EUR"_s;
         QCOMPARE(f.columnCount(), 28);
-        QCOMPARE(f.headerData(column, Qt::Horizontal).toString(), text);
+        const QList<QPair<int, QString>> cells = {
+            {8, " 2 / 3 jobs selected"}, {15, fmSec2ms(60)}, {25, " 3.500 "}, {27, "6.00 EUR"}};
+        for (const auto& [column, text] : cells)
+            QCOMPARE(f.headerData(column, Qt::Horizontal).toString(), text);
+        auto none = makeList({});
+        fmuiTreeViewJobsModelFooter empty(*none, FM, noView, nullptr);
+        QCOMPARE(empty.headerData(8, Qt::Horizontal).toString(), " 0 / 0 jobs selected");
     }
 
     // Catches a cell of a removed job read as if valid, and the check box offered on a group row.
     void staleAndFlags()
     {
-        auto list = makeList({{1000, "ann"}, {1001, "ann"}, {1002, "bob"}});
-        fmuiTreeViewJobsModel m(NoView, *list, FM, nullptr, false);
-        fmtest::checkModel(&m);
+        Tree t({{1000, "ann"}, {1001, "ann"}, {1002, "bob"}});
+        _JobList* list = t.list.get();
+        fmuiTreeViewJobsModel& m = t.m;
         m.CreateJobTree(true);
         const QModelIndex group = m.index(0, 0);
         const QModelIndex job = m.index(0, 0, group);

@@ -1,24 +1,11 @@
 // Loading a project on a thread of its own: the loader's progress and cancel hook, the window's
 // swap of the loaded list, a second pick or a close during a load, and the commands that wait.
 
-#include "joblist_fixtures.h"
-
-#include "app/fm.h"
-#include "historydb/fmhistorydb.h"
-#include "jobs/fmjoblist.h"
+#include "fmwindowfixture.h"
 
 #include <QAction>
-#include <QApplication>
-#include <QDir>
 #include <QProgressBar>
-#include <QPushButton>
-#include <QSettings>
 #include <QStatusBar>
-#include <QTemporaryDir>
-#include <QTimer>
-#include <QtTest>
-
-#include <memory>
 
 namespace {
 
@@ -41,32 +28,18 @@ struct Observer : fmJ::_JobList::LoadObserver
     }
 };
 
-struct Fixture
+// Projects "Big" (combo entry 1) and "Small" (entry 2); the big one repeats one frame.
+struct Fixture : fmtest::WindowFixture
 {
-    QTemporaryDir Dir;
-    QString History;
-    std::unique_ptr<fmJ::_JobList> Jobs;
-    std::unique_ptr<fmHistorydb> Window;
-
     Fixture()
     {
-        History = Dir.path() + QStringLiteral("/history_db/");
-        QDir().mkpath(History);
-        FM.RootPath = Dir.path() + QStringLiteral("/");
-        FM.HistoryDbPath = History;
-        // Projects "Big" (combo entry 1) and "Small" (entry 2); the big one repeats one frame.
         QVERIFY(
             jlfix::writeFile(History + "Big.db61", jlfix::frameOf(*jlfix::makeRecord(1)).repeated(BigJobs)));
-        QByteArray small;
-        for (int n = 0; n < SmallJobs; ++n)
-            small += jlfix::frameOf(*jlfix::makeRecord(100 + n));
-        QVERIFY(jlfix::writeFile(History + "Small.db61", small));
+        writeDb("Small.db61", SmallJobs, 100);
     }
     fmHistorydb& open()
     {
-        Jobs = std::make_unique<fmJ::_JobList>(FM, nullptr);
-        Window = std::make_unique<fmHistorydb>(FM, *Jobs);
-        Window->LoadSettleMs = 0; // every load runs on behind the window
+        WindowFixture::open().LoadSettleMs = 0; // every load runs on behind the window
         return *Window;
     }
 };
@@ -94,11 +67,7 @@ private slots:
 
 void tst_fmwindowload::initTestCase()
 {
-    Q_INIT_RESOURCE(fmUI);
-    static QTemporaryDir settingsDir;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settingsDir.path());
-    FM.createFarmTables();
+    fmInitWindowTests();
 }
 
 void tst_fmwindowload::loaderHook_data()

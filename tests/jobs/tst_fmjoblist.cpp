@@ -15,7 +15,6 @@
 #include <limits>
 #include <memory>
 #include <sys/resource.h>
-#include <zlib.h>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +23,9 @@ using jlfix::bytesOf;
 using jlfix::frame;
 using jlfix::frameOf;
 using jlfix::makeRecord;
+
+using Damage = void (*)(_jobsHistoryDB&);
+Q_DECLARE_METATYPE(Damage)
 
 namespace {
 
@@ -253,57 +255,39 @@ private slots:
     // Catches plausibility bounds that are off by one or test the wrong field.
     void plausibility_data()
     {
-        QTest::addColumn<int>("field");
-        QTest::addColumn<double>("value");
+        QTest::addColumn<Damage>("damage");
         QTest::addColumn<bool>("kept");
         QTest::addColumn<QString>("message");
         const QString data = u"1|0|{ALL} Error decompressing job #1; Data error!"_s;
         const QString id = u"1|0|{ALL} Error decompressing job #1; Data error job ID!"_s;
-        const double nan = std::numeric_limits<double>::quiet_NaN();
-        QTest::newRow("step 9999") << 0 << 9999.0 << true << QString();
-        QTest::newRow("step 10000") << 0 << 10000.0 << false << data;
-        QTest::newRow("step 0") << 0 << 0.0 << false << data;
-        QTest::newRow("step NaN") << 0 << nan << false << data;
-        QTest::newRow("start NaN") << 1 << nan << false << data;
-        QTest::newRow("end NaN") << 2 << nan << false << data;
-        QTest::newRow("offset NaN") << 3 << nan << false << data;
-        QTest::newRow("name 255") << 4 << 255.0 << true << QString();
-        QTest::newRow("name 256") << 4 << 256.0 << false << data;
-        QTest::newRow("id 999") << 5 << 999.0 << false << id;
-        QTest::newRow("id 1000") << 5 << 1000.0 << true << QString();
-        QTest::newRow("id 999 old submitter") << 6 << 999.0 << true << QString();
+        QTest::newRow("step 10000") << Damage([](_jobsHistoryDB& r) { r.SeqStep = 10000; }) << false << data;
+        QTest::newRow("step 0") << Damage([](_jobsHistoryDB& r) { r.SeqStep = 0; }) << false << data;
+        QTest::newRow("step NaN") << Damage([](_jobsHistoryDB& r) { r.SeqStep = std::nan(""); }) << false
+                                  << data;
+        QTest::newRow("start NaN") << Damage([](_jobsHistoryDB& r) { r.SeqStart = std::nan(""); }) << false
+                                   << data;
+        QTest::newRow("end NaN") << Damage([](_jobsHistoryDB& r) { r.SeqEnd = std::nan(""); }) << false
+                                 << data;
+        QTest::newRow("offset NaN") << Damage([](_jobsHistoryDB& r) { r.SeqFileOffset = std::nan(""); })
+                                    << false << data;
+        QTest::newRow("name 255") << Damage([](_jobsHistoryDB& r) { r.ImageFileName.Data[0] = 255; }) << true
+                                  << QString();
+        QTest::newRow("name 256") << Damage([](_jobsHistoryDB& r) { r.ImageFileName.Data[0] = 256; }) << false
+                                  << data;
+        QTest::newRow("id 999") << Damage([](_jobsHistoryDB& r) { r.JobID = 999; }) << false << id;
+        QTest::newRow("id 1000") << Damage([](_jobsHistoryDB& r) { r.JobID = 1000; }) << true << QString();
+        QTest::newRow("id 999 old submitter") << Damage([](_jobsHistoryDB& r) {
+            r.JobID = 999;
+            r.SubmitterStructVersion = 6;
+        }) << true << QString();
     }
     void plausibility()
     {
-        QFETCH(int, field);
-        QFETCH(double, value);
+        QFETCH(Damage, damage);
         QFETCH(bool, kept);
         QFETCH(QString, message);
         auto r = makeRecord(3);
-        switch (field) {
-        case 0:
-            r->SeqStep = value;
-            break;
-        case 1:
-            r->SeqStart = value;
-            break;
-        case 2:
-            r->SeqEnd = value;
-            break;
-        case 3:
-            r->SeqFileOffset = value;
-            break;
-        case 4:
-            r->ImageFileName.Data[0] = uint16_t(value);
-            break;
-        case 5:
-            r->JobID = uint64_t(value);
-            break;
-        case 6:
-            r->JobID = uint64_t(value);
-            r->SubmitterStructVersion = 6;
-            break;
-        }
+        damage(*r);
         const QString p = path(u"plaus.db"_s);
         QVERIFY(jlfix::writeFile(p, frameOf(*r)));
         auto l = newList();
@@ -314,53 +298,20 @@ private slots:
         if (!kept) QCOMPARE(l->Allocated, 25); // the record went back for reuse
     }
 
-    // Catches a save that writes other bytes than the frame format or loses a field on the way back.
-    void saveThenLoad()
+    // Catches a load that fills a record otherwise than the copy of a saved job does, the fields the
+    // list derives included. (The saved bytes: framesAsSerial.)
+    void loadEqualsCopy()
     {
         auto l = newList();
+        QByteArray file;
         for (int n = 0; n < 30; ++n) {
-            _jobsHistoryDB_Runtime* j = l->GetNewJob();
-            QVERIFY(j);
             auto r = makeRecord(n);
             r->Selected = uint8_t(n % 2);
-            j->fromJobSave(r.get(), FM);
+            l->GetNewJob()->fromJobSave(r.get(), FM);
+            file += frameOf(*r);
         }
         const QString p = path(u"round.db"_s);
-        jlfix::LogCapture log(4, 4);
-        QVERIFY(l->SaveFileJobs(false, p, true, u"pre "_s));
-        QCOMPARE(log.Lines, (QStringList{u"4|8|pre {ALL} "_s + p + u"   saving..."_s,
-                                         u"4|8|{ALL} jobs.db (30 jobs) saved."_s}));
-        QVERIFY(l->TimeSaved.t > 0);
-
-        // The frames as they stand in the file.
-        const QByteArray file = jlfix::readFile(p);
-        int pos = 0;
-        for (int n = 0; n < 30; ++n) {
-            QVERIFY(pos + 64 <= file.size());
-            const char* h = file.constData() + pos;
-            QCOMPARE(QByteArray(h, 44), QByteArray("     FMJob compr 01                         "));
-            QCOMPARE(QByteArray(h + 44, 8), QByteArray(8, '\0'));
-            uint32_t csize, usize;
-            uint16_t id, ver;
-            std::memcpy(&csize, h + 52, 4);
-            std::memcpy(&usize, h + 56, 4);
-            std::memcpy(&id, h + 60, 2);
-            std::memcpy(&ver, h + 62, 2);
-            QCOMPARE(usize, 37980u);
-            QCOMPARE(id, uint16_t(0x0A04));
-            QCOMPARE(ver, uint16_t(3));
-            QVERIFY(pos + 64 + int(csize) <= file.size());
-            QByteArray out(37980, '\0');
-            uLongf outLen = 37980;
-            QCOMPARE(uncompress(reinterpret_cast<Bytef*>(out.data()), &outLen,
-                                reinterpret_cast<const Bytef*>(h + 64), csize),
-                     Z_OK);
-            QCOMPARE(int(outLen), 37980);
-            QCOMPARE(out, QByteArray(reinterpret_cast<const char*>(l->Queue[n]), 37980));
-            pos += 64 + int(csize);
-        }
-        QCOMPARE(pos, file.size());
-
+        QVERIFY(jlfix::writeFile(p, file));
         auto back = newList();
         QVERIFY(back->LoadFileJobs(p));
         QCOMPARE(back->JobCount, 30);
@@ -378,11 +329,6 @@ private slots:
         auto l = newList();
         QVERIFY(l->SaveFileJobs(false, p, false, QString()));
         QVERIFY(!QFile::exists(p));
-        // A list that works on a local copy never touches the file.
-        QVERIFY(jlfix::writeFile(p, "x"));
-        l->AltLocalDBPath = Dir.path() + u"/"_s;
-        QVERIFY(l->SaveFileJobs(false, p, false, QString()));
-        QVERIFY(QFile::exists(p));
     }
 
     // Catches a backup that does not fall back to ".bak302" or blocks the save.
@@ -456,9 +402,6 @@ private slots:
     {
         auto l = newList();
         QCOMPARE(l->Allocated, 25);
-        unsigned int mb = 0;
-        l->getMemoryUsage(mb);
-        QCOMPARE(mb, (25u * 38104u) >> 20);
         QList<_jobsHistoryDB_Runtime*> jobs;
         for (int n = 0; n < 60; ++n) {
             _jobsHistoryDB_Runtime* j = l->GetNewJob();
@@ -475,7 +418,6 @@ private slots:
         for (int i = 0; i < l->JobCount; ++i)
             QCOMPARE(l->Queue[i]->QueueID, i);
         QCOMPARE(gone->QueueID, -1);
-        QVERIFY(!l->isValidJob(gone));
         QCOMPARE(l->GetNewJob(), gone); // reused, and cleared
         QCOMPARE(gone->JobID, 0ULL);
         QCOMPARE(gone->QueueID, 59);
@@ -490,32 +432,6 @@ private slots:
         QCOMPARE(l->Allocated % 5, 0);
         for (int i = 0; i < l->JobCount; ++i)
             QCOMPARE(l->Queue[i]->QueueID, i);
-    }
-
-    // Catches deleteAll returning memory or leaving jobs visible.
-    // Catches lookups that answer outside their range or for IDs that mean "no job".
-    // Catches a copied list that changes or frees what it shares.
-    void copyRefusesChanges()
-    {
-        auto l = newList();
-        for (int n = 0; n < 4; ++n)
-            l->GetNewJob()->JobID = 2000 + uint64_t(n);
-        {
-            _JobList copy(FM, l.get());
-            QVERIFY(copy.IsCopy);
-            QCOMPARE(copy.JobCount, 4);
-            QCOMPARE(copy.Allocated, l->Allocated);
-            QCOMPARE(copy.Queue[2], l->Queue[2]);
-            QCOMPARE(copy.GetNewJob(), nullptr);
-            copy.DeleteJob(copy.Queue[0]);
-            copy.deleteAll();
-            QCOMPARE(copy.JobCount, 4);
-            QCOMPARE(copy.Queue[0]->QueueID, 0);
-            QCOMPARE(copy.SortedCount, 4);
-        }
-        // The copy freed nothing of what it shared.
-        QCOMPARE(l->JobCount, 4);
-        QCOMPARE(l->Queue[3]->JobID, 2003ULL);
     }
 
     void initTestCase() { QVERIFY(Dir.isValid()); }
@@ -611,7 +527,8 @@ private slots:
         QVERIFY(!QFile::exists(path("multi.db61.db61")));
     }
 
-    // Catches frames that differ from one compress() of the record, in order (the pool's work).
+    // Catches frames that differ from the frame format (header bytes written by hand in the fixtures)
+    // around one compress() of the record, in order (the pool's work).
     void framesAsSerial()
     {
         const QString p = path(u"serial.db"_s);

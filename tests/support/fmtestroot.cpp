@@ -24,11 +24,8 @@ QString fmTestRoot::makeFolder(const QString& rel) const
 
 bool fmTestRoot::writeFile(const QString& rel, const QByteArray& bytes) const
 {
-    const QString p = Path + rel;
-    QDir().mkpath(QFileInfo(p).path());
-    QFile f(p);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    return f.write(bytes) == bytes.size();
+    QDir().mkpath(QFileInfo(Path + rel).path());
+    return fmTestWriteAll(Path + rel, bytes);
 }
 
 fmTestArgs::fmTestArgs(const QStringList& args) : argc(int(args.size()))
@@ -44,6 +41,12 @@ QByteArray fmTestReadAll(const QString& path)
 {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool fmTestWriteAll(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
 }
 
 fmTestRun fmTestRunProgram(const QString& exe, const QStringList& args, const QString& workDir)

@@ -46,6 +46,8 @@ private:
 
 // The bytes of a file; empty when it cannot be read.
 QByteArray fmTestReadAll(const QString& path);
+// Writes the file whole, replacing it; false when it could not.
+bool fmTestWriteAll(const QString& path, const QByteArray& bytes);
 
 // A program run to its end (two minutes at most): exit code (-1: did not end, -2: crashed) and
 // its outputs.

@@ -13,12 +13,26 @@
 #include <QComboBox>
 #include <QDir>
 #include <QPushButton>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 
 #include <functional>
 #include <memory>
+
+// The window tests' start: the window's resources, user settings in a throw-away folder, the
+// farm's tables. (Q_INIT_RESOURCE can't stand in a namespace.)
+inline void fmInitWindowTests()
+{
+    Q_INIT_RESOURCE(fmUI);
+    static QTemporaryDir settingsDir;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settingsDir.path());
+    QCoreApplication::setOrganizationName(QStringLiteral("Orlenvik"));
+    QCoreApplication::setApplicationName(QStringLiteral("Fornmark"));
+    FM.createFarmTables();
+}
 
 namespace fmtest {
 
@@ -68,6 +82,19 @@ struct WindowFixture
         Jobs = std::make_unique<fmJ::_JobList>(FM, nullptr);
         Window = std::make_unique<fmHistorydb>(FM, *Jobs);
         return *Window;
+    }
+    // Alpha.db61 of `jobs` jobs, the window over it and Alpha picked in the project combo.
+    fmHistorydb& openAlpha(int jobs)
+    {
+        writeDb(u"Alpha.db61"_s, jobs);
+        open().ui.Show_ComboProject->setCurrentIndex(1);
+        return *Window;
+    }
+    // The window shown; false when it never got on the screen.
+    bool show()
+    {
+        Window->show();
+        return QTest::qWaitForWindowExposed(Window.get());
     }
 };
 

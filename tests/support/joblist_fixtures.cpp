@@ -1,4 +1,5 @@
 #include "joblist_fixtures.h"
+#include "fmtestroot.h"
 
 #include "farm/fmgconfig.h"
 
@@ -122,16 +123,12 @@ QByteArray framesOf(int count, int firstJob)
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    return f.write(bytes) == bytes.size();
+    return fmTestWriteAll(path, bytes);
 }
 
 QByteArray readFile(const QString& path)
 {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) return QByteArray();
-    return f.readAll();
+    return fmTestReadAll(path);
 }
 
 LogCapture::LogCapture(int minLevel, int maxLevel) : MinLevel(minLevel), MaxLevel(maxLevel)

@@ -44,19 +44,17 @@ class tst_fmstyle : public QObject
 {
     Q_OBJECT
 private slots:
-    // Catches a wrong theme order, DarkUI() missing girly, and the application palette left unset.
+    // Catches a wrong theme order and the application palette left unset.
     void themePrecedence_data()
     {
         QTest::addColumn<bool>("dark");
         QTest::addColumn<bool>("easter");
         QTest::addColumn<bool>("girly");
         QTest::addColumn<QRgb>("window");
-        QTest::addColumn<bool>("darkUI");
-        QTest::newRow("all: dark wins") << true << true << true << 0xFF666666u << true;
-        QTest::newRow("eastern over girly") << false << true << true << 0xFFA2FFA2u << true;
-        QTest::newRow("girly") << false << false << true << 0xFFA73F61u << true;
-        QTest::newRow("eastern alone") << false << true << false << 0xFFA2FFA2u << false;
-        QTest::newRow("light") << false << false << false << 0xFFD6D6D6u << false;
+        QTest::newRow("all: dark wins") << true << true << true << 0xFF666666u;
+        QTest::newRow("eastern over girly") << false << true << true << 0xFFA2FFA2u;
+        QTest::newRow("girly") << false << false << true << 0xFFA73F61u;
+        QTest::newRow("light") << false << false << false << 0xFFD6D6D6u;
     }
     void themePrecedence()
     {
@@ -64,11 +62,9 @@ private slots:
         QFETCH(bool, easter);
         QFETCH(bool, girly);
         QFETCH(QRgb, window);
-        QFETCH(bool, darkUI);
         fmStyle style(dark, easter, girly);
         QCOMPARE(style.standardPalette().color(QPalette::Active, QPalette::Window).rgba(), window);
         QCOMPARE(QApplication::palette().color(QPalette::Active, QPalette::Window).rgba(), window);
-        QCOMPARE(fmStyle::DarkUI(), darkUI);
     }
 
     // Catches a widget font keeping bold, italic, underline or strike-out.

@@ -52,48 +52,12 @@ QVariant bars(int mode, const QList<unsigned long long>& values, int count)
     return QVariant::fromValue(*b);
 }
 
-// Rows painted from the top in `color` in column x.
-int runFromTop(const QImage& image, int x, QRgb color)
-{
-    int n = 0;
-    while (n < image.height() && image.pixel(x, n) == color)
-        ++n;
-    return n;
-}
-
 } // namespace
 
 class tst_fmtreeviewdelegate : public QObject
 {
     Q_OBJECT
 private slots:
-    // Catches off-by-one lengths: a partial bar that looks full, or a small value that vanishes.
-    void percentLengths_data()
-    {
-        QTest::addColumn<int>("height");
-        QTest::addColumn<int>("percent");
-        QTest::addColumn<int>("lines");
-        QTest::newRow("1% shows 2 lines") << 15 << 1 << 2;
-        QTest::newRow("0% shows none") << 15 << 0 << 0;
-        QTest::newRow("99% is H-3") << 15 << 99 << 12;
-        QTest::newRow("100% is H-1") << 15 << 100 << 14;
-        QTest::newRow("over 100% as 100%") << 15 << 250 << 14;
-        QTest::newRow("3-pixel cell, 1%") << 3 << 1 << 0;
-    }
-    void percentLengths()
-    {
-        QFETCH(int, height);
-        QFETCH(int, percent);
-        QFETCH(int, lines);
-        const QImage image = paintCell(
-            20, height, {{fmtvRole::BGbars, bars(1, {quint64(percent), 0xFFFF0000, 0xFF0000FF}, 1)}});
-        for (int x = 1; x < 14; ++x) {
-            QCOMPARE(runFromTop(image, x, 0xFFFF0000), lines);
-            QCOMPARE(image.pixel(x, height - 1), 0xFF0000FFu);
-        }
-        QCOMPARE(image.pixel(14, 0), kCanvas); // columns stop at x + 13
-    }
-
     // Catches a wrong choice among the strip layouts or items spilling beyond Count.
     void stripLayouts_data()
     {
@@ -123,61 +87,61 @@ private slots:
         }
     }
 
-    // Catches a wrong correction when the two percents together fill the cell.
-    void twoPercents_data()
+    // Catches off-by-one lengths (a partial bar that looks full, a small value that vanishes), a
+    // wrong correction when two percents fill the cell together, a blend other than the red-only mix
+    // or segments out of order, and columns painted beyond x + 13.
+    void barColumns_data()
     {
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("second");
-        QTest::addColumn<int>("a");
-        QTest::addColumn<int>("b");
-        QTest::newRow("1% becomes 2") << 1 << 0 << 2 << 0;
-        QTest::newRow("a of 1 becomes 2") << 10 << 0 << 2 << 0;
-        QTest::newRow("complete") << 60 << 40 << 9 << 5;
-        QTest::newRow("negative a moves into b") << 0 << 99 << 0 << 12;
+        QTest::addColumn<int>("height");
+        QTest::addColumn<QVariant>("graph");
+        QTest::addColumn<QList<int>>("xs");    // pixel columns that look alike
+        QTest::addColumn<QList<uint>>("runs"); // colour, rows, colour, rows... from the top
+        const uint R = 0xFFFF0000, G = 0xFF00FF00, B = 0xFF0000FF, C8 = 0xFFC80000;
+        auto percent = [](int p) { return bars(1, {quint64(p), 0xFFFF0000, 0xFF0000FF}, 1); };
+        auto two = [](int a, int b) {
+            return bars(3, {quint64(a), quint64(b), 0xFFFF0000, 0xFF00FF00, 0xFF0000FF}, 5);
+        };
+        auto mixed = [](int count) { // items of 20 % and 80 % in turn
+            QList<unsigned long long> values;
+            for (int i = 0; i < count; ++i)
+                values << (i % 2 ? 80 : 20) << 0xFFC80000 << 0xFF0000FF;
+            return bars(1, values, count);
+        };
+        QList<int> all;
+        for (int x = 1; x <= 13; ++x)
+            all << x;
+        QTest::newRow("1% shows 2 lines") << 15 << percent(1) << all << QList<uint>{R, 2, B, 13};
+        QTest::newRow("0% shows none") << 15 << percent(0) << all << QList<uint>{B, 15};
+        QTest::newRow("99% is H-3") << 15 << percent(99) << all << QList<uint>{R, 12, B, 3};
+        QTest::newRow("100% is H-1") << 15 << percent(100) << all << QList<uint>{R, 14, B, 1};
+        QTest::newRow("over 100% as 100%") << 15 << percent(250) << all << QList<uint>{R, 14, B, 1};
+        QTest::newRow("3-pixel cell, 1%") << 3 << percent(1) << all << QList<uint>{B, 3};
+        QTest::newRow("nothing beyond x + 13")
+            << 15 << percent(100) << QList<int>{14} << QList<uint>{kCanvas, 15};
+        QTest::newRow("two: 1% becomes 2") << 15 << two(1, 0) << all << QList<uint>{R, 2, B, 13};
+        QTest::newRow("two: a of 1 becomes 2") << 15 << two(10, 0) << all << QList<uint>{R, 2, B, 13};
+        QTest::newRow("two: complete") << 15 << two(60, 40) << all << QList<uint>{R, 9, G, 5, B, 1};
+        QTest::newRow("two: negative a moves into b") << 15 << two(0, 99) << all << QList<uint>{G, 12, B, 3};
+        QTest::newRow("mix of two a column")
+            << 15 << mixed(15) << QList<int>{1} << QList<uint>{C8, 2, qRgb(210, 0, 0), 9, B, 4};
+        QTest::newRow("mix, the last item pairs with itself")
+            << 15 << mixed(15) << QList<int>{13} << QList<uint>{C8, 2, B, 13};
+        QTest::newRow("mix of three a column")
+            << 15 << mixed(29) << QList<int>{1} << QList<uint>{C8, 2, qRgb(207, 0, 0), 9, B, 4};
     }
-    void twoPercents()
+    void barColumns()
     {
-        QFETCH(int, first);
-        QFETCH(int, second);
-        QFETCH(int, a);
-        QFETCH(int, b);
-        const QImage image =
-            paintCell(20, 15,
-                      {{fmtvRole::BGbars,
-                        bars(3, {quint64(first), quint64(second), 0xFFFF0000, 0xFF00FF00, 0xFF0000FF}, 5)}});
-        for (int x : {1, 13}) {
-            for (int y = 0; y < 15; ++y) {
-                const QRgb expected = y < a ? 0xFFFF0000 : y < a + b ? 0xFF00FF00 : 0xFF0000FF;
-                QCOMPARE(image.pixel(x, y), expected);
-            }
-        }
-    }
-
-    // Catches a blended colour other than the red-only mix, and wrong segment order.
-    void mixedColumns_data()
-    {
-        QTest::addColumn<int>("count");
-        QTest::addColumn<int>("x");
-        QTest::addColumn<QRgb>("mix");
-        QTest::addColumn<QList<int>>("bounds"); // first colour ends, mix ends
-        QTest::newRow("two a column") << 15 << 1 << qRgb(210, 0, 0) << QList<int>{2, 11};
-        QTest::newRow("two, the last item pairs with itself")
-            << 15 << 13 << qRgb(210, 0, 0) << QList<int>{2, 2};
-        QTest::newRow("three a column") << 29 << 1 << qRgb(207, 0, 0) << QList<int>{2, 11};
-    }
-    void mixedColumns()
-    {
-        QFETCH(int, count);
-        QFETCH(int, x);
-        QFETCH(QRgb, mix);
-        QFETCH(QList<int>, bounds);
-        QList<unsigned long long> values;
-        for (int i = 0; i < count; ++i)
-            values << (i % 2 ? 80 : 20) << 0xFFC80000 << 0xFF0000FF;
-        const QImage image = paintCell(20, 15, {{fmtvRole::BGbars, bars(1, values, count)}});
-        for (int y = 0; y < 15; ++y) {
-            const QRgb expected = y < bounds[0] ? 0xFFC80000 : y < bounds[1] ? mix : 0xFF0000FF;
-            QCOMPARE(image.pixel(x, y), expected);
+        QFETCH(int, height);
+        QFETCH(QVariant, graph);
+        QFETCH(QList<int>, xs);
+        QFETCH(QList<uint>, runs);
+        const QImage image = paintCell(20, height, {{fmtvRole::BGbars, graph}});
+        for (int x : xs) {
+            int y = 0;
+            for (int k = 0; k + 1 < runs.size(); k += 2)
+                for (int n = 0; n < int(runs[k + 1]); ++n, ++y)
+                    QVERIFY2(image.pixel(x, y) == runs[k], qPrintable(u"x %1 y %2"_s.arg(x).arg(y)));
+            QCOMPARE(y, height);
         }
     }
 
