@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QThread>
@@ -17,9 +18,14 @@
 #include <QVariant>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <dlfcn.h>
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace {
@@ -50,6 +56,147 @@ QString insertJobsSql(int rows)
     return sql + QStringLiteral(" ON CONFLICT DO NOTHING");
 }
 
+const char* const kInsertJob =
+    "INSERT INTO fm_jobs (project, source_file, job_id, id_text, user_name, software, renderer, scene, "
+    "camera, "
+    "layer, date_send, date_finished, execution_seconds, frames, total_ps, ghz_hours, cost, errors) "
+    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO NOTHING";
+
+// True when the Qt driver runs on this program's SQLite library, so that its connection handle may
+// be used here. A driver with a copy of SQLite of its own (a Qt built with the bundled one) shares
+// no state with this one; its handle is then left to Qt. The driver object's first word points
+// into its class's virtual table, inside the driver's plugin (or program).
+bool driverUsesOurSqlite(const QSqlDriver* driver)
+{
+    Dl_info info{};
+    if (!driver || !dladdr(*reinterpret_cast<void* const*>(driver), &info) || !info.dli_fname) return false;
+    void* const plugin = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+    if (!plugin) return false;
+    const bool same = dlsym(plugin, "sqlite3_step") == reinterpret_cast<void*>(&sqlite3_step);
+    dlclose(plugin);
+    return same;
+}
+
+// The rows of a file into SQLite through the C interface, on the Qt connection's own handle and
+// inside its transaction: one prepared single-row insert, stepped once a job. The same values
+// reach the same columns as through QSqlQuery (which costs a QVariant, a placeholder name and a
+// hash lookup per value): integers as integers, reals as reals, a null QString as NULL, texts as
+// text. A text is bound again only when it differs from the row before (bindings outlast a
+// reset); an ASCII text goes in as UTF-8 from a buffer of its column, any other as its UTF-16
+// units, which SQLite converts as it converted Qt's.
+class SqliteRows
+{
+public:
+    // Null when the connection is no SQLite one this program can drive.
+    static std::unique_ptr<SqliteRows> open(QSqlDatabase& db, QString& error)
+    {
+        const QVariant h = db.driver()->handle();
+        if (!h.isValid() || qstrcmp(h.typeName(), "sqlite3*") != 0 || !driverUsesOurSqlite(db.driver()))
+            return nullptr;
+        sqlite3* const handle = *static_cast<sqlite3* const*>(h.constData());
+        if (!handle) return nullptr;
+        auto rows = std::unique_ptr<SqliteRows>(new SqliteRows(handle));
+        if (sqlite3_prepare_v3(handle, kInsertJob, -1, SQLITE_PREPARE_PERSISTENT, &rows->Insert, nullptr) !=
+            SQLITE_OK) {
+            error = rows->why(QStringLiteral("Unable to execute statement"));
+            return nullptr;
+        }
+        return rows;
+    }
+    ~SqliteRows() { sqlite3_finalize(Insert); }
+    SqliteRows(const SqliteRows&) = delete;
+    SqliteRows& operator=(const SqliteRows&) = delete;
+
+    // Inserts the jobs of one file; `inserted` counts the rows written (a job that stands in
+    // another file of the project is not). False with `error` set when a statement failed.
+    bool insert(const fmSqlFile& file, const QList<fmSqlJob>& jobs, double costPerGhzHour,
+                long long& inserted, QString& error)
+    {
+        inserted = 0;
+        for (const fmSqlJob& job : jobs) {
+            const double cost = job.GhzHours * costPerGhzHour;
+            fmSqlDatabase::timeChars(job.DateSend, Sent);
+            if (job.DateFinished > 0) fmSqlDatabase::timeChars(job.DateFinished, Finished);
+            // Columns 1 to 18 as the statement names them.
+            const bool bound =
+                text(0, 1, file.Project) && text(1, 2, file.RelPath) &&
+                ok(sqlite3_bind_int64(Insert, 3, job.JobID)) && text(2, 4, job.IdText) &&
+                text(3, 5, job.UserName) && text(4, 6, job.Software) && text(5, 7, job.Renderer) &&
+                text(6, 8, job.Scene) && text(7, 9, job.Camera) && text(8, 10, job.Layer) &&
+                ok(sqlite3_bind_text(Insert, 11, Sent, 20, SQLITE_STATIC)) &&
+                // A job without a finish time has none in the database either.
+                ok(job.DateFinished > 0 ? sqlite3_bind_text(Insert, 12, Finished, 20, SQLITE_STATIC)
+                                        : sqlite3_bind_null(Insert, 12)) &&
+                ok(sqlite3_bind_int64(Insert, 13, job.ExecutionSeconds)) &&
+                ok(sqlite3_bind_int(Insert, 14, job.Frames)) &&
+                ok(sqlite3_bind_int64(Insert, 15, job.TotalPS)) &&
+                ok(sqlite3_bind_double(Insert, 16, job.GhzHours)) &&
+                ok(sqlite3_bind_double(Insert, 17, std::isfinite(cost) ? cost : 0.0)) &&
+                ok(sqlite3_bind_int(Insert, 18, job.Errors));
+            if (!bound) {
+                error = why(QStringLiteral("Unable to bind parameters"));
+                return false;
+            }
+            const int rc = sqlite3_step(Insert);
+            if (rc != SQLITE_DONE) {
+                sqlite3_reset(Insert);
+                error = why(QStringLiteral("Unable to fetch row"));
+                return false;
+            }
+            inserted += sqlite3_changes(Db); // 0: the job stands in another file
+            sqlite3_reset(Insert);
+        }
+        return true;
+    }
+
+private:
+    explicit SqliteRows(sqlite3* db) : Db(db) {}
+
+    static bool ok(int rc) { return rc == SQLITE_OK; }
+
+    // The driver's message as QSqlError::text() gives it: SQLite's text, then what failed.
+    QString why(const QString& what) const
+    {
+        return QString::fromUtf8(sqlite3_errmsg(Db)) + QLatin1Char(' ') + what;
+    }
+
+    // Binds text column `column` (slot `slot` of the row's texts) unless it holds this text already.
+    bool text(int slot, int column, const QString& s)
+    {
+        TextSlot& t = Texts[slot];
+        if (t.Bound && s.isNull() == t.Value.isNull() && s.size() == t.Value.size() &&
+            (s.constData() == t.Value.constData() || s == t.Value))
+            return true;
+        t.Value = s;
+        t.Bound = false;
+        if (s.isNull()) return t.Bound = ok(sqlite3_bind_null(Insert, column));
+        const char16_t* units = reinterpret_cast<const char16_t*>(s.utf16());
+        const qsizetype n = s.size();
+        bool ascii = true;
+        for (qsizetype i = 0; i < n && ascii; ++i)
+            ascii = units[i] < 0x80;
+        if (!ascii)
+            return t.Bound = ok(sqlite3_bind_text16(Insert, column, units, int(n * 2), SQLITE_STATIC));
+        t.Utf8.resize(size_t(n));
+        for (qsizetype i = 0; i < n; ++i)
+            t.Utf8[size_t(i)] = char(units[i]);
+        return t.Bound = ok(sqlite3_bind_text(Insert, column, t.Utf8.data(), int(n), SQLITE_STATIC));
+    }
+
+    // A text bound to the statement: the QString keeps the units alive that SQLite may point to.
+    struct TextSlot
+    {
+        QString Value;
+        std::string Utf8;
+        bool Bound = false;
+    };
+
+    sqlite3* Db;
+    sqlite3_stmt* Insert = nullptr;
+    TextSlot Texts[9]; // project, source_file, id_text, user_name, software, renderer, scene, camera, layer
+    char Sent[20], Finished[20];
+};
+
 const char* const kUpsertFile =
     "INSERT INTO fm_files (path, size, mtime, jobs, synced_at) VALUES (?, ?, ?, ?, ?) "
     "ON CONFLICT (path) DO UPDATE SET size = excluded.size, mtime = excluded.mtime, jobs = excluded.jobs, "
@@ -68,8 +215,12 @@ public:
 
     bool prepare()
     {
+        if (Db.kind() == fmSqlDatabase::SQLite) {
+            Rows = SqliteRows::open(Db.db(), Report.DatabaseError);
+            if (!Report.DatabaseError.isEmpty()) return false;
+        }
         return prepared(DeleteRows, QStringLiteral("DELETE FROM fm_jobs WHERE source_file = ?")) &&
-               prepared(InsertJobs, insertJobsSql(RowsPerInsert)) &&
+               (Rows || prepared(InsertJobs, insertJobsSql(RowsPerInsert))) &&
                prepared(UpsertFile, QString::fromLatin1(kUpsertFile)) &&
                prepared(DeleteFile, QStringLiteral("DELETE FROM fm_files WHERE path = ?"));
     }
@@ -108,7 +259,24 @@ public:
         DeleteRows.addBindValue(file.RelPath);
         if (!DeleteRows.exec()) return rollback(DeleteRows);
         deleted = std::max(0, DeleteRows.numRowsAffected());
+        if (!insertRows(file, jobs, inserted)) return false;
+        UpsertFile.addBindValue(file.RelPath);
+        UpsertFile.addBindValue(size);
+        UpsertFile.addBindValue(mtime);
+        UpsertFile.addBindValue(int(jobs.size()));
+        UpsertFile.addBindValue(fmSqlDatabase::timeText(QDateTime::currentSecsSinceEpoch()));
+        if (!UpsertFile.exec()) return rollback(UpsertFile);
+        return commit(file.RelPath);
+    }
+
+    // The file's rows, inside its transaction; rolled back on failure.
+    bool insertRows(const fmSqlFile& file, const QList<fmSqlJob>& jobs, long long& inserted)
+    {
         inserted = 0;
+        if (Rows) {
+            QString why;
+            return Rows->insert(file, jobs, Options.CostPerGhzHour, inserted, why) || rollback(why);
+        }
         QSqlQuery tail(Db.db());
         for (qsizetype first = 0; first < jobs.size(); first += RowsPerInsert) {
             const int n = int(std::min<qsizetype>(RowsPerInsert, jobs.size() - first));
@@ -119,13 +287,7 @@ public:
             if (!q.exec()) return rollback(q);
             inserted += std::max(0, q.numRowsAffected()); // fewer: jobs that stand in another file
         }
-        UpsertFile.addBindValue(file.RelPath);
-        UpsertFile.addBindValue(size);
-        UpsertFile.addBindValue(mtime);
-        UpsertFile.addBindValue(int(jobs.size()));
-        UpsertFile.addBindValue(fmSqlDatabase::timeText(QDateTime::currentSecsSinceEpoch()));
-        if (!UpsertFile.exec()) return rollback(UpsertFile);
-        return commit(file.RelPath);
+        return true;
     }
 
     bool removeFile(const QString& relPath, long long& deleted)
@@ -177,9 +339,9 @@ private:
         return false;
     }
 
-    bool rollback(const QSqlQuery& q)
+    bool rollback(const QSqlQuery& q) { return rollback(q.lastError().text()); }
+    bool rollback(const QString& why)
     {
-        const QString why = q.lastError().text();
         Db.db().rollback();
         Report.DatabaseError = why;
         return false;
@@ -201,6 +363,7 @@ private:
     const fmSqlSyncOptions& Options;
     fmSqlSyncReport& Report;
     QSqlQuery DeleteRows, InsertJobs, UpsertFile, DeleteFile;
+    std::unique_ptr<SqliteRows> Rows; // SQLite's rows; null: through InsertJobs
 };
 
 // A file to read and write, with its size and time as seen before the read.
