@@ -1,1 +1,2 @@
 fm_add_fuzzer(fuzz_loadfilejobs fuzz_loadfilejobs.cpp)
+fm_add_fuzzer(fuzz_inflate fuzz_inflate.cpp)

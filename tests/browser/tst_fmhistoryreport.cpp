@@ -4,6 +4,7 @@
 #include "joblist_fixtures.h"
 
 #include "browser/fmhistoryreport.h"
+#include "jobs/fminflate.h"
 #include "jobs/fmjobframe.h"
 
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <zlib.h>
 
 #include <ctime>
+#include <random>
 #include <vector>
 
 using jlfix::ReportFields;
@@ -232,6 +234,80 @@ private slots:
         QCOMPARE(code, uncompress(zlib.data(), &len, in, uLong(body.size())));
         QCOMPARE(n, uint32_t(len));
         QVERIFY(std::equal(mine.begin(), mine.begin() + n, zlib.begin()));
+    }
+
+    // The fast decoder against zlib's raw inflate: every stream zlib takes it takes too, with the
+    // same bytes and the same end, and no damaged stream passes it that zlib refuses. Each row is
+    // one way of compressing; each is then cut, bit-flipped and overwritten at seeded places.
+    void fastInflateAsZlib_data()
+    {
+        QTest::addColumn<QByteArray>("raw");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("strategy");
+        const QByteArray record = jlfix::bytesOf(*jlfix::makeRecord(5));
+        QByteArray noise(20000, '\0');
+        std::mt19937 gen(7);
+        for (char& c : noise)
+            c = char(gen() % 7 == 0 ? gen() : 'x');
+        QTest::newRow("record, default") << record << Z_DEFAULT_COMPRESSION << int(Z_DEFAULT_STRATEGY);
+        QTest::newRow("record, best") << record << 9 << int(Z_DEFAULT_STRATEGY);
+        QTest::newRow("record, stored blocks") << record << 0 << int(Z_DEFAULT_STRATEGY);
+        QTest::newRow("record, fixed codes") << record << 6 << int(Z_FIXED);
+        QTest::newRow("record, runs only") << record << 6 << int(Z_RLE);
+        QTest::newRow("noise, literals only") << noise << 6 << int(Z_HUFFMAN_ONLY);
+        QTest::newRow("noise, fast") << noise << 1 << int(Z_DEFAULT_STRATEGY);
+        QTest::newRow("beyond the output room") << record + record << 6 << int(Z_DEFAULT_STRATEGY);
+        QTest::newRow("nothing") << QByteArray() << 6 << int(Z_DEFAULT_STRATEGY);
+    }
+    void fastInflateAsZlib()
+    {
+        QFETCH(QByteArray, raw);
+        QFETCH(int, level);
+        QFETCH(int, strategy);
+        z_stream c{};
+        QCOMPARE(deflateInit2(&c, level, Z_DEFLATED, -15, 8, strategy), Z_OK);
+        QByteArray packed(int(deflateBound(&c, uLong(raw.size()))), '\0');
+        c.next_in = reinterpret_cast<Bytef*>(raw.data());
+        c.avail_in = uInt(raw.size());
+        c.next_out = reinterpret_cast<Bytef*>(packed.data());
+        c.avail_out = uInt(packed.size());
+        QCOMPARE(deflate(&c, Z_FINISH), Z_STREAM_END);
+        packed.resize(qsizetype(c.total_out));
+        deflateEnd(&c);
+
+        const size_t room = fmJ::_JobList::ReadLimit;
+        std::vector<unsigned char> mine(room), theirs(room);
+        auto agree = [&](const QByteArray& in, bool mustTake) {
+            const auto* bytes = reinterpret_cast<const unsigned char*>(in.constData());
+            size_t made = 0, used = 0;
+            const bool fast =
+                fmJ::frame::inflateRawFast(bytes, size_t(in.size()), mine.data(), room, made, used);
+            z_stream d{};
+            inflateInit2(&d, -15);
+            d.next_in = const_cast<Bytef*>(bytes);
+            d.avail_in = uInt(in.size());
+            d.next_out = theirs.data();
+            d.avail_out = uInt(room);
+            const bool zlib = inflate(&d, Z_FINISH) == Z_STREAM_END;
+            inflateEnd(&d);
+            if (mustTake && !fast) return false;
+            if (fast != zlib) return false;
+            return !fast || (made == d.total_out && used == d.total_in &&
+                             std::equal(mine.begin(), mine.begin() + qsizetype(made), theirs.begin()));
+        };
+        QVERIFY(agree(packed, raw.size() <= qsizetype(room)));
+        std::mt19937 gen(uint32_t(level * 31 + strategy));
+        for (int i = 0; i < 400 && !packed.isEmpty(); ++i) {
+            QByteArray bad = packed;
+            const qsizetype at = qsizetype(gen() % uint32_t(bad.size()));
+            if (i % 3 == 0)
+                bad.truncate(at);
+            else if (i % 3 == 1)
+                bad[at] = char(bad[at] ^ (1 << (gen() % 8)));
+            else
+                bad[at] = char(gen());
+            QVERIFY2(agree(bad, false), qPrintable(QStringLiteral("damage %1 at byte %2").arg(i).arg(at)));
+        }
     }
 };
 
