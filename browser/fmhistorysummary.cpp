@@ -162,7 +162,8 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
 {
     fmHistoryFileSummary out;
     out.File = file;
-    fmRecordTexts texts;
+    // A table a column: the small ones (users, programs) stay in the processor's cache.
+    fmRecordTexts users, programs, renderers, scenes, cameras, layers;
     fmJ::_ClientSpeed none{0.0f, 0};
     const fmJ::_ClientSpeed* speedData = speeds.empty() ? &none : speeds.data();
     const int speedCount = int(std::min<size_t>(speeds.size(), size_t(fmJ::JobClients_Max)));
@@ -174,12 +175,12 @@ fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSp
             if (rec) {
                 s.JobID = rec->JobID;
                 s.IdText = fmJ::ID2strFull(rec->JobID);
-                s.User = texts.get(rec->UserName);
-                s.Software = texts.get(rec->Software);
-                s.Renderer = texts.get(rec->Renderer);
-                s.Scene = texts.get(rec->SceneName);
-                s.Camera = texts.get(rec->Camera);
-                s.Layer = texts.get(rec->Layer);
+                s.User = users.get(rec->UserName);
+                s.Software = programs.get(rec->Software);
+                s.Renderer = renderers.get(rec->Renderer);
+                s.Scene = scenes.get(rec->SceneName);
+                s.Camera = cameras.get(rec->Camera);
+                s.Layer = layers.get(rec->Layer);
                 s.DateSend = rec->DateSend.t;
                 s.DateFinished = rec->DateFinished.t;
                 s.ExecutionTime = rec->ExecutionTime;

@@ -30,7 +30,9 @@ bool fmSqlSummarySource::readFile(const QString& path, QList<fmSqlJob>& jobs, QS
     jobs.clear();
     error.clear();
     jobs.reserve(qsizetype(std::min<qint64>(QFileInfo(path).size() / 1500 + 1, 100000)));
-    fmRecordTexts texts;
+    // A table a column: the small ones (users, programs) stay in the processor's cache. Scenes
+    // mostly differ from job to job: a table of them would cost more than the copies it saves.
+    fmRecordTexts users, programs, renderers, cameras, layers;
     const fmJ::_ClientSpeed none{0.0f, 0};
     const fmJ::_ClientSpeed* speedData = Speeds.empty() ? &none : Speeds.data();
     const int speedCount = int(std::min<size_t>(Speeds.size(), size_t(fmJ::JobClients_Max)));
@@ -49,12 +51,12 @@ bool fmSqlSummarySource::readFile(const QString& path, QList<fmSqlJob>& jobs, QS
         fmSqlJob& r = jobs.emplace_back();
         r.JobID = int64_t(rec->JobID);
         r.IdText = fmJ::ID2str(rec->JobID);
-        r.UserName = texts.get(rec->UserName);
-        r.Software = texts.get(rec->Software);
-        r.Renderer = texts.get(rec->Renderer);
-        r.Scene = texts.get(rec->SceneName);
-        r.Camera = texts.get(rec->Camera);
-        r.Layer = texts.get(rec->Layer);
+        r.UserName = users.get(rec->UserName);
+        r.Software = programs.get(rec->Software);
+        r.Renderer = renderers.get(rec->Renderer);
+        r.Scene = rec->SceneName.toQString();
+        r.Camera = cameras.get(rec->Camera);
+        r.Layer = layers.get(rec->Layer);
         r.DateSend = clampTime(rec->DateSend.t);
         r.DateFinished = clampTime(rec->DateFinished.t);
         r.ExecutionSeconds = clampU64(rec->ExecutionTime);

@@ -58,9 +58,8 @@ QString insertJobsSql(int rows)
 
 const char* const kInsertJob =
     "INSERT INTO fm_jobs (project, source_file, job_id, id_text, user_name, software, renderer, scene, "
-    "camera, "
-    "layer, date_send, date_finished, execution_seconds, frames, total_ps, ghz_hours, cost, errors) "
-    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO NOTHING";
+    "camera, layer, date_send, date_finished, execution_seconds, frames, total_ps, ghz_hours, cost, "
+    "errors) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO NOTHING";
 
 // True when the Qt driver runs on this program's SQLite library, so that its connection handle may
 // be used here. A driver with a copy of SQLite of its own (a Qt built with the bundled one) shares
@@ -170,13 +169,14 @@ private:
         t.Value = s;
         t.Bound = false;
         if (s.isNull()) return t.Bound = ok(sqlite3_bind_null(Insert, column));
-        const char16_t* units = reinterpret_cast<const char16_t*>(s.utf16());
+        const char16_t* units = reinterpret_cast<const char16_t*>(s.constData());
         const qsizetype n = s.size();
         bool ascii = true;
         for (qsizetype i = 0; i < n && ascii; ++i)
             ascii = units[i] < 0x80;
         if (!ascii)
             return t.Bound = ok(sqlite3_bind_text16(Insert, column, units, int(n * 2), SQLITE_STATIC));
+        // From the column's buffer even when empty: a null pointer would bind NULL.
         t.Utf8.resize(size_t(n));
         for (qsizetype i = 0; i < n; ++i)
             t.Utf8[size_t(i)] = char(units[i]);
