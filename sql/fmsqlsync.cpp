@@ -22,6 +22,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -56,11 +57,6 @@ QString insertJobsSql(int rows)
     return sql + QStringLiteral(" ON CONFLICT DO NOTHING");
 }
 
-const char* const kInsertJob =
-    "INSERT INTO fm_jobs (project, source_file, job_id, id_text, user_name, software, renderer, scene, "
-    "camera, layer, date_send, date_finished, execution_seconds, frames, total_ps, ghz_hours, cost, "
-    "errors) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO NOTHING";
-
 // True when the Qt driver runs on this program's SQLite library, so that its connection handle may
 // be used here. A driver with a copy of SQLite of its own (a Qt built with the bundled one) shares
 // no state with this one; its handle is then left to Qt. The driver object's first word points
@@ -77,15 +73,18 @@ bool driverUsesOurSqlite(const QSqlDriver* driver)
 }
 
 // The rows of a file into SQLite through the C interface, on the Qt connection's own handle and
-// inside its transaction: one prepared single-row insert, stepped once a job. The same values
-// reach the same columns as through QSqlQuery (which costs a QVariant, a placeholder name and a
-// hash lookup per value): integers as integers, reals as reals, a null QString as NULL, texts as
-// text. A text is bound again only when it differs from the row before (bindings outlast a
-// reset); an ASCII text goes in as UTF-8 from a buffer of its column, any other as its UTF-16
-// units, which SQLite converts as it converted Qt's.
+// inside its transaction. The same values reach the same columns as through QSqlQuery (which costs
+// a QVariant, a placeholder name and a hash lookup per value): integers as integers, reals as
+// reals, a null QString as NULL, texts as text. Rows go in statements of RowsPerStep (one step
+// serves them all, about half a row's cost in SQLite), the rest one by one; project and source
+// file are the parameters ?1 and ?2 of every row. A text is bound again only when it differs from
+// the one its parameter holds (bindings outlast a reset); an ASCII text goes in as UTF-8 from a
+// buffer of its parameter, any other as its UTF-16 units, which SQLite converts as it did Qt's.
 class SqliteRows
 {
 public:
+    static constexpr int RowsPerStep = 32;
+
     // Null when the connection is no SQLite one this program can drive.
     static std::unique_ptr<SqliteRows> open(QSqlDatabase& db, QString& error)
     {
@@ -95,14 +94,12 @@ public:
         sqlite3* const handle = *static_cast<sqlite3* const*>(h.constData());
         if (!handle) return nullptr;
         auto rows = std::unique_ptr<SqliteRows>(new SqliteRows(handle));
-        if (sqlite3_prepare_v3(handle, kInsertJob, -1, SQLITE_PREPARE_PERSISTENT, &rows->Insert, nullptr) !=
-            SQLITE_OK) {
+        if (!rows->One.prepare(handle, 1) || !rows->Many.prepare(handle, RowsPerStep)) {
             error = rows->why(QStringLiteral("Unable to execute statement"));
             return nullptr;
         }
         return rows;
     }
-    ~SqliteRows() { sqlite3_finalize(Insert); }
     SqliteRows(const SqliteRows&) = delete;
     SqliteRows& operator=(const SqliteRows&) = delete;
 
@@ -112,38 +109,23 @@ public:
                 long long& inserted, QString& error)
     {
         inserted = 0;
-        for (const fmSqlJob& job : jobs) {
-            const double cost = job.GhzHours * costPerGhzHour;
-            fmSqlDatabase::timeChars(job.DateSend, Sent);
-            if (job.DateFinished > 0) fmSqlDatabase::timeChars(job.DateFinished, Finished);
-            // Columns 1 to 18 as the statement names them.
-            const bool bound =
-                text(0, 1, file.Project) && text(1, 2, file.RelPath) &&
-                ok(sqlite3_bind_int64(Insert, 3, job.JobID)) && text(2, 4, job.IdText) &&
-                text(3, 5, job.UserName) && text(4, 6, job.Software) && text(5, 7, job.Renderer) &&
-                text(6, 8, job.Scene) && text(7, 9, job.Camera) && text(8, 10, job.Layer) &&
-                ok(sqlite3_bind_text(Insert, 11, Sent, 20, SQLITE_STATIC)) &&
-                // A job without a finish time has none in the database either.
-                ok(job.DateFinished > 0 ? sqlite3_bind_text(Insert, 12, Finished, 20, SQLITE_STATIC)
-                                        : sqlite3_bind_null(Insert, 12)) &&
-                ok(sqlite3_bind_int64(Insert, 13, job.ExecutionSeconds)) &&
-                ok(sqlite3_bind_int(Insert, 14, job.Frames)) &&
-                ok(sqlite3_bind_int64(Insert, 15, job.TotalPS)) &&
-                ok(sqlite3_bind_double(Insert, 16, job.GhzHours)) &&
-                ok(sqlite3_bind_double(Insert, 17, std::isfinite(cost) ? cost : 0.0)) &&
-                ok(sqlite3_bind_int(Insert, 18, job.Errors));
+        for (qsizetype first = 0; first < jobs.size();) {
+            Statement& st = jobs.size() - first >= RowsPerStep ? Many : One;
+            bool bound = st.text(0, 1, file.Project) && st.text(1, 2, file.RelPath);
+            for (int k = 0; k < st.Rows && bound; ++k)
+                bound = st.bindRow(k, jobs[first + k], costPerGhzHour);
             if (!bound) {
                 error = why(QStringLiteral("Unable to bind parameters"));
                 return false;
             }
-            const int rc = sqlite3_step(Insert);
-            if (rc != SQLITE_DONE) {
-                sqlite3_reset(Insert);
+            if (sqlite3_step(st.Stmt) != SQLITE_DONE) {
                 error = why(QStringLiteral("Unable to fetch row"));
+                sqlite3_reset(st.Stmt);
                 return false;
             }
-            inserted += sqlite3_changes(Db); // 0: the job stands in another file
-            sqlite3_reset(Insert);
+            sqlite3_reset(st.Stmt);
+            inserted += sqlite3_changes(Db); // fewer: jobs that stand in another file
+            first += st.Rows;
         }
         return true;
     }
@@ -159,31 +141,7 @@ private:
         return QString::fromUtf8(sqlite3_errmsg(Db)) + QLatin1Char(' ') + what;
     }
 
-    // Binds text column `column` (slot `slot` of the row's texts) unless it holds this text already.
-    bool text(int slot, int column, const QString& s)
-    {
-        TextSlot& t = Texts[slot];
-        if (t.Bound && s.isNull() == t.Value.isNull() && s.size() == t.Value.size() &&
-            (s.constData() == t.Value.constData() || s == t.Value))
-            return true;
-        t.Value = s;
-        t.Bound = false;
-        if (s.isNull()) return t.Bound = ok(sqlite3_bind_null(Insert, column));
-        const char16_t* units = reinterpret_cast<const char16_t*>(s.constData());
-        const qsizetype n = s.size();
-        bool ascii = true;
-        for (qsizetype i = 0; i < n && ascii; ++i)
-            ascii = units[i] < 0x80;
-        if (!ascii)
-            return t.Bound = ok(sqlite3_bind_text16(Insert, column, units, int(n * 2), SQLITE_STATIC));
-        // From the column's buffer even when empty: a null pointer would bind NULL.
-        t.Utf8.resize(size_t(n));
-        for (qsizetype i = 0; i < n; ++i)
-            t.Utf8[size_t(i)] = char(units[i]);
-        return t.Bound = ok(sqlite3_bind_text(Insert, column, t.Utf8.data(), int(n), SQLITE_STATIC));
-    }
-
-    // A text bound to the statement: the QString keeps the units alive that SQLite may point to.
+    // A text bound to a parameter: the QString keeps alive the units SQLite may point to.
     struct TextSlot
     {
         QString Value;
@@ -191,10 +149,92 @@ private:
         bool Bound = false;
     };
 
+    // An insert of `Rows` rows: ?1 project, ?2 source file, then 16 parameters a row.
+    struct Statement
+    {
+        static constexpr int PerRow = 16;
+        static constexpr int TextsPerRow = 7; // id_text, user_name .. layer
+
+        sqlite3_stmt* Stmt = nullptr;
+        int Rows = 0;
+        std::vector<TextSlot> Texts;             // 2 + TextsPerRow a row
+        std::vector<std::array<char, 40>> Times; // date_send, date_finished of each row
+
+        ~Statement() { sqlite3_finalize(Stmt); }
+
+        bool prepare(sqlite3* db, int rows)
+        {
+            std::string sql =
+                "INSERT INTO fm_jobs (project, source_file, job_id, id_text, user_name, software, "
+                "renderer, scene, camera, layer, date_send, date_finished, execution_seconds, "
+                "frames, total_ps, ghz_hours, cost, errors) VALUES ";
+            for (int k = 0; k < rows; ++k) {
+                sql += k ? ", (?1, ?2" : "(?1, ?2";
+                for (int c = 0; c < PerRow; ++c)
+                    sql += ", ?" + std::to_string(3 + k * PerRow + c);
+                sql += ')';
+            }
+            sql += " ON CONFLICT DO NOTHING";
+            Rows = rows;
+            Texts.resize(size_t(2 + TextsPerRow * rows));
+            Times.resize(size_t(rows));
+            return ok(sqlite3_prepare_v3(db, sql.c_str(), int(sql.size()), SQLITE_PREPARE_PERSISTENT, &Stmt,
+                                         nullptr));
+        }
+
+        // Row k's parameters from ?(3 + 16 k), in the columns' order.
+        bool bindRow(int k, const fmSqlJob& job, double costPerGhzHour)
+        {
+            const int p = 3 + k * PerRow;
+            const int t = 2 + k * TextsPerRow;
+            char* const sent = Times[size_t(k)].data();
+            char* const finished = sent + 20;
+            fmSqlDatabase::timeChars(job.DateSend, sent);
+            if (job.DateFinished > 0) fmSqlDatabase::timeChars(job.DateFinished, finished);
+            const double cost = job.GhzHours * costPerGhzHour;
+            return ok(sqlite3_bind_int64(Stmt, p, job.JobID)) && text(t, p + 1, job.IdText) &&
+                   text(t + 1, p + 2, job.UserName) && text(t + 2, p + 3, job.Software) &&
+                   text(t + 3, p + 4, job.Renderer) && text(t + 4, p + 5, job.Scene) &&
+                   text(t + 5, p + 6, job.Camera) && text(t + 6, p + 7, job.Layer) &&
+                   ok(sqlite3_bind_text(Stmt, p + 8, sent, 20, SQLITE_STATIC)) &&
+                   // A job without a finish time has none in the database either.
+                   ok(job.DateFinished > 0 ? sqlite3_bind_text(Stmt, p + 9, finished, 20, SQLITE_STATIC)
+                                           : sqlite3_bind_null(Stmt, p + 9)) &&
+                   ok(sqlite3_bind_int64(Stmt, p + 10, job.ExecutionSeconds)) &&
+                   ok(sqlite3_bind_int(Stmt, p + 11, job.Frames)) &&
+                   ok(sqlite3_bind_int64(Stmt, p + 12, job.TotalPS)) &&
+                   ok(sqlite3_bind_double(Stmt, p + 13, job.GhzHours)) &&
+                   ok(sqlite3_bind_double(Stmt, p + 14, std::isfinite(cost) ? cost : 0.0)) &&
+                   ok(sqlite3_bind_int(Stmt, p + 15, job.Errors));
+        }
+
+        // Binds parameter `param` (text slot `slot`) unless it holds this text already.
+        bool text(int slot, int param, const QString& s)
+        {
+            TextSlot& t = Texts[size_t(slot)];
+            if (t.Bound && s.isNull() == t.Value.isNull() && s.size() == t.Value.size() &&
+                (s.constData() == t.Value.constData() || s == t.Value))
+                return true;
+            t.Value = s;
+            t.Bound = false;
+            if (s.isNull()) return t.Bound = ok(sqlite3_bind_null(Stmt, param));
+            const char16_t* units = reinterpret_cast<const char16_t*>(s.constData());
+            const qsizetype n = s.size();
+            bool ascii = true;
+            for (qsizetype i = 0; i < n && ascii; ++i)
+                ascii = units[i] < 0x80;
+            if (!ascii)
+                return t.Bound = ok(sqlite3_bind_text16(Stmt, param, units, int(n * 2), SQLITE_STATIC));
+            // From the parameter's buffer even when empty: a null pointer would bind NULL.
+            t.Utf8.resize(size_t(n));
+            for (qsizetype i = 0; i < n; ++i)
+                t.Utf8[size_t(i)] = char(units[i]);
+            return t.Bound = ok(sqlite3_bind_text(Stmt, param, t.Utf8.data(), int(n), SQLITE_STATIC));
+        }
+    };
+
     sqlite3* Db;
-    sqlite3_stmt* Insert = nullptr;
-    TextSlot Texts[9]; // project, source_file, id_text, user_name, software, renderer, scene, camera, layer
-    char Sent[20], Finished[20];
+    Statement One, Many;
 };
 
 const char* const kUpsertFile =

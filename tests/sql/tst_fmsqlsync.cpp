@@ -233,6 +233,26 @@ private slots:
         QCOMPARE(counts(sync(again)), QStringLiteral("rows 3/0/0 files 2/1/0 failed 0"));
     }
 
+    // An SQLite insert fails inside a file's transaction: the run stops with SQLite's message, that
+    // file has neither rows nor an fm_files row, and the next run writes it.
+    void sqliteInsertFails()
+    {
+        fmSqlDatabase db;
+        open(db, QStringLiteral("sqlite"));
+        QVERIFY(QSqlQuery(db.db()).exec(
+            QStringLiteral("CREATE TRIGGER stop BEFORE INSERT ON fm_jobs WHEN NEW.user_name = 'user11' "
+                           "BEGIN SELECT RAISE(ABORT, 'no user11'); END")));
+        const fmSqlSyncReport r = sync(db);
+        QCOMPARE(r.DatabaseError, QStringLiteral("no user11 Unable to fetch row"));
+        QCOMPARE(counts(r), QStringLiteral("rows 4/0/0 files 2/0/0 failed 0"));
+        QCOMPARE(
+            results(db.db(), QStringLiteral("SELECT COUNT(*) FROM fm_jobs WHERE source_file = 'beta.db61' "
+                                            "UNION ALL SELECT COUNT(*) FROM fm_files")),
+            QStringList({"0", "2"}));
+        QVERIFY(QSqlQuery(db.db()).exec(QStringLiteral("DROP TRIGGER stop")));
+        QCOMPARE(counts(sync(db)), QStringLiteral("rows 2/0/0 files 1/2/0 failed 0"));
+    }
+
     void console_data()
     {
         QTest::addColumn<QStringList>("args");
