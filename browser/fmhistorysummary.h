@@ -17,6 +17,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 // One database file of the history, as the folder listing found it.
@@ -74,6 +75,55 @@ QList<fmHistoryFile> fmListHistoryFiles(const QString& historyFolder);
 fmHistoryFileSummary fmSummarizeFile(const fmHistoryFile& file, const fmClientSpeeds& speeds,
                                      const std::atomic<bool>* cancel = nullptr,
                                      std::atomic<qint64>* bytesDone = nullptr);
+
+// What reading one file frame by frame found besides its jobs.
+struct fmHistoryFileScan
+{
+    int FailedFrames = 0; // frames that failed to read, inflate or pass the plausibility checks
+    QString Error;        // why the file could not be read to its end; empty when it was
+};
+
+// Reads one file frame by frame and hands each job to `onJob`, in frame order: its record, upgraded
+// to the current layout and valid during the call only, or null for a frame the loader keeps as an
+// empty job. `cancel` and `bytesDone` as for fmSummarizeFile. fmSummarizeFile reads through this;
+// a reader that needs other values of a job than a summary's makes them here, once.
+fmHistoryFileScan fmScanHistoryFile(const QString& path,
+                                    const std::function<void(const fmJ::_jobsHistoryDB*)>& onJob,
+                                    const std::atomic<bool>* cancel = nullptr,
+                                    std::atomic<qint64>* bytesDone = nullptr);
+
+// The texts of one file's records, each converted once: a text is looked up by its raw UTF-16
+// units and made a QString (toQString(), as the loader makes it) only the first time it is seen.
+// The repeats then share that string, and a repeated text costs a hash of its units, no copy.
+class fmRecordTexts
+{
+public:
+    template <int N> QString get(const fmString<N>& s)
+    {
+        const char* const bytes = reinterpret_cast<const char*>(s.Data);
+        const uint32_t n = uint32_t(s.len()) * 2;
+        const uint64_t h = hash(bytes, n);
+        if (const QString* seen = find(h, bytes, n)) return *seen;
+        return add(h, bytes, n, s.toQString());
+    }
+
+private:
+    struct Slot
+    {
+        uint64_t Hash = 0;
+        size_t At = 0; // the key's bytes in Keys
+        uint32_t Len = 0;
+        QString Text;
+        bool Used = false;
+    };
+    static uint64_t hash(const char* bytes, uint32_t n);
+    const QString* find(uint64_t h, const char* bytes, uint32_t n) const;
+    QString add(uint64_t h, const char* bytes, uint32_t n, const QString& text);
+
+    std::vector<Slot> Slots; // open addressing; a power of two, at most half used
+    std::string Keys;        // the raw units of every text seen, one after another
+    size_t Used = 0;
+};
 
 // Summaries of single files in a folder of this machine, one cache file a database file, keyed by
 // the database's path, size, modification time and the client speeds (a change of any of them

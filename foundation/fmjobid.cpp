@@ -11,22 +11,35 @@ namespace {
 constexpr unsigned kLetters = 36;
 constexpr unsigned kSmall = 24;
 
+// A text built from its end, as the identifier's signs are found: last sign first. Big enough for
+// the longest, strFull(): three coarse signs, two counter letters and five more.
+class Backwards
+{
+public:
+    void prepend(char c) { Buf[--At] = c; }
+    QString text() const { return QString::fromLatin1(Buf + At, qsizetype(sizeof(Buf)) - At); }
+
+private:
+    char Buf[16];
+    qsizetype At = qsizetype(sizeof(Buf));
+};
+
 // Counter letters, put in front of `s`: none for 0, one for 1..24, two from 25.
-void prependCounter(IDDecomp& d, QString& s)
+void prependCounter(IDDecomp& d, Backwards& s)
 {
     if (d.Counter == 0) return;
     d.Counter = uint8_t(d.Counter - 1);
-    s.prepend(QLatin1Char(ID_letters_small[d.Counter % kSmall]));
+    s.prepend(ID_letters_small[d.Counter % kSmall]);
     d.Counter = uint8_t(d.Counter / kSmall);
-    if (d.Counter != 0) s.prepend(QLatin1Char(ID_letters_small[d.Counter % kSmall]));
+    if (d.Counter != 0) s.prepend(ID_letters_small[d.Counter % kSmall]);
 }
 
 // Three signs of Stamp / 10000, put in front of `s`.
-void prependCoarse(IDDecomp& d, QString& s)
+void prependCoarse(IDDecomp& d, Backwards& s)
 {
     d.Stamp /= 10000;
     for (int i = 0; i < 3; ++i) {
-        s.prepend(QLatin1Char(ID_letters[d.Stamp % kLetters]));
+        s.prepend(ID_letters[d.Stamp % kLetters]);
         d.Stamp /= kLetters;
     }
 }
@@ -54,25 +67,26 @@ unsigned long long IDDecomp::toID() const
 
 QString IDDecomp::str()
 {
-    QString s = QStringLiteral("}");
+    Backwards s;
+    s.prepend('}');
     prependCounter(*this, s);
     prependCoarse(*this, s);
-    s.prepend(QLatin1Char('{'));
-    return s;
+    s.prepend('{');
+    return s.text();
 }
 
 QString IDDecomp::strFull()
 {
-    QString s;
-    s.prepend(QLatin1Char(ID_letters[PartA % kLetters]));
-    s.prepend(QLatin1Char(ID_letters[PartB % kLetters]));
+    Backwards s;
+    s.prepend(ID_letters[PartA % kLetters]);
+    s.prepend(ID_letters[PartB % kLetters]);
     const unsigned r = (Stamp % 10000) / kLetters;
-    s.prepend(QLatin1Char(ID_letters[r % kLetters]));
-    s.prepend(QLatin1Char(ID_letters[r % kLetters]));
-    s.prepend(QLatin1Char('_'));
+    s.prepend(ID_letters[r % kLetters]);
+    s.prepend(ID_letters[r % kLetters]);
+    s.prepend('_');
     prependCounter(*this, s);
     prependCoarse(*this, s);
-    return s;
+    return s.text();
 }
 
 void IDShort::fromIDDecomp(const IDDecomp& d)

@@ -58,7 +58,7 @@ fmSqlDatabase::~fmSqlDatabase()
     QSqlDatabase::removeDatabase(ConnectionName);
 }
 
-QString fmSqlDatabase::timeText(int64_t secondsSinceEpoch)
+void fmSqlDatabase::timeChars(int64_t secondsSinceEpoch, char out[20])
 {
     const int64_t t = std::clamp<int64_t>(secondsSinceEpoch, 0, fmSqlMaxTime);
     // Two of these a row: the civil date from the day number (Howard Hinnant's days_from_civil
@@ -69,25 +69,30 @@ QString fmSqlDatabase::timeText(int64_t secondsSinceEpoch)
     const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100), mp = (5 * doy + 2) / 153;
     const int64_t day = doy - (153 * mp + 2) / 5 + 1, month = mp < 10 ? mp + 3 : mp - 9;
     const int64_t year = yoe + era * 400 + (month <= 2);
-    char16_t out[20];
-    auto two = [&out](int at, int64_t v) {
-        out[at] = char16_t(u'0' + v / 10);
-        out[at + 1] = char16_t(u'0' + v % 10);
+    auto two = [out](int at, int64_t v) {
+        out[at] = char('0' + v / 10);
+        out[at + 1] = char('0' + v % 10);
     };
     two(0, year / 100);
     two(2, year % 100);
-    out[4] = u'-';
+    out[4] = '-';
     two(5, month);
-    out[7] = u'-';
+    out[7] = '-';
     two(8, day);
-    out[10] = u'T';
+    out[10] = 'T';
     two(11, secs / 3600);
-    out[13] = u':';
+    out[13] = ':';
     two(14, secs / 60 % 60);
-    out[16] = u':';
+    out[16] = ':';
     two(17, secs % 60);
-    out[19] = u'Z';
-    return QString(reinterpret_cast<const QChar*>(out), 20);
+    out[19] = 'Z';
+}
+
+QString fmSqlDatabase::timeText(int64_t secondsSinceEpoch)
+{
+    char out[20];
+    timeChars(secondsSinceEpoch, out);
+    return QString::fromLatin1(out, 20);
 }
 
 QString fmSqlDatabase::conninfoProblem(const QString& conninfo)
@@ -125,6 +130,18 @@ QString fmSqlDatabase::open(const QString& driver, Kind kind)
     if (!QSqlDatabase::isDriverAvailable(driver))
         return QStringLiteral("the Qt SQL driver %1 is not installed").arg(driver);
     if (!Db.open()) return Db.lastError().text();
+    if (kind == SQLite) {
+        // A write-ahead log, synced at its checkpoints only: a file's transaction costs no sync of
+        // its own, and a crash or power loss still leaves every file's rows with their fm_files
+        // row, whole or not at all (a lost last commit is redone by the next run, as its fm_files
+        // row went with it). The mode stays with the database file. A database that cannot take
+        // it now (in memory, busy, on a file system without shared memory) keeps its journal and
+        // the full syncs that a rollback journal needs.
+        QSqlQuery q(Db);
+        if (q.exec(QStringLiteral("PRAGMA journal_mode = WAL")) && q.next() &&
+            q.value(0).toString().compare(QLatin1String("wal"), Qt::CaseInsensitive) == 0)
+            q.exec(QStringLiteral("PRAGMA synchronous = NORMAL"));
+    }
     if (kind == PostgreSQL) {
         // Month and day texts of the example queries read the session's zone: UTC, as stored.
         // The schema's "already exists" notices are no news on every run.

@@ -34,6 +34,8 @@ public:
     // A time as the time columns take it: ISO 8601 text in UTC, which PostgreSQL reads as a
     // timestamptz as well. Clamped to the years 1970 to 9999.
     static QString timeText(int64_t secondsSinceEpoch);
+    // The same text as the 20 ASCII bytes of `out` (no NUL behind).
+    static void timeChars(int64_t secondsSinceEpoch, char out[20]);
     // Why a connection string is refused, or an empty text: it must be keyword=value pairs (no
     // URI), and it must not hold a password (a command line is visible to every user).
     static QString conninfoProblem(const QString& conninfo);

@@ -1,7 +1,8 @@
 #pragma once
-// Rows for the SQL store read with the history's summary reader, one database file at a time:
-// each frame is inflated once and only what a row needs is kept of it. The rows are those of the
-// job list loader (fmSqlJobListSource) for the same file and client speeds, column by column.
+// Rows for the SQL store read with the history's frame reader, one database file at a time: each
+// frame is inflated once and its row is made straight from the record, with the texts of a file
+// converted once each. The rows are those of the job list loader (fmSqlJobListSource) for the same
+// file and client speeds, column by column.
 
 #include "browser/fmhistorysummary.h"
 #include "sql/fmsqlsource.h"
@@ -14,9 +15,6 @@ public:
 
     bool readFile(const QString& path, QList<fmSqlJob>& jobs, QString& error) override;
     bool concurrentReads() const override { return true; } // each read has its own buffers
-
-    // The row of one summary.
-    static fmSqlJob rowOf(const fmJobSummary& job);
 
 private:
     fmClientSpeeds Speeds;

@@ -23,12 +23,15 @@
 
 namespace {
 
+// Record n of the fixtures for each number; a negative number: record -n with a Software length
+// that makes the loader keep its frame as an empty job.
 void writeJobs(const QString& path, const QList<int>& numbers, const QString& user = QString())
 {
     QByteArray bytes;
     for (int n : numbers) {
-        auto r = jlfix::makeRecord(n);
+        auto r = jlfix::makeRecord(std::abs(n));
         if (!user.isEmpty()) r->UserName = user;
+        if (n < 0) r->Software.Length = 501;
         bytes += jlfix::frameOf(*r);
     }
     QDir().mkpath(QFileInfo(path).absolutePath());
@@ -178,7 +181,8 @@ private slots:
         QCOMPARE(counts(sync(db, options)), QStringLiteral("rows 0/0/0 files 0/3/0 failed 0"));
         QCOMPARE(rows(db), first);
 
-        writeJobs(history() + QStringLiteral("beta.db61"), {10, 12}, QStringLiteral("changed"));
+        // Beyond ASCII: SQLite takes such a text as UTF-16, an ASCII one as UTF-8.
+        writeJobs(history() + QStringLiteral("beta.db61"), {10, 12}, QStringLiteral("chängé✓"));
         QCOMPARE(counts(sync(db)), QStringLiteral("rows 0/2/0 files 1/2/0 failed 0"));
         QVERIFY(QFile::remove(history() + QStringLiteral("alpha.db")));
         fmSqlSyncOptions betaOnly;
@@ -187,19 +191,23 @@ private slots:
         // Three rows go with the file; the archive copy is read again and brings job 3 back.
         QCOMPARE(counts(sync(db)), QStringLiteral("rows 1/1/3 files 1/1/1 failed 0"));
         QCOMPARE(rows(db), QStringList({"__old/alpha.db|3|user3", "__old/alpha.db|20|user7",
-                                        "beta.db61|10|changed", "beta.db61|12|changed"}));
+                                        "beta.db61|10|chängé✓", "beta.db61|12|chängé✓"}));
 
         QByteArray damaged = jlfix::readFile(history() + QStringLiteral("beta.db61"));
         damaged[damaged.size() - 20] =
             char(damaged[damaged.size() - 20] ^ 0x55); // inside the last frame's data
         QVERIFY(jlfix::writeFile(history() + QStringLiteral("beta.db61"), damaged));
-        writeJobs(history() + QStringLiteral("gamma.db"), {30});
+        writeJobs(history() + QStringLiteral("gamma.db"), {30, -31});
         const fmSqlSyncReport r = sync(db);
-        QCOMPARE(counts(r), QStringLiteral("rows 1/0/0 files 1/1/0 failed 1"));
+        QCOMPARE(counts(r), QStringLiteral("rows 2/0/0 files 1/1/0 failed 1"));
+        // The empty job's row is the loader's: ID 0, times 0, texts empty (not NULL).
+        QCOMPARE(results(db.db(), QStringLiteral("SELECT id_text, user_name, scene, SUBSTR(CAST(date_send AS "
+                                                 "TEXT), 1, 10), frames FROM fm_jobs WHERE job_id = 0")),
+                 QStringList(QStringLiteral("{AAA}|||1970-01-01|0")));
         QVERIFY2(r.Failed.first().startsWith(QLatin1String("beta.db61: 1 of 2 jobs could not be read")),
                  qPrintable(r.Failed.first()));
         QCOMPARE(rows(db).filter(QStringLiteral("beta")),
-                 QStringList({"beta.db61|10|changed", "beta.db61|12|changed"}));
+                 QStringList({"beta.db61|10|chängé✓", "beta.db61|12|chängé✓"}));
         QCOMPARE(counts(sync(db)).right(8), QStringLiteral("failed 1")); // tried again next time
     }
 
@@ -223,6 +231,26 @@ private slots:
         QCOMPARE(rows(again), QStringList({"alpha.db|1|user1", "alpha.db|2|user2", "alpha.db|3|user3"}));
         QCOMPARE(results(again.db(), QStringLiteral("SELECT path FROM fm_files")), QStringList({"alpha.db"}));
         QCOMPARE(counts(sync(again)), QStringLiteral("rows 3/0/0 files 2/1/0 failed 0"));
+    }
+
+    // An SQLite insert fails inside a file's transaction: the run stops with SQLite's message, that
+    // file has neither rows nor an fm_files row, and the next run writes it.
+    void sqliteInsertFails()
+    {
+        fmSqlDatabase db;
+        open(db, QStringLiteral("sqlite"));
+        QVERIFY(QSqlQuery(db.db()).exec(
+            QStringLiteral("CREATE TRIGGER stop BEFORE INSERT ON fm_jobs WHEN NEW.user_name = 'user11' "
+                           "BEGIN SELECT RAISE(ABORT, 'no user11'); END")));
+        const fmSqlSyncReport r = sync(db);
+        QCOMPARE(r.DatabaseError, QStringLiteral("no user11 Unable to fetch row"));
+        QCOMPARE(counts(r), QStringLiteral("rows 4/0/0 files 2/0/0 failed 0"));
+        QCOMPARE(
+            results(db.db(), QStringLiteral("SELECT COUNT(*) FROM fm_jobs WHERE source_file = 'beta.db61' "
+                                            "UNION ALL SELECT COUNT(*) FROM fm_files")),
+            QStringList({"0", "2"}));
+        QVERIFY(QSqlQuery(db.db()).exec(QStringLiteral("DROP TRIGGER stop")));
+        QCOMPARE(counts(sync(db)), QStringLiteral("rows 2/0/0 files 1/2/0 failed 0"));
     }
 
     void console_data()
@@ -269,7 +297,8 @@ private slots:
     }
 
     // The rows come from the summary reader; the loader's rows for the same files are the
-    // reference: equal in every column, on a demo root with frames of all four layouts.
+    // reference: equal in every column, on a demo root with frames of all four layouts and a file
+    // with a frame that the loader keeps as an empty job.
     void summaryRowsAreLoaderRows()
     {
         QTemporaryDir dir;
@@ -283,6 +312,7 @@ private slots:
         for (const fmDemoProjectReport& p : demo.Projects)
             oldFrames += p.OldFrames;
         QVERIFY(oldFrames > 50);
+        writeJobs(o.Dir + QStringLiteral("/sub/history_db/extra.db"), {5, -6, 7});
         fmSqlJobListSource loader(FM);
         fmSqlSummarySource summary(fmReportSettingsOf(FM).Speeds);
         int rows = 0;
@@ -299,7 +329,7 @@ private slots:
             QCOMPARE(tb, ta);
             rows += int(a.size());
         }
-        QCOMPARE(rows, demo.totalJobs());
+        QCOMPARE(rows, demo.totalJobs() + 3);
     }
 
     // The time text against QDateTime's, over the whole range both databases keep.
